@@ -1,0 +1,44 @@
+# What holds for every target: language level, output folders, warnings, sanitizers.
+
+set(CMAKE_C_STANDARD 11)
+set(CMAKE_C_STANDARD_REQUIRED ON)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+# The module's exports are its version script's business. Nobody interposes its functions, so that the
+# compiler may inline across them although all code is position independent.
+add_compile_options(-fno-semantic-interposition)
+
+# Programs, the shared library and the module lie side by side and find each other there.
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
+set(CMAKE_BUILD_RPATH "$ORIGIN")
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
+
+find_program(CCACHE_PROGRAM ccache)
+if(CCACHE_PROGRAM AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_C_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE_PROGRAM}")
+endif()
+
+# Warnings of the project's own code; every target links this PRIVATE.
+add_library(orlimbara_warnings INTERFACE)
+target_compile_options(orlimbara_warnings INTERFACE
+    -Wall -Wextra -Wpedantic -Wconversion
+    $<$<BOOL:${ORLIMBARA_WERROR}>:-Werror>)
+
+if(ORLIMBARA_SANITIZE)
+    add_compile_options(-fsanitize=${ORLIMBARA_SANITIZE} -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${ORLIMBARA_SANITIZE})
+    if(ORLIMBARA_SANITIZE MATCHES "undefined")
+        add_compile_options(-fno-sanitize-recover=undefined)
+    endif()
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        # The checks that a sanitizer inserts confuse these two flow analyses; the release build has them.
+        target_compile_options(orlimbara_warnings INTERFACE -Wno-maybe-uninitialized -Wno-null-dereference)
+    endif()
+endif()

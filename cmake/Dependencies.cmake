@@ -1,0 +1,30 @@
+# The libraries from the distribution, each as one target:
+#
+#   RapidJSON::RapidJSON  utf8cpp  ICU::uc ICU::i18n  fmt::fmt-header-only      module
+#   CLI11::CLI11  PkgConfig::libedit  PkgConfig::libutf8proc                    stand-in and shell
+#   GTest::gtest GTest::gtest_main  rapidcheck  benchmark::benchmark            tests, benchmarks
+
+find_package(Threads REQUIRED)
+find_package(PkgConfig REQUIRED)
+
+find_package(RapidJSON REQUIRED)
+if(NOT TARGET RapidJSON::RapidJSON)
+    add_library(RapidJSON::RapidJSON INTERFACE IMPORTED)
+    target_include_directories(RapidJSON::RapidJSON SYSTEM INTERFACE "${RAPIDJSON_INCLUDE_DIRS}")
+endif()
+find_package(utf8cpp REQUIRED)
+find_package(ICU REQUIRED COMPONENTS uc i18n)
+find_package(fmt REQUIRED)
+
+find_package(CLI11 REQUIRED)
+pkg_check_modules(libedit REQUIRED IMPORTED_TARGET libedit)
+pkg_check_modules(libutf8proc REQUIRED IMPORTED_TARGET libutf8proc)
+
+if(ORLIMBARA_TESTS)
+    find_package(GTest REQUIRED)
+    include(GoogleTest)
+    find_package(rapidcheck REQUIRED)
+endif()
+if(ORLIMBARA_BENCHMARKS)
+    find_package(benchmark REQUIRED)
+endif()

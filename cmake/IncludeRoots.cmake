@@ -1,0 +1,31 @@
+# Include roots: a target sees the headers of the folders it links, and no others.
+#
+#   orlimbara_include_root(<target> <folder> [FILES <file>...])
+#
+# Gives <target> an include directory that holds nothing but a link named like <folder>, so that its
+# headers are included as "folder/header.h". With FILES the directory holds links to just these files
+# of the folder. Who links <target> gets the include directory too. Because the top of the repository
+# is never an include directory, an include in a direction that no link allows fails to compile.
+function(orlimbara_include_root target folder)
+    cmake_parse_arguments(PARSE_ARGV 2 arg "" "" "FILES")
+    set(root "${CMAKE_BINARY_DIR}/roots/${target}")
+    set(source "${PROJECT_SOURCE_DIR}/${folder}")
+    file(MAKE_DIRECTORY "${root}")
+    if(arg_FILES)
+        if(IS_SYMLINK "${root}/${folder}")
+            file(REMOVE "${root}/${folder}")
+        endif()
+        file(MAKE_DIRECTORY "${root}/${folder}")
+        foreach(file IN LISTS arg_FILES)
+            file(CREATE_LINK "${source}/${file}" "${root}/${folder}/${file}" SYMBOLIC)
+        endforeach()
+    else()
+        file(CREATE_LINK "${source}" "${root}/${folder}" SYMBOLIC)
+    endif()
+    get_target_property(type ${target} TYPE)
+    if(type STREQUAL "INTERFACE_LIBRARY")
+        target_include_directories(${target} INTERFACE "${root}")
+    else()
+        target_include_directories(${target} PUBLIC "${root}")
+    endif()
+endfunction()
