@@ -1,0 +1,65 @@
+/// @file
+/// Files by location. Every failure raises xException (or a class derived from it) with a text that names
+/// the path and the cause.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "host/location.h"
+
+namespace orkit {
+
+/// A file that can be opened, read, written and deleted. One object is used by one thread at a time.
+class I_File : public I_Unknown {
+public:
+    /// Sets the place. Null, and a file that is open, raise.
+    virtual void put_Location(smart_ptr<I_Location> inLocation) = 0;
+    /// Whether the next Open asks for reading alone; false at the start.
+    virtual void put_IsReadOnly(bool inIsReadOnly) = 0;
+    /// Makes a new, empty file and opens it for writing. An existing file raises.
+    virtual void Create() = 0;
+    /// Opens an existing file. A missing one, and one that another process has locked, raise.
+    virtual void Open() = 0;
+    /// Closes; nothing happens if the file isn't open.
+    virtual void Close() = 0;
+    /// Closes and deletes the file.
+    virtual void ThrowOut() = 0;
+    /// Size in bytes of the open file.
+    virtual std::uint64_t get_Size() = 0;
+    /// Reads up to `inLength` bytes from byte `inOffset` on. @return the bytes read; fewer at the file's end.
+    virtual std::uint32_t Read(void* outBuffer, std::uint64_t inOffset, std::uint32_t inLength) = 0;
+    /// Writes all bytes at byte `inOffset`. @return `inLength`.
+    virtual std::uint32_t Write(const void* inBuffer, std::uint64_t inOffset, std::uint32_t inLength) = 0;
+};
+
+/// The host's file. Closes in its destructor. Its maker takes the first reference.
+class FileWin final : public I_File, noncopyable {
+public:
+    FileWin();
+    ~FileWin() override;
+
+    std::uint32_t AddRef() override;
+    std::uint32_t Release() override;
+    void* QueryInterface(std::uint32_t inInterfaceId) override;
+    std::uint32_t get_RefsCount() const override;
+
+    void put_Location(smart_ptr<I_Location> inLocation) override;
+    void put_IsReadOnly(bool inIsReadOnly) override;
+    void Create() override;
+    void Open() override;
+    void Close() override;
+    void ThrowOut() override;
+    std::uint64_t get_Size() override;
+    std::uint32_t Read(void* outBuffer, std::uint64_t inOffset, std::uint32_t inLength) override;
+    std::uint32_t Write(const void* inBuffer, std::uint64_t inOffset, std::uint32_t inLength) override;
+
+private:
+    struct Imp;
+    std::unique_ptr<Imp> mImp;
+};
+
+/// A new file object for a place, without a reference. A null location raises.
+I_File* CreateFile(smart_ptr<I_Location> inLocation);
+
+}  // namespace orkit
