@@ -1,14 +1,14 @@
-#pragma once
-
 /// @file
-/// The procedure side's boundary with the host: opaque handles, the two records that cross it, and the host's table
-/// of functions. Plain C (C99 and later) that also compiles as C++20. Layouts bind: every offset and size that the
-/// other side relies on is asserted below.
+/// The procedure side's boundary with the host: opaque handles, the two records that cross it, and the host's
+/// table of functions. Plain C (C99 and later) that also compiles as C++20. Layouts bind: every offset and
+/// size that the other side relies on is asserted below.
 ///
 /// Texts are byte strings. Where a length goes with a text it counts bytes, and the text need not be
-/// zero-terminated; the texts inside the records are zero-terminated. No character set is tested or converted.
+/// zero-terminated; the texts inside the records are zero-terminated. No character set is tested or
+/// converted.
 ///
 /// Nothing that is called through these types, in either direction, may raise or let an exception through.
+#pragma once
 
 #include <stddef.h>
 #include <stdint.h>
@@ -25,17 +25,18 @@ extern "C" {
 #define ORLIMBARA_API_ASSERT(condition, name) typedef char orlimbara_assert_##name[(condition) ? 1 : -1]
 #endif
 
-/// One call of the host into the module. It comes with `orlimbara_extension_init` and with every callback, and is
-/// valid until the call returns.
-typedef struct orlimbara_call_context *call_context;
+/// One call of the host into the module. It comes with `orlimbara_extension_init` and with every callback,
+/// and is valid until the call returns.
+typedef struct orlimbara_call_context* call_context;
 
 /// A value of the host. A null handle stands for SQL NULL, and for an argument that was left out.
-typedef struct orlimbara_host_value *host_value;
+typedef struct orlimbara_host_value* host_value;
 
 /// A cursor of the host: the rows that a procedure answers with. A null handle means failure.
-typedef struct orlimbara_host_cursor *host_cursor;
+typedef struct orlimbara_host_cursor* host_cursor;
 
-/// The host's numbers for the kinds of its values: what `value_type` reports and what a cursor's columns declare.
+/// The host's numbers for the kinds of its values: what `value_type` reports and what a cursor's columns
+/// declare.
 enum host_type {
     HOST_TYPE_ARRAY = 1,
     HOST_TYPE_BOOL = 2,
@@ -55,45 +56,46 @@ enum host_type {
 /// The body of a procedure. `arguments` holds one handle per argument (`argument_count` tells how many), each
 /// possibly null; the host keeps them. Gives a cursor, which is the host's, or null after exactly one
 /// `report_error`.
-typedef host_cursor (*procedure_callback)(call_context context, const host_value *arguments);
+typedef host_cursor (*procedure_callback)(call_context context, const host_value* arguments);
 
-/// What `register_procedure` is told of one procedure. The texts are zero-terminated and static; the host copies the
-/// record.
+/// What `register_procedure` is told of one procedure. The texts are zero-terminated and static; the host
+/// copies the record.
 typedef struct procedure_descriptor {
-    const char *name;
+    const char* name;
     int32_t minimum_arguments;
     int32_t maximum_arguments;
-    const char *signature;
-    const char *description;
+    const char* signature;
+    const char* description;
     uint64_t zero_32;
     uint64_t zero_40;
     procedure_callback callback;
 } procedure_descriptor;
 
 /// Frees the state behind a cursor; a null state is ignored. The host calls it exactly once.
-typedef void (*cursor_destroy)(call_context context, void *state);
+typedef void (*cursor_destroy)(call_context context, void* state);
 
-/// Makes the value of one cell of the current row through `context`. `column` counts from 0. Gives a value that is
-/// the host's; null for SQL NULL, and when there is no current row or no such column.
-typedef host_value (*cursor_read_value)(call_context context, void *state, int32_t column);
+/// Makes the value of one cell of the current row through `context`. `column` counts from 0. Gives a value
+/// that is the host's; null for SQL NULL, and when there is no current row or no such column.
+typedef host_value (*cursor_read_value)(call_context context, void* state, int32_t column);
 
 /// Goes to a row, counted from 0. Gives 0 when positioned there, -1 otherwise.
-typedef int32_t (*cursor_seek_row)(call_context context, void *state, int64_t row);
+typedef int32_t (*cursor_seek_row)(call_context context, void* state, int64_t row);
 
 /// Goes to the next row; a fresh cursor stands before row 0. Gives 0 when positioned, -1 otherwise.
-typedef int32_t (*cursor_next_row)(call_context context, void *state);
+typedef int32_t (*cursor_next_row)(call_context context, void* state);
 
 /// Gives the number of rows, known from the start.
-typedef int64_t (*cursor_row_count)(call_context context, void *state);
+typedef int64_t (*cursor_row_count)(call_context context, void* state);
 
-/// A cursor whose rows the module holds. The record and the two arrays it points to are the module's and stay valid
-/// until `destroy` has been called. The host must not be inside two callbacks of one cursor at the same time.
+/// A cursor whose rows the module holds. The record and the two arrays it points to are the module's and stay
+/// valid until `destroy` has been called. The host must not be inside two callbacks of one cursor at the same
+/// time.
 typedef struct cursor_descriptor {
-    void *state;
+    void* state;
     uint64_t zero_8;
     uint64_t column_count;
-    const char *const *column_names;
-    const int32_t *column_types;
+    const char* const* column_names;
+    const int32_t* column_types;
     cursor_destroy destroy;
     cursor_read_value read_value;
     cursor_seek_row seek_row;
@@ -105,8 +107,8 @@ typedef struct cursor_descriptor {
 /// An entry of the table that the module never calls.
 typedef void (*procedure_api_reserved)(void);
 
-/// The host's table of functions. An entry's index binds; the table may go on after the last entry named here. It
-/// stays valid, unchanged, for as long as the module is loaded.
+/// The host's table of functions. An entry's index binds; the table may go on after the last entry named
+/// here. It stays valid, unchanged, for as long as the module is loaded.
 ///
 /// The packed forms:
 /// - date, 32 bits: bits 0 to 4 day, 5 to 8 month, 9 up year;
@@ -116,7 +118,7 @@ typedef struct procedure_api {
     procedure_api_reserved reserved_0[2];
 
     /// [2] Makes a procedure known; copies the record. Gives 0 on success.
-    int32_t (*register_procedure)(call_context context, const procedure_descriptor *descriptor);
+    int32_t (*register_procedure)(call_context context, const procedure_descriptor* descriptor);
 
     procedure_api_reserved reserved_3[3];
 
@@ -126,26 +128,28 @@ typedef struct procedure_api {
     procedure_api_reserved reserved_7[3];
 
     /// [10] Reports a failure of the current call. The text need only be valid during the call.
-    void (*report_error)(call_context context, const char *text, uint64_t length);
+    void (*report_error)(call_context context, const char* text, uint64_t length);
 
     procedure_api_reserved reserved_11[4];
 
     /// [15] Makes a cursor of rows that are already there: `names` holds one zero-terminated text per column,
-    /// `rows` one array of `columns` values per row. The host copies the arrays and takes the values, also when it
-    /// refuses. Gives 0 on success and writes the cursor to `out`.
-    int32_t (*make_row_cursor)(call_context context, uint64_t columns, uint64_t rows, const char *const *names,
-                               const host_value *const *row_values, host_cursor *out);
+    /// `values` one array of `columns` values per row. The host copies the arrays and takes the values, also
+    /// when it refuses. Gives 0 on success and writes the cursor to `out`.
+    int32_t (*make_row_cursor)(call_context context, uint64_t columns, uint64_t rows,
+                               const char* const* names, const host_value* const* values,
+                               host_cursor* out);
 
     procedure_api_reserved reserved_16[1];
 
-    /// [17] Makes a cursor of callbacks. Gives 0 on success and writes the cursor to `out`; the state is the host's
-    /// from then on, until it calls `destroy`. On any other answer it stays with the caller.
-    int32_t (*make_callback_cursor)(call_context context, const cursor_descriptor *descriptor, host_cursor *out);
+    /// [17] Makes a cursor of callbacks. Gives 0 on success and writes the cursor to `out`; the state is the
+    /// host's from then on, until it calls `destroy`. On any other answer it stays with the caller.
+    int32_t (*make_callback_cursor)(call_context context, const cursor_descriptor* descriptor,
+                                    host_cursor* out);
 
     procedure_api_reserved reserved_18[2];
 
     /// [20] Makes a binary value of `length` bytes, which are copied. `zero` is the host's: always 0.
-    host_value (*new_binary)(call_context context, const char *bytes, uint64_t length, uint64_t zero);
+    host_value (*new_binary)(call_context context, const char* bytes, uint64_t length, uint64_t zero);
 
     /// [21] Makes a Boolean value, 0 for false.
     host_value (*new_bool)(call_context context, uint8_t value);
@@ -165,7 +169,7 @@ typedef struct procedure_api {
     procedure_api_reserved reserved_26[2];
 
     /// [28] Makes a text value of `length` bytes, which are copied. `zero` is the host's: always 0.
-    host_value (*new_text)(call_context context, const char *bytes, uint64_t length, uint64_t zero);
+    host_value (*new_text)(call_context context, const char* bytes, uint64_t length, uint64_t zero);
 
     procedure_api_reserved reserved_29[1];
 
@@ -199,12 +203,12 @@ typedef struct procedure_api {
     /// [44] Gives the number in a value of kind uint64.
     uint64_t (*value_uint64)(host_value value);
 
-    /// [45] Gives the value's bytes as text and writes their number to `length`; null if it has none. The host holds
-    /// the bytes: copy them at once.
-    const char *(*value_text)(call_context context, host_value value, uint64_t *length);
+    /// [45] Gives the value's bytes as text and writes their number to `length`; null if it has none. The
+    /// host holds the bytes: copy them at once.
+    const char* (*value_text)(call_context context, host_value value, uint64_t* length);
 } procedure_api;
 
-ORLIMBARA_API_ASSERT(sizeof(void *) == 8, pointer_size);
+ORLIMBARA_API_ASSERT(sizeof(void*) == 8, pointer_size);
 ORLIMBARA_API_ASSERT(sizeof(procedure_callback) == 8, function_pointer_size);
 
 ORLIMBARA_API_ASSERT(offsetof(procedure_descriptor, name) == 0, procedure_name_offset);
