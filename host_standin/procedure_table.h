@@ -1,0 +1,227 @@
+/// @file
+/// The stand-in host's side of the procedure table: what tests, the shell and benchmarks need to play the
+/// host to table procedures. It gives the table, holds the registered procedures, makes arguments, calls
+/// procedures, walks their cursors and reads their values.
+///
+/// Every call that goes against the contract of host/procedure_api.h (a reserved entry, a record whose zero
+/// fields are not zero, a null state ...) ends the process with a message on stderr: it is a fault of the
+/// module.
+///
+/// Threads: the registered procedures, the counts and the fault switches can be used from any thread. A call
+/// context, a value and a cursor belong to one thread at a time.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/procedure_api.h"
+
+namespace orkit::standin {
+
+struct DateParts {
+    std::int32_t year = 0;
+    std::uint32_t month = 0;
+    std::uint32_t day = 0;
+    bool operator==(const DateParts&) const = default;
+};
+
+struct TimeParts {
+    std::uint32_t hours = 0;
+    std::uint32_t minutes = 0;
+    std::uint32_t seconds = 0;
+    std::uint32_t milliseconds = 0;
+    bool operator==(const TimeParts&) const = default;
+};
+
+struct DateTimeParts {
+    DateParts date;
+    TimeParts time;
+    bool operator==(const DateTimeParts&) const = default;
+};
+
+/// The packed forms of host/procedure_api.h, both ways.
+std::uint32_t PackDate(const DateParts& inDate);
+std::uint32_t PackTime(const TimeParts& inTime);
+std::uint64_t PackDateTime(const DateTimeParts& inDateTime);
+DateParts UnpackDate(std::uint32_t inPacked);
+TimeParts UnpackTime(std::uint32_t inPacked);
+DateTimeParts UnpackDateTime(std::uint64_t inPacked);
+
+/// One host value, held by a share: copies are the same value, and the last one gives it back.
+class HostValue {
+public:
+    /// No value: the null handle, as for an argument that is left out.
+    HostValue() = default;
+    HostValue(const HostValue& inOther);
+    HostValue(HostValue&& inOther) noexcept : mHandle(inOther.mHandle) { inOther.mHandle = nullptr; }
+    HostValue& operator=(HostValue inOther) noexcept;
+    ~HostValue();
+
+    /// A value that is SQL NULL, of kind 9; not the same as no value.
+    static HostValue Null();
+    static HostValue Bool(bool inValue);
+    static HostValue Int64(std::int64_t inValue);
+    static HostValue UInt64(std::uint64_t inValue);
+    static HostValue Double(double inValue);
+    static HostValue Text(std::string_view inBytes);
+    static HostValue Binary(std::string_view inBytes);
+    static HostValue Date(const DateParts& inDate);
+    static HostValue Time(const TimeParts& inTime);
+    static HostValue DateTime(const DateTimeParts& inDateTime);
+    static HostValue Array(std::vector<HostValue> inElements);
+
+    /// Takes a handle that a procedure or a cursor gave; may be null.
+    static HostValue Adopt(host_value inHandle);
+
+    /// The handle, as the module sees it; this object keeps it.
+    host_value get_Handle() const { return mHandle; }
+    /// Whether there is no value, or it is SQL NULL.
+    bool IsNull() const;
+    /// The kind, a number of `host_type`; HOST_TYPE_NULL for no value.
+    std::int32_t get_Type() const;
+
+    /// The payload. Each raises std::logic_error for a value of another kind.
+    bool get_Bool() const;
+    std::int64_t get_Int64() const;
+    std::uint64_t get_UInt64() const;
+    double get_Double() const;
+    /// The bytes of a text or a binary value.
+    std::string get_Bytes() const;
+    DateParts get_Date() const;
+    TimeParts get_Time() const;
+    DateTimeParts get_DateTime() const;
+    std::vector<HostValue> get_Elements() const;
+
+    /// What `value_text` gives, as a copy: the bytes of texts and binaries; decimal digits; the shortest
+    /// digits that read back as the same double; "true" and "false"; "2024-01-31", "23:59:59.999" and both
+    /// with a blank between. Empty where `value_text` gives null: for no value, SQL NULL and arrays.
+    std::string AsText() const;
+
+    /// Same kind and same payload; SQL NULL and no value are equal to each other.
+    friend bool operator==(const HostValue& inLeft, const HostValue& inRight);
+
+private:
+    explicit HostValue(host_value inHandle) : mHandle(inHandle) {}
+
+    host_value mHandle = nullptr;
+};
+
+/// One call of the host into the module. Values made through it belong to it until somebody takes them (a
+/// cursor, or HostValue::Adopt); its end gives back the rest.
+class CallContext {
+public:
+    explicit CallContext(std::vector<HostValue> inArguments = {});
+    CallContext(const CallContext&) = delete;
+    CallContext& operator=(const CallContext&) = delete;
+    ~CallContext();
+
+    call_context get_Handle() const { return mImp.get(); }
+    /// The arguments as a procedure gets them; null if there are none.
+    const host_value* get_ArgumentHandles() const;
+    /// What `report_error` was given, in its order.
+    const std::vector<std::string>& get_Errors() const;
+
+private:
+    std::unique_ptr<orlimbara_call_context> mImp;
+};
+
+/// A cursor that a procedure answered with; move-only. Its end gives back the cursor: `destroy` is called
+/// exactly once.
+class HostCursor {
+public:
+    HostCursor() = default;
+    /// Takes the handle; may be null.
+    explicit HostCursor(host_cursor inHandle) : mHandle(inHandle) {}
+    HostCursor(HostCursor&& inOther) noexcept : mHandle(inOther.mHandle) { inOther.mHandle = nullptr; }
+    HostCursor& operator=(HostCursor&& inOther) noexcept;
+    ~HostCursor();
+
+    /// Whether there is a cursor. All below need one.
+    explicit operator bool() const { return mHandle != nullptr; }
+
+    std::size_t get_ColumnCount() const;
+    /// Column numbers count from 0; `inColumn` must be a column. A zero-terminated text that the cursor
+    /// holds.
+    const char* get_ColumnName(std::size_t inColumn) const;
+    /// The declared kind of the column's values, a number of `host_type`; 0 for a cursor of given rows, which
+    /// declares none.
+    std::int32_t get_ColumnType(std::size_t inColumn) const;
+    std::int64_t get_RowCount() const;
+
+    /// Whether it stands on a row afterwards. A fresh cursor stands before row 0.
+    bool NextRow();
+    /// Rows count from 0. False leaves the position as it was.
+    bool SeekRow(std::int64_t inRow);
+    /// A cell of the current row; no value for SQL NULL, or where there is nothing to read.
+    HostValue ReadValue(std::int32_t inColumn) const;
+
+    /// The record of a cursor of callbacks; null for a cursor of given rows.
+    const cursor_descriptor* get_Descriptor() const;
+
+private:
+    host_cursor mHandle = nullptr;
+};
+
+/// A registered procedure, as the module described it.
+struct RegisteredProcedure {
+    std::string name;
+    std::int32_t minimumArguments = 0;
+    std::int32_t maximumArguments = 0;
+    std::string signature;
+    std::string description;
+    procedure_callback callback = nullptr;
+};
+
+/// What a call came to: a cursor, or none and what was reported.
+struct ProcedureAnswer {
+    HostCursor cursor;
+    std::vector<std::string> errors;
+};
+
+/// The table to give to `orlimbara_extension_bind_api`; one for the whole process.
+const procedure_api* GetProcedureTable();
+
+/// The registered procedures, in the order of their registration. A name registered again replaces the first.
+std::vector<RegisteredProcedure> ListProcedures();
+
+/// Forgets all procedures; to be called before their module is unloaded.
+void ForgetProcedures();
+
+/// Calls a registered procedure as the host does: an unknown name and a wrong number of arguments are refused
+/// with an error of the stand-in's own, without calling the module.
+ProcedureAnswer CallProcedure(std::string_view inName, const std::vector<HostValue>& inArguments);
+
+/// Calls a procedure whatever its minimum and maximum.
+ProcedureAnswer CallUnchecked(procedure_callback inCallback, const std::vector<HostValue>& inArguments);
+
+/// Gives back a value that came from the table directly; for loops that do without HostValue.
+void ReleaseValue(host_value inHandle);
+
+/// The handles that are alive in the process; all zero when nothing leaks.
+struct LiveHandles {
+    std::int64_t values = 0;
+    std::int64_t cursors = 0;
+    std::int64_t contexts = 0;
+    bool operator==(const LiveHandles&) const = default;
+};
+LiveHandles CountLiveHandles();
+
+/// The entries of the table that can be made to fail.
+enum class FaultyEntry {
+    RegisterProcedure,  ///< answers -1, and the procedure is not known
+    MakeRowCursor,      ///< answers -1; the values are given back
+    MakeCallbackCursor, ///< answers -1; the state stays with the module
+    NewValue,           ///< any `new_` entry gives null
+};
+
+/// Makes the `inNth` call of the entry from now on fail (1 is the next), and only that one. Off by default.
+void FailEntry(FaultyEntry inEntry, std::uint32_t inNth);
+
+/// Switches all of them off.
+void ClearFaults();
+
+} // namespace orkit::standin
