@@ -22,60 +22,60 @@
 
 namespace orkit::standin {
 
-struct DateParts {
+struct ProcedureDate {
     std::int32_t year = 0;
     std::uint32_t month = 0;
     std::uint32_t day = 0;
-    bool operator==(const DateParts&) const = default;
+    bool operator==(const ProcedureDate&) const = default;
 };
 
-struct TimeParts {
+struct ProcedureTime {
     std::uint32_t hours = 0;
     std::uint32_t minutes = 0;
     std::uint32_t seconds = 0;
     std::uint32_t milliseconds = 0;
-    bool operator==(const TimeParts&) const = default;
+    bool operator==(const ProcedureTime&) const = default;
 };
 
-struct DateTimeParts {
-    DateParts date;
-    TimeParts time;
-    bool operator==(const DateTimeParts&) const = default;
+struct ProcedureDateTime {
+    ProcedureDate date;
+    ProcedureTime time;
+    bool operator==(const ProcedureDateTime&) const = default;
 };
 
 /// The packed forms of host/procedure_api.h, both ways.
-std::uint32_t PackDate(const DateParts& inDate);
-std::uint32_t PackTime(const TimeParts& inTime);
-std::uint64_t PackDateTime(const DateTimeParts& inDateTime);
-DateParts UnpackDate(std::uint32_t inPacked);
-TimeParts UnpackTime(std::uint32_t inPacked);
-DateTimeParts UnpackDateTime(std::uint64_t inPacked);
+std::uint32_t PackDate(const ProcedureDate& inDate);
+std::uint32_t PackTime(const ProcedureTime& inTime);
+std::uint64_t PackDateTime(const ProcedureDateTime& inDateTime);
+ProcedureDate UnpackDate(std::uint32_t inPacked);
+ProcedureTime UnpackTime(std::uint32_t inPacked);
+ProcedureDateTime UnpackDateTime(std::uint64_t inPacked);
 
 /// One host value, held by a share: copies are the same value, and the last one gives it back.
-class HostValue {
+class ProcedureValue {
 public:
     /// No value: the null handle, as for an argument that is left out.
-    HostValue() = default;
-    HostValue(const HostValue& inOther);
-    HostValue(HostValue&& inOther) noexcept : mHandle(inOther.mHandle) { inOther.mHandle = nullptr; }
-    HostValue& operator=(HostValue inOther) noexcept;
-    ~HostValue();
+    ProcedureValue() = default;
+    ProcedureValue(const ProcedureValue& inOther);
+    ProcedureValue(ProcedureValue&& inOther) noexcept : mHandle(inOther.mHandle) { inOther.mHandle = nullptr; }
+    ProcedureValue& operator=(ProcedureValue inOther) noexcept;
+    ~ProcedureValue();
 
     /// A value that is SQL NULL, of kind 9; not the same as no value.
-    static HostValue Null();
-    static HostValue Bool(bool inValue);
-    static HostValue Int64(std::int64_t inValue);
-    static HostValue UInt64(std::uint64_t inValue);
-    static HostValue Double(double inValue);
-    static HostValue Text(std::string_view inBytes);
-    static HostValue Binary(std::string_view inBytes);
-    static HostValue Date(const DateParts& inDate);
-    static HostValue Time(const TimeParts& inTime);
-    static HostValue DateTime(const DateTimeParts& inDateTime);
-    static HostValue Array(std::vector<HostValue> inElements);
+    static ProcedureValue Null();
+    static ProcedureValue Bool(bool inValue);
+    static ProcedureValue Int64(std::int64_t inValue);
+    static ProcedureValue UInt64(std::uint64_t inValue);
+    static ProcedureValue Double(double inValue);
+    static ProcedureValue Text(std::string_view inBytes);
+    static ProcedureValue Binary(std::string_view inBytes);
+    static ProcedureValue Date(const ProcedureDate& inDate);
+    static ProcedureValue Time(const ProcedureTime& inTime);
+    static ProcedureValue DateTime(const ProcedureDateTime& inDateTime);
+    static ProcedureValue Array(std::vector<ProcedureValue> inElements);
 
     /// Takes a handle that a procedure or a cursor gave; may be null.
-    static HostValue Adopt(host_value inHandle);
+    static ProcedureValue Adopt(host_value inHandle);
 
     /// The handle, as the module sees it; this object keeps it.
     host_value get_Handle() const { return mHandle; }
@@ -91,10 +91,10 @@ public:
     double get_Double() const;
     /// The bytes of a text or a binary value.
     std::string get_Bytes() const;
-    DateParts get_Date() const;
-    TimeParts get_Time() const;
-    DateTimeParts get_DateTime() const;
-    std::vector<HostValue> get_Elements() const;
+    ProcedureDate get_Date() const;
+    ProcedureTime get_Time() const;
+    ProcedureDateTime get_DateTime() const;
+    std::vector<ProcedureValue> get_Elements() const;
 
     /// What `value_text` gives, as a copy: the bytes of texts and binaries; decimal digits; the shortest
     /// digits that read back as the same double; "true" and "false"; "2024-01-31", "23:59:59.999" and both
@@ -102,22 +102,22 @@ public:
     std::string AsText() const;
 
     /// Same kind and same payload; SQL NULL and no value are equal to each other.
-    friend bool operator==(const HostValue& inLeft, const HostValue& inRight);
+    friend bool operator==(const ProcedureValue& inLeft, const ProcedureValue& inRight);
 
 private:
-    explicit HostValue(host_value inHandle) : mHandle(inHandle) {}
+    explicit ProcedureValue(host_value inHandle) : mHandle(inHandle) {}
 
     host_value mHandle = nullptr;
 };
 
 /// One call of the host into the module. Values made through it belong to it until somebody takes them (a
-/// cursor, or HostValue::Adopt); its end gives back the rest.
-class CallContext {
+/// cursor, or ProcedureValue::Adopt); its end gives back the rest.
+class ProcedureContext {
 public:
-    explicit CallContext(std::vector<HostValue> inArguments = {});
-    CallContext(const CallContext&) = delete;
-    CallContext& operator=(const CallContext&) = delete;
-    ~CallContext();
+    explicit ProcedureContext(std::vector<ProcedureValue> inArguments = {});
+    ProcedureContext(const ProcedureContext&) = delete;
+    ProcedureContext& operator=(const ProcedureContext&) = delete;
+    ~ProcedureContext();
 
     call_context get_Handle() const { return mImp.get(); }
     /// The arguments as a procedure gets them; null if there are none.
@@ -131,14 +131,14 @@ private:
 
 /// A cursor that a procedure answered with; move-only. Its end gives back the cursor: `destroy` is called
 /// exactly once.
-class HostCursor {
+class ProcedureCursor {
 public:
-    HostCursor() = default;
+    ProcedureCursor() = default;
     /// Takes the handle; may be null.
-    explicit HostCursor(host_cursor inHandle) : mHandle(inHandle) {}
-    HostCursor(HostCursor&& inOther) noexcept : mHandle(inOther.mHandle) { inOther.mHandle = nullptr; }
-    HostCursor& operator=(HostCursor&& inOther) noexcept;
-    ~HostCursor();
+    explicit ProcedureCursor(host_cursor inHandle) : mHandle(inHandle) {}
+    ProcedureCursor(ProcedureCursor&& inOther) noexcept : mHandle(inOther.mHandle) { inOther.mHandle = nullptr; }
+    ProcedureCursor& operator=(ProcedureCursor&& inOther) noexcept;
+    ~ProcedureCursor();
 
     /// Whether there is a cursor. All below need one.
     explicit operator bool() const { return mHandle != nullptr; }
@@ -157,7 +157,7 @@ public:
     /// Rows count from 0. False leaves the position as it was.
     bool SeekRow(std::int64_t inRow);
     /// A cell of the current row; no value for SQL NULL, or where there is nothing to read.
-    HostValue ReadValue(std::int32_t inColumn) const;
+    ProcedureValue ReadValue(std::int32_t inColumn) const;
 
     /// The record of a cursor of callbacks; null for a cursor of given rows.
     const cursor_descriptor* get_Descriptor() const;
@@ -178,7 +178,7 @@ struct RegisteredProcedure {
 
 /// What a call came to: a cursor, or none and what was reported.
 struct ProcedureAnswer {
-    HostCursor cursor;
+    ProcedureCursor cursor;
     std::vector<std::string> errors;
 };
 
@@ -193,25 +193,25 @@ void ForgetProcedures();
 
 /// Calls a registered procedure as the host does: an unknown name and a wrong number of arguments are refused
 /// with an error of the stand-in's own, without calling the module.
-ProcedureAnswer CallProcedure(std::string_view inName, const std::vector<HostValue>& inArguments);
+ProcedureAnswer CallProcedure(std::string_view inName, const std::vector<ProcedureValue>& inArguments);
 
 /// Calls a procedure whatever its minimum and maximum.
-ProcedureAnswer CallUnchecked(procedure_callback inCallback, const std::vector<HostValue>& inArguments);
+ProcedureAnswer CallUnchecked(procedure_callback inCallback, const std::vector<ProcedureValue>& inArguments);
 
-/// Gives back a value that came from the table directly; for loops that do without HostValue.
-void ReleaseValue(host_value inHandle);
+/// Gives back a value that came from the table directly; for loops that do without ProcedureValue.
+void ReleaseProcedureValue(host_value inHandle);
 
 /// The handles that are alive in the process; all zero when nothing leaks.
-struct LiveHandles {
+struct ProcedureHandles {
     std::int64_t values = 0;
     std::int64_t cursors = 0;
     std::int64_t contexts = 0;
-    bool operator==(const LiveHandles&) const = default;
+    bool operator==(const ProcedureHandles&) const = default;
 };
-LiveHandles CountLiveHandles();
+ProcedureHandles CountProcedureHandles();
 
 /// The entries of the table that can be made to fail.
-enum class FaultyEntry {
+enum class ProcedureEntry {
     RegisterProcedure,  ///< answers -1, and the procedure is not known
     MakeRowCursor,      ///< answers -1; the values are given back
     MakeCallbackCursor, ///< answers -1; the state stays with the module
@@ -219,9 +219,9 @@ enum class FaultyEntry {
 };
 
 /// Makes the `inNth` call of the entry from now on fail (1 is the next), and only that one. Off by default.
-void FailEntry(FaultyEntry inEntry, std::uint32_t inNth);
+void FailProcedureEntry(ProcedureEntry inEntry, std::uint32_t inNth);
 
 /// Switches all of them off.
-void ClearFaults();
+void ClearProcedureFaults();
 
 } // namespace orkit::standin
