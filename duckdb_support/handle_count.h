@@ -1,0 +1,57 @@
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <string_view>
+
+namespace orlimbara::duckdb_support {
+
+/// What the owners of handles.h can hold.
+enum class HandleKind : std::size_t {
+    Database,
+    Connection,
+    Config,
+    PreparedStatement,
+    ExtractedStatements,
+    Result,
+    DataChunk,
+    Value,
+    LogicalType,
+    Text,
+    Bytes,
+};
+
+/// Names of the kinds, in the order of HandleKind, for messages of tests.
+inline constexpr std::array<std::string_view, 11> gHandleKindNames = {
+    "database", "connection", "config",       "prepared statement", "extracted statements", "result",
+    "chunk",    "value",      "logical type", "text",               "bytes"};
+
+namespace detail {
+
+/// Counts are statistics and order nothing, so relaxed order is enough.
+inline std::array<std::atomic<std::int64_t>, gHandleKindNames.size()> gLiveHandles = {};
+
+inline void CountHandles(HandleKind inKind, std::int64_t inChange) noexcept {
+    gLiveHandles[static_cast<std::size_t>(inKind)].fetch_add(inChange, std::memory_order_relaxed);
+}
+
+} // namespace detail
+
+/// How many handles of one kind the owners and cells of handles.h hold now, in all threads. Handles that
+/// were released out of an owner don't count; the supplement's own instance (supplement.h) doesn't either.
+inline std::int64_t LiveHandleCount(HandleKind inKind) noexcept {
+    return detail::gLiveHandles[static_cast<std::size_t>(inKind)].load(std::memory_order_relaxed);
+}
+
+/// The sum of LiveHandleCount over all kinds. Zero when nothing is held; a test's fixture checks that.
+inline std::int64_t LiveHandleCount() noexcept {
+    std::int64_t total = 0;
+    for (const auto &count : detail::gLiveHandles) {
+        total += count.load(std::memory_order_relaxed);
+    }
+    return total;
+}
+
+} // namespace orlimbara::duckdb_support
