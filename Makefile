@@ -1,0 +1,39 @@
+# Two commands do everything that is missing: "make run" and "make test". CMake does the work underneath;
+# "cmake --preset release" and friends can be used directly as well.
+
+PRESETS ?= release asan tsan
+
+.PHONY: help setup build run test bench clean distclean
+
+help:
+	@echo 'make run    set up, build, and show the demonstration on three million flights'
+	@echo 'make test   set up, build, and run all tests (PRESETS="$(PRESETS)" can be narrowed)'
+	@echo 'make bench  set up, build, and run the benchmarks (BENCHMARKS, BENCHMARK_ARGS)'
+	@echo 'make build  set up and build build/release/bin'
+	@echo 'make clean  remove build/; make distclean also removes what was fetched (.deps/)'
+	@echo
+	@echo 'DUCKDB_ROOT=folder  take include/ and lib/ of DuckDB from there instead of fetching it'
+	@echo 'JOBS=n              compile and test n at a time (default: one for each processor)'
+
+setup:
+	@scripts/get_packages.sh
+	@scripts/get_duckdb.sh
+	@scripts/get_flights.sh
+
+build: setup
+	@scripts/build.sh release
+
+run: build
+	@if [ -x scripts/run_demo.sh ]; then scripts/run_demo.sh; else build/release/bin/orsql --help; fi
+
+test: setup
+	@scripts/test.sh $(PRESETS)
+
+bench: build
+	@scripts/run_benchmarks.sh
+
+clean:
+	rm -rf build
+
+distclean: clean
+	rm -rf .deps

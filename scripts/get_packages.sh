@@ -1,0 +1,54 @@
+#!/bin/bash
+# Installs the Debian packages that the project needs and does not find. Does nothing where all are there.
+source "$(dirname "$0")/common.sh"
+
+packages=(
+    g++ cmake ninja-build pkg-config ca-certificates
+    rapidjson-dev libutfcpp-dev libicu-dev libfmt-dev
+    libcli11-dev libedit-dev libutf8proc-dev
+    libgtest-dev librapidcheck-dev libbenchmark-dev
+    python3
+)
+# A machine may have these two from elsewhere, and Debian's npm conflicts with other builds of Node.js.
+command -v npm >/dev/null || packages+=(npm)
+python3 -m pip --version >/dev/null 2>&1 || packages+=(python3-pip)
+
+if ! command -v dpkg-query >/dev/null; then
+    say "no dpkg here: install what corresponds to these yourself: ${packages[*]}"
+    exit 0
+fi
+
+missing=()
+for package in "${packages[@]}"; do
+    status=$(dpkg-query -W -f='${db:Status-Status}\n' "$package" 2>/dev/null || true)
+    grep -qx installed <<<"$status" || missing+=("$package")
+done
+[[ ${#missing[@]} -gt 0 ]] || exit 0
+
+as_root=()
+if [[ $(id -u) -ne 0 ]]; then
+    if command -v sudo >/dev/null && { [[ -t 0 ]] || sudo -n true 2>/dev/null; }; then
+        as_root=(sudo)
+    else
+        die "these Debian packages are missing and only root can install them: ${missing[*]}"
+    fi
+fi
+
+apt_get() {
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq -o Dpkg::Use-Pty=0 "$@" </dev/null
+}
+
+say "installing ${missing[*]}"
+updated=
+if ! compgen -G '/var/lib/apt/lists/*_Packages*' >/dev/null; then
+    apt_get update || die "apt-get update failed; these packages are missing: ${missing[*]}"
+    updated=1
+fi
+install=(install -y --no-install-recommends "${missing[@]}")
+if [[ -z $updated ]]; then
+    # Lists that are there may be too old to name files that are still there.
+    apt_get "${install[@]}" || { apt_get update && apt_get "${install[@]}"; } ||
+        die "apt-get could not install: ${missing[*]}"
+else
+    apt_get "${install[@]}" || die "apt-get could not install: ${missing[*]}"
+fi
