@@ -16,6 +16,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "host/procedure_api.h"
@@ -57,7 +58,7 @@ public:
     /// No value: the null handle, as for an argument that is left out.
     ProcedureValue() = default;
     ProcedureValue(const ProcedureValue& inOther);
-    ProcedureValue(ProcedureValue&& inOther) noexcept : mHandle(inOther.mHandle) { inOther.mHandle = nullptr; }
+    ProcedureValue(ProcedureValue&& inOther) noexcept : mHandle(std::exchange(inOther.mHandle, nullptr)) {}
     ProcedureValue& operator=(ProcedureValue inOther) noexcept;
     ~ProcedureValue();
 
@@ -136,7 +137,7 @@ public:
     ProcedureCursor() = default;
     /// Takes the handle; may be null.
     explicit ProcedureCursor(host_cursor inHandle) : mHandle(inHandle) {}
-    ProcedureCursor(ProcedureCursor&& inOther) noexcept : mHandle(inOther.mHandle) { inOther.mHandle = nullptr; }
+    ProcedureCursor(ProcedureCursor&& inOther) noexcept : mHandle(std::exchange(inOther.mHandle, nullptr)) {}
     ProcedureCursor& operator=(ProcedureCursor&& inOther) noexcept;
     ~ProcedureCursor();
 

@@ -1,0 +1,258 @@
+#include "host_standin/procedure_table.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+
+#include "host_standin/procedure_table_values.h"
+
+orlimbara_call_context::orlimbara_call_context() { mUntaken.mPrevious = mUntaken.mNext = &mUntaken; }
+
+orlimbara_call_context::~orlimbara_call_context() {
+    while (mUntaken.mNext != &mUntaken) {
+        orkit::standin::ReleaseProcedureValue(mUntaken.mNext);
+    }
+}
+
+namespace orkit::standin {
+
+namespace detail {
+
+std::atomic<std::int64_t> gValueCount = 0;
+std::atomic<std::int64_t> gCursorCount = 0;
+std::atomic<std::int64_t> gContextCount = 0;
+
+void Require(bool inKept, const char* inWhatIsRequired) noexcept {
+    if (!inKept) {
+        std::fprintf(stderr, "procedure table: %s\n", inWhatIsRequired);
+        std::abort();
+    }
+}
+
+} // namespace detail
+
+namespace {
+
+using detail::NewValue;
+using detail::Require;
+
+/// Calls left until the one that fails; 0 when switched off.
+std::array<std::atomic<std::uint32_t>, 4> gFaults;
+
+struct ProcedureRegistry {
+    std::mutex mMutex;
+    std::vector<RegisteredProcedure> mProcedures;
+};
+
+ProcedureRegistry& GetRegistry() {
+    static ProcedureRegistry registry;
+    return registry;
+}
+
+std::int32_t RegisterProcedure(call_context inContext, const procedure_descriptor* inDescriptor) noexcept {
+    Require(inContext != nullptr && inDescriptor != nullptr,
+            "register_procedure needs a context and a record");
+    Require(inDescriptor->name != nullptr && inDescriptor->signature != nullptr &&
+                inDescriptor->description != nullptr && inDescriptor->callback != nullptr,
+            "a procedure descriptor has three texts and a callback");
+    Require(inDescriptor->zero_32 == 0 && inDescriptor->zero_40 == 0,
+            "two words of a procedure descriptor are zero");
+    if (detail::ShouldFail(ProcedureEntry::RegisterProcedure)) {
+        return -1;
+    }
+    RegisteredProcedure procedure{inDescriptor->name,
+                                  inDescriptor->minimum_arguments,
+                                  inDescriptor->maximum_arguments,
+                                  inDescriptor->signature,
+                                  inDescriptor->description,
+                                  inDescriptor->callback};
+    ProcedureRegistry& registry = GetRegistry();
+    const std::lock_guard lock(registry.mMutex);
+    const auto known = std::ranges::find(registry.mProcedures, procedure.name, &RegisteredProcedure::name);
+    if (known != registry.mProcedures.end()) {
+        *known = std::move(procedure);
+    } else {
+        registry.mProcedures.push_back(std::move(procedure));
+    }
+    return 0;
+}
+
+std::int32_t ArgumentCount(call_context inContext) noexcept {
+    Require(inContext != nullptr, "argument_count needs a context");
+    return static_cast<std::int32_t>(inContext->mArguments.size());
+}
+
+void ReportError(call_context inContext, const char* inText, std::uint64_t inLength) noexcept {
+    Require(inContext != nullptr && inText != nullptr, "report_error needs a context and a text");
+    inContext->mErrors.emplace_back(inText, inLength);
+}
+
+host_value NewBytes(call_context inContext, std::int32_t inType, const char* inBytes, std::uint64_t inLength,
+                    std::uint64_t inZero) noexcept {
+    Require(inBytes != nullptr || inLength == 0, "new_text and new_binary need their bytes");
+    Require(inZero == 0, "the last argument of new_text and new_binary is 0");
+    host_value value = NewValue(inContext, inType, 0);
+    if (value != nullptr && inLength != 0) {
+        value->mBytes.assign(inBytes, inLength);
+    }
+    return value;
+}
+
+host_value NewBinary(call_context inContext, const char* inBytes, std::uint64_t inLength,
+                     std::uint64_t inZero) noexcept {
+    return NewBytes(inContext, HOST_TYPE_BINARY, inBytes, inLength, inZero);
+}
+host_value NewText(call_context inContext, const char* inBytes, std::uint64_t inLength,
+                   std::uint64_t inZero) noexcept {
+    return NewBytes(inContext, HOST_TYPE_TEXT, inBytes, inLength, inZero);
+}
+host_value NewBool(call_context inContext, std::uint8_t inValue) noexcept {
+    return NewValue(inContext, HOST_TYPE_BOOL, inValue != 0 ? 1 : 0);
+}
+host_value NewDate(call_context inContext, std::uint32_t inPacked) noexcept {
+    return NewValue(inContext, HOST_TYPE_DATE, inPacked);
+}
+host_value NewDateTime(call_context inContext, std::uint64_t inPacked) noexcept {
+    return NewValue(inContext, HOST_TYPE_DATETIME, inPacked);
+}
+host_value NewDouble(call_context inContext, double inValue) noexcept {
+    return NewValue(inContext, HOST_TYPE_DOUBLE, std::bit_cast<std::uint64_t>(inValue));
+}
+host_value NewInt64(call_context inContext, std::int64_t inValue) noexcept {
+    return NewValue(inContext, HOST_TYPE_INT64, static_cast<std::uint64_t>(inValue));
+}
+host_value NewTime(call_context inContext, std::uint32_t inPacked) noexcept {
+    return NewValue(inContext, HOST_TYPE_TIME, inPacked);
+}
+host_value NewUInt64(call_context inContext, std::uint64_t inValue) noexcept {
+    return NewValue(inContext, HOST_TYPE_UINT64, inValue);
+}
+
+template <int Index>
+void Reserved() noexcept {
+    std::fprintf(stderr, "procedure table: entry %d is reserved\n", Index);
+    std::abort();
+}
+
+constexpr procedure_api gTable = {
+    .reserved_0 = {Reserved<0>, Reserved<1>},
+    .register_procedure = RegisterProcedure,
+    .reserved_3 = {Reserved<3>, Reserved<4>, Reserved<5>},
+    .argument_count = ArgumentCount,
+    .reserved_7 = {Reserved<7>, Reserved<8>, Reserved<9>},
+    .report_error = ReportError,
+    .reserved_11 = {Reserved<11>, Reserved<12>, Reserved<13>, Reserved<14>},
+    .make_row_cursor = detail::MakeRowCursor,
+    .reserved_16 = {Reserved<16>},
+    .make_callback_cursor = detail::MakeCallbackCursor,
+    .reserved_18 = {Reserved<18>, Reserved<19>},
+    .new_binary = NewBinary,
+    .new_bool = NewBool,
+    .new_date = NewDate,
+    .new_datetime = NewDateTime,
+    .new_double = NewDouble,
+    .new_int64 = NewInt64,
+    .reserved_26 = {Reserved<26>, Reserved<27>},
+    .new_text = NewText,
+    .reserved_29 = {Reserved<29>},
+    .new_time = NewTime,
+    .new_uint64 = NewUInt64,
+    .reserved_32 = {Reserved<32>},
+    .value_is_null = detail::ValueIsNull,
+    .value_type = detail::ValueType,
+    .array_size = detail::ArraySize,
+    .array_element = detail::ArrayElement,
+    .reserved_37 = {Reserved<37>, Reserved<38>, Reserved<39>, Reserved<40>, Reserved<41>},
+    .value_int64 = detail::ValueInt64,
+    .reserved_43 = {Reserved<43>},
+    .value_uint64 = detail::ValueUInt64,
+    .value_text = detail::ValueText,
+};
+
+/// An exception that comes out of the module ends the process here.
+host_cursor Invoke(procedure_callback inCallback, const ProcedureContext& inContext) noexcept {
+    return inCallback(inContext.get_Handle(), inContext.get_ArgumentHandles());
+}
+
+} // namespace
+
+bool detail::ShouldFail(ProcedureEntry inEntry) noexcept {
+    std::atomic<std::uint32_t>& left = gFaults[static_cast<std::size_t>(inEntry)];
+    std::uint32_t calls = left.load(std::memory_order_relaxed);
+    while (calls != 0 && !left.compare_exchange_weak(calls, calls - 1, std::memory_order_relaxed)) {
+    }
+    return calls == 1;
+}
+
+void FailProcedureEntry(ProcedureEntry inEntry, std::uint32_t inNth) {
+    gFaults[static_cast<std::size_t>(inEntry)] = inNth;
+}
+
+void ClearProcedureFaults() {
+    for (std::atomic<std::uint32_t>& fault : gFaults) {
+        fault = 0;
+    }
+}
+
+ProcedureContext::ProcedureContext(std::vector<ProcedureValue> inArguments)
+    : mImp(std::make_unique<orlimbara_call_context>()) {
+    mImp->mArguments = std::move(inArguments);
+    for (const ProcedureValue& argument : mImp->mArguments) {
+        mImp->mArgumentHandles.push_back(argument.get_Handle());
+    }
+    detail::gContextCount.fetch_add(1, std::memory_order_relaxed);
+}
+
+ProcedureContext::~ProcedureContext() { detail::gContextCount.fetch_sub(1, std::memory_order_relaxed); }
+
+const host_value* ProcedureContext::get_ArgumentHandles() const {
+    return mImp->mArgumentHandles.empty() ? nullptr : mImp->mArgumentHandles.data();
+}
+
+const std::vector<std::string>& ProcedureContext::get_Errors() const { return mImp->mErrors; }
+
+const procedure_api* GetProcedureTable() { return &gTable; }
+
+std::vector<RegisteredProcedure> ListProcedures() {
+    ProcedureRegistry& registry = GetRegistry();
+    const std::lock_guard lock(registry.mMutex);
+    return registry.mProcedures;
+}
+
+void ForgetProcedures() {
+    ProcedureRegistry& registry = GetRegistry();
+    const std::lock_guard lock(registry.mMutex);
+    registry.mProcedures.clear();
+}
+
+ProcedureAnswer CallProcedure(std::string_view inName, const std::vector<ProcedureValue>& inArguments) {
+    const std::vector<RegisteredProcedure> procedures = ListProcedures();
+    const auto procedure = std::ranges::find(procedures, inName, &RegisteredProcedure::name);
+    if (procedure == procedures.end()) {
+        return {{}, {"There is no procedure " + std::string(inName) + "."}};
+    }
+    const auto count = static_cast<std::int64_t>(inArguments.size());
+    if (count < procedure->minimumArguments || count > procedure->maximumArguments) {
+        return {{}, {"Wrong number of arguments: " + procedure->name + "(" + procedure->signature + ")."}};
+    }
+    return CallUnchecked(procedure->callback, inArguments);
+}
+
+ProcedureAnswer CallUnchecked(procedure_callback inCallback, const std::vector<ProcedureValue>& inArguments) {
+    const ProcedureContext context(inArguments);
+    ProcedureAnswer answer;
+    answer.cursor = ProcedureCursor(Invoke(inCallback, context));
+    answer.errors = context.get_Errors();
+    Require(static_cast<bool>(answer.cursor) || !answer.errors.empty(),
+            "a procedure gives a cursor or reports an error");
+    return answer;
+}
+
+ProcedureHandles CountProcedureHandles() {
+    return {detail::gValueCount.load(), detail::gCursorCount.load(), detail::gContextCount.load()};
+}
+
+} // namespace orkit::standin
