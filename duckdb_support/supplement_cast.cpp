@@ -1,0 +1,138 @@
+#include "duckdb_support/supplement.h"
+
+#include "duckdb_support/duckdb_internals.h"
+
+#include <duckdb/common/type_visitor.hpp>
+
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+
+#if ORLIMBARA_SUPPLY_CAST_VALUE
+
+namespace internals = orlimbara::duckdb_support::internals;
+using internals::OrElse;
+using internals::Unwrap;
+
+namespace {
+
+/// An empty DuckDB that the casts to and from JSON need: they are not among the casts that work without an
+/// instance. It is made at the first such cast and lives as long as this code is loaded.
+class CastInstance {
+public:
+    /// Casts in the context of a connection; may raise.
+    static bool TryCast(const duckdb::Value &inValue, const duckdb::LogicalType &inType,
+                        duckdb::Value &outValue, std::string &outError) {
+        static CastInstance instance;
+        const std::lock_guard lock(instance.mMutex);
+        duckdb::Connection connection(instance.Database());
+        return inValue.TryCastAs(*connection.context, inType, outValue, &outError);
+    }
+
+private:
+    /// Opened late, so that an opening that failed is tried again. The lock must be held.
+    duckdb::DuckDB &Database() {
+        if (mDatabase == nullptr) {
+            duckdb::DBConfig config;
+            config.SetOptionByName("threads", duckdb::Value::UBIGINT(1)); // none besides the caller's
+            config.SetOptionByName("autoload_known_extensions", duckdb::Value::BOOLEAN(false));
+            config.SetOptionByName("autoinstall_known_extensions", duckdb::Value::BOOLEAN(false));
+            config.SetOptionByName("enable_external_access", duckdb::Value::BOOLEAN(false));
+            auto database = std::make_unique<duckdb::DuckDB>(nullptr, &config);
+            if (!database->ExtensionIsLoaded("json")) {
+                // Without it every text would pass for JSON.
+                throw std::runtime_error("This build of DuckDB has no casts to JSON");
+            }
+            mDatabase = std::move(database);
+        }
+        return *mDatabase;
+    }
+
+    std::mutex mMutex;
+    std::unique_ptr<duckdb::DuckDB> mDatabase;
+};
+
+bool HoldsJson(const duckdb::LogicalType &inType) {
+    return duckdb::TypeVisitor::Contains(
+        inType, [](const duckdb::LogicalType &inPart) { return inPart.IsJSONType(); });
+}
+
+/// Casts without an instance read and write everything as one with the time zone UTC would. So they are
+/// taken wherever they mean the same; of those with JSON, the ones that only take a JSON text over or apart.
+bool NeedsInstance(const duckdb::LogicalType &inFrom, const duckdb::LogicalType &inTo) {
+    if (!HoldsJson(inFrom) && !HoldsJson(inTo)) {
+        return false;
+    }
+    const auto from_json_to = [&](duckdb::LogicalTypeId inId) {
+        return inFrom.IsJSONType() && inTo.id() == inId;
+    };
+    const bool from_variant = inFrom.id() == duckdb::LogicalTypeId::VARIANT && inTo.IsJSONType();
+    return !from_variant && !from_json_to(duckdb::LogicalTypeId::VARIANT) &&
+           !from_json_to(duckdb::LogicalTypeId::VARCHAR);
+}
+
+/// Types that DuckDB knows while it binds a query, but that no value can have.
+bool IsCastable(const duckdb::LogicalType &inType) {
+    return !duckdb::TypeVisitor::Contains(inType, [](const duckdb::LogicalType &inPart) {
+        switch (inPart.id()) {
+        case duckdb::LogicalTypeId::INVALID:
+        case duckdb::LogicalTypeId::UNKNOWN:
+        case duckdb::LogicalTypeId::ANY:
+        case duckdb::LogicalTypeId::UNBOUND:
+        case duckdb::LogicalTypeId::TEMPLATE:
+        case duckdb::LogicalTypeId::STRING_LITERAL:
+        case duckdb::LogicalTypeId::INTEGER_LITERAL:
+            return true;
+        default:
+            return false;
+        }
+    });
+}
+
+bool TryCast(const duckdb::Value &inValue, const duckdb::LogicalType &inType, duckdb::Value &outValue,
+             std::string &outError) noexcept {
+    return OrElse(false, [&] {
+        try {
+            if (!IsCastable(inType)) {
+                outError = "Cannot cast a value to the type " + inType.ToString();
+                return false;
+            }
+            return NeedsInstance(inValue.type(), inType)
+                       ? CastInstance::TryCast(inValue, inType, outValue, outError)
+                       : inValue.DefaultTryCastAs(inType, outValue, &outError);
+        } catch (const std::exception &error) {
+            outError = duckdb::ErrorData(error).RawMessage();
+            return false;
+        }
+    });
+}
+
+} // namespace
+
+extern "C" duckdb_state duckdb_cast_value(duckdb_value value, duckdb_logical_type type, duckdb_value *out,
+                                          char **out_error) {
+    if (out_error != nullptr) {
+        *out_error = nullptr;
+    }
+    if (out == nullptr) {
+        return DuckDBError;
+    }
+    *out = nullptr;
+    if (value == nullptr || type == nullptr) {
+        return DuckDBError;
+    }
+    return OrElse(DuckDBError, [&] {
+        duckdb::Value result;
+        std::string error;
+        if (TryCast(Unwrap(value), Unwrap(type), result, error)) {
+            *out = internals::WrapNew(std::move(result));
+            return DuckDBSuccess;
+        }
+        if (out_error != nullptr && !error.empty()) {
+            *out_error = internals::CopyText(error);
+        }
+        return DuckDBError;
+    });
+}
+
+#endif
