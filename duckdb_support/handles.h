@@ -73,23 +73,38 @@ struct BytesPolicy {
     static void Destroy(Handle *ioHandle) { duckdb_free(*ioHandle); }
 };
 
-/// Stands for a C out-parameter while one call lasts: converts to the pointer that DuckDB writes to, and
-/// hands what DuckDB wrote to the owner when the full expression of the call ends, also by an exception.
-template <typename Owner>
+namespace detail {
+
+template <typename Handle>
+[[nodiscard]] bool IsHeld(const Handle &inHandle) noexcept {
+    return inHandle != nullptr;
+}
+[[nodiscard]] inline bool IsHeld(const duckdb_result &inResult) noexcept {
+    return inResult.internal_data != nullptr;
+}
+
+} // namespace detail
+
+/// Stands for a C out-parameter while one call lasts: DuckDB writes to the owner through it, and when the
+/// full expression of the call ends, also by an exception, what DuckDB wrote is counted. The owner must not
+/// be moved, reset or released within that same expression.
+template <typename Handle>
 class OutParameter {
 public:
-    using Handle = typename Owner::Handle;
-
-    explicit OutParameter(Owner &ioOwner) noexcept : mOwner(ioOwner) {}
-    ~OutParameter() { mOwner.Reset(mHandle); }
+    OutParameter(Handle &ioTarget, HandleKind inKind) noexcept : mTarget(ioTarget), mKind(inKind) {}
+    ~OutParameter() {
+        if (detail::IsHeld(mTarget)) {
+            detail::CountHandles(mKind, 1);
+        }
+    }
     OutParameter(const OutParameter &) = delete;
     OutParameter &operator=(const OutParameter &) = delete;
 
-    operator Handle *() noexcept { return &mHandle; }
+    operator Handle *() noexcept { return &mTarget; }
 
 private:
-    Owner &mOwner;
-    Handle mHandle = {};
+    Handle &mTarget;
+    HandleKind mKind;
 };
 
 /// The one owner of a DuckDB handle, or of none. It ends the handle with DuckDB's matching function and
@@ -119,10 +134,9 @@ public:
     explicit operator bool() const noexcept { return mHandle != nullptr; }
 
     /// For a C out-parameter: `duckdb_connect(database.Get(), connection.Put())`. The owner must be empty.
-    /// It holds the new handle when the statement or condition that the call stands in is done.
-    [[nodiscard]] OutParameter<OwnedHandle> Put() noexcept {
+    [[nodiscard]] OutParameter<Handle> Put() noexcept {
         assert(mHandle == nullptr);
-        return OutParameter<OwnedHandle>(*this);
+        return {mHandle, Policy::kKind};
     }
 
     /// Ends the handle that is held, if any, and takes over another one, which may be null.
@@ -207,13 +221,12 @@ public:
 
     /// True when there is something to read or destroy. A failed run leaves a result that holds the error.
     /// On an empty one `duckdb_rows_changed` and `duckdb_row_count` crash.
-    explicit operator bool() const noexcept { return mResult.internal_data != nullptr; }
+    explicit operator bool() const noexcept { return detail::IsHeld(mResult); }
 
     /// For a C out-parameter: `duckdb_query(connection.Get(), sql, result.Put())`. The owner must be empty.
-    /// It holds the new result when the statement or condition that the call stands in is done.
-    [[nodiscard]] OutParameter<OwnedResult> Put() noexcept {
+    [[nodiscard]] OutParameter<duckdb_result> Put() noexcept {
         assert(!*this);
-        return OutParameter<OwnedResult>(*this);
+        return {mResult, HandleKind::Result};
     }
 
     /// Destroys the result that is held, if any, and takes over another one.
@@ -253,7 +266,7 @@ private:
 /// ends, for all of them at once. The destructor closes nothing: a cell that goes with an open handle
 /// leaves it open, and it stays in the count.
 ///
-/// Get() and the test for a handle may run on any thread; writers need a lock of the caller's.
+/// Get() and the test for a handle may run on any thread; the other operations need a lock of the caller's.
 template <typename Policy>
 class SharedCell {
 public:
@@ -264,37 +277,34 @@ public:
     SharedCell &operator=(const SharedCell &) = delete;
 
     /// The handle, null before it was opened and after Close().
-    [[nodiscard]] Handle Get() const noexcept { return mHandle.load(std::memory_order_acquire); }
+    [[nodiscard]] Handle Get() const noexcept {
+        return std::atomic_ref(mHandle).load(std::memory_order_acquire);
+    }
     explicit operator bool() const noexcept { return Get() != nullptr; }
 
-    /// For a C out-parameter, as OwnedHandle::Put(). The cell must be empty.
-    [[nodiscard]] OutParameter<SharedCell> Put() noexcept {
-        assert(Get() == nullptr);
-        return OutParameter<SharedCell>(*this);
+    /// For a C out-parameter, as OwnedHandle::Put(). The cell must be empty, and DuckDB writes to it as to
+    /// any variable: no other thread may know the cell yet.
+    [[nodiscard]] OutParameter<Handle> Put() noexcept {
+        assert(mHandle == nullptr);
+        return {mHandle, Policy::kKind};
     }
 
-    /// Closes the handle that is held, if any; every holder of the cell then sees null. Swallows what
-    /// DuckDB should raise.
-    void Close() noexcept { Reset(nullptr); }
-
-    /// Closes the handle that is held, if any, and takes over another one, which may be null.
-    void Reset(Handle inHandle) noexcept {
-        Handle old = mHandle.exchange(inHandle, std::memory_order_acq_rel);
-        if (inHandle != nullptr) {
-            detail::CountHandles(Policy::kKind, 1);
-        }
-        if (old == nullptr) {
+    /// Closes the handle that is held, if any; every holder of the cell sees null from then on. Swallows
+    /// what DuckDB should raise.
+    void Close() noexcept {
+        Handle handle = std::atomic_ref(mHandle).exchange(nullptr, std::memory_order_acq_rel);
+        if (handle == nullptr) {
             return;
         }
         detail::CountHandles(Policy::kKind, -1);
         try {
-            Policy::Destroy(&old);
+            Policy::Destroy(&handle);
         } catch (...) { // closing goes on to the next handle whatever happens to this one
         }
     }
 
 private:
-    std::atomic<Handle> mHandle = nullptr;
+    alignas(std::atomic_ref<Handle>::required_alignment) mutable Handle mHandle = nullptr;
 };
 
 using DatabaseCell = SharedCell<DatabasePolicy>;
