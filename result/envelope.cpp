@@ -1,0 +1,58 @@
+#include "result/envelope.h"
+
+#include "result/text.h"
+
+namespace orkit::orsql {
+
+namespace {
+
+/// The letter behind the backslash for a byte that has one, else 0.
+constexpr char EscapeLetter(unsigned char inByte) noexcept {
+    switch (inByte) {
+        case '\b': return 'b';
+        case '\t': return 't';
+        case '\n': return 'n';
+        case '\f': return 'f';
+        case '\r': return 'r';
+        case '"': return '"';
+        case '\\': return '\\';
+        default: return 0;
+    }
+}
+
+}  // namespace
+
+std::string EscapeJsonString(std::string_view inText) {
+    static constexpr char kHexDigits[] = "0123456789abcdef";
+    static constexpr std::size_t kRoomForEscapes = 16;
+
+    std::string escaped;
+    escaped.reserve(inText.size() + kRoomForEscapes);
+    for (const char character : inText) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (const char letter = EscapeLetter(byte)) {
+            escaped += '\\';
+            escaped += letter;
+        } else if (byte < 0x20) {
+            escaped += "\\u00";
+            escaped += kHexDigits[byte >> 4];
+            escaped += kHexDigits[byte & 0xF];
+        } else {
+            escaped += character;
+        }
+    }
+    return escaped;
+}
+
+smart_ptr<I_Value> MakeEnvelopeValue(std::string_view inTypeName, std::string_view inText) {
+    std::string json = R"({"duckdb_variant":true,"variant_type":")";
+    json += EscapeJsonString(inTypeName);
+    json += R"(","value":")";
+    json += EscapeJsonString(inText);
+    json += R"("})";
+    smart_ptr<I_Value> value(CreateValueJSON(false, nullptr, nullptr));
+    value->put_String(StringFromUTF8(json.data(), static_cast<std::ptrdiff_t>(json.size())));
+    return value;
+}
+
+}  // namespace orkit::orsql

@@ -1,0 +1,177 @@
+#include "result/value_conversion.h"
+
+#include <string>
+
+#include "duckdb_support/handles.h"
+#include "duckdb_support/supplement.h"
+#include "result/envelope.h"
+#include "result/text.h"
+
+namespace orkit::orsql {
+
+namespace support = orlimbara::duckdb_support;
+
+namespace {
+
+bool IsNull(duckdb_value inValue) {
+    return !inValue || duckdb_is_null_value(inValue);
+}
+
+smart_ptr<I_Value> DateToValue(duckdb_value inValue) {
+    const duckdb_date_struct date = duckdb_from_date(duckdb_get_date(inValue));
+    smart_ptr<I_Value> value(CreateValueDate(true, nullptr, nullptr));
+    QueryAspect<I_ValueDate>(value.get())
+        ->put_Date(date.year, static_cast<std::uint16_t>(date.month), static_cast<std::uint16_t>(date.day));
+    return value;
+}
+
+smart_ptr<I_Value> TimestampToValue(duckdb_value inValue) {
+    // Raises for infinity, which has no calendar parts.
+    const duckdb_timestamp_struct parts = duckdb_from_timestamp(duckdb_get_timestamp(inValue));
+    const auto part = [](auto inPart) { return static_cast<std::uint16_t>(inPart); };
+    smart_ptr<I_Value> value(CreateValueDateTime(false, nullptr, nullptr));
+    QueryAspect<I_ValueDateTime>(value.get())
+        ->put_DateTime(parts.date.year, part(parts.date.month), part(parts.date.day), part(parts.time.hour),
+                       part(parts.time.min), part(parts.time.sec), part(parts.time.micros / 1000));
+    return value;
+}
+
+/// DuckDB's text of a value; where there is none, the empty text.
+smart_ptr<I_Value> TextOfValue(duckdb_value inValue) {
+    const support::OwnedText text(duckdb_get_varchar(inValue));
+    return TextToStringValue(support::ViewOf(text));
+}
+
+}  // namespace
+
+smart_ptr<I_Value> MakeNullValue() {
+    smart_ptr<I_Value> value(CreateValueBoolean(true, nullptr, nullptr));
+    value->put_IsNull(true);
+    return value;
+}
+
+smart_ptr<I_Value> TextToStringValue(std::string_view inText) {
+    const StToUTF16 wide(inText.data(), static_cast<std::ptrdiff_t>(inText.size()), GetConverter_UTF8());
+    smart_ptr<I_Value> value(CreateValueString(false, nullptr, nullptr));
+    value->put_MaxLength(static_cast<std::uint32_t>(2 * wide.get_Length() + 2));
+    value->put_String(String(wide.c_str(), static_cast<std::ptrdiff_t>(wide.get_Length())));
+    return value;
+}
+
+smart_ptr<I_Value> BytesToValue(const void* inData, std::uint32_t inLength) {
+    smart_ptr<I_Value> value(CreateValueFixedBinary(true, &inLength, nullptr));
+    if (inData && inLength != 0) {
+        value->put_MaxLength(inLength);
+        value->put_Length(inLength);
+        QueryAspect<I_ValueBinary>(value.get())->WriteBytes(inData, inLength);
+    }
+    return value;
+}
+
+smart_ptr<I_Value> BlobToValue(duckdb_value inValue) {
+    const duckdb_blob blob = duckdb_get_blob(inValue);
+    const support::OwnedBytes data(blob.data);
+    return BytesToValue(data.Get(), static_cast<std::uint32_t>(blob.size));
+}
+
+smart_ptr<I_Value> ReadCell(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inRow, duckdb_type inColumnType) {
+    const support::OwnedValue value(duckdb_data_chunk_get_value(inChunk, inColumn, inRow));
+    std::int32_t variantType = 0;
+    const std::int32_t* known = nullptr;
+    if (value && inColumnType == DUCKDB_TYPE_VARIANT) {
+        variantType = duckdb_value_variant_type(value.Get());
+        // A negative number passes: its payload goes out as "UNKNOWN".
+        known = variantType < variant_type::kCount ? &variantType : nullptr;
+    }
+    return DuckDBToValue(value.Get(), known);
+}
+
+smart_ptr<I_Value> DuckDBToValue(duckdb_value inValue, const std::int32_t* inVariantType) {
+    if (IsNull(inValue)) {
+        return MakeNullValue();
+    }
+    const duckdb_type type = duckdb_get_type_id(duckdb_get_value_type(inValue));
+    switch (type) {
+        case DUCKDB_TYPE_BOOLEAN:
+            return MakeValue(CreateValueBoolean, &I_Value::put_Boolean, duckdb_get_bool(inValue));
+        case DUCKDB_TYPE_TINYINT:
+        case DUCKDB_TYPE_SMALLINT:
+            return MakeValue(CreateValueShort, &I_Value::put_Short, duckdb_get_int16(inValue));
+        case DUCKDB_TYPE_INTEGER:
+            return MakeValue(CreateValueLong, &I_Value::put_Long, duckdb_get_int32(inValue));
+        case DUCKDB_TYPE_BIGINT:
+            return MakeValue(CreateValueLLong, &I_Value::put_LLong, duckdb_get_int64(inValue));
+        case DUCKDB_TYPE_UTINYINT:
+            return MakeValue(CreateValueByte, &I_Value::put_Byte, duckdb_get_uint8(inValue));
+        case DUCKDB_TYPE_USMALLINT:
+            return MakeValue(CreateValueUShort, &I_Value::put_UShort, duckdb_get_uint16(inValue));
+        case DUCKDB_TYPE_UINTEGER:
+            return MakeValue(CreateValueULong, &I_Value::put_ULong, duckdb_get_uint32(inValue));
+        case DUCKDB_TYPE_UBIGINT:
+            return MakeValue(CreateValueULLong, &I_Value::put_ULLong, duckdb_get_uint64(inValue));
+        case DUCKDB_TYPE_FLOAT:
+            return MakeValue(CreateValueFloat, &I_Value::put_Float, duckdb_get_float(inValue));
+        case DUCKDB_TYPE_DOUBLE:
+        case DUCKDB_TYPE_DECIMAL:  // digits beyond the reach of a double are gone
+            return MakeValue(CreateValueDouble, &I_Value::put_Double, duckdb_get_double(inValue));
+        case DUCKDB_TYPE_BLOB:
+            return BlobToValue(inValue);
+        case DUCKDB_TYPE_SQLNULL:
+            return MakeNullValue();
+        default:
+            break;
+    }
+    if (type == DUCKDB_TYPE_VARIANT && inVariantType) {
+        const support::OwnedValue child(duckdb_value_variant_child(inValue));
+        return VariantChildToValue(child.Get(), *inVariantType);
+    }
+    return TextOfValue(inValue);
+}
+
+smart_ptr<I_Value> VariantChildToValue(duckdb_value inChild, std::int32_t inVariantType) {
+    if (IsNull(inChild)) {
+        return MakeNullValue();
+    }
+    switch (inVariantType) {
+        case variant_type::kNull:
+            return MakeNullValue();
+        case variant_type::kBoolTrue:
+        case variant_type::kBoolFalse:
+            return MakeValue(CreateValueBoolean, &I_Value::put_Boolean, inVariantType == variant_type::kBoolTrue);
+        case variant_type::kInt8:
+            // Unlike a plain TINYINT it keeps its type.
+            return MakeEnvelopeValue(VariantTypeName(inVariantType), std::to_string(duckdb_get_int8(inChild)));
+        case variant_type::kInt16:
+            return MakeValue(CreateValueShort, &I_Value::put_Short, duckdb_get_int16(inChild));
+        case variant_type::kInt32:
+            return MakeValue(CreateValueLong, &I_Value::put_Long, duckdb_get_int32(inChild));
+        case variant_type::kInt64:
+            return MakeValue(CreateValueLLong, &I_Value::put_LLong, duckdb_get_int64(inChild));
+        case variant_type::kUInt8:
+            return MakeValue(CreateValueByte, &I_Value::put_Byte, duckdb_get_uint8(inChild));
+        case variant_type::kUInt16:
+            return MakeValue(CreateValueUShort, &I_Value::put_UShort, duckdb_get_uint16(inChild));
+        case variant_type::kUInt32:
+            return MakeValue(CreateValueULong, &I_Value::put_ULong, duckdb_get_uint32(inChild));
+        case variant_type::kUInt64:
+            return MakeValue(CreateValueULLong, &I_Value::put_ULLong, duckdb_get_uint64(inChild));
+        case variant_type::kFloat:
+            return MakeValue(CreateValueFloat, &I_Value::put_Float, duckdb_get_float(inChild));
+        case variant_type::kDouble:
+            return MakeValue(CreateValueDouble, &I_Value::put_Double, duckdb_get_double(inChild));
+        case variant_type::kVarchar:
+            return TextOfValue(inChild);
+        case variant_type::kBlob:
+            return BlobToValue(inChild);
+        case variant_type::kDate:
+            return DateToValue(inChild);
+        case variant_type::kTimestampMs:
+            return TimestampToValue(inChild);
+        default:
+            break;
+    }
+    const support::OwnedText text(duckdb_get_varchar(inChild));
+    return MakeEnvelopeValue(VariantTypeName(inVariantType), support::ViewOf(text));
+}
+
+}  // namespace orkit::orsql
