@@ -1,0 +1,26 @@
+#include "result/column_list.h"
+
+#include "duckdb_support/handles.h"
+#include "duckdb_support/supplement.h"
+#include "result/text.h"
+
+namespace orkit::orsql {
+
+namespace support = orlimbara::duckdb_support;
+
+ColumnList::ColumnList(duckdb_result* inResult) : mCount(duckdb_column_count(inResult)) {
+    if (mCount > kInlineColumns) {
+        mHeap = std::make_unique<Column[]>(mCount);
+    }
+    Column* const columns = mHeap ? mHeap.get() : mInline.data();
+    for (idx_t index = 0; index < mCount; ++index) {
+        Column& column = columns[index];
+        column.mName = StringFromUTF8(duckdb_column_name(inResult, index));
+        const support::OwnedLogicalType type(duckdb_column_logical_type(inResult, index));
+        column.mType = duckdb_column_type(inResult, index);
+        const support::OwnedText typeName(duckdb_logical_type_to_string(type.Get()));
+        column.mTypeName = StringFromUTF8(typeName.Get());
+    }
+}
+
+}  // namespace orkit::orsql

@@ -1,0 +1,47 @@
+/// @file
+/// The columns of a result, as a cursor lists them once.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include <duckdb.h>
+
+#include "host/string.h"
+
+namespace orkit::orsql {
+
+/// One column of a result.
+struct Column {
+    String mName;               ///< may be empty
+    String mTypeName;           ///< DuckDB's full text of the type
+    duckdb_type mType = DUCKDB_TYPE_INVALID;
+};
+
+/// A result's columns in order. Those of an ordinary result have room inside the object, so that a cursor
+/// allocates nothing for the list; wider ones go to the heap. Elements never move.
+class ColumnList {
+public:
+    static constexpr std::size_t kInlineColumns = 10;
+
+    /// Asks DuckDB for the columns. The guard must be held.
+    /// @param inResult isn't changed; DuckDB's functions take it without const.
+    explicit ColumnList(duckdb_result* inResult);
+    ColumnList(const ColumnList&) = delete;
+    ColumnList& operator=(const ColumnList&) = delete;
+
+    std::size_t size() const noexcept { return mCount; }
+    const Column* begin() const noexcept { return mHeap ? mHeap.get() : mInline.data(); }
+    const Column* end() const noexcept { return begin() + mCount; }
+    /// @param inIndex below the length.
+    const Column& operator[](std::size_t inIndex) const noexcept { return begin()[inIndex]; }
+
+private:
+    std::size_t mCount;
+    std::array<Column, kInlineColumns> mInline;
+    std::unique_ptr<Column[]> mHeap;
+};
+
+}  // namespace orkit::orsql

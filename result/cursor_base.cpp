@@ -1,0 +1,131 @@
+#include "result/cursor_base.h"
+
+#include <array>
+#include <utility>
+
+#include "database/duckdb_database.h"
+#include "extension/engine_lock_guard.h"
+#include "result/text.h"
+
+namespace orkit::orsql {
+
+namespace support = orlimbara::duckdb_support;
+
+namespace {
+
+[[noreturn]] void RaiseInvalid() {
+    // Not the database's name: the database may be gone.
+    RaiseDuckDBError(kUnknownContext, "DuckDBCursor is invalid");
+}
+
+DuckDBDatabase* RequireDatabase(DuckDBDatabase* inDatabase) {
+    if (!inDatabase) {
+        RaiseInvalid();
+    }
+    return inDatabase;
+}
+
+}  // namespace
+
+DuckDBCursor_imp::DuckDBCursor_imp(DuckDBDatabase* inDatabase, support::OwnedResult inResult)
+    : mDatabase(RequireDatabase(inDatabase)), mResult(std::move(inResult)), mColumns(mResult.Get()) {
+    // Last of all: what raises before this leaves no pointer behind.
+    inDatabase->AddCursor(this);
+}
+
+DuckDBCursor_imp::~DuckDBCursor_imp() {
+    Detach();
+}
+
+std::uint32_t DuckDBCursor_imp::AddRef() {
+    return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1;
+}
+
+std::uint32_t DuckDBCursor_imp::Release() {
+    const std::uint32_t left = mRefCount.fetch_sub(1, std::memory_order_acq_rel) - 1;
+    if (left == 0) {
+        // Before the destruction begins: a Close on another thread must not meet a half-destroyed object.
+        Detach();
+        delete this;
+    }
+    return left;
+}
+
+void* DuckDBCursor_imp::QueryInterface(std::uint32_t inInterfaceId) {
+    static constexpr std::array kTable = {
+        InterfaceRow<DuckDBCursor_imp, I_DuckDBCursor>(interface_id::kDuckDBCursor),
+        InterfaceRow<DuckDBCursor_imp, I_ForeignPlugin>(interface_id::kForeignPlugin),
+        kInterfaceTableEnd,
+    };
+    return InterfaceTableQueryInterface(this, kTable.data(), inInterfaceId);
+}
+
+std::uint32_t DuckDBCursor_imp::get_RefsCount() const {
+    return mRefCount.load(std::memory_order_relaxed);
+}
+
+std::uint32_t DuckDBCursor_imp::get_ColumnCount() const {
+    return static_cast<std::uint32_t>(mColumns.size());
+}
+
+const String& DuckDBCursor_imp::get_ColumnName(std::uint32_t inColumnIndex) const {
+    return inColumnIndex < mColumns.size() ? mColumns[inColumnIndex].mName : String::sEmpty;
+}
+
+const String& DuckDBCursor_imp::get_ColumnTypeName(std::uint32_t inColumnIndex) const {
+    return inColumnIndex < mColumns.size() ? mColumns[inColumnIndex].mTypeName : String::sEmpty;
+}
+
+std::uint32_t DuckDBCursor_imp::get_ColumnType(std::uint32_t inColumnIndex) const {
+    return inColumnIndex < mColumns.size() ? static_cast<std::uint32_t>(mColumns[inColumnIndex].mType) : 0;
+}
+
+smart_ptr<I_DuckDBDatabase> DuckDBCursor_imp::get_Database() const {
+    const EngineLockGuard guard;
+    return DuckDBDatabase::Acquire(mDatabase.load());
+}
+
+void DuckDBCursor_imp::Invalidate() {
+    const EngineLockGuard guard;
+    mDatabase = nullptr;
+    mResult.Reset();
+}
+
+void DuckDBCursor_imp::Dispose() {
+    Detach();
+}
+
+void DuckDBCursor_imp::RequireValid() const {
+    if (!mDatabase.load()) {
+        RaiseInvalid();
+    }
+}
+
+void DuckDBCursor_imp::RequireColumn(std::uint32_t inColumnIndex) const {
+    if (inColumnIndex >= mColumns.size()) {
+        RaiseError("inColumnIndex is out of bounds");
+    }
+}
+
+void DuckDBCursor_imp::RaiseError(const char* inMessage) const {
+    const EngineLockGuard guard;
+    const DuckDBDatabase* const database = mDatabase.load();
+    if (!database) {
+        RaiseInvalid();
+    }
+    RaiseDuckDBError(database->get_Name(), inMessage);
+}
+
+support::OwnedDataChunk DuckDBCursor_imp::FetchChunk() {
+    return support::OwnedDataChunk(duckdb_fetch_chunk(mResult.Struct()));
+}
+
+void DuckDBCursor_imp::Detach() noexcept {
+    const EngineLockGuard guard;
+    mResult.Reset();
+    if (DuckDBDatabase* const database = mDatabase.exchange(nullptr)) {
+        database->RemoveCursor(this);
+    }
+}
+
+}  // namespace orkit::orsql

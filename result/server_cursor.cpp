@@ -1,0 +1,84 @@
+#include "result/server_cursor.h"
+
+#include <exception>
+#include <new>
+#include <utility>
+
+#include "extension/engine_lock_guard.h"
+
+namespace orkit::orsql {
+
+namespace support = orlimbara::duckdb_support;
+
+DuckDBCursor_server::DuckDBCursor_server(DuckDBDatabase* inDatabase, support::OwnedResult inResult)
+    : DuckDBCursor_imp(inDatabase, std::move(inResult)), mReader(Columns(), ChunkReader::Access::AnyCell) {}
+
+bool DuckDBCursor_server::NextRecord() {
+    const EngineLockGuard guard;
+    RequireValid();
+    if (mChunk && mChunkRow + 1 < mChunkSize) {
+        ++mChunkRow;
+        return true;
+    }
+    mReader.Bind(nullptr);
+    mChunk.Reset();
+    mChunk = FetchChunk();
+    mChunkRow = 0;
+    mChunkSize = mChunk ? duckdb_data_chunk_get_size(mChunk.Get()) : 0;
+    if (mChunkSize == 0) {
+        // A chunk without rows counts as the end.
+        mChunk.Reset();
+        return false;
+    }
+    mReader.Bind(mChunk.Get());
+    return true;
+}
+
+smart_ptr<I_Value> DuckDBCursor_server::get_Value(std::uint32_t inColumnIndex) {
+    RequireValid();
+    RequireColumn(inColumnIndex);
+    if (!mChunk) {
+        RaiseError("Data is not available. Use NextRecord() to fetch data.");
+    }
+    if (mChunkRow >= mChunkSize) {
+        RaiseError("Current position is out of bounds");
+    }
+    try {
+        return mReader.Read(inColumnIndex, mChunkRow);
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const std::exception& error) {
+        RaiseError(error.what());
+    }
+}
+
+std::uint64_t DuckDBCursor_server::get_RecordCount() const {
+    Refuse("get_RecordCount() is not supported for server-side cursors");
+}
+
+std::uint32_t DuckDBCursor_server::get_CurrentRecord() const {
+    Refuse("get_CurrentRecord() is not supported for server-side cursors");
+}
+
+bool DuckDBCursor_server::put_CurrentRecord(std::uint32_t) {
+    Refuse("put_CurrentRecord() is not supported for server-side cursors");
+}
+
+bool DuckDBCursor_server::FirstRecord() {
+    Refuse("FirstRecord() is not supported for server-side cursors");
+}
+
+bool DuckDBCursor_server::LastRecord() {
+    Refuse("LastRecord() is not supported for server-side cursors");
+}
+
+bool DuckDBCursor_server::PrevRecord() {
+    Refuse("PrevRecord() is not supported for server-side cursors");
+}
+
+void DuckDBCursor_server::Refuse(const char* inMessage) const {
+    RequireValid();
+    RaiseError(inMessage);
+}
+
+}  // namespace orkit::orsql

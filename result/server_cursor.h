@@ -1,0 +1,38 @@
+/// @file
+/// The cursor that leaves the rows in DuckDB and moves forward only.
+#pragma once
+
+#include <cstdint>
+
+#include "result/chunk_reader.h"
+#include "result/cursor_base.h"
+
+namespace orkit::orsql {
+
+/// Holds one chunk at a time and makes a value at each read. NextRecord takes the guard, get_Value doesn't:
+/// the two must not run at the same time on one cursor.
+class DuckDBCursor_server final : public DuckDBCursor_imp {
+public:
+    /// The guard must be held.
+    DuckDBCursor_server(DuckDBDatabase* inDatabase, orlimbara::duckdb_support::OwnedResult inResult);
+
+    std::uint64_t get_RecordCount() const override;
+    std::uint32_t get_CurrentRecord() const override;
+    bool put_CurrentRecord(std::uint32_t inRecord) override;
+    bool FirstRecord() override;
+    bool LastRecord() override;
+    bool NextRecord() override;
+    bool PrevRecord() override;
+    smart_ptr<I_Value> get_Value(std::uint32_t inColumnIndex) override;
+
+private:
+    /// Raises that an operation is one of client cursors.
+    [[noreturn]] void Refuse(const char* inMessage) const;
+
+    ChunkReader mReader;
+    orlimbara::duckdb_support::OwnedDataChunk mChunk;  // empty before the first row and after the last
+    idx_t mChunkSize = 0;                              // rows of mChunk
+    idx_t mChunkRow = 0;                               // the current row in mChunk, from 0
+};
+
+}  // namespace orkit::orsql
