@@ -1,0 +1,76 @@
+// Close and Drop: the end of a connection and of what hangs on it, and of the database's file.
+
+#include <utility>
+
+#include "database/duckdb_database.h"
+#include "extension/engine_lock_guard.h"
+#include "host/file.h"
+#include "host/runtime.h"
+#include "result/text.h"
+
+namespace orkit::orsql {
+
+namespace {
+
+/// Cuts off all objects of a registry, from the last to the first. The array is read anew each time: the call
+/// can destroy further objects, which take themselves out.
+template <class T>
+void InvalidateAll(const smart_ptr<ArrayOfPtrs<T>>& inRegistry) {
+    while (inRegistry && !inRegistry->isEmpty()) {
+        inRegistry->TakeAt(inRegistry->get_Count() - 1)->Invalidate();
+    }
+}
+
+}  // namespace
+
+void DuckDBDatabase::Close() {
+    if (!Handle()) {
+        return;
+    }
+    const EngineLockGuard guard;
+    if (!mHandle) {
+        return;  // another thread closed while this one waited
+    }
+    InvalidateAll(mQueryResults);
+    InvalidateAll(mCursors);
+    InvalidateAll(mStatements);
+
+    const bool wasConnected = mConnection != nullptr;
+    if (mConnection) {
+        mConnection->Close();
+        mConnection.reset();
+    }
+    SharedDatabaseEntry& row = Row();
+    const std::uint32_t others = row.mConnectionCount - (wasConnected ? 1 : 0);
+    if (mIsReadOnly || others == 0) {
+        mHandle->Close();
+        row.mHandle.reset();
+    }
+    mHasSettings = false;
+    mIsReadOnly = false;
+    SetHandle(nullptr);
+    if (wasConnected) {
+        --row.mConnectionCount;
+    }
+}
+
+void DuckDBDatabase::Drop() {
+    Close();
+    const EngineLockGuard guard;
+    const std::uint32_t count = Row().mConnectionCount;
+    if (count != 0) {
+        String message = "Can not be dropped. ";
+        message << count << " connections are alive.";
+        throw xDuckDBError(error_code::kDuckDB, get_Name().c_str(), message.c_str(), nullptr, nullptr);
+    }
+    const smart_ptr<I_DuckDBExtension> extension = GetDuckDBExtension();
+    if (!extension || extension->get_IsMemoryPath(mPath)) {
+        return;
+    }
+    const smart_ptr<I_File> file(CreateFile(mLocation));
+    file->Open();
+    file->Close();
+    file->ThrowOut();
+}
+
+}  // namespace orkit::orsql

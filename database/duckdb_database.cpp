@@ -1,0 +1,165 @@
+#include "database/duckdb_database.h"
+
+#include <array>
+#include <utility>
+
+#include "extension/engine_lock_guard.h"
+#include "host/runtime.h"
+#include "result/text.h"
+
+namespace orkit::orsql {
+
+DuckDBDatabase::DuckDBDatabase(smart_ptr<I_Location> inLocation)
+    : mPath(inLocation->get_Path()), mLocation(std::move(inLocation)) {}
+
+DuckDBDatabase::~DuckDBDatabase() {
+    try {
+        Close();
+    } catch (...) {  // nobody could take the failure
+    }
+}
+
+smart_ptr<I_DuckDBDatabase> DuckDBDatabase::Acquire(DuckDBDatabase* inDatabase) noexcept {
+    if (!inDatabase) {
+        return nullptr;
+    }
+    std::uint32_t count = inDatabase->mRefCount.load();
+    do {
+        if (count == 0) {
+            return nullptr;
+        }
+    } while (!inDatabase->mRefCount.compare_exchange_weak(count, count + 1));
+    smart_ptr<I_DuckDBDatabase> database(inDatabase);
+    inDatabase->Release();  // the reference that the loop took
+    return database;
+}
+
+std::uint32_t DuckDBDatabase::AddRef() {
+    return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1;
+}
+
+std::uint32_t DuckDBDatabase::Release() {
+    const std::uint32_t left = mRefCount.fetch_sub(1, std::memory_order_acq_rel) - 1;
+    if (left == 0) {
+        delete this;
+    }
+    return left;
+}
+
+void* DuckDBDatabase::QueryInterface(std::uint32_t inInterfaceId) {
+    static constexpr std::array kTable = {
+        InterfaceRow<DuckDBDatabase, I_DuckDBDatabase>(interface_id::kDuckDBDatabase),
+        InterfaceRow<DuckDBDatabase, I_ForeignPlugin>(interface_id::kForeignPlugin),
+        kInterfaceTableEnd,
+    };
+    return InterfaceTableQueryInterface(this, kTable.data(), inInterfaceId);
+}
+
+std::uint32_t DuckDBDatabase::get_RefsCount() const {
+    return mRefCount.load(std::memory_order_relaxed);
+}
+
+void DuckDBDatabase::put_BlockSize(std::uint32_t inBlockSize) {
+    const EngineLockGuard guard;
+    mBlockSize = inBlockSize;
+}
+
+std::uint32_t DuckDBDatabase::get_ConnectionCount() const {
+    const EngineLockGuard guard;
+    return Row().mConnectionCount;
+}
+
+bool DuckDBDatabase::get_Exists() const {
+    const EngineLockGuard guard;
+    if (!mMotherDuckToken.isEmpty()) {
+        return false;
+    }
+    const smart_ptr<I_DuckDBExtension> extension = GetDuckDBExtension();
+    return extension && !extension->get_IsMemoryPath(mPath) && mLocation->get_Exists();
+}
+
+bool DuckDBDatabase::get_IsOpen() const {
+    const std::shared_ptr<DatabaseCell> handle = Handle();
+    return handle && *handle;
+}
+
+bool DuckDBDatabase::get_IsReadOnly() const {
+    return mIsReadOnly;
+}
+
+const String& DuckDBDatabase::get_Name() const {
+    const EngineLockGuard guard;
+    return mLocation->get_Name();
+}
+
+const String& DuckDBDatabase::get_Path() const {
+    const EngineLockGuard guard;
+    return mLocation->get_Path();
+}
+
+void DuckDBDatabase::put_MotherDuckAccess(const String& inToken, const String& inUserAgent) {
+    const EngineLockGuard guard;
+    mMotherDuckToken = inToken;
+    mCustomUserAgent = inUserAgent;
+}
+
+void DuckDBDatabase::put_StorageVersion(const String& inVersion) {
+    const EngineLockGuard guard;
+    mStorageVersion = inVersion;
+}
+
+void DuckDBDatabase::put_Settings(const DuckDBSettings& inSettings) {
+    const EngineLockGuard guard;
+    mSettings = inSettings;
+    mHasSettings = true;
+}
+
+void DuckDBDatabase::AddCursor(I_DuckDBCursor* inCursor) {
+    const EngineLockGuard guard;
+    Register(mCursors, inCursor);
+}
+
+void DuckDBDatabase::RemoveCursor(I_DuckDBCursor* inCursor) {
+    const EngineLockGuard guard;
+    Unregister(mCursors, inCursor);
+}
+
+void DuckDBDatabase::AddQueryResult(I_DuckDBQueryResult* inQueryResult) {
+    const EngineLockGuard guard;
+    Register(mQueryResults, inQueryResult);
+}
+
+void DuckDBDatabase::RemoveQueryResult(I_DuckDBQueryResult* inQueryResult) {
+    const EngineLockGuard guard;
+    Unregister(mQueryResults, inQueryResult);
+}
+
+void DuckDBDatabase::SyncEngineLock() {
+    const EngineLockGuard guard;
+}
+
+void DuckDBDatabase::RaiseError(const char* inMessage) const {
+    RaiseDuckDBError(get_Name(), inMessage);
+}
+
+void DuckDBDatabase::RequireOpen() const {
+    if (!mHandle || !mConnection) {
+        RaiseError("DuckDBDatabase is not open");
+    }
+}
+
+SharedDatabaseEntry& DuckDBDatabase::Row() const {
+    return gSharedDatabases[mLocation->get_Path()];
+}
+
+std::shared_ptr<DatabaseCell> DuckDBDatabase::Handle() const {
+    const std::lock_guard lock(mHandleMutex);
+    return mHandle;
+}
+
+void DuckDBDatabase::SetHandle(std::shared_ptr<DatabaseCell> inHandle) {
+    const std::lock_guard lock(mHandleMutex);
+    mHandle.swap(inHandle);
+}
+
+}  // namespace orkit::orsql

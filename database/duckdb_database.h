@@ -1,0 +1,162 @@
+/// @file
+/// One database: its properties, its connection, and what hangs on it.
+///
+/// Knows DuckDBStatement, and through the registries cursors and query results; all of them know this class.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "database/shared_handles.h"
+#include "host/duckdb_objects.h"
+#include "result/query_result.h"
+
+namespace orkit::orsql {
+
+class EngineLockGuard;
+
+/// The object behind I_DuckDBDatabase.
+///
+/// States: closed (no handle, no connection), open (both), and handle only, after a connection that failed in
+/// Create or Open; Close leads from the last two to the first.
+///
+/// Its sources: duckdb_database.cpp (object, properties, registries), opening.cpp, closing.cpp,
+/// execution.cpp, execution_with_values.cpp, statements.cpp, backup.cpp.
+class DuckDBDatabase final : public I_DuckDBDatabase, public ForeignPlugin_imp, noncopyable {
+public:
+    /// Copies the path; touches neither DuckDB nor the disk. @param inLocation not null.
+    explicit DuckDBDatabase(smart_ptr<I_Location> inLocation);
+    /// Closes, and swallows what that raises.
+    ~DuckDBDatabase() override;
+
+    /// A new reference on a database that a dependant points to, or null if the database is null or its last
+    /// reference is gone already. The guard must be held, since it keeps the object in memory.
+    static smart_ptr<I_DuckDBDatabase> Acquire(DuckDBDatabase* inDatabase) noexcept;
+
+    std::uint32_t AddRef() override;
+    std::uint32_t Release() override;
+    void* QueryInterface(std::uint32_t inInterfaceId) override;
+    std::uint32_t get_RefsCount() const override;
+
+    void put_BlockSize(std::uint32_t inBlockSize) override;
+    std::uint32_t get_ConnectionCount() const override;
+    bool get_Exists() const override;
+    bool get_IsOpen() const override;
+    bool get_IsReadOnly() const override;
+    const String& get_Name() const override;
+    const String& get_Path() const override;
+    void put_MotherDuckAccess(const String& inToken, const String& inUserAgent) override;
+    void put_StorageVersion(const String& inVersion) override;
+    void put_Settings(const DuckDBSettings& inSettings) override;
+
+    void Create() override;
+    void Open() override;
+    void Close() override;
+    void Drop() override;
+    void Backup(smart_ptr<I_Location> inFolder) override;
+
+    smart_ptr<I_DuckDBStatement> CreateStatement(const String& inSql) override;
+    void RemoveStatement(I_DuckDBStatement* inStatement) override;
+    void AddCursor(I_DuckDBCursor* inCursor) override;
+    void RemoveCursor(I_DuckDBCursor* inCursor) override;
+    void AddQueryResult(I_DuckDBQueryResult* inQueryResult) override;
+    void RemoveQueryResult(I_DuckDBQueryResult* inQueryResult) override;
+    void SyncEngineLock() override;
+
+    std::int64_t SqlExecute(const String& inSql, smart_ptr<ValueArray> inParams) override;
+    smart_ptr<I_DuckDBQueryResult> SqlQuery(const String& inSql, std::uint32_t inCursorLocation,
+                                            smart_ptr<ValueArray> inParams) override;
+    smart_ptr<I_DuckDBCursor> SqlSelect(const String& inSql, std::uint32_t inCursorLocation,
+                                        smart_ptr<ValueArray> inParams) override;
+
+    /// The cell of this object's connection; null on a database that isn't open. The guard must be held; the
+    /// reference keeps the cell, not the connection in it.
+    std::shared_ptr<ConnectionCell> get_Connection() const { return mConnection; }
+    /// Raises xDuckDBError with this database's name first. @param inMessage UTF-8.
+    [[noreturn]] void RaiseError(const char* inMessage) const;
+    /// Raises "DuckDBDatabase is not open" unless there are a handle and a connection. The guard must be held.
+    void RequireOpen() const;
+
+private:
+    /// This path's row of `gSharedDatabases`, made if it is missing. The guard must be held.
+    SharedDatabaseEntry& Row() const;
+
+    // opening.cpp; the guard must be held
+    /// Neither in memory nor remote.
+    bool IsFile() const;
+    /// Takes the path's shared handle if this object has none.
+    void JoinSharedHandle();
+    void ApplySettings(duckdb_config inConfig) const;
+    /// Opens a new database and makes its handle this object's and the path's. @return the error's text, empty
+    /// when all went well.
+    std::string CreateHandle();
+    /// Makes the database's file with the storage version and block size that are set. @return as CreateHandle.
+    std::string MakeFile(duckdb_config inConfig) const;
+    String AttachText() const;
+    /// A handle on the path, read-only if that is wanted or if writing isn't possible; sets mIsReadOnly.
+    std::shared_ptr<DatabaseCell> OpenHandle(duckdb_config inConfig, bool inReadOnlyWanted);
+    /// Connects on the handle. @return false if DuckDB refuses.
+    bool Connect();
+    /// Sets the new connection up and counts it.
+    void FinishOpening();
+
+    // execution.cpp; the guard must be held
+    /// The results of a text's statements, in order. Raises, with nothing left alive, what the first failing
+    /// statement says. @param inParams null or empty: the text runs without parameters.
+    ResultList RunSql(const String& inSql, const smart_ptr<ValueArray>& inParams);
+    /// Runs one statement of a script and appends its result. A statement that fails while running is followed by
+    /// a ROLLBACK. @return the error's text, empty when all went well.
+    static std::string RunExtracted(duckdb_connection inConnection, duckdb_extracted_statements inStatements,
+                                    idx_t inIndex, ResultList& ioResults);
+    // execution_with_values.cpp; the guard must be held
+    /// Runs a text of one statement with values, the first for parameter 1. Raises with nothing left alive.
+    /// @param inSql UTF-8. @param inParams not null.
+    orlimbara::duckdb_support::OwnedResult RunWithParameters(const char* inSql,
+                                                             const smart_ptr<ValueArray>& inParams);
+
+    /// mHandle as any thread may read it.
+    std::shared_ptr<DatabaseCell> Handle() const;
+    /// The guard must be held.
+    void SetHandle(std::shared_ptr<DatabaseCell> inHandle);
+
+    std::atomic<std::uint32_t> mRefCount{0};
+    const String mPath;  // as it was at construction
+    const smart_ptr<I_Location> mLocation;
+    String mMotherDuckToken;
+    String mCustomUserAgent;
+    std::uint32_t mBlockSize = 0;
+    String mStorageVersion;
+    DuckDBSettings mSettings;
+    bool mHasSettings = false;
+    std::atomic<bool> mIsReadOnly{false};
+    // Written under the guard, read without it by get_IsOpen: a lock of its own orders just the pointer, so
+    // that asking doesn't wait for a long query.
+    mutable std::mutex mHandleMutex;
+    std::shared_ptr<DatabaseCell> mHandle;
+    std::shared_ptr<ConnectionCell> mConnection;
+    // Live objects that point here; no references.
+    smart_ptr<ArrayOfPtrs<I_DuckDBCursor>> mCursors;
+    smart_ptr<ArrayOfPtrs<I_DuckDBStatement>> mStatements;
+    smart_ptr<ArrayOfPtrs<I_DuckDBQueryResult>> mQueryResults;
+};
+
+/// Enters an object into a registry, which is made on first use with room for 10. The guard must be held.
+template <class T>
+void Register(smart_ptr<ArrayOfPtrs<T>>& ioRegistry, T* inObject) {
+    constexpr std::size_t kFirstRoom = 10;
+    if (!ioRegistry) {
+        ioRegistry = smart_ptr<ArrayOfPtrs<T>>(new ArrayOfPtrs<T>(kFirstRoom));
+    }
+    ioRegistry->Append(inObject);
+}
+
+/// Takes an object out of a registry, which may be null. @return false if it wasn't there. The guard must be held.
+template <class T>
+bool Unregister(const smart_ptr<ArrayOfPtrs<T>>& inRegistry, const T* inObject) noexcept {
+    return inRegistry && inRegistry->Remove(inObject);
+}
+
+}  // namespace orkit::orsql

@@ -1,0 +1,7 @@
+#include "database/shared_handles.h"
+
+namespace orkit::orsql {
+
+std::map<String, SharedDatabaseEntry> gSharedDatabases;
+
+}  // namespace orkit::orsql

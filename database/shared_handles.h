@@ -1,0 +1,27 @@
+/// @file
+/// The table through which the database objects of one path share a DuckDB instance.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+
+#include "duckdb_support/handles.h"
+#include "host/string.h"
+
+namespace orkit::orsql {
+
+using DatabaseCell = orlimbara::duckdb_support::DatabaseCell;
+using ConnectionCell = orlimbara::duckdb_support::ConnectionCell;
+
+/// What is known of one path.
+struct SharedDatabaseEntry {
+    std::shared_ptr<DatabaseCell> mHandle;  ///< what new objects on the path join; null when there is none
+    std::uint32_t mConnectionCount = 0;     ///< objects on the path that hold a connection
+};
+
+/// A row for every path that was asked for, never removed. Read-only handles don't get in. Touched under the
+/// guard alone. At module unload it drops its references and closes no handle.
+extern std::map<String, SharedDatabaseEntry> gSharedDatabases;
+
+}  // namespace orkit::orsql
