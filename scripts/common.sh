@@ -39,7 +39,7 @@ fetch_npm() {
     mkdir "$scratch/npm"
     if ! npm pack --loglevel=error --ignore-scripts --pack-destination "$scratch/npm" "$1@$2" \
         >"$log" 2>&1 </dev/null; then
-        die "$name: npm pack failed: $(grep -m 1 "^npm" "$log" || echo "no answer")"
+        die "$name: npm pack failed: $(grep '^npm' "$log" | grep -m 1 -vE ' (code|errno|syscall) ' || tail -n 1 "$log")"
     fi
     archives=("$scratch"/npm/*.tgz)
     [[ -f ${archives[0]} ]] || die "$name: npm pack gave no archive"

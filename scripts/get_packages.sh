@@ -34,21 +34,23 @@ if [[ $(id -u) -ne 0 ]]; then
     fi
 fi
 
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+
 apt_get() {
-    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -qq -o Dpkg::Use-Pty=0 "$@" </dev/null
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -o Dpkg::Use-Pty=0 "$@" </dev/null >>"$log" 2>&1
+}
+
+give_up() {
+    tail -n 20 "$log" >&2
+    die "apt-get could not install these packages: ${missing[*]}"
 }
 
 say "installing ${missing[*]}"
-updated=
-if ! compgen -G '/var/lib/apt/lists/*_Packages*' >/dev/null; then
-    apt_get update || die "apt-get update failed; these packages are missing: ${missing[*]}"
-    updated=1
-fi
 install=(install -y --no-install-recommends "${missing[@]}")
-if [[ -z $updated ]]; then
+if compgen -G '/var/lib/apt/lists/*_Packages*' >/dev/null; then
     # Lists that are there may be too old to name files that are still there.
-    apt_get "${install[@]}" || { apt_get update && apt_get "${install[@]}"; } ||
-        die "apt-get could not install: ${missing[*]}"
+    apt_get "${install[@]}" || { apt_get update && apt_get "${install[@]}"; } || give_up
 else
-    apt_get "${install[@]}" || die "apt-get could not install: ${missing[*]}"
+    { apt_get update && apt_get "${install[@]}"; } || give_up
 fi
