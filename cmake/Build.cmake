@@ -38,7 +38,7 @@ if(ORLIMBARA_SANITIZE)
         add_compile_options(-fno-sanitize-recover=undefined)
     endif()
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-        # The checks that a sanitizer inserts confuse these two flow analyses; the release build has them.
-        target_compile_options(orlimbara_warnings INTERFACE -Wno-maybe-uninitialized -Wno-null-dereference)
+        # The checks that a sanitizer inserts confuse this flow analysis; the release build has it.
+        target_compile_options(orlimbara_warnings INTERFACE -Wno-maybe-uninitialized)
     endif()
 endif()

@@ -22,7 +22,6 @@ pkg_check_modules(libutf8proc REQUIRED IMPORTED_TARGET libutf8proc)
 
 if(ORLIMBARA_TESTS)
     find_package(GTest REQUIRED)
-    include(GoogleTest)
     find_package(rapidcheck REQUIRED)
 endif()
 if(ORLIMBARA_BENCHMARKS)

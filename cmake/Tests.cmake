@@ -1,15 +1,17 @@
-# Tests: one GoogleTest executable per call.
+# Tests: one GoogleTest executable, and one ctest entry, per call.
 #
 #   orlimbara_add_test(<name>
 #       SOURCES <file>... LIBRARIES <target>...
 #       [LABELS <label>...]        "concurrency": also built and run under the thread sanitizer
 #       [DEPENDS <target>...]      built with the test, for what it loads or starts while it runs
-#       [ENVIRONMENT <VAR=value>...] [ARGUMENTS <argument>...] [TIMEOUT <seconds>]
-#       [SUITE | EACH_CASE])       one ctest entry for the executable (default), or one for each case
+#       [ENVIRONMENT <VAR=value>...] [ARGUMENTS <argument>...] [TIMEOUT <seconds>])
 #
 #   orlimbara_test_environment(<test>...)
 #
 # Gives tests made by a plain add_test() the environment and the timeout of all others.
+#
+# A ctest entry for each case would start DuckDB's 70 MB library thousands of times under the sanitizers;
+# one case runs with build/<preset>/bin/<name> --gtest_filter=...
 
 enable_testing()
 set(ORLIMBARA_TEST_TIMEOUT 300)
@@ -32,7 +34,7 @@ function(orlimbara_test_environment)
 endfunction()
 
 function(orlimbara_add_test name)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "SUITE;EACH_CASE" "TIMEOUT"
+    cmake_parse_arguments(PARSE_ARGV 1 arg "" "TIMEOUT"
         "SOURCES;LIBRARIES;LABELS;DEPENDS;ENVIRONMENT;ARGUMENTS")
     if(arg_UNPARSED_ARGUMENTS)
         message(FATAL_ERROR "orlimbara_add_test(${name}): unknown arguments ${arg_UNPARSED_ARGUMENTS}")
@@ -45,24 +47,12 @@ function(orlimbara_add_test name)
     if("concurrency" IN_LIST arg_LABELS)
         add_dependencies(concurrency_tests ${name})
     endif()
-    if(NOT arg_TIMEOUT)
-        set(arg_TIMEOUT ${ORLIMBARA_TEST_TIMEOUT})
-    endif()
-    set(environment ${ORLIMBARA_TEST_ENVIRONMENT} ${arg_ENVIRONMENT})
 
-    if(arg_EACH_CASE)
-        # gtest_discover_tests hands properties on as text: keep the list in one piece.
-        string(REPLACE ";" "\\;" environment "${environment}")
-        gtest_discover_tests(${name}
-            DISCOVERY_MODE PRE_TEST
-            EXTRA_ARGS ${arg_ARGUMENTS}
-            TEST_PREFIX "${name}."
-            PROPERTIES LABELS "${arg_LABELS}" TIMEOUT ${arg_TIMEOUT} ENVIRONMENT "${environment}")
-        return()
+    add_test(NAME ${name} COMMAND ${name} ${arg_ARGUMENTS})
+    orlimbara_test_environment(${name})
+    set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT ${arg_ENVIRONMENT})
+    set_property(TEST ${name} PROPERTY LABELS ${arg_LABELS})
+    if(arg_TIMEOUT)
+        set_property(TEST ${name} PROPERTY TIMEOUT ${arg_TIMEOUT})
     endif()
-    add_test(NAME ${name} COMMAND ${name} --gtest_brief=1 ${arg_ARGUMENTS})
-    set_tests_properties(${name} PROPERTIES
-        LABELS "${arg_LABELS}"
-        TIMEOUT ${arg_TIMEOUT}
-        ENVIRONMENT "${environment}")
 endfunction()
