@@ -1,10 +1,84 @@
+// Backup: the export of a database into a new folder.
+
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <utility>
+
 #include "database/duckdb_database.h"
-#include "host/exceptions.h"
+#include "extension/engine_lock_guard.h"
+#include "host/backup.h"
+#include "host/file.h"
+#include "result/text.h"
 
 namespace orkit::orsql {
 
-void DuckDBDatabase::Backup(smart_ptr<I_Location>) {
-    throw xFeatureError(error_code::kFeature, "orDuckDB - backup");
+namespace support = orlimbara::duckdb_support;
+
+namespace {
+
+/// The folder that holds the backups of a database: the server's own if its settings name one, also where
+/// that is unusable; else the caller's; else one beside the database.
+smart_ptr<I_Location> ChooseFolder(smart_ptr<I_Location> inFolder, const I_Location& inDatabase) {
+    if (std::optional<smart_ptr<I_Location>> server = gServerBackupLocation()) {
+        return *std::move(server);
+    }
+    return inFolder ? inFolder : PrepareFolder(inDatabase.get_ParentLocation(), "Backup/");
+}
+
+bool IsAvailable(const smart_ptr<I_Location>& inFolder) {
+    const I_Folder* const folder = QueryAspect<I_Folder>(inFolder.get());
+    return folder && folder->get_Exists();
+}
+
+/// Puts the file into the backup by which the host knows that it is one, and of which database.
+void WriteMarker(const I_Location& inBackup, const I_Location& inDatabase) {
+    String name = inDatabase.get_Name();
+    name << "." << gorDuckDB_backup_sfx;
+    const smart_ptr<FileWin> file(new FileWin);
+    file->put_Location(inBackup.get_ChildLocation(name));
+    file->Create();
+    file->Write(gorDuckDB_backup_sfx, 0, static_cast<std::uint32_t>(std::strlen(gorDuckDB_backup_sfx)));
+}
+
+/// The export statement in UTF-8.
+std::string ExportText(const I_Location& inBackup) {
+    const OwnedTextU path(EscapeStringU(inBackup.get_Path().c_str(), 0));
+    String text = "EXPORT DATABASE '";
+    text << path.get()
+         << "' ( FORMAT PARQUET, COMPRESSION ZSTD, ROW_GROUP_SIZE 100_000, PARQUET_VERSION V2 )";
+    return StFromUTF16(text, GetConverter_UTF8()).c_str();
+}
+
+}  // namespace
+
+void DuckDBDatabase::Backup(smart_ptr<I_Location> inFolder) {
+    std::shared_ptr<ConnectionCell> connection;
+    std::string exportText;
+    {
+        const EngineLockGuard guard;
+        RequireOpen();
+        connection = mConnection;
+        const smart_ptr<I_Location> folder = ChooseFolder(std::move(inFolder), *mLocation);
+        if (!IsAvailable(folder)) {
+            RaiseError("DuckDBDatabase backup folder is not available");
+        }
+        const smart_ptr<I_Location> backup = gCreateBackupLocation(folder);
+        WriteMarker(*backup, *mLocation);
+        exportText = ExportText(*backup);
+    }
+    // An export can take long, and the whole engine waits for the lock: it runs without.
+    std::string error;
+    {
+        support::OwnedResult result;
+        if (duckdb_query(connection->Get(), exportText.c_str(), result.Put()) == DuckDBSuccess) {
+            return;
+        }
+        error = TextOr(duckdb_result_error(result.Get()), "Unknown DuckDB backup error");
+    }
+    const EngineLockGuard guard;
+    RaiseError(error.c_str());
 }
 
 }  // namespace orkit::orsql

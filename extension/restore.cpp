@@ -1,9 +1,40 @@
+// RestoreDatabase: a new database from a backup.
+
+#include "database/duckdb_database.h"
 #include "extension/duckdb_extension.h"
+#include "extension/engine_lock_guard.h"
 #include "host/exceptions.h"
 
 using namespace orkit;
 using namespace orkit::orsql;
 
-smart_ptr<I_DuckDBDatabase> DuckDBExtension::RestoreDatabase(smart_ptr<I_Location>, smart_ptr<I_Location>) {
-    throw xFeatureError(error_code::kFeature, "orDuckDB - restore");
+namespace {
+
+String ImportText(const I_Location& inBackup) {
+    const OwnedTextU path(EscapeStringU(inBackup.get_Path().c_str(), 0));
+    String text = "IMPORT DATABASE '";
+    text << path.get() << "'";
+    return text;
+}
+
+}  // namespace
+
+smart_ptr<I_DuckDBDatabase> DuckDBExtension::RestoreDatabase(smart_ptr<I_Location> inLocation,
+                                                             smart_ptr<I_Location> inBackupLocation) {
+    if (!inLocation) {
+        throw xDBError(error_code::kNullLocation);
+    }
+    if (!inBackupLocation || !inBackupLocation->get_Exists()) {
+        throw xDBError(error_code::kMissingBackup);
+    }
+    const EngineLockGuard guard;
+    smart_ptr<I_DuckDBDatabase> database(new DuckDBDatabase(inLocation));
+    if (inLocation->get_Exists()) {
+        // Create would swallow it that others hold the path, and the import go into their database.
+        database->Drop();
+    }
+    database->Create();
+    database->SqlExecute(ImportText(*inBackupLocation), nullptr);
+    database->Close();
+    return database;
 }
