@@ -41,7 +41,8 @@ duckdb_value duckdb_value_variant_child(duckdb_value value);
 /// with duckdb_free. `out_error` may be null, and its text too when there is none to tell.
 ///
 /// Casts from text to JSON check the text, as SQL does. They go through an instance of DuckDB that this
-/// function keeps for itself, one at a time.
+/// function keeps for itself, one at a time. A JSON text that is nested deeper than 1000 levels casts to
+/// text alone.
 duckdb_state duckdb_cast_value(duckdb_value value, duckdb_logical_type type, duckdb_value *out,
                                char **out_error);
 #endif

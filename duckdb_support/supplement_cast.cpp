@@ -89,6 +89,48 @@ bool IsCastable(const duckdb::LogicalType &inType) {
     });
 }
 
+/// VARIANT as `duckdb_create_logical_type` makes it: without the fields that its vectors are made of.
+bool IsBareVariant(const duckdb::LogicalType &inType) {
+    return inType.id() == duckdb::LogicalTypeId::VARIANT && inType.AuxInfo() == nullptr;
+}
+
+/// The type with every VARIANT in it complete.
+duckdb::LogicalType Complete(const duckdb::LogicalType &inType) {
+    if (!duckdb::TypeVisitor::Contains(inType, IsBareVariant)) {
+        return inType;
+    }
+    return duckdb::TypeVisitor::VisitReplace(inType, [](const duckdb::LogicalType &inPart) {
+        return IsBareVariant(inPart) ? duckdb::LogicalType::VARIANT() : inPart;
+    });
+}
+
+/// DuckDB takes a JSON text apart by recursion, which the stack of a host's thread must bear.
+constexpr int kMaxJsonDepth = 1000;
+
+bool IsTooDeep(const duckdb::Value &inValue) {
+    if (!inValue.type().IsJSONType() || inValue.IsNull()) {
+        return false;
+    }
+    int depth = 0;
+    bool in_string = false;
+    bool escaped = false;
+    for (const char byte : duckdb::StringValue::Get(inValue)) {
+        if (escaped) {
+            escaped = false;
+        } else if (in_string) {
+            escaped = byte == '\\';
+            in_string = byte != '"';
+        } else if (byte == '"') {
+            in_string = true;
+        } else if ((byte == '[' || byte == '{') && ++depth > kMaxJsonDepth) {
+            return true;
+        } else if (byte == ']' || byte == '}') {
+            --depth;
+        }
+    }
+    return false;
+}
+
 bool TryCast(const duckdb::Value &inValue, const duckdb::LogicalType &inType, duckdb::Value &outValue,
              std::string &outError) noexcept {
     return OrElse(false, [&] {
@@ -97,9 +139,14 @@ bool TryCast(const duckdb::Value &inValue, const duckdb::LogicalType &inType, du
                 outError = "Cannot cast a value to the type " + inType.ToString();
                 return false;
             }
-            return NeedsInstance(inValue.type(), inType)
-                       ? CastInstance::TryCast(inValue, inType, outValue, outError)
-                       : inValue.DefaultTryCastAs(inType, outValue, &outError);
+            const duckdb::LogicalType type = Complete(inType);
+            if (type.id() != duckdb::LogicalTypeId::VARCHAR && IsTooDeep(inValue)) {
+                outError = "JSON is nested deeper than " + std::to_string(kMaxJsonDepth) + " levels";
+                return false;
+            }
+            return NeedsInstance(inValue.type(), type)
+                       ? CastInstance::TryCast(inValue, type, outValue, outError)
+                       : inValue.DefaultTryCastAs(type, outValue, &outError);
         } catch (const std::exception &error) {
             outError = duckdb::ErrorData(error).RawMessage();
             return false;

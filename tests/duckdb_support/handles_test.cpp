@@ -1,0 +1,130 @@
+#include "support_test.h"
+
+#include <cstring>
+#include <memory>
+
+namespace orlimbara::duckdb_support::test {
+namespace {
+
+/// A handle that counts how often each one is ended, for what the real handles can't tell.
+struct ProbePolicy {
+    using Handle = int *;
+    static constexpr HandleKind kKind = HandleKind::Bytes;
+    static void Destroy(Handle *ioHandle) {
+        ++**ioHandle;
+        throw 1; // an owner must bear that
+    }
+};
+using Probe = OwnedHandle<ProbePolicy>;
+
+TEST(OwnedHandle, EndsEachHandleExactlyOnce) {
+    int ended[3] = {};
+    const std::int64_t before = LiveHandleCount();
+    {
+        Probe first(&ended[0]);
+        Probe second(std::move(first));
+        EXPECT_FALSE(first);
+        EXPECT_EQ(second.Get(), &ended[0]);
+        Probe third(&ended[1]);
+        EXPECT_EQ(LiveHandleCount(), before + 2);
+        third = std::move(second);
+        EXPECT_EQ(ended[1], 1) << "an assignment ends what was held";
+        EXPECT_EQ(ended[0], 0);
+        third.Reset(third.Get());
+        EXPECT_EQ(ended[0], 0) << "a handle survives being given to its own owner";
+        third.Reset(&ended[2]);
+        EXPECT_EQ(ended[0], 1);
+        EXPECT_EQ(third.Release(), &ended[2]);
+        EXPECT_EQ(LiveHandleCount(), before);
+        EXPECT_FALSE(third);
+        *third.Put() = &ended[1];
+        EXPECT_EQ(LiveHandleCount(), before + 1);
+    }
+    EXPECT_EQ(ended[0], 1);
+    EXPECT_EQ(ended[1], 2);
+    EXPECT_EQ(ended[2], 0) << "a released handle is the caller's";
+    EXPECT_EQ(LiveHandleCount(), before);
+}
+
+TEST(OwnedHandle, IsUsableLaterInTheExpressionThatFillsIt) {
+    OwnedDatabase database;
+    OwnedConnection connection;
+    ASSERT_TRUE(duckdb_open(nullptr, database.Put()) == DuckDBSuccess &&
+                duckdb_connect(database.Get(), connection.Put()) == DuckDBSuccess);
+    EXPECT_EQ(LiveHandleCount(HandleKind::Database), 1);
+    EXPECT_EQ(LiveHandleCount(HandleKind::Connection), 1);
+}
+
+TEST(OwnedHandle, CountsNothingForACallThatFailed) {
+    OwnedDatabase database;
+    OwnedText error;
+    EXPECT_EQ(duckdb_open_ext("/no/such/folder/x.duckdb", database.Put(), nullptr, error.Put()), DuckDBError);
+    EXPECT_FALSE(database);
+    EXPECT_NE(ViewOf(error).find("x.duckdb"), std::string_view::npos);
+    EXPECT_EQ(LiveHandleCount(HandleKind::Database), 0);
+    EXPECT_EQ(LiveHandleCount(HandleKind::Text), 1);
+}
+
+class OwnedResultTest : public SupportTest {};
+
+TEST_F(OwnedResultTest, HandsTheStructOnAndForgetsIt) {
+    OwnedResult result = Run("SELECT 42");
+    EXPECT_EQ(LiveHandleCount(HandleKind::Result), 1);
+    duckdb_result given = result.Release();
+    EXPECT_EQ(LiveHandleCount(HandleKind::Result), 0);
+    const duckdb_result zeros = {};
+    EXPECT_EQ(std::memcmp(&result.Struct(), &zeros, sizeof(zeros)), 0);
+
+    OwnedResult taker(given);
+    EXPECT_EQ(duckdb_row_count(taker.Get()), 1);
+    OwnedResult other = Run("SELECT 1 WHERE false");
+    other = std::move(taker);
+    EXPECT_FALSE(taker);
+    EXPECT_EQ(duckdb_row_count(other.Get()), 1);
+    EXPECT_EQ(LiveHandleCount(HandleKind::Result), 1);
+}
+
+TEST_F(OwnedResultTest, HoldsAFailedResultForItsError) {
+    OwnedResult result;
+    ASSERT_EQ(duckdb_query(mConnection.Get(), "SELECT nothing", result.Put()), DuckDBError);
+    ASSERT_TRUE(result);
+    EXPECT_NE(std::string(duckdb_result_error(result.Get())).find("nothing"), std::string::npos);
+    result.Reset();
+    EXPECT_FALSE(result);
+    EXPECT_EQ(LiveHandleCount(HandleKind::Result), 0);
+}
+
+TEST(SharedCell, ClosesForAllHoldersAtOnceAndOnlyWhenTold) {
+    const auto cell = std::make_shared<DatabaseCell>();
+    EXPECT_FALSE(*cell);
+    ASSERT_EQ(duckdb_open(nullptr, cell->Put()), DuckDBSuccess);
+    auto holder = cell;
+    const duckdb_database kept = cell->Get();
+    holder.reset();
+    EXPECT_EQ(cell->Get(), kept);
+    EXPECT_EQ(LiveHandleCount(HandleKind::Database), 1);
+    holder = cell;
+    holder->Close();
+    EXPECT_FALSE(*cell);
+    EXPECT_EQ(LiveHandleCount(HandleKind::Database), 0);
+    cell->Close();
+    EXPECT_EQ(LiveHandleCount(HandleKind::Database), 0);
+}
+
+TEST(SharedCell, LeavesItsHandleOpenWhenItGoes) {
+    duckdb_database left = nullptr;
+    {
+        DatabaseCell cell;
+        ASSERT_EQ(duckdb_open(nullptr, cell.Put()), DuckDBSuccess);
+        left = cell.Get();
+    }
+    EXPECT_EQ(LiveHandleCount(HandleKind::Database), 1);
+    OwnedConnection connection;
+    EXPECT_EQ(duckdb_connect(left, connection.Put()), DuckDBSuccess);
+    connection.Reset();
+    duckdb_close(&left);
+    detail::CountHandles(HandleKind::Database, -1); // the cell's share, for the tests that follow
+}
+
+} // namespace
+} // namespace orlimbara::duckdb_support::test
