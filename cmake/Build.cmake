@@ -42,3 +42,7 @@ if(ORLIMBARA_SANITIZE)
         target_compile_options(orlimbara_warnings INTERFACE -Wno-maybe-uninitialized)
     endif()
 endif()
+
+# A fuzzer links this besides what it drives; it supplies main().
+add_library(orlimbara_fuzzer INTERFACE)
+target_link_options(orlimbara_fuzzer INTERFACE -fsanitize=fuzzer)
