@@ -12,20 +12,18 @@
 namespace orlimbara::duckdb_support::internals {
 
 /// What DuckDB's own C functions take their handles for.
-inline duckdb::Value &Unwrap(duckdb_value inValue) {
-    return *reinterpret_cast<duckdb::Value *>(inValue);
+inline duckdb::Value& Unwrap(duckdb_value inValue) { return *reinterpret_cast<duckdb::Value*>(inValue); }
+inline duckdb::LogicalType& Unwrap(duckdb_logical_type inType) {
+    return *reinterpret_cast<duckdb::LogicalType*>(inType);
 }
-inline duckdb::LogicalType &Unwrap(duckdb_logical_type inType) {
-    return *reinterpret_cast<duckdb::LogicalType *>(inType);
+inline duckdb::DataChunk& Unwrap(duckdb_data_chunk inChunk) {
+    return *reinterpret_cast<duckdb::DataChunk*>(inChunk);
 }
-inline duckdb::DataChunk &Unwrap(duckdb_data_chunk inChunk) {
-    return *reinterpret_cast<duckdb::DataChunk *>(inChunk);
+inline duckdb::ExtractStatementsWrapper& Unwrap(duckdb_extracted_statements inStatements) {
+    return *reinterpret_cast<duckdb::ExtractStatementsWrapper*>(inStatements);
 }
-inline duckdb::ExtractStatementsWrapper &Unwrap(duckdb_extracted_statements inStatements) {
-    return *reinterpret_cast<duckdb::ExtractStatementsWrapper *>(inStatements);
-}
-inline duckdb::Connection &Unwrap(duckdb_connection inConnection) {
-    return *reinterpret_cast<duckdb::Connection *>(inConnection);
+inline duckdb::Connection& Unwrap(duckdb_connection inConnection) {
+    return *reinterpret_cast<duckdb::Connection*>(inConnection);
 }
 
 /// A new value for the caller of the C interface to destroy.
@@ -34,8 +32,8 @@ inline duckdb_value WrapNew(duckdb::Value inValue) {
 }
 
 /// A copy of a text for the caller of the C interface to give back with duckdb_free; null without memory.
-inline char *CopyText(const std::string &inText) noexcept {
-    auto *copy = static_cast<char *>(duckdb_malloc(inText.size() + 1));
+inline char* CopyText(const std::string& inText) noexcept {
+    auto* copy = static_cast<char*>(duckdb_malloc(inText.size() + 1));
     if (copy != nullptr) {
         std::memcpy(copy, inText.c_str(), inText.size() + 1);
     }
@@ -44,7 +42,7 @@ inline char *CopyText(const std::string &inText) noexcept {
 
 /// Gives what the function gives, or the fallback when it raises: no exception may reach a C caller.
 template <typename Result, typename Function>
-Result OrElse(Result inFallback, Function &&inFunction) noexcept {
+Result OrElse(Result inFallback, Function&& inFunction) noexcept {
     try {
         return std::forward<Function>(inFunction)();
     } catch (...) {

@@ -25,8 +25,9 @@ enum class HandleKind : std::size_t {
 
 /// Names of the kinds, in the order of HandleKind, for messages of tests.
 inline constexpr std::array<std::string_view, 11> gHandleKindNames = {
-    "database", "connection", "config",       "prepared statement", "extracted statements", "result",
-    "chunk",    "value",      "logical type", "text",               "bytes"};
+    "database", "connection", "config", "prepared statement", "extracted statements",
+    "result",   "chunk",      "value",  "logical type",       "text",
+    "bytes"};
 
 namespace detail {
 
@@ -48,7 +49,7 @@ inline std::int64_t LiveHandleCount(HandleKind inKind) noexcept {
 /// The sum of LiveHandleCount over all kinds. Zero when nothing is held; a test's fixture checks that.
 inline std::int64_t LiveHandleCount() noexcept {
     std::int64_t total = 0;
-    for (const auto &count : detail::gLiveHandles) {
+    for (const auto& count : detail::gLiveHandles) {
         total += count.load(std::memory_order_relaxed);
     }
     return total;

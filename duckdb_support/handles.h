@@ -16,70 +16,70 @@ namespace orlimbara::duckdb_support {
 struct DatabasePolicy {
     using Handle = duckdb_database;
     static constexpr HandleKind kKind = HandleKind::Database;
-    static void Destroy(Handle *ioHandle) { duckdb_close(ioHandle); }
+    static void Destroy(Handle* ioHandle) { duckdb_close(ioHandle); }
 };
 
 struct ConnectionPolicy {
     using Handle = duckdb_connection;
     static constexpr HandleKind kKind = HandleKind::Connection;
-    static void Destroy(Handle *ioHandle) { duckdb_disconnect(ioHandle); }
+    static void Destroy(Handle* ioHandle) { duckdb_disconnect(ioHandle); }
 };
 
 struct ConfigPolicy {
     using Handle = duckdb_config;
     static constexpr HandleKind kKind = HandleKind::Config;
-    static void Destroy(Handle *ioHandle) { duckdb_destroy_config(ioHandle); }
+    static void Destroy(Handle* ioHandle) { duckdb_destroy_config(ioHandle); }
 };
 
 struct PreparedStatementPolicy {
     using Handle = duckdb_prepared_statement;
     static constexpr HandleKind kKind = HandleKind::PreparedStatement;
-    static void Destroy(Handle *ioHandle) { duckdb_destroy_prepare(ioHandle); }
+    static void Destroy(Handle* ioHandle) { duckdb_destroy_prepare(ioHandle); }
 };
 
 struct ExtractedStatementsPolicy {
     using Handle = duckdb_extracted_statements;
     static constexpr HandleKind kKind = HandleKind::ExtractedStatements;
-    static void Destroy(Handle *ioHandle) { duckdb_destroy_extracted(ioHandle); }
+    static void Destroy(Handle* ioHandle) { duckdb_destroy_extracted(ioHandle); }
 };
 
 struct DataChunkPolicy {
     using Handle = duckdb_data_chunk;
     static constexpr HandleKind kKind = HandleKind::DataChunk;
-    static void Destroy(Handle *ioHandle) { duckdb_destroy_data_chunk(ioHandle); }
+    static void Destroy(Handle* ioHandle) { duckdb_destroy_data_chunk(ioHandle); }
 };
 
 struct ValuePolicy {
     using Handle = duckdb_value;
     static constexpr HandleKind kKind = HandleKind::Value;
-    static void Destroy(Handle *ioHandle) { duckdb_destroy_value(ioHandle); }
+    static void Destroy(Handle* ioHandle) { duckdb_destroy_value(ioHandle); }
 };
 
 struct LogicalTypePolicy {
     using Handle = duckdb_logical_type;
     static constexpr HandleKind kKind = HandleKind::LogicalType;
-    static void Destroy(Handle *ioHandle) { duckdb_destroy_logical_type(ioHandle); }
+    static void Destroy(Handle* ioHandle) { duckdb_destroy_logical_type(ioHandle); }
 };
 
 struct TextPolicy {
-    using Handle = char *;
+    using Handle = char*;
     static constexpr HandleKind kKind = HandleKind::Text;
-    static void Destroy(Handle *ioHandle) { duckdb_free(*ioHandle); }
+    static void Destroy(Handle* ioHandle) { duckdb_free(*ioHandle); }
 };
 
 struct BytesPolicy {
-    using Handle = void *;
+    using Handle = void*;
     static constexpr HandleKind kKind = HandleKind::Bytes;
-    static void Destroy(Handle *ioHandle) { duckdb_free(*ioHandle); }
+    static void Destroy(Handle* ioHandle) { duckdb_free(*ioHandle); }
 };
 
 namespace detail {
 
 template <typename Handle>
-[[nodiscard]] bool IsHeld(const Handle &inHandle) noexcept {
+[[nodiscard]] bool IsHeld(const Handle& inHandle) noexcept {
     return inHandle != nullptr;
 }
-[[nodiscard]] inline bool IsHeld(const duckdb_result &inResult) noexcept {
+[[nodiscard]] inline bool IsHeld(const duckdb_result& inResult) noexcept {
     return inResult.internal_data != nullptr;
 }
 
@@ -91,19 +91,19 @@ template <typename Handle>
 template <typename Handle>
 class OutParameter {
 public:
-    OutParameter(Handle &ioTarget, HandleKind inKind) noexcept : mTarget(ioTarget), mKind(inKind) {}
+    OutParameter(Handle& ioTarget, HandleKind inKind) noexcept : mTarget(ioTarget), mKind(inKind) {}
     ~OutParameter() {
         if (detail::IsHeld(mTarget)) {
             detail::CountHandles(mKind, 1);
         }
     }
-    OutParameter(const OutParameter &) = delete;
-    OutParameter &operator=(const OutParameter &) = delete;
+    OutParameter(const OutParameter&) = delete;
+    OutParameter& operator=(const OutParameter&) = delete;
 
-    operator Handle *() noexcept { return &mTarget; }
+    operator Handle*() noexcept { return &mTarget; }
 
 private:
-    Handle &mTarget;
+    Handle& mTarget;
     HandleKind mKind;
 };
 
@@ -119,8 +119,8 @@ public:
     /// Takes over a handle, which may be null.
     explicit OwnedHandle(Handle inHandle) noexcept : mHandle(inHandle) { Count(1); }
 
-    OwnedHandle(OwnedHandle &&inOther) noexcept : mHandle(std::exchange(inOther.mHandle, nullptr)) {}
-    OwnedHandle &operator=(OwnedHandle &&inOther) noexcept {
+    OwnedHandle(OwnedHandle&& inOther) noexcept : mHandle(std::exchange(inOther.mHandle, nullptr)) {}
+    OwnedHandle& operator=(OwnedHandle&& inOther) noexcept {
         if (this != &inOther) {
             End();
             mHandle = std::exchange(inOther.mHandle, nullptr);
@@ -190,7 +190,7 @@ using OwnedText = OwnedHandle<TextPolicy>;
 using OwnedBytes = OwnedHandle<BytesPolicy>;
 
 /// The text up to its zero byte, empty for none; valid while the owner holds it.
-[[nodiscard]] inline std::string_view ViewOf(const OwnedText &inText) noexcept {
+[[nodiscard]] inline std::string_view ViewOf(const OwnedText& inText) noexcept {
     return inText ? std::string_view(inText.Get()) : std::string_view();
 }
 
@@ -202,10 +202,10 @@ public:
     OwnedResult() noexcept = default;
 
     /// Takes over a result, which may be zero-filled. No copy of the struct may be destroyed elsewhere.
-    explicit OwnedResult(const duckdb_result &inResult) noexcept : mResult(inResult) { Count(1); }
+    explicit OwnedResult(const duckdb_result& inResult) noexcept : mResult(inResult) { Count(1); }
 
-    OwnedResult(OwnedResult &&inOther) noexcept : mResult(std::exchange(inOther.mResult, duckdb_result{})) {}
-    OwnedResult &operator=(OwnedResult &&inOther) noexcept {
+    OwnedResult(OwnedResult&& inOther) noexcept : mResult(std::exchange(inOther.mResult, duckdb_result{})) {}
+    OwnedResult& operator=(OwnedResult&& inOther) noexcept {
         if (this != &inOther) {
             End();
             mResult = std::exchange(inOther.mResult, duckdb_result{});
@@ -216,8 +216,8 @@ public:
 
     /// The result for a call into DuckDB, never null; the struct stays the owner's and may be zero-filled.
     /// Not for calls that fill a result: those take Put().
-    [[nodiscard]] duckdb_result *Get() noexcept { return &mResult; }
-    [[nodiscard]] const duckdb_result &Struct() const noexcept { return mResult; }
+    [[nodiscard]] duckdb_result* Get() noexcept { return &mResult; }
+    [[nodiscard]] const duckdb_result& Struct() const noexcept { return mResult; }
 
     /// True when there is something to read or destroy. A failed run leaves a result that holds the error.
     /// On an empty one `duckdb_rows_changed` and `duckdb_row_count` crash.
@@ -230,7 +230,7 @@ public:
     }
 
     /// Destroys the result that is held, if any, and takes over another one.
-    void Reset(const duckdb_result &inResult = {}) noexcept {
+    void Reset(const duckdb_result& inResult = {}) noexcept {
         if (inResult.internal_data == nullptr || inResult.internal_data != mResult.internal_data) {
             End();
             mResult = inResult;
@@ -273,8 +273,8 @@ public:
     using Handle = typename Policy::Handle;
 
     SharedCell() noexcept = default;
-    SharedCell(const SharedCell &) = delete;
-    SharedCell &operator=(const SharedCell &) = delete;
+    SharedCell(const SharedCell&) = delete;
+    SharedCell& operator=(const SharedCell&) = delete;
 
     /// The handle, null before it was opened and after Close().
     [[nodiscard]] Handle Get() const noexcept {

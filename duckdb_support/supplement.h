@@ -43,8 +43,8 @@ duckdb_value duckdb_value_variant_child(duckdb_value value);
 /// Casts from text to JSON check the text, as SQL does. They go through an instance of DuckDB that this
 /// function keeps for itself, one at a time. A JSON text that is nested deeper than 1000 levels casts to
 /// text alone.
-duckdb_state duckdb_cast_value(duckdb_value value, duckdb_logical_type type, duckdb_value *out,
-                               char **out_error);
+duckdb_state duckdb_cast_value(duckdb_value value, duckdb_logical_type type, duckdb_value* out,
+                               char** out_error);
 #endif
 
 #if ORLIMBARA_DECLARE_EXTRACTED_STATEMENT_SQL
@@ -52,13 +52,13 @@ duckdb_state duckdb_cast_value(duckdb_value value, duckdb_logical_type type, duc
 /// statement became several, as DuckDB wrote it. The caller gives it back with duckdb_free. Null when
 /// there is no such statement or no memory, and when `duckdb_prepare_extracted_statement` has taken the
 /// statement out of the list.
-char *duckdb_extracted_statement_sql(duckdb_extracted_statements statements, idx_t index);
+char* duckdb_extracted_statement_sql(duckdb_extracted_statements statements, idx_t index);
 #endif
 
 #if ORLIMBARA_DECLARE_LOGICAL_TYPE_TO_STRING
 /// The type as SQL writes it, such as DECIMAL(18,3), or its alias. The caller gives it back with
 /// duckdb_free. Null for a null handle or no memory.
-char *duckdb_logical_type_to_string(duckdb_logical_type type);
+char* duckdb_logical_type_to_string(duckdb_logical_type type);
 #endif
 
 } // extern "C"
@@ -73,6 +73,6 @@ namespace orlimbara::duckdb_support {
 /// arguments, no such statement, a statement that was taken out of the list, or no memory. Either way the
 /// caller ends what is in `out` with `duckdb_destroy_prepare`. No exception leaves it.
 duckdb_state prepare_extracted_copy(duckdb_connection connection, duckdb_extracted_statements statements,
-                                    idx_t index, duckdb_prepared_statement *out) noexcept;
+                                    idx_t index, duckdb_prepared_statement* out) noexcept;
 
 } // namespace orlimbara::duckdb_support

@@ -21,8 +21,8 @@ namespace {
 class CastInstance {
 public:
     /// Casts in the context of a connection; may raise.
-    static bool TryCast(const duckdb::Value &inValue, const duckdb::LogicalType &inType,
-                        duckdb::Value &outValue, std::string &outError) {
+    static bool TryCast(const duckdb::Value& inValue, const duckdb::LogicalType& inType,
+                        duckdb::Value& outValue, std::string& outError) {
         static CastInstance instance;
         const std::lock_guard lock(instance.mMutex);
         duckdb::Connection connection(instance.Database());
@@ -31,7 +31,7 @@ public:
 
 private:
     /// Opened late, so that an opening that failed is tried again. The lock must be held.
-    duckdb::DuckDB &Database() {
+    duckdb::DuckDB& Database() {
         if (mDatabase == nullptr) {
             duckdb::DBConfig config;
             config.SetOptionByName("threads", duckdb::Value::UBIGINT(1)); // none besides the caller's
@@ -52,14 +52,14 @@ private:
     std::unique_ptr<duckdb::DuckDB> mDatabase;
 };
 
-bool HoldsJson(const duckdb::LogicalType &inType) {
+bool HoldsJson(const duckdb::LogicalType& inType) {
     return duckdb::TypeVisitor::Contains(
-        inType, [](const duckdb::LogicalType &inPart) { return inPart.IsJSONType(); });
+        inType, [](const duckdb::LogicalType& inPart) { return inPart.IsJSONType(); });
 }
 
 /// Casts without an instance read and write everything as one with the time zone UTC would. So they are
 /// taken wherever they mean the same; of those with JSON, the ones that only take a JSON text over or apart.
-bool NeedsInstance(const duckdb::LogicalType &inFrom, const duckdb::LogicalType &inTo) {
+bool NeedsInstance(const duckdb::LogicalType& inFrom, const duckdb::LogicalType& inTo) {
     if (!HoldsJson(inFrom) && !HoldsJson(inTo)) {
         return false;
     }
@@ -72,8 +72,8 @@ bool NeedsInstance(const duckdb::LogicalType &inFrom, const duckdb::LogicalType 
 }
 
 /// Types that DuckDB knows while it binds a query, but that no value can have.
-bool IsCastable(const duckdb::LogicalType &inType) {
-    return !duckdb::TypeVisitor::Contains(inType, [](const duckdb::LogicalType &inPart) {
+bool IsCastable(const duckdb::LogicalType& inType) {
+    return !duckdb::TypeVisitor::Contains(inType, [](const duckdb::LogicalType& inPart) {
         switch (inPart.id()) {
         case duckdb::LogicalTypeId::INVALID:
         case duckdb::LogicalTypeId::UNKNOWN:
@@ -90,16 +90,16 @@ bool IsCastable(const duckdb::LogicalType &inType) {
 }
 
 /// VARIANT as `duckdb_create_logical_type` makes it: without the fields that its vectors are made of.
-bool IsBareVariant(const duckdb::LogicalType &inType) {
+bool IsBareVariant(const duckdb::LogicalType& inType) {
     return inType.id() == duckdb::LogicalTypeId::VARIANT && inType.AuxInfo() == nullptr;
 }
 
 /// The type with every VARIANT in it complete.
-duckdb::LogicalType Complete(const duckdb::LogicalType &inType) {
+duckdb::LogicalType Complete(const duckdb::LogicalType& inType) {
     if (!duckdb::TypeVisitor::Contains(inType, IsBareVariant)) {
         return inType;
     }
-    return duckdb::TypeVisitor::VisitReplace(inType, [](const duckdb::LogicalType &inPart) {
+    return duckdb::TypeVisitor::VisitReplace(inType, [](const duckdb::LogicalType& inPart) {
         return IsBareVariant(inPart) ? duckdb::LogicalType::VARIANT() : inPart;
     });
 }
@@ -107,7 +107,7 @@ duckdb::LogicalType Complete(const duckdb::LogicalType &inType) {
 /// DuckDB takes a JSON text apart by recursion, which the stack of a host's thread must bear.
 constexpr int kMaxJsonDepth = 1000;
 
-bool IsTooDeep(const duckdb::Value &inValue) {
+bool IsTooDeep(const duckdb::Value& inValue) {
     if (!inValue.type().IsJSONType() || inValue.IsNull()) {
         return false;
     }
@@ -131,8 +131,8 @@ bool IsTooDeep(const duckdb::Value &inValue) {
     return false;
 }
 
-bool TryCast(const duckdb::Value &inValue, const duckdb::LogicalType &inType, duckdb::Value &outValue,
-             std::string &outError) noexcept {
+bool TryCast(const duckdb::Value& inValue, const duckdb::LogicalType& inType, duckdb::Value& outValue,
+             std::string& outError) noexcept {
     return OrElse(false, [&] {
         try {
             if (!IsCastable(inType)) {
@@ -147,7 +147,7 @@ bool TryCast(const duckdb::Value &inValue, const duckdb::LogicalType &inType, du
             return NeedsInstance(inValue.type(), type)
                        ? CastInstance::TryCast(inValue, type, outValue, outError)
                        : inValue.DefaultTryCastAs(type, outValue, &outError);
-        } catch (const std::exception &error) {
+        } catch (const std::exception& error) {
             outError = duckdb::ErrorData(error).RawMessage();
             return false;
         }
@@ -156,8 +156,8 @@ bool TryCast(const duckdb::Value &inValue, const duckdb::LogicalType &inType, du
 
 } // namespace
 
-extern "C" duckdb_state duckdb_cast_value(duckdb_value value, duckdb_logical_type type, duckdb_value *out,
-                                          char **out_error) {
+extern "C" duckdb_state duckdb_cast_value(duckdb_value value, duckdb_logical_type type, duckdb_value* out,
+                                          char** out_error) {
     if (out_error != nullptr) {
         *out_error = nullptr;
     }

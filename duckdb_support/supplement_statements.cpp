@@ -13,7 +13,7 @@ using internals::Unwrap;
 namespace {
 
 /// The statement at an index, or null when there is none or it was taken out of the list.
-duckdb::SQLStatement *FindStatement(duckdb_extracted_statements inStatements, idx_t inIndex) {
+duckdb::SQLStatement* FindStatement(duckdb_extracted_statements inStatements, idx_t inIndex) {
     if (inStatements == nullptr || inIndex >= Unwrap(inStatements).statements.size()) {
         return nullptr;
     }
@@ -25,9 +25,9 @@ duckdb::SQLStatement *FindStatement(duckdb_extracted_statements inStatements, id
 extern "C" {
 
 #if ORLIMBARA_SUPPLY_EXTRACTED_STATEMENT_SQL
-char *duckdb_extracted_statement_sql(duckdb_extracted_statements statements, idx_t index) {
-    return OrElse<char *>(nullptr, [&]() -> char * {
-        const duckdb::SQLStatement *statement = FindStatement(statements, index);
+char* duckdb_extracted_statement_sql(duckdb_extracted_statements statements, idx_t index) {
+    return OrElse<char*>(nullptr, [&]() -> char* {
+        const duckdb::SQLStatement* statement = FindStatement(statements, index);
         if (statement == nullptr) {
             return nullptr;
         }
@@ -42,13 +42,13 @@ char *duckdb_extracted_statement_sql(duckdb_extracted_statements statements, idx
 namespace orlimbara::duckdb_support {
 
 duckdb_state prepare_extracted_copy(duckdb_connection connection, duckdb_extracted_statements statements,
-                                    idx_t index, duckdb_prepared_statement *out) noexcept {
+                                    idx_t index, duckdb_prepared_statement* out) noexcept {
     if (out == nullptr) {
         return DuckDBError;
     }
     *out = nullptr;
     return OrElse(DuckDBError, [&] {
-        const duckdb::SQLStatement *statement = FindStatement(statements, index);
+        const duckdb::SQLStatement* statement = FindStatement(statements, index);
         if (connection == nullptr || statement == nullptr) {
             return DuckDBError;
         }
@@ -56,11 +56,11 @@ duckdb_state prepare_extracted_copy(duckdb_connection connection, duckdb_extract
         try {
             wrapper->statement = Unwrap(connection).Prepare(statement->Copy());
             if (!wrapper->statement->HasError()) {
-                for (const auto &[name, parameter] : wrapper->statement->named_param_map) {
+                for (const auto& [name, parameter] : wrapper->statement->named_param_map) {
                     wrapper->param_index_to_name[parameter] = name;
                 }
             }
-        } catch (const std::exception &error) {
+        } catch (const std::exception& error) {
             wrapper->success = false;
             wrapper->error_data = duckdb::ErrorData(error);
         }

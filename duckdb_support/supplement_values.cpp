@@ -24,7 +24,7 @@ duckdb_value duckdb_data_chunk_get_value(duckdb_data_chunk chunk, idx_t column, 
         if (chunk == nullptr) {
             return nullptr;
         }
-        const duckdb::DataChunk &cells = Unwrap(chunk);
+        const duckdb::DataChunk& cells = Unwrap(chunk);
         if (column >= cells.ColumnCount() || row >= cells.size()) {
             return nullptr;
         }
@@ -63,8 +63,8 @@ duckdb_value duckdb_value_variant_child(duckdb_value value) {
 #endif
 
 #if ORLIMBARA_SUPPLY_LOGICAL_TYPE_TO_STRING
-char *duckdb_logical_type_to_string(duckdb_logical_type type) {
-    return OrElse<char *>(nullptr, [&]() -> char * {
+char* duckdb_logical_type_to_string(duckdb_logical_type type) {
+    return OrElse<char*>(nullptr, [&]() -> char* {
         return type == nullptr ? nullptr : internals::CopyText(Unwrap(type).ToString());
     });
 }

@@ -11,13 +11,14 @@ using internals::OrElse;
 using internals::VariantReader;
 
 struct VariantColumn::State {
-    State(duckdb::Vector &ioColumn, duckdb::idx_t inCount)
+    State(duckdb::Vector& ioColumn, duckdb::idx_t inCount)
         : mCount(inCount), mVector(ioColumn), mReader(mVector, inCount) {}
 
     /// JSON of all rows; may raise.
     void CastToJson() {
         mJsonTried = true;
-        duckdb::Vector json(duckdb::LogicalType::JSON(), std::max<duckdb::idx_t>(mCount, STANDARD_VECTOR_SIZE));
+        duckdb::Vector json(duckdb::LogicalType::JSON(),
+                            std::max<duckdb::idx_t>(mCount, STANDARD_VECTOR_SIZE));
         duckdb::Vector source(mVector);
         std::string error;
         if (duckdb::VectorOperations::DefaultTryCast(source, json, mCount, &error)) {
@@ -35,8 +36,8 @@ struct VariantColumn::State {
 
 VariantColumn::VariantColumn() noexcept = default;
 VariantColumn::~VariantColumn() = default;
-VariantColumn::VariantColumn(VariantColumn &&) noexcept = default;
-VariantColumn &VariantColumn::operator=(VariantColumn &&) noexcept = default;
+VariantColumn::VariantColumn(VariantColumn&&) noexcept = default;
+VariantColumn& VariantColumn::operator=(VariantColumn&&) noexcept = default;
 
 bool VariantColumn::Load(duckdb_data_chunk inChunk, idx_t inColumn) noexcept {
     mState.reset();
@@ -44,8 +45,8 @@ bool VariantColumn::Load(duckdb_data_chunk inChunk, idx_t inColumn) noexcept {
         if (inChunk == nullptr || inColumn >= internals::Unwrap(inChunk).ColumnCount()) {
             return false;
         }
-        duckdb::DataChunk &chunk = internals::Unwrap(inChunk);
-        duckdb::Vector &column = chunk.data[inColumn];
+        duckdb::DataChunk& chunk = internals::Unwrap(inChunk);
+        duckdb::Vector& column = chunk.data[inColumn];
         if (column.GetType().id() != duckdb::LogicalTypeId::VARIANT) {
             return false;
         }
@@ -58,7 +59,7 @@ std::int32_t VariantColumn::Number(idx_t inRow) const noexcept {
     return OrElse(VariantReader::kUnreadable, [&] { return mState->mReader.Number(inRow); });
 }
 
-const std::uint8_t *VariantColumn::Address(idx_t inRow) const noexcept {
+const std::uint8_t* VariantColumn::Address(idx_t inRow) const noexcept {
     return mState->mReader.Address(inRow);
 }
 
@@ -75,7 +76,7 @@ OwnedValue VariantColumn::Payload(idx_t inRow) const noexcept {
     }));
 }
 
-bool VariantColumn::ReadJson(idx_t inRow, std::string_view &outText) noexcept {
+bool VariantColumn::ReadJson(idx_t inRow, std::string_view& outText) noexcept {
     return OrElse(false, [&] {
         if (!mState->mJsonTried) {
             mState->CastToJson();
@@ -83,7 +84,7 @@ bool VariantColumn::ReadJson(idx_t inRow, std::string_view &outText) noexcept {
         if (!mState->mJson) {
             return false;
         }
-        const auto &text = duckdb::FlatVector::GetData<duckdb::string_t>(*mState->mJson)[inRow];
+        const auto& text = duckdb::FlatVector::GetData<duckdb::string_t>(*mState->mJson)[inRow];
         outText = {text.GetData(), text.GetSize()};
         return true;
     });

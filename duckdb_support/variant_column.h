@@ -20,8 +20,8 @@ class VariantColumn {
 public:
     VariantColumn() noexcept;
     ~VariantColumn();
-    VariantColumn(VariantColumn &&) noexcept;
-    VariantColumn &operator=(VariantColumn &&) noexcept;
+    VariantColumn(VariantColumn&&) noexcept;
+    VariantColumn& operator=(VariantColumn&&) noexcept;
 
     /// Takes column `inColumn` (from 0) of the chunk apart. False when it is no VARIANT column (or there is
     /// no such column, or no memory): nothing may be asked for then, and the caller reads each cell through
@@ -50,11 +50,11 @@ public:
     /// The text of a row whose number is 29 (OBJECT) or 30 (ARRAY), as `duckdb_get_varchar` gives it for the
     /// payload, at once for all rows at the first call. False when that fails: read Payload() then. The text
     /// is good until the next Load().
-    [[nodiscard]] bool ReadJson(idx_t inRow, std::string_view &outText) noexcept;
+    [[nodiscard]] bool ReadJson(idx_t inRow, std::string_view& outText) noexcept;
 
 private:
     struct State;
-    [[nodiscard]] const std::uint8_t *Address(idx_t inRow) const noexcept;
+    [[nodiscard]] const std::uint8_t* Address(idx_t inRow) const noexcept;
 
     std::unique_ptr<State> mState;
 };

@@ -5,7 +5,7 @@
 
 namespace orlimbara::duckdb_support::internals {
 
-VariantReader::VariantReader(duckdb::Vector &ioVector, duckdb::idx_t inCount) {
+VariantReader::VariantReader(duckdb::Vector& ioVector, duckdb::idx_t inCount) {
     const duckdb::VectorType form = ioVector.GetVectorType();
     if (form != duckdb::VectorType::FLAT_VECTOR && form != duckdb::VectorType::CONSTANT_VECTOR) {
         ioVector.Flatten(inCount); // the unified form of a struct forgets a dictionary around it
@@ -24,7 +24,7 @@ std::int32_t VariantReader::Number(duckdb::idx_t inRow) const {
     return static_cast<std::int32_t>(mData->GetTypeId(inRow, 0));
 }
 
-const std::uint8_t *VariantReader::Address(duckdb::idx_t inRow) const {
+const std::uint8_t* VariantReader::Address(duckdb::idx_t inRow) const {
     return duckdb::const_data_ptr_cast(mData->GetData(inRow).GetData()) + mData->GetByteOffset(inRow, 0);
 }
 
@@ -44,7 +44,7 @@ bool VariantReader::IsNested(std::int32_t inNumber) noexcept {
            inNumber == static_cast<std::int32_t>(duckdb::VariantLogicalType::ARRAY);
 }
 
-duckdb::Value VariantChild(const duckdb::Value &inVariant) {
+duckdb::Value VariantChild(const duckdb::Value& inVariant) {
     duckdb::Vector vector(inVariant);
     const VariantReader reader(vector, 1);
     if (VariantReader::IsNested(reader.Number(0))) {

@@ -20,15 +20,15 @@ public:
 
     /// Takes the vector apart; may raise. `ioVector` must outlive the reader and may be brought into another
     /// form of the same meaning.
-    VariantReader(duckdb::Vector &ioVector, duckdb::idx_t inCount);
-    VariantReader(const VariantReader &) = delete;
-    VariantReader &operator=(const VariantReader &) = delete;
+    VariantReader(duckdb::Vector& ioVector, duckdb::idx_t inCount);
+    VariantReader(const VariantReader&) = delete;
+    VariantReader& operator=(const VariantReader&) = delete;
 
     /// The number of what the row holds, as `duckdb_value_variant_type` gives it.
     [[nodiscard]] std::int32_t Number(duckdb::idx_t inRow) const;
 
     /// The first byte of what the row holds, in the row's bytes. The row's number must be above 0.
-    [[nodiscard]] const std::uint8_t *Address(duckdb::idx_t inRow) const;
+    [[nodiscard]] const std::uint8_t* Address(duckdb::idx_t inRow) const;
 
     /// The bytes of a payload that is kept as a string, where they lie in the row's bytes. The row's number
     /// must be one of VARCHAR, BLOB, BIGNUM, BITSTRING or GEOMETRY.
@@ -45,6 +45,6 @@ private:
 };
 
 /// What `duckdb_value_variant_child` gives for a value of type VARIANT; may raise.
-[[nodiscard]] duckdb::Value VariantChild(const duckdb::Value &inVariant);
+[[nodiscard]] duckdb::Value VariantChild(const duckdb::Value& inVariant);
 
 } // namespace orlimbara::duckdb_support::internals

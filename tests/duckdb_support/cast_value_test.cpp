@@ -9,7 +9,7 @@ namespace {
 class CastValue : public SupportTest {
 protected:
     /// The text of the cast value, or the error after an exclamation mark.
-    static std::string Cast(const std::string &inText, const OwnedLogicalType &inType) {
+    static std::string Cast(const std::string& inText, const OwnedLogicalType& inType) {
         const OwnedValue text = MakeText(inText);
         OwnedValue value;
         OwnedText error;
@@ -22,8 +22,8 @@ protected:
 
 struct CastRow {
     duckdb_type mType;
-    const char *mText;
-    const char *mResult; // after "!", a part of the error
+    const char* mText;
+    const char* mResult; // after "!", a part of the error
 };
 
 // What duckdb_get_varchar writes must read back, whatever time zone the machine has.
@@ -31,8 +31,10 @@ constexpr CastRow gCastRows[] = {
     {DUCKDB_TYPE_BOOLEAN, "true", "true"},
     {DUCKDB_TYPE_TINYINT, "-128", "-128"},
     {DUCKDB_TYPE_TINYINT, "300", "!Could not convert string '300' to INT8"},
-    {DUCKDB_TYPE_HUGEINT, "170141183460469231731687303715884105727", "170141183460469231731687303715884105727"},
-    {DUCKDB_TYPE_UHUGEINT, "340282366920938463463374607431768211455", "340282366920938463463374607431768211455"},
+    {DUCKDB_TYPE_HUGEINT, "170141183460469231731687303715884105727",
+     "170141183460469231731687303715884105727"},
+    {DUCKDB_TYPE_UHUGEINT, "340282366920938463463374607431768211455",
+     "340282366920938463463374607431768211455"},
     {DUCKDB_TYPE_FLOAT, "inf", "inf"},
     {DUCKDB_TYPE_DOUBLE, "-0.0", "-0.0"},
     {DUCKDB_TYPE_UUID, "00112233-4455-6677-8899-aabbccddeeff", "00112233-4455-6677-8899-aabbccddeeff"},
@@ -50,7 +52,8 @@ constexpr CastRow gCastRows[] = {
     {DUCKDB_TYPE_INTERVAL, "1 month 2 days 00:00:03", "1 month 2 days 00:00:03"},
     {DUCKDB_TYPE_BIT, "010101", "010101"},
     {DUCKDB_TYPE_BIT, "012", "!"},
-    {DUCKDB_TYPE_BIGNUM, "-123456789012345678901234567890123456789012", "-123456789012345678901234567890123456789012"},
+    {DUCKDB_TYPE_BIGNUM, "-123456789012345678901234567890123456789012",
+     "-123456789012345678901234567890123456789012"},
     {DUCKDB_TYPE_GEOMETRY, "POINT (1 2)", "POINT (1 2)"},
     {DUCKDB_TYPE_GEOMETRY, "nowhere", "!geometry"},
     {kVariantId, "text", "text"},
@@ -61,9 +64,9 @@ constexpr CastRow gCastRows[] = {
 };
 
 TEST_F(CastValue, TextsBecomeWhatTheTypeMakesOfThem) {
-    for (const char *zone : {"UTC", "Asia/Kathmandu"}) {
+    for (const char* zone : {"UTC", "Asia/Kathmandu"}) {
         setenv("TZ", zone, 1);
-        for (const CastRow &row : gCastRows) {
+        for (const CastRow& row : gCastRows) {
             const std::string result = Cast(row.mText, MakeType(row.mType));
             if (row.mResult[0] == '!') {
                 EXPECT_EQ(result[0], '!') << row.mText;
@@ -106,10 +109,10 @@ TEST_F(CastValue, SqlNullCastsToANullOfAnyType) {
 
 TEST_F(CastValue, JsonIsCheckedAndKeptAsItIs) {
     const OwnedLogicalType json = MakeJsonType();
-    for (const char *text : {"{\"a\": [1, {\"b\": null}]}", "[]", " 12 ", "\"\\u00e4\"", "null"}) {
+    for (const char* text : {"{\"a\": [1, {\"b\": null}]}", "[]", " 12 ", "\"\\u00e4\"", "null"}) {
         EXPECT_EQ(Cast(text, json), text);
     }
-    for (const char *text : {"{bad", "[1,2", "", "[1]x", "{'a':1}", "[\"\\ud800\"]"}) {
+    for (const char* text : {"{bad", "[1,2", "", "[1]x", "{'a':1}", "[\"\\ud800\"]"}) {
         EXPECT_EQ(Cast(text, json).find("!Malformed JSON"), 0) << text;
     }
     EXPECT_EQ(Cast("[1, {}]", OwnedLogicalType(duckdb_create_list_type(json.Get()))), "[1, '{}']");
@@ -118,7 +121,7 @@ TEST_F(CastValue, JsonIsCheckedAndKeptAsItIs) {
 TEST_F(CastValue, JsonBecomesAVariant) {
     const OwnedLogicalType json = MakeJsonType();
     const OwnedLogicalType variant = MakeType(kVariantId);
-    const auto number_of = [&](const std::string &inText) {
+    const auto number_of = [&](const std::string& inText) {
         const OwnedValue text = MakeText(inText);
         OwnedValue as_json;
         OwnedValue as_variant;
@@ -159,7 +162,7 @@ TEST_F(CastValue, ThreadsMayCastJsonAtTheSameTime) {
             }
         });
     }
-    for (std::thread &thread : threads) {
+    for (std::thread& thread : threads) {
         thread.join();
     }
 }

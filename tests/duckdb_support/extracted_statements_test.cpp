@@ -5,13 +5,13 @@ namespace {
 
 class ExtractedStatements : public SupportTest {
 protected:
-    OwnedExtractedStatements Extract(const char *inSql) {
+    OwnedExtractedStatements Extract(const char* inSql) {
         OwnedExtractedStatements statements;
         mCount = duckdb_extract_statements(mConnection.Get(), inSql, statements.Put());
         return statements;
     }
 
-    static std::optional<std::string> SqlOf(const OwnedExtractedStatements &inStatements, idx_t inIndex) {
+    static std::optional<std::string> SqlOf(const OwnedExtractedStatements& inStatements, idx_t inIndex) {
         const OwnedText text(duckdb_extracted_statement_sql(inStatements.Get(), inIndex));
         return text ? std::optional(std::string(ViewOf(text))) : std::nullopt;
     }
@@ -35,7 +35,7 @@ TEST_F(ExtractedStatements, StatementsThatDuckDbMakesOfOneHaveTextsOfTheirOwn) {
     const OwnedExtractedStatements statements =
         Extract("PIVOT t ON a USING sum(b); ALTER TABLE t ADD COLUMN q DOUBLE DEFAULT random()");
     ASSERT_EQ(mCount, 7);
-    const char *const beginnings[] = {"CREATE ", "SELECT ", "BEGIN", "ALTER ", "UPDATE ", "ALTER ", "COMMIT"};
+    const char* const beginnings[] = {"CREATE ", "SELECT ", "BEGIN", "ALTER ", "UPDATE ", "ALTER ", "COMMIT"};
     for (idx_t index = 0; index < mCount; ++index) {
         EXPECT_EQ(SqlOf(statements, index).value_or("").find(beginnings[index]), 0) << index;
     }
@@ -44,7 +44,8 @@ TEST_F(ExtractedStatements, StatementsThatDuckDbMakesOfOneHaveTextsOfTheirOwn) {
 TEST_F(ExtractedStatements, TakenStatementsHaveNoTextAndCannotBePrepared) {
     const OwnedExtractedStatements statements = Extract("SELECT * FROM missing; SELECT 2");
     OwnedPreparedStatement taken;
-    EXPECT_EQ(duckdb_prepare_extracted_statement(mConnection.Get(), statements.Get(), 0, taken.Put()), DuckDBError);
+    EXPECT_EQ(duckdb_prepare_extracted_statement(mConnection.Get(), statements.Get(), 0, taken.Put()),
+              DuckDBError);
     EXPECT_EQ(SqlOf(statements, 0), std::nullopt);
     EXPECT_EQ(SqlOf(statements, 1), " SELECT 2");
     OwnedPreparedStatement again;
@@ -58,7 +59,8 @@ TEST_F(ExtractedStatements, AFailedPreparationCanBeTriedAgain) {
         OwnedPreparedStatement failed;
         ASSERT_EQ(prepare_extracted_copy(mConnection.Get(), statements.Get(), 0, failed.Put()), DuckDBError);
         ASSERT_TRUE(failed);
-        EXPECT_NE(std::string(duckdb_prepare_error(failed.Get())).find("late does not exist"), std::string::npos);
+        EXPECT_NE(std::string(duckdb_prepare_error(failed.Get())).find("late does not exist"),
+                  std::string::npos);
     }
     EXPECT_EQ(SqlOf(statements, 0), "SELECT a FROM late");
     Run("CREATE TABLE late AS SELECT 42 AS a");
@@ -67,16 +69,17 @@ TEST_F(ExtractedStatements, AFailedPreparationCanBeTriedAgain) {
     OwnedResult result;
     ASSERT_EQ(duckdb_execute_prepared(prepared.Get(), result.Put()), DuckDBSuccess);
     const OwnedDataChunk chunk(duckdb_fetch_chunk(result.Struct()));
-    EXPECT_EQ(*static_cast<int32_t *>(duckdb_vector_get_data(duckdb_data_chunk_get_vector(chunk.Get(), 0))), 42);
+    EXPECT_EQ(*static_cast<int32_t*>(duckdb_vector_get_data(duckdb_data_chunk_get_vector(chunk.Get(), 0))),
+              42);
 }
 
-std::string Describe(duckdb_state inState, const OwnedPreparedStatement &inPrepared) {
+std::string Describe(duckdb_state inState, const OwnedPreparedStatement& inPrepared) {
     if (inState != DuckDBSuccess) {
         return std::string("error: ") + duckdb_prepare_error(inPrepared.Get());
     }
     std::string text = "type " + std::to_string(duckdb_prepared_statement_type(inPrepared.Get()));
     for (idx_t index = 1; index <= duckdb_nparams(inPrepared.Get()); ++index) {
-        const OwnedText name(const_cast<char *>(duckdb_parameter_name(inPrepared.Get(), index)));
+        const OwnedText name(const_cast<char*>(duckdb_parameter_name(inPrepared.Get(), index)));
         text += " ";
         text += ViewOf(name);
     }
@@ -85,19 +88,44 @@ std::string Describe(duckdb_state inState, const OwnedPreparedStatement &inPrepa
 
 TEST_F(ExtractedStatements, CopiesPrepareAsTheStatementsThemselves) {
     Run("CREATE TABLE t(a INTEGER, b INTEGER)");
-    constexpr const char *scripts[] = {
-        "SELECT $x, $y, $x", "INSERT INTO t VALUES (?, $2) RETURNING a", "UPDATE t SET a = ? WHERE b = ?",
-        "DELETE FROM t WHERE a = ?", "CREATE TABLE z AS SELECT ? AS q", "CREATE VIEW v AS SELECT 1",
-        "CREATE TYPE mood AS ENUM ('a')", "CREATE MACRO m(a) AS a + 1", "CREATE INDEX i ON t(a)",
-        "EXPLAIN SELECT ?", "CALL range(?)", "COPY (SELECT ?) TO 'unused.csv'",
+    constexpr const char* scripts[] = {
+        "SELECT $x, $y, $x",
+        "INSERT INTO t VALUES (?, $2) RETURNING a",
+        "UPDATE t SET a = ? WHERE b = ?",
+        "DELETE FROM t WHERE a = ?",
+        "CREATE TABLE z AS SELECT ? AS q",
+        "CREATE VIEW v AS SELECT 1",
+        "CREATE TYPE mood AS ENUM ('a')",
+        "CREATE MACRO m(a) AS a + 1",
+        "CREATE INDEX i ON t(a)",
+        "EXPLAIN SELECT ?",
+        "CALL range(?)",
+        "COPY (SELECT ?) TO 'unused.csv'",
         "MERGE INTO t USING (SELECT ? AS a) s ON t.a = s.a WHEN MATCHED THEN UPDATE SET b = ?",
-        "PREPARE x AS SELECT $1", "EXECUTE nothing", "DEALLOCATE x", "SET threads = ?", "SET VARIABLE a = ?",
-        "RESET threads", "PRAGMA table_info('t')", "VALUES (?)", "FROM t WHERE a = ?", "SUMMARIZE t",
-        "PIVOT t ON a USING sum(b)", "WITH c AS (SELECT ? AS a) SELECT * FROM c UNION ALL SELECT ?",
-        "ALTER TABLE t ADD COLUMN q INTEGER DEFAULT 3", "DROP TABLE t", "COMMENT ON TABLE t IS 'x'", "BEGIN",
-        "ATTACH ':memory:' AS y", "DETACH y", "USE memory", "CHECKPOINT", "VACUUM", "EXPORT DATABASE 'unused'",
-        "COPY FROM DATABASE memory TO y", "LOAD json"};
-    for (const char *script : scripts) {
+        "PREPARE x AS SELECT $1",
+        "EXECUTE nothing",
+        "DEALLOCATE x",
+        "SET threads = ?",
+        "SET VARIABLE a = ?",
+        "RESET threads",
+        "PRAGMA table_info('t')",
+        "VALUES (?)",
+        "FROM t WHERE a = ?",
+        "SUMMARIZE t",
+        "PIVOT t ON a USING sum(b)",
+        "WITH c AS (SELECT ? AS a) SELECT * FROM c UNION ALL SELECT ?",
+        "ALTER TABLE t ADD COLUMN q INTEGER DEFAULT 3",
+        "DROP TABLE t",
+        "COMMENT ON TABLE t IS 'x'",
+        "BEGIN",
+        "ATTACH ':memory:' AS y",
+        "DETACH y",
+        "USE memory",
+        "CHECKPOINT",
+        "VACUUM",
+        "COPY FROM DATABASE memory TO y",
+        "LOAD json"};
+    for (const char* script : scripts) {
         const OwnedExtractedStatements statements = Extract(script);
         ASSERT_GT(mCount, 0) << script;
         for (idx_t index = 0; index < mCount; ++index) {
@@ -105,8 +133,8 @@ TEST_F(ExtractedStatements, CopiesPrepareAsTheStatementsThemselves) {
             OwnedPreparedStatement original;
             const duckdb_state copied =
                 prepare_extracted_copy(mConnection.Get(), statements.Get(), index, copy.Put());
-            const duckdb_state taken =
-                duckdb_prepare_extracted_statement(mConnection.Get(), statements.Get(), index, original.Put());
+            const duckdb_state taken = duckdb_prepare_extracted_statement(mConnection.Get(), statements.Get(),
+                                                                          index, original.Put());
             EXPECT_EQ(Describe(copied, copy), Describe(taken, original)) << script;
         }
     }

@@ -8,9 +8,9 @@ namespace {
 
 /// A handle that counts how often each one is ended, for what the real handles can't tell.
 struct ProbePolicy {
-    using Handle = int *;
+    using Handle = int*;
     static constexpr HandleKind kKind = HandleKind::Bytes;
-    static void Destroy(Handle *ioHandle) {
+    static void Destroy(Handle* ioHandle) {
         ++**ioHandle;
         throw 1; // an owner must bear that
     }

@@ -31,7 +31,7 @@ protected:
         }
     }
 
-    OwnedResult Run(const std::string &inSql) {
+    OwnedResult Run(const std::string& inSql) {
         OwnedResult result;
         if (duckdb_query(mConnection.Get(), inSql.c_str(), result.Put()) != DuckDBSuccess) {
             ADD_FAILURE() << inSql << ": " << duckdb_result_error(result.Get());
@@ -39,13 +39,13 @@ protected:
         return result;
     }
 
-    OwnedDataChunk FirstChunk(const std::string &inSql) {
+    OwnedDataChunk FirstChunk(const std::string& inSql) {
         OwnedResult result = Run(inSql);
         return OwnedDataChunk(duckdb_fetch_chunk(result.Struct()));
     }
 
     /// The value of the first cell.
-    OwnedValue ValueOf(const std::string &inExpression) {
+    OwnedValue ValueOf(const std::string& inExpression) {
         const OwnedDataChunk chunk = FirstChunk("SELECT " + inExpression);
         return OwnedValue(duckdb_data_chunk_get_value(chunk.Get(), 0, 0));
     }
@@ -78,7 +78,7 @@ inline OwnedLogicalType MakeJsonType() {
     return type;
 }
 
-inline OwnedValue MakeText(const std::string &inText) {
+inline OwnedValue MakeText(const std::string& inText) {
     return OwnedValue(duckdb_create_varchar_length(inText.data(), inText.size()));
 }
 

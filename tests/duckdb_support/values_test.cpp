@@ -41,7 +41,7 @@ TEST_F(Values, NullHandlesAreSafe) {
 }
 
 TEST_F(Values, SqlNullHoldsNothingAndOtherTypesAreNoVariants) {
-    for (const char *expression : {"NULL", "NULL::VARIANT", "NULL::INTEGER", "'null'::JSON::VARIANT"}) {
+    for (const char* expression : {"NULL", "NULL::VARIANT", "NULL::INTEGER", "'null'::JSON::VARIANT"}) {
         const OwnedValue value = ValueOf(expression);
         EXPECT_EQ(duckdb_value_variant_type(value.Get()), 0) << expression;
         const OwnedValue child(duckdb_value_variant_child(value.Get()));
@@ -54,7 +54,7 @@ TEST_F(Values, SqlNullHoldsNothingAndOtherTypesAreNoVariants) {
 
 TEST_F(Values, VariantsGiveTheirNumberAndAPayloadOfItsType) {
     std::array<bool, 34> seen = {true}; // number 0 has a test of its own
-    for (const VariantRow &row : gVariantRows) {
+    for (const VariantRow& row : gVariantRows) {
         SCOPED_TRACE(row.mSql);
         const OwnedValue value = ValueOf("(" + std::string(row.mSql) + ")::VARIANT");
         ASSERT_EQ(duckdb_get_type_id(duckdb_get_value_type(value.Get())), kVariantId);
@@ -73,7 +73,7 @@ TEST_F(Values, VariantsGiveTheirNumberAndAPayloadOfItsType) {
 TEST_F(Values, NestedPayloadsReadBackAsTheVariantTheyCameFrom) {
     const OwnedLogicalType json = MakeJsonType();
     const OwnedLogicalType variant = MakeType(kVariantId);
-    for (const char *sql : {"{'a': 1.5::DOUBLE, 'b': {'c': ['x', 'tab\there', NULL]}}", "['ü', '', '\"\\']",
+    for (const char* sql : {"{'a': 1.5::DOUBLE, 'b': {'c': ['x', 'tab\there', NULL]}}", "['ü', '', '\"\\']",
                             "'[[[]], [{}], 1e300]'::JSON"}) {
         const OwnedValue value = ValueOf("(" + std::string(sql) + ")::VARIANT");
         const OwnedValue child(duckdb_value_variant_child(value.Get()));

@@ -6,10 +6,10 @@ namespace orlimbara::duckdb_support::test {
 
 /// A VARIANT of each number but 0, and what it holds.
 struct VariantRow {
-    const char *mSql;
+    const char* mSql;
     std::int32_t mNumber;
-    const char *mType; // of the payload
-    const char *mText;
+    const char* mType; // of the payload
+    const char* mText;
 };
 
 // A long text lies outside of a vector's own cells, a short one inside.

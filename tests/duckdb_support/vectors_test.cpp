@@ -11,19 +11,19 @@
 namespace orlimbara::duckdb_support::test {
 namespace {
 
-std::string TextAt(const ColumnCast &inCast, idx_t inRow) {
+std::string TextAt(const ColumnCast& inCast, idx_t inRow) {
     duckdb_string_t text = inCast.Texts()[inRow];
     return {duckdb_string_t_data(&text), duckdb_string_t_length(text)};
 }
 
-bool IsValidAt(const ColumnCast &inCast, idx_t inRow) {
-    return duckdb_validity_row_is_valid(const_cast<std::uint64_t *>(inCast.Validity()), inRow);
+bool IsValidAt(const ColumnCast& inCast, idx_t inRow) {
+    return duckdb_validity_row_is_valid(const_cast<std::uint64_t*>(inCast.Validity()), inRow);
 }
 
 /// Both ways to a cell must agree: its own value, and the column as a whole.
 class Vectors : public SupportTest {
 protected:
-    void ExpectSameTexts(duckdb_data_chunk inChunk, idx_t inColumn, const std::string &inWhat) {
+    void ExpectSameTexts(duckdb_data_chunk inChunk, idx_t inColumn, const std::string& inWhat) {
         ColumnCast cast;
         ASSERT_TRUE(cast.ToText(inChunk, inColumn)) << inWhat;
         for (idx_t row = 0; row < duckdb_data_chunk_get_size(inChunk); ++row) {
@@ -36,7 +36,7 @@ protected:
         }
     }
 
-    void ExpectSameDoubles(duckdb_data_chunk inChunk, idx_t inColumn, const std::string &inWhat) {
+    void ExpectSameDoubles(duckdb_data_chunk inChunk, idx_t inColumn, const std::string& inWhat) {
         ColumnCast cast;
         ASSERT_TRUE(cast.ToDouble(inChunk, inColumn)) << inWhat;
         for (idx_t row = 0; row < duckdb_data_chunk_get_size(inChunk); ++row) {
@@ -50,7 +50,7 @@ protected:
         }
     }
 
-    void ForEachChunk(const std::string &inSql, const std::function<void(duckdb_data_chunk)> &inTest) {
+    void ForEachChunk(const std::string& inSql, const std::function<void(duckdb_data_chunk)>& inTest) {
         OwnedResult result = Run(inSql);
         while (const OwnedDataChunk chunk{duckdb_fetch_chunk(result.Struct())}) {
             inTest(chunk.Get());
@@ -59,7 +59,7 @@ protected:
 
     std::string AllVariants() {
         std::string sql = "(SELECT NULL::VARIANT AS v";
-        for (const VariantRow &row : gVariantRows) {
+        for (const VariantRow& row : gVariantRows) {
             sql += " UNION ALL SELECT (" + std::string(row.mSql) + ")::VARIANT";
         }
         return sql + ")";
@@ -80,7 +80,7 @@ TEST_F(Vectors, TextsOfWholeColumnsAreThoseOfTheirCells) {
                   MAP {'k=': [TIMESTAMPTZ '2024-01-01 00:00:00+02']} AS m, 'a' || chr(0) || 'b' AS zero,
                   union_value(x := 'y''z') AS u, 'v'::ENUM('v', 'w') AS e, 'POINT Z (1 2 3)'::GEOMETRY AS g,
                   '12:00:00.123456789'::TIME_NS AS n, 'infinity'::TIMESTAMPTZ AS inf, NULL AS nothing)"};
-    for (const std::string &source : sources) {
+    for (const std::string& source : sources) {
         ForEachChunk(source, [&](duckdb_data_chunk inChunk) {
             for (idx_t column = 0; column < duckdb_data_chunk_get_column_count(inChunk); ++column) {
                 ExpectSameTexts(inChunk, column, source.substr(0, 60) + " column " + std::to_string(column));
@@ -90,7 +90,8 @@ TEST_F(Vectors, TextsOfWholeColumnsAreThoseOfTheirCells) {
 }
 
 TEST_F(Vectors, DecimalsOfEveryWidthAreTheDoublesOfTheirCells) {
-    ForEachChunk("SELECT ((i * 37 - 5000) % 999)::DECIMAL(4,1) AS w4_1, CASE WHEN i % 7 > 0 THEN (i - 1500)::DECIMAL(4,0) "
+    ForEachChunk("SELECT ((i * 37 - 5000) % 999)::DECIMAL(4,1) AS w4_1, CASE WHEN i % 7 > 0 THEN (i - "
+                 "1500)::DECIMAL(4,0) "
                  "END AS w4, (i * 7.001)::DECIMAL(9,4) AS w9, (i * 123456.000000001)::DECIMAL(18,9) AS w18, "
                  "(i::HUGEINT * 12345678901234567890)::DECIMAL(38,10) AS w38, "
                  "-99999999999999999999999999999999999999::DECIMAL(38,0) + i AS edge FROM range(3000) r(i)",
@@ -102,7 +103,8 @@ TEST_F(Vectors, DecimalsOfEveryWidthAreTheDoublesOfTheirCells) {
 }
 
 TEST_F(Vectors, TheFormOfAVectorDoesNotShow) {
-    const OwnedDataChunk all = FirstChunk("SELECT *, (SELECT {'a': [1]}::VARIANT) AS v FROM test_all_types()");
+    const OwnedDataChunk all =
+        FirstChunk("SELECT *, (SELECT {'a': [1]}::VARIANT) AS v FROM test_all_types()");
     for (idx_t column = 0; column < duckdb_data_chunk_get_column_count(all.Get()); ++column) {
         const OwnedLogicalType type(
             duckdb_vector_get_column_type(duckdb_data_chunk_get_vector(all.Get(), column)));
@@ -140,7 +142,8 @@ TEST_F(Vectors, ColumnsThatCannotBeCastSaySo) {
 }
 
 TEST_F(Vectors, TextsOutliveTheirChunk) {
-    for (const char *sql : {"SELECT 'a text that is longer than a cell'", "SELECT '\"also longer than a cell\"'::JSON"}) {
+    for (const char* sql :
+         {"SELECT 'a text that is longer than a cell'", "SELECT '\"also longer than a cell\"'::JSON"}) {
         ColumnCast cast;
         {
             const OwnedDataChunk chunk = FirstChunk(sql);
@@ -174,13 +177,14 @@ TEST_F(Vectors, VariantColumnsGiveWhatTheirCellsGive) {
 }
 
 TEST_F(Vectors, VariantColumnsGiveTheirPayloadsUnpacked) {
-    for (const VariantRow &row : gVariantRows) {
+    for (const VariantRow& row : gVariantRows) {
         SCOPED_TRACE(row.mSql);
         const OwnedDataChunk chunk = FirstChunk("SELECT (" + std::string(row.mSql) + ")::VARIANT");
         VariantColumn column;
         ASSERT_TRUE(column.Load(chunk.Get(), 0));
         const OwnedValue payload = column.Payload(0);
         const duckdb_value value = payload.Get();
+        // clang-format off
         switch (row.mNumber) {
         case 3: EXPECT_EQ(column.Fixed<std::int8_t>(0), duckdb_get_int8(value)); break;
         case 4: EXPECT_EQ(column.Fixed<std::int16_t>(0), duckdb_get_int16(value)); break;
@@ -203,6 +207,7 @@ TEST_F(Vectors, VariantColumnsGiveTheirPayloadsUnpacked) {
         case 27: EXPECT_EQ(column.Fixed<std::int64_t>(0), duckdb_get_timestamp_tz(value).micros); break;
         default: break;
         }
+        // clang-format on
     }
 }
 
