@@ -2,6 +2,7 @@
 
 #include "extension/duckdb_extension.h"
 #include "host/runtime.h"
+#include "procedures/procedure_api_binding.h"
 #include "procedures/registration.h"
 
 void orlimbara_extension_bind_api(const procedure_api* api) {

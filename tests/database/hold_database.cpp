@@ -1,0 +1,24 @@
+// hold_database PATH READ_ONLY|READ_WRITE: opens a database, prints "ready" (or "refused"), and holds it until its
+// standard input ends.
+
+#include <cstdio>
+
+#include <duckdb.h>
+
+int main(int inCount, char** inArguments) {
+    if (inCount != 3) {
+        return 2;
+    }
+    duckdb_config config = nullptr;
+    duckdb_database database = nullptr;
+    duckdb_create_config(&config);
+    duckdb_set_config(config, "access_mode", inArguments[2]);
+    const bool isOpen = duckdb_open_ext(inArguments[1], &database, config, nullptr) == DuckDBSuccess;
+    std::puts(isOpen ? "ready" : "refused");
+    std::fflush(stdout);
+    while (std::getchar() != EOF) {
+    }
+    duckdb_close(&database);
+    duckdb_destroy_config(&config);
+    return isOpen ? 0 : 1;
+}
