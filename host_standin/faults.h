@@ -1,6 +1,6 @@
 /// @file
-/// Switches that make the stand-in host fail on purpose, for tests. All are off by default, work for the whole
-/// process, and can be set from any thread.
+/// Switches that make the stand-in host fail on purpose, for tests. All are off by default, work for the
+/// whole process, and can be set from any thread.
 #pragma once
 
 #include <cstdint>
@@ -9,10 +9,10 @@ namespace orkit::standin {
 
 /// The calls that can be made to fail.
 enum class Fault : std::uint8_t {
-    FileOpen,              ///< FileWin's Open and Create: xException
-    ValueCreation,         ///< any CreateValue...: std::bad_alloc
-    PrepareFolder,         ///< xException
-    CreateBackupLocation,  ///< the stand-in's own `gCreateBackupLocation`: xException
+    FileOpen,             ///< FileWin's Open and Create: xException
+    ValueCreation,        ///< any CreateValue...: std::bad_alloc
+    PrepareFolder,        ///< xException
+    CreateBackupLocation, ///< the stand-in's own `gCreateBackupLocation`: xException
 };
 
 /// Makes the `inNth` such call from now on fail (1 is the next), and only that one; 0 switches the fault off.

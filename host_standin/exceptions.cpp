@@ -1,0 +1,57 @@
+#include "host/exceptions.h"
+
+#include <optional>
+
+namespace orkit {
+
+struct xException::Texts {
+    std::array<std::optional<String>, kTextCount> mItems;
+};
+
+namespace {
+
+// Gives null where no text was given, so that raising without texts needs no memory.
+template <class Texts, class Unit>
+std::shared_ptr<const Texts> MakeTexts(std::array<const Unit*, xException::kTextCount> inTexts) {
+    std::shared_ptr<Texts> texts;
+    for (std::size_t i = 0; i < inTexts.size(); ++i) {
+        if (inTexts[i]) {
+            if (!texts) {
+                texts = std::make_shared<Texts>();
+            }
+            texts->mItems[i].emplace(inTexts[i]);
+        }
+    }
+    return texts;
+}
+
+} // namespace
+
+xException::xException(std::uint32_t inCode, const char* inText1, const char* inText2, const char* inText3,
+                       const char* inText4)
+    : mCode(inCode), mTexts(MakeTexts<Texts, char>({inText1, inText2, inText3, inText4})) {}
+
+xException::xException(std::uint32_t inCode, const char16_t* inText1, const char16_t* inText2,
+                       const char16_t* inText3, const char16_t* inText4)
+    : mCode(inCode), mTexts(MakeTexts<Texts, char16_t>({inText1, inText2, inText3, inText4})) {}
+
+xException::~xException() = default;
+
+const String* xException::get_Text(std::size_t inIndex) const noexcept {
+    if (!mTexts || inIndex >= kTextCount || !mTexts->mItems[inIndex]) {
+        return nullptr;
+    }
+    return &*mTexts->mItems[inIndex];
+}
+
+// Here, so that each class has one type information for the library and its users.
+xDBError::~xDBError() = default;
+xFeatureError::~xFeatureError() = default;
+
+namespace orsql {
+
+xORSQLException::~xORSQLException() = default;
+xDuckDBError::~xDuckDBError() = default;
+
+} // namespace orsql
+} // namespace orkit

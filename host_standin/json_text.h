@@ -1,0 +1,34 @@
+/// @file
+/// Reading JSON texts (RFC 8259) in UTF-16. Two limits: a number beyond the range of a double, and an escape
+/// of half a surrogate pair make a text invalid. Nesting has no limit, and no depth can overflow the stack.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orkit::standin {
+
+enum class JsonKind : std::uint8_t { Null, Boolean, Number, String, Object, Array };
+
+/// A member of the top object.
+struct JsonMember {
+    std::u16string mName;
+    JsonKind mKind = JsonKind::Null;
+    /// Of a string its decoded text, of all others the JSON text exactly as it stands.
+    std::u16string mText;
+};
+
+/// What kind of value the text is; nothing if it isn't JSON.
+std::optional<JsonKind> CheckJson(std::u16string_view inText);
+
+/// The members of the top object in their order, also several of one name; none if the text is another kind
+/// of value; nothing if it isn't JSON.
+std::optional<std::vector<JsonMember>> ReadJsonMembers(std::u16string_view inText);
+
+/// The first member of exactly this name.
+std::optional<JsonMember> FindJsonMember(std::u16string_view inText, std::u16string_view inName);
+
+} // namespace orkit::standin

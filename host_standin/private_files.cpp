@@ -1,0 +1,182 @@
+#include "host_standin/private_files.h"
+
+#include <cerrno>
+#include <system_error>
+
+#include <fcntl.h>
+#include <linux/close_range.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include "host_standin/file_errors.h"
+
+namespace orkit::standin {
+
+namespace {
+
+// System calls without the wrappers of the C library: a sanitizer that watches these takes equal descriptors
+// of two tables for one file.
+template <class... Arguments>
+long Call(long inNumber, Arguments... inArguments) {
+    long result = 0;
+    do {
+        result = ::syscall(inNumber, inArguments...);
+    } while (result < 0 && errno == EINTR && inNumber != SYS_close);
+    return result;
+}
+
+int FlagsOf(PrivateFile::Mode inMode) {
+    // Without O_NONBLOCK a pipe would hold up the opening.
+    constexpr int kCommon = O_CLOEXEC | O_NONBLOCK;
+    switch (inMode) {
+    case PrivateFile::Mode::ReadOnly:
+        return O_RDONLY | kCommon;
+    case PrivateFile::Mode::ReadWrite:
+        return O_RDWR | kCommon;
+    default:
+        return O_RDWR | O_CREAT | O_EXCL | kCommon;
+    }
+}
+
+// What went wrong with an opening; all is well while mWhat is empty.
+struct OpenFailure {
+    std::string mWhat;
+    int mErrno = 0;
+};
+
+OpenFailure CheckOpened(int inDescriptor, PrivateFile::Mode inMode) {
+    struct statx status {};
+    if (Call(SYS_statx, inDescriptor, "", AT_EMPTY_PATH, STATX_TYPE, &status) != 0) {
+        return {"can't look at file", errno};
+    }
+    if (!S_ISREG(status.stx_mode)) {
+        return {"is not a file", 0};
+    }
+    struct flock lock {};
+    lock.l_type = inMode == PrivateFile::Mode::ReadOnly ? F_RDLCK : F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    // A file system without locks has no lock of another process.
+    const bool isLocked = Call(SYS_fcntl, inDescriptor, F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+    if (isLocked && lock.l_pid != ::getpid()) {
+        return {"can't open file: locked by process " + std::to_string(lock.l_pid), 0};
+    }
+    return {};
+}
+
+} // namespace
+
+PrivateFile::PrivateFile(std::string inPath, Mode inMode) : mPath(std::move(inPath)) {
+    try {
+        mThread = std::thread([this] { Serve(); });
+    } catch (const std::system_error& error) {
+        RaiseFileError(mPath, "can't start the thread of a file", error.code());
+    }
+    OpenFailure failure;
+    Run([&] {
+        if (mLeaveError != 0) {
+            failure = {"can't leave the common table of descriptors", mLeaveError};
+            return;
+        }
+        mDescriptor = static_cast<int>(Call(SYS_openat, AT_FDCWD, mPath.c_str(), FlagsOf(inMode), 0666));
+        failure = mDescriptor < 0 ? OpenFailure{"can't open file", errno} : CheckOpened(mDescriptor, inMode);
+    });
+    if (!failure.mWhat.empty()) {
+        Stop();
+        if (failure.mErrno != 0) {
+            RaiseFileError(mPath, failure.mWhat, failure.mErrno);
+        }
+        RaiseFileError(mPath, failure.mWhat);
+    }
+}
+
+PrivateFile::~PrivateFile() { Stop(); }
+
+void PrivateFile::Stop() {
+    {
+        const std::lock_guard lock(mMutex);
+        mIsStopping = true;
+    }
+    mChanged.notify_all();
+    mThread.join();
+}
+
+void PrivateFile::Run(const std::function<void()>& inJob) {
+    std::unique_lock lock(mMutex);
+    mJob = &inJob;
+    mChanged.notify_all();
+    mChanged.wait(lock, [this] { return mJob == nullptr; });
+}
+
+void PrivateFile::Serve() {
+    // In the new table the standard streams are all that stays, for whoever has a fault to report.
+    if (Call(SYS_close_range, 3U, ~0U, static_cast<unsigned>(CLOSE_RANGE_UNSHARE)) != 0) {
+        mLeaveError = errno;
+    }
+    std::unique_lock lock(mMutex);
+    while (true) {
+        mChanged.wait(lock, [this] { return mJob != nullptr || mIsStopping; });
+        if (!mJob) {
+            break;
+        }
+        (*mJob)();
+        mJob = nullptr;
+        mChanged.notify_all();
+    }
+    if (mDescriptor >= 0) {
+        Call(SYS_close, mDescriptor);
+    }
+}
+
+std::uint64_t PrivateFile::get_Size() {
+    struct statx status {};
+    int error = 0;
+    Run([&] {
+        error = Call(SYS_statx, mDescriptor, "", AT_EMPTY_PATH, STATX_SIZE, &status) == 0 ? 0 : errno;
+    });
+    if (error != 0) {
+        RaiseFileError(mPath, "can't tell the size of file", error);
+    }
+    return status.stx_size;
+}
+
+std::size_t PrivateFile::Read(void* outBuffer, std::uint64_t inOffset, std::size_t inLength) {
+    std::size_t done = 0;
+    int error = 0;
+    Run([&] {
+        while (done < inLength) {
+            const long part = Call(SYS_pread64, mDescriptor, static_cast<char*>(outBuffer) + done,
+                                   inLength - done, inOffset + done);
+            if (part <= 0) {
+                error = part < 0 ? errno : 0;
+                return;
+            }
+            done += static_cast<std::size_t>(part);
+        }
+    });
+    if (error != 0) {
+        RaiseFileError(mPath, "can't read file", error);
+    }
+    return done;
+}
+
+void PrivateFile::Write(const void* inBuffer, std::uint64_t inOffset, std::size_t inLength) {
+    int error = 0;
+    Run([&] {
+        std::size_t done = 0;
+        while (done < inLength) {
+            const long part = Call(SYS_pwrite64, mDescriptor, static_cast<const char*>(inBuffer) + done,
+                                   inLength - done, inOffset + done);
+            if (part < 0) {
+                error = errno;
+                return;
+            }
+            done += static_cast<std::size_t>(part);
+        }
+    });
+    if (error != 0) {
+        RaiseFileError(mPath, "can't write file", error);
+    }
+}
+
+} // namespace orkit::standin

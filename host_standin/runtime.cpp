@@ -1,0 +1,44 @@
+#include "host/runtime.h"
+
+#include <mutex>
+
+#include "host_standin/object_counts.h"
+
+namespace orkit {
+
+void OrlimbaraInit3() { standin::detail::gInit3Counter.Add(+1); }
+
+namespace orsql {
+
+namespace {
+
+struct RootObject {
+    std::mutex mMutex;
+    smart_ptr<I_DuckDBExtension> mExtension;
+};
+
+RootObject& GetRootObject() {
+    // Never destroyed: at the end of the process the module that the object belongs to may be gone already.
+    static auto* const root = new RootObject;
+    return *root;
+}
+
+} // namespace
+
+void SetDuckDBExtension(smart_ptr<I_DuckDBExtension> inExtension) {
+    RootObject& root = GetRootObject();
+    {
+        const std::lock_guard lock(root.mMutex);
+        std::swap(root.mExtension, inExtension);
+    }
+    // The former object goes here, outside the lock.
+}
+
+smart_ptr<I_DuckDBExtension> GetDuckDBExtension() {
+    RootObject& root = GetRootObject();
+    const std::lock_guard lock(root.mMutex);
+    return root.mExtension;
+}
+
+} // namespace orsql
+} // namespace orkit

@@ -1,0 +1,111 @@
+#include "host_standin/utf.h"
+
+#include <unicode/utf16.h>
+#include <unicode/utf8.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstring>
+
+namespace orkit::standin {
+
+namespace {
+
+// Texts are mostly ASCII: they are looked at and copied in blocks, with loops of fixed length over local
+// arrays, which the compiler turns into vector instructions.
+constexpr std::size_t kBlock = 16;
+
+bool IsAsciiBlock(const char* inText) noexcept {
+    std::array<std::uint64_t, kBlock / sizeof(std::uint64_t)> words;
+    std::memcpy(words.data(), inText, kBlock);
+    return ((words[0] | words[1]) & 0x8080808080808080U) == 0;
+}
+
+bool IsAsciiBlock(const char16_t* inText) noexcept {
+    std::array<std::uint64_t, kBlock * sizeof(char16_t) / sizeof(std::uint64_t)> words;
+    std::memcpy(words.data(), inText, sizeof(words));
+    return ((words[0] | words[1] | words[2] | words[3]) & 0xFF80FF80FF80FF80U) == 0;
+}
+
+template <class To, class From>
+void CopyBlock(const From* inText, To* outText) noexcept {
+    std::array<std::make_unsigned_t<From>, kBlock> from;
+    std::array<To, kBlock> to;
+    std::memcpy(from.data(), inText, sizeof(from));
+    for (std::size_t i = 0; i < kBlock; ++i) {
+        to[i] = static_cast<To>(from[i]);
+    }
+    std::memcpy(outText, to.data(), sizeof(to));
+}
+
+// Copies the blocks of pure ASCII that the text begins with. Gives their length.
+template <class To, class From>
+std::size_t CopyAsciiBlocks(const From* inText, std::size_t inLength, To* outText) noexcept {
+    std::size_t done = 0;
+    while (inLength - done >= kBlock && IsAsciiBlock(inText + done)) {
+        CopyBlock(inText + done, outText + done);
+        done += kBlock;
+    }
+    return done;
+}
+
+// Room: 3 bytes a unit.
+std::size_t ConvertUnits(const char16_t* inText, std::size_t inLength, char* outText) noexcept {
+    auto* const out = reinterpret_cast<std::uint8_t*>(outText);
+    std::size_t from = 0;
+    std::size_t to = 0;
+    while (from < inLength) {
+        const std::size_t ascii = CopyAsciiBlocks(inText + from, inLength - from, outText + to);
+        from += ascii;
+        to += ascii;
+        const std::size_t stop = std::min(inLength, from + kBlock);
+        while (from < stop) {
+            if (inText[from] < 0x80) {
+                out[to++] = static_cast<std::uint8_t>(inText[from++]);
+                continue;
+            }
+            std::uint32_t character = 0;
+            U16_NEXT_OR_FFFD(inText, from, inLength, character);
+            U8_APPEND_UNSAFE(out, to, character);
+        }
+    }
+    return to;
+}
+
+} // namespace
+
+std::size_t Utf8ToUtf16(const char* inText, std::size_t inLength, char16_t* outText) noexcept {
+    const auto* const text = reinterpret_cast<const std::uint8_t*>(inText);
+    std::size_t from = 0;
+    std::size_t to = 0;
+    while (from < inLength) {
+        const std::size_t ascii = CopyAsciiBlocks(inText + from, inLength - from, outText + to);
+        from += ascii;
+        to += ascii;
+        const std::size_t stop = std::min(inLength, from + kBlock);
+        while (from < stop) {
+            if (text[from] < 0x80) {
+                outText[to++] = text[from++];
+                continue;
+            }
+            std::int32_t character = 0;
+            U8_NEXT_OR_FFFD(text, from, inLength, character);
+            U16_APPEND_UNSAFE(outText, to, character);
+        }
+    }
+    return to;
+}
+
+std::string Utf16ToUtf8(const char16_t* inText, std::size_t inLength) {
+    std::string text(inLength, '\0');
+    std::size_t done = CopyAsciiBlocks(inText, inLength, text.data());
+    if (done < inLength) {
+        text.resize(done + 3 * (inLength - done));
+        done += ConvertUnits(inText + done, inLength - done, text.data() + done);
+        text.resize(done);
+    }
+    return text;
+}
+
+} // namespace orkit::standin

@@ -1,0 +1,37 @@
+/// @file
+/// What the classes of values share.
+#pragma once
+
+#include <cstdint>
+#include <new>
+#include <string_view>
+#include <utility>
+
+#include "host/value.h"
+#include "host_standin/fault_state.h"
+
+namespace orkit::orsql::detail {
+
+/// Raises xException, code standin::error_code::kValue, first text "value".
+[[noreturn]] void RaiseValueError(const char* inMessage);
+
+/// Makes a value, unless this creation is to fail. @return the value, without a reference.
+template <class Value, class... Arguments>
+I_Value* NewValue(Arguments&&... inArguments) {
+    if (standin::detail::TakeFault(standin::Fault::ValueCreation)) {
+        throw std::bad_alloc();
+    }
+    return new Value(std::forward<Arguments>(inArguments)...);
+}
+
+/// Gives a text out, cut to at most `inMaxLength` code units; -1 means no limit.
+void GiveText(std::u16string_view inText, std::int32_t inMaxLength, String& outText);
+
+inline std::u16string_view ViewOf(const String& inText) noexcept {
+    return {inText.c_str(), inText.get_Length()};
+}
+inline String ToString(std::u16string_view inText) {
+    return String(inText.data(), static_cast<std::ptrdiff_t>(inText.size()));
+}
+
+} // namespace orkit::orsql::detail
