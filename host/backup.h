@@ -8,8 +8,8 @@
 
 namespace orkit {
 
-/// The place of folder `inName` inside `inParent`, which is made if it isn't there. What the file system
-/// refuses raises xException.
+/// The place of folder `inName` inside `inParent`, which is made if it isn't there; null where the parent is
+/// null. What the file system refuses raises xException.
 smart_ptr<I_Location> PrepareFolder(smart_ptr<I_Location> inParent, const String& inName);
 
 /// The folder that the server's settings name for all backups: nothing where they don't say, else a value

@@ -8,7 +8,8 @@
 
 namespace orkit {
 
-/// A JSON text (RFC 8259), parsed once.
+/// A JSON text (RFC 8259), parsed once. Nesting has no limit. Not valid are a number beyond the range of a
+/// double and an escape of half a surrogate pair.
 class Json {
 public:
     /// @param inText zero-terminated UTF-8; null counts as an empty text, which isn't valid.
@@ -19,8 +20,9 @@ public:
 
     /// Whether the whole text is one JSON value.
     bool isValid() const noexcept;
-    /// The member of the top object: a string's decoded text, any other value's JSON text. An empty String if
-    /// there is no such member, the member is null, or the text isn't an object.
+    /// The member of the top object, the first if several have the name: a string's decoded text, any other
+    /// value's JSON text. An empty String if there is no such member, the member is null, or the text isn't an
+    /// object.
     String get_JsonValue(const String& inName) const;
 
 private:

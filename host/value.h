@@ -48,7 +48,7 @@ inline constexpr std::uint32_t kJSON = 40;
 class I_Value : public I_Unknown {
 public:
     virtual bool get_IsNull() const = 0;
-    /// True makes the value null; only a nullable value takes it. Setting any content makes it not null.
+    /// True makes the value null, which raises if it isn't nullable. Setting any content makes it not null.
     virtual void put_IsNull(bool inIsNull) = 0;
     /// One of `value_type`.
     virtual std::uint32_t get_Type() const = 0;
@@ -101,7 +101,7 @@ public:
     virtual ~I_ValueBinary() = default;
     /// Copies at most `inLength` bytes out. @return how many.
     virtual std::uint32_t ReadBytes(void* outBuffer, std::uint32_t inLength) const = 0;
-    /// Copies the bytes in, at most as many as the value's length.
+    /// Copies the bytes to the value's begin; more than the value's length raise.
     virtual void WriteBytes(const void* inData, std::uint32_t inLength) = 0;
 };
 
