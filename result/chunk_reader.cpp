@@ -1,17 +1,19 @@
 #include "result/chunk_reader.h"
 
-#include "result/value_conversion.h"
-
 namespace orkit::orsql {
 
-ChunkReader::ChunkReader(const ColumnList& inColumns, Access) : mColumns(inColumns) {}
+ChunkReader::ChunkReader(const ColumnList& inColumns, Access inAccess) {
+    mReaders.reserve(inColumns.size());
+    for (const Column& column : inColumns) {
+        const auto index = static_cast<std::uint32_t>(mReaders.size());
+        mReaders.push_back(MakeCellReader({index, column.mType, inAccess, &mTextBuffer}));
+    }
+}
 
 void ChunkReader::Bind(duckdb_data_chunk inChunk) {
-    mChunk = inChunk;
+    for (const std::unique_ptr<CellReader>& reader : mReaders) {
+        reader->Bind(inChunk);
+    }
 }
 
-smart_ptr<I_Value> ChunkReader::Read(std::uint32_t inColumn, idx_t inRow) {
-    return ReadCell(mChunk, inColumn, inRow, mColumns[inColumn].mType);
-}
-
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -3,24 +3,24 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <vector>
 
 #include <duckdb.h>
 
 #include "host/unknown.h"
 #include "host/value.h"
+#include "result/cell_reader.h"
 #include "result/column_list.h"
+#include "result/text_buffer.h"
 
 namespace orkit::orsql {
 
-/// Reads one chunk after the other of one result. Takes no lock and keeps nothing of a chunk but pointers and
-/// what it converted. The columns must outlive it.
+/// Reads one chunk after the other of one result, each column by a reader that is chosen once. Takes no lock
+/// and keeps nothing of a chunk but pointers and what it converted.
 class ChunkReader {
 public:
-    /// What the caller is about to read of each chunk.
-    enum class Access {
-        EveryCell,  ///< all of them
-        AnyCell,    ///< perhaps only a few
-    };
+    using Access = ChunkAccess;
 
     ChunkReader(const ColumnList& inColumns, Access inAccess);
 
@@ -29,11 +29,11 @@ public:
 
     /// A new value of a cell of the bound chunk; never null. What DuckDB raises passes through.
     /// @param inColumn below the column count. @param inRow below the chunk's size.
-    smart_ptr<I_Value> Read(std::uint32_t inColumn, idx_t inRow);
+    smart_ptr<I_Value> Read(std::uint32_t inColumn, idx_t inRow) { return mReaders[inColumn]->Read(inRow); }
 
 private:
-    const ColumnList& mColumns;
-    duckdb_data_chunk mChunk = nullptr;
+    TextBuffer mTextBuffer;
+    std::vector<std::unique_ptr<CellReader>> mReaders; // one a column
 };
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

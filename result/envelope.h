@@ -14,8 +14,14 @@ namespace orkit::orsql {
 /// A text as the inside of a JSON string (RFC 8259): the double quote, the backslash and what lies below 0x20
 /// escaped, all other bytes as they are.
 std::string EscapeJsonString(std::string_view inText);
+/// The same behind the end of another text.
+void AppendEscapedJson(std::string& ioJson, std::string_view inText);
 
-/// A JSON value `{"duckdb_variant":true,"variant_type":"...","value":"..."}`.
+/// Appends the JSON text of an envelope, `{"duckdb_variant":true,"variant_type":"...","value":"..."}`.
+/// @param inTypeName, inText UTF-8.
+void AppendEnvelope(std::string& ioJson, std::string_view inTypeName, std::string_view inText);
+
+/// A JSON value of such a text.
 /// @param inTypeName, inText UTF-8.
 smart_ptr<I_Value> MakeEnvelopeValue(std::string_view inTypeName, std::string_view inText);
 

@@ -17,25 +17,6 @@ bool IsNull(duckdb_value inValue) {
     return !inValue || duckdb_is_null_value(inValue);
 }
 
-smart_ptr<I_Value> DateToValue(duckdb_value inValue) {
-    const duckdb_date_struct date = duckdb_from_date(duckdb_get_date(inValue));
-    smart_ptr<I_Value> value(CreateValueDate(true, nullptr, nullptr));
-    QueryAspect<I_ValueDate>(value.get())
-        ->put_Date(date.year, static_cast<std::uint16_t>(date.month), static_cast<std::uint16_t>(date.day));
-    return value;
-}
-
-smart_ptr<I_Value> TimestampToValue(duckdb_value inValue) {
-    // Raises for infinity, which has no calendar parts.
-    const duckdb_timestamp_struct parts = duckdb_from_timestamp(duckdb_get_timestamp(inValue));
-    const auto part = [](auto inPart) { return static_cast<std::uint16_t>(inPart); };
-    smart_ptr<I_Value> value(CreateValueDateTime(false, nullptr, nullptr));
-    QueryAspect<I_ValueDateTime>(value.get())
-        ->put_DateTime(parts.date.year, part(parts.date.month), part(parts.date.day), part(parts.time.hour),
-                       part(parts.time.min), part(parts.time.sec), part(parts.time.micros / 1000));
-    return value;
-}
-
 /// DuckDB's text of a value; where there is none, the empty text.
 smart_ptr<I_Value> TextOfValue(duckdb_value inValue) {
     const support::OwnedText text(duckdb_get_varchar(inValue));
@@ -65,6 +46,24 @@ smart_ptr<I_Value> BytesToValue(const void* inData, std::uint32_t inLength) {
         value->put_Length(inLength);
         QueryAspect<I_ValueBinary>(value.get())->WriteBytes(inData, inLength);
     }
+    return value;
+}
+
+smart_ptr<I_Value> DateToValue(duckdb_date inDate) {
+    const duckdb_date_struct date = duckdb_from_date(inDate);
+    smart_ptr<I_Value> value(CreateValueDate(true, nullptr, nullptr));
+    QueryAspect<I_ValueDate>(value.get())
+        ->put_Date(date.year, static_cast<std::uint16_t>(date.month), static_cast<std::uint16_t>(date.day));
+    return value;
+}
+
+smart_ptr<I_Value> TimestampToValue(duckdb_timestamp inTimestamp) {
+    const duckdb_timestamp_struct parts = duckdb_from_timestamp(inTimestamp);
+    const auto part = [](auto inPart) { return static_cast<std::uint16_t>(inPart); };
+    smart_ptr<I_Value> value(CreateValueDateTime(false, nullptr, nullptr));
+    QueryAspect<I_ValueDateTime>(value.get())
+        ->put_DateTime(parts.date.year, part(parts.date.month), part(parts.date.day), part(parts.time.hour),
+                       part(parts.time.min), part(parts.time.sec), part(parts.time.micros / 1000));
     return value;
 }
 
@@ -164,9 +163,9 @@ smart_ptr<I_Value> VariantChildToValue(duckdb_value inChild, std::int32_t inVari
         case variant_type::kBlob:
             return BlobToValue(inChild);
         case variant_type::kDate:
-            return DateToValue(inChild);
+            return DateToValue(duckdb_get_date(inChild));
         case variant_type::kTimestampMs:
-            return TimestampToValue(inChild);
+            return TimestampToValue(duckdb_get_timestamp(inChild));
         default:
             break;
     }

@@ -44,6 +44,12 @@ smart_ptr<I_Value> BlobToValue(duckdb_value inValue);
 /// @param inData may be null, which gives a value of length `inLength` without content set.
 smart_ptr<I_Value> BytesToValue(const void* inData, std::uint32_t inLength);
 
+/// A calendar date.
+smart_ptr<I_Value> DateToValue(duckdb_date inDate);
+
+/// A date and time of day; microseconds are cut to milliseconds. Raises for infinity, which has no calendar parts.
+smart_ptr<I_Value> TimestampToValue(duckdb_timestamp inTimestamp);
+
 /// A new value of the kind that a factory makes, not nullable, set by one setter.
 template <class Setter, class Content>
 smart_ptr<I_Value> MakeValue(I_Value* (*inFactory)(bool, const void*, const void*), Setter inSetter,

@@ -25,6 +25,8 @@ inline constexpr std::int32_t kVarchar = 16;
 inline constexpr std::int32_t kBlob = 17;
 inline constexpr std::int32_t kDate = 19;
 inline constexpr std::int32_t kTimestampMs = 23;
+inline constexpr std::int32_t kObject = 29;
+inline constexpr std::int32_t kArray = 30;
 /// How many numbers there are, from 0 on.
 inline constexpr std::int32_t kCount = 34;
 }  // namespace variant_type

@@ -1,0 +1,68 @@
+/// @file
+/// Readers of the types whose meaning is a cast: whole runs of a vector are cast at once.
+#pragma once
+
+#include <cstdint>
+
+#include "duckdb_support/vector_cast.h"
+#include "result/conversion_window.h"
+#include "result/vector_reader.h"
+
+namespace orkit::orsql {
+
+/// What both casts share. A run that can't be cast is read by ReadCell, which raises for the one cell alone.
+class CastReader : public VectorReader {
+public:
+    explicit CastReader(const CellReaderSetup& inSetup) : VectorReader(inSetup), mWindow(inSetup.mAccess) {}
+
+    void Bind(duckdb_data_chunk inChunk) final;
+
+protected:
+    /// Sees to it that the row is cast. @return false where ReadReference has to give the value.
+    bool Reach(idx_t inRow) {
+        if (!mWindow.Take(inRow)) {
+            Convert(inRow);
+        }
+        return mIsCast && IsValid(mCastValidity, inRow - mWindow.get_First());
+    }
+    /// The row's index in the cast.
+    idx_t Index(idx_t inRow) const noexcept { return inRow - mWindow.get_First(); }
+
+    /// Casts a run of rows and keeps where the result lies. @return false if that fails.
+    virtual bool Cast(orlimbara::duckdb_support::ColumnCast& ioCast, idx_t inFirst, idx_t inCount) = 0;
+
+private:
+    /// Casts the run of rows that begins here.
+    void Convert(idx_t inRow);
+
+    ConversionWindow mWindow;
+    orlimbara::duckdb_support::ColumnCast mCast;
+    const std::uint64_t* mCastValidity = nullptr;
+    bool mIsCast = false;
+};
+
+/// DuckDB's text of a cell.
+class TextCastReader final : public CastReader {
+public:
+    using CastReader::CastReader;
+    smart_ptr<I_Value> Read(idx_t inRow) override;
+
+private:
+    bool Cast(orlimbara::duckdb_support::ColumnCast& ioCast, idx_t inFirst, idx_t inCount) override;
+
+    const duckdb_string_t* mTexts = nullptr;
+};
+
+/// A cell as a double.
+class DoubleCastReader final : public CastReader {
+public:
+    using CastReader::CastReader;
+    smart_ptr<I_Value> Read(idx_t inRow) override;
+
+private:
+    bool Cast(orlimbara::duckdb_support::ColumnCast& ioCast, idx_t inFirst, idx_t inCount) override;
+
+    const double* mDoubles = nullptr;
+};
+
+} // namespace orkit::orsql

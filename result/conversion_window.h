@@ -1,0 +1,58 @@
+/// @file
+/// How many rows of a chunk are worth converting at once.
+#pragma once
+
+#include <algorithm>
+
+#include <duckdb.h>
+
+#include "result/cell_reader.h"
+
+namespace orkit::orsql {
+
+/// The run of rows that a reader has converted. To convert a row costs less the more rows go with it, but
+/// only if they are read as well. So the first run is one row long, and each next one eight times as long as
+/// the one before if at least half of that was read; otherwise it is one row again. The length lives on from
+/// chunk to chunk: who reads everything soon has whole chunks, who reads a row here and there pays for no
+/// others.
+class ConversionWindow {
+public:
+    explicit ConversionWindow(ChunkAccess inAccess) noexcept
+        : mLength(inAccess == ChunkAccess::EveryCell ? kLongest : 0) {}
+
+    /// Counts a read. @return whether the row is in the run.
+    bool Take(idx_t inRow) noexcept {
+        ++mReads;
+        return inRow - mFirst < mHeld;
+    }
+
+    /// Starts the next run at a row that was just asked for.
+    /// @param inChunkSize rows of the chunk, above `inRow`.
+    void MoveTo(idx_t inRow, idx_t inChunkSize) noexcept {
+        const idx_t readsOfLast = mReads - 1;
+        const bool wasWorth = 2 * readsOfLast >= mCount;
+        mLength = wasWorth ? std::clamp<idx_t>(mLength * kGrowth, 1, kLongest) : 1;
+        mReads = 1;
+        mFirst = inRow;
+        mCount = std::min(mLength, inChunkSize - inRow);
+        mHeld = mCount;
+    }
+
+    /// Nothing is converted any more.
+    void Close() noexcept { mHeld = 0; }
+
+    idx_t get_First() const noexcept { return mFirst; }
+    idx_t get_Count() const noexcept { return mCount; }
+
+private:
+    static constexpr idx_t kGrowth = 8;
+    static constexpr idx_t kLongest = idx_t{1} << 20; // more than any chunk has
+
+    idx_t mFirst = 0;
+    idx_t mHeld = 0;  // rows that can be read; mCount or, after Close, 0
+    idx_t mCount = 0; // of the last run
+    idx_t mLength;    // of the last run, if its chunk was long enough
+    idx_t mReads = 0; // in the last run
+};
+
+} // namespace orkit::orsql

@@ -1,0 +1,108 @@
+#include "result/variant_cell_reader.h"
+
+#include <array>
+#include <charconv>
+#include <limits>
+
+namespace orkit::orsql {
+
+namespace support = orlimbara::duckdb_support;
+
+namespace {
+
+/// So many objects and arrays of a chunk are read one by one before the whole column is turned to JSON.
+constexpr idx_t kNestedReadsAlone = 8;
+
+constexpr std::int64_t kMicrosPerMilli = 1000;
+
+/// Whether milliseconds can be told in microseconds without meeting what stands for infinity there.
+constexpr bool FitMicros(std::int64_t inMillis) noexcept {
+    constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max() / kMicrosPerMilli - 1;
+    return inMillis >= -kMost && inMillis <= kMost;
+}
+
+} // namespace
+
+void VariantCellReader::Bind(duckdb_data_chunk inChunk) {
+    VectorReader::Bind(inChunk);
+    mState = State::Untouched;
+    mNestedReads = 0;
+}
+
+smart_ptr<I_Value> VariantCellReader::Read(idx_t inRow) {
+    if (mState == State::Untouched) {
+        mState = mColumn.Load(Chunk(), Setup().mColumn) ? State::Loaded : State::Unreadable;
+    }
+    if (mState == State::Unreadable) {
+        return ReadReference(inRow);
+    }
+    const std::int32_t number = mColumn.Number(inRow);
+    const auto fixed = [&]<class Content>(auto inFactory, void (I_Value::*inSetter)(Content)) {
+        return MakeValue(inFactory, inSetter, mColumn.Fixed<Content>(inRow));
+    };
+    switch (number) {
+    case variant_type::kNull:
+        return MakeNullValue();
+    case variant_type::kBoolTrue:
+    case variant_type::kBoolFalse:
+        return MakeValue(CreateValueBoolean, &I_Value::put_Boolean, number == variant_type::kBoolTrue);
+    case variant_type::kInt8: {
+        std::array<char, 4> digits;
+        const int content = mColumn.Fixed<std::int8_t>(inRow);
+        const char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), content).ptr;
+        return Setup().mTextBuffer->MakeEnvelope(VariantTypeName(number), {digits.data(), end});
+    }
+    case variant_type::kInt16:
+        return fixed(CreateValueShort, &I_Value::put_Short);
+    case variant_type::kInt32:
+        return fixed(CreateValueLong, &I_Value::put_Long);
+    case variant_type::kInt64:
+        return fixed(CreateValueLLong, &I_Value::put_LLong);
+    case variant_type::kUInt8:
+        return fixed(CreateValueByte, &I_Value::put_Byte);
+    case variant_type::kUInt16:
+        return fixed(CreateValueUShort, &I_Value::put_UShort);
+    case variant_type::kUInt32:
+        return fixed(CreateValueULong, &I_Value::put_ULong);
+    case variant_type::kUInt64:
+        return fixed(CreateValueULLong, &I_Value::put_ULLong);
+    case variant_type::kFloat:
+        return fixed(CreateValueFloat, &I_Value::put_Float);
+    case variant_type::kDouble:
+        return fixed(CreateValueDouble, &I_Value::put_Double);
+    case variant_type::kVarchar:
+        return Setup().mTextBuffer->MakeString(mColumn.Bytes(inRow));
+    case variant_type::kBlob: {
+        const std::string_view bytes = mColumn.Bytes(inRow);
+        return BytesToValue(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+    }
+    case variant_type::kDate:
+        return DateToValue({mColumn.Fixed<std::int32_t>(inRow)});
+    case variant_type::kTimestampMs: {
+        const auto millis = mColumn.Fixed<std::int64_t>(inRow);
+        return FitMicros(millis) ? TimestampToValue({millis * kMicrosPerMilli}) : ReadPayload(inRow, number);
+    }
+    case variant_type::kObject:
+    case variant_type::kArray:
+        return ReadNested(inRow, number);
+    default:
+        return number > 0 && number < variant_type::kCount ? ReadPayload(inRow, number)
+                                                           : ReadReference(inRow);
+    }
+}
+
+smart_ptr<I_Value> VariantCellReader::ReadNested(idx_t inRow, std::int32_t inNumber) {
+    const bool isWorthWhile =
+        Setup().mAccess == ChunkAccess::EveryCell || mNestedReads++ >= kNestedReadsAlone;
+    std::string_view text;
+    return isWorthWhile && mColumn.ReadJson(inRow, text)
+               ? Setup().mTextBuffer->MakeEnvelope(VariantTypeName(inNumber), text)
+               : ReadPayload(inRow, inNumber);
+}
+
+smart_ptr<I_Value> VariantCellReader::ReadPayload(idx_t inRow, std::int32_t inNumber) {
+    const support::OwnedValue payload = mColumn.Payload(inRow);
+    return VariantChildToValue(payload.Get(), inNumber);
+}
+
+} // namespace orkit::orsql

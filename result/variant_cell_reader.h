@@ -1,0 +1,30 @@
+/// @file
+/// The reader of VARIANT columns.
+#pragma once
+
+#include "duckdb_support/variant_column.h"
+#include "result/vector_reader.h"
+
+namespace orkit::orsql {
+
+/// Takes the vector of a chunk apart once, at the first read, and makes of each cell what it holds.
+class VariantCellReader final : public VectorReader {
+public:
+    using VectorReader::VectorReader;
+    void Bind(duckdb_data_chunk inChunk) override;
+    smart_ptr<I_Value> Read(idx_t inRow) override;
+
+private:
+    enum class State { Untouched, Loaded, Unreadable };
+
+    /// An object or an array.
+    smart_ptr<I_Value> ReadNested(idx_t inRow, std::int32_t inNumber);
+    /// A payload that has no way of its own.
+    smart_ptr<I_Value> ReadPayload(idx_t inRow, std::int32_t inNumber);
+
+    orlimbara::duckdb_support::VariantColumn mColumn;
+    State mState = State::Untouched;
+    idx_t mNestedReads = 0; // in this chunk
+};
+
+} // namespace orkit::orsql
