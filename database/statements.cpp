@@ -1,12 +1,32 @@
+// Making statements, and their way out of the registry.
+
 #include "database/duckdb_database.h"
-#include "host/exceptions.h"
+#include "extension/engine_lock_guard.h"
+#include "host/runtime.h"
+#include "statement/duckdb_statement.h"
 
 namespace orkit::orsql {
 
-smart_ptr<I_DuckDBStatement> DuckDBDatabase::CreateStatement(const String&) {
-    throw xFeatureError(error_code::kFeature, "orDuckDB - statements");
+smart_ptr<I_DuckDBStatement> DuckDBDatabase::CreateStatement(const String& inSql) {
+    const EngineLockGuard guard;
+    OrlimbaraInit3();
+    if (!mHandle) {
+        RaiseError("DuckDBDatabase is not open");
+    }
+    smart_ptr<I_DuckDBStatement> statement(new DuckDBStatement(this, inSql));
+    Register(mStatements, statement.get());
+    return statement;
 }
 
-void DuckDBDatabase::RemoveStatement(I_DuckDBStatement*) {}
+void DuckDBDatabase::RemoveStatement(I_DuckDBStatement* inStatement) {
+    const EngineLockGuard guard;
+    // First of all: a database with a handle but no connection has statements too, and none may be left in the
+    // registry when it goes.
+    const bool wasThere = Unregister(mStatements, inStatement);
+    RequireOpen();
+    if (!wasThere) {
+        RaiseError("DuckDBStatement does not belong to this database");
+    }
+}
 
 }  // namespace orkit::orsql

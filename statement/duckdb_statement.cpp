@@ -1,0 +1,107 @@
+#include "statement/duckdb_statement.h"
+
+#include <array>
+
+#include "database/duckdb_database.h"
+#include "extension/engine_lock_guard.h"
+#include "result/text.h"
+
+namespace orkit::orsql {
+
+DuckDBStatement::DuckDBStatement(DuckDBDatabase* inDatabase, const String& inSql)
+    : mDatabase(inDatabase), mOriginalSql(inSql), mCurrentSql(inSql) {}
+
+DuckDBStatement::~DuckDBStatement() {
+    Detach();
+}
+
+std::uint32_t DuckDBStatement::AddRef() {
+    return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1;
+}
+
+std::uint32_t DuckDBStatement::Release() {
+    const std::uint32_t left = mRefCount.fetch_sub(1, std::memory_order_acq_rel) - 1;
+    if (left == 0) {
+        // Before the destruction begins: a Close on another thread must not meet a half-destroyed object.
+        Detach();
+        delete this;
+    }
+    return left;
+}
+
+void* DuckDBStatement::QueryInterface(std::uint32_t inInterfaceId) {
+    static constexpr std::array kTable = {
+        InterfaceRow<DuckDBStatement, I_DuckDBStatement>(interface_id::kDuckDBStatement),
+        InterfaceRow<DuckDBStatement, I_ForeignPlugin>(interface_id::kForeignPlugin),
+        kInterfaceTableEnd,
+    };
+    return InterfaceTableQueryInterface(this, kTable.data(), inInterfaceId);
+}
+
+std::uint32_t DuckDBStatement::get_RefsCount() const {
+    return mRefCount.load(std::memory_order_relaxed);
+}
+
+const String& DuckDBStatement::get_OriginalSql() const {
+    return mOriginalSql;
+}
+
+const String& DuckDBStatement::get_Sql() const {
+    return mCurrentSql;
+}
+
+smart_ptr<I_DuckDBDatabase> DuckDBStatement::get_Database() const {
+    const EngineLockGuard guard;
+    return DuckDBDatabase::Acquire(mDatabase.load());
+}
+
+std::uint64_t DuckDBStatement::get_RemainingStatements() const {
+    const EngineLockGuard guard;
+    return HasStatementsLeft() ? mStatementCount - mNextStatement : 0;
+}
+
+void DuckDBStatement::Invalidate() {
+    const EngineLockGuard guard;
+    mDatabase = nullptr;
+    ReleaseHandles();
+    EndWalk();
+}
+
+DuckDBDatabase& DuckDBStatement::RequireDatabase() const {
+    DuckDBDatabase* const database = mDatabase.load();
+    if (!database) {
+        RaiseDuckDBError(kUnknownContext, "DuckDBDatabase is invalid");
+    }
+    return *database;
+}
+
+void DuckDBStatement::RaiseBindError(const char* inMessage) const {
+    const char* const text = mPrepared ? TextOr(duckdb_prepare_error(mPrepared.Get()), inMessage) : inMessage;
+    const DuckDBDatabase* const database = mDatabase.load();
+    RaiseDuckDBError(database ? database->get_Name() : String(kUnknownContext), text);
+}
+
+void DuckDBStatement::ReleaseHandles() noexcept {
+    mResult.Reset();
+    mPrepared.Reset();
+}
+
+void DuckDBStatement::EndWalk() noexcept {
+    mExtracted.Reset();
+    mStatementCount = 0;
+    mNextStatement = 0;
+}
+
+void DuckDBStatement::Detach() noexcept {
+    const EngineLockGuard guard;
+    ReleaseHandles();
+    EndWalk();
+    if (DuckDBDatabase* const database = mDatabase.exchange(nullptr)) {
+        try {
+            database->RemoveStatement(this);
+        } catch (...) {  // nobody could take the failure
+        }
+    }
+}
+
+}  // namespace orkit::orsql

@@ -1,0 +1,145 @@
+/// @file
+/// One SQL text and the walk through its statements, with the parameters that go along.
+///
+/// Knows DuckDBDatabase, which makes statements and otherwise knows them by their interface.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+#include "duckdb_support/handles.h"
+#include "host/duckdb_objects.h"
+
+namespace orkit::orsql {
+
+class DuckDBDatabase;
+
+/// The object behind I_DuckDBStatement.
+///
+/// The state can be read off the fields: "text" holds nothing; "walking" holds the split script alone;
+/// "prepared" holds a prepared statement; "ran" a result besides, which may be that of a failed run. Both of the
+/// last hold the split script too, but after ExecuteAll and ExecuteScript. "Invalidated" has no database and
+/// no handles, and nothing leads out of it. Held arrays and texts are apart from all this.
+///
+/// Its sources: duckdb_statement.cpp (the object), running.cpp, held_bindings.cpp, typed_bindings.cpp.
+class DuckDBStatement final : public I_DuckDBStatement, public ForeignPlugin_imp, noncopyable {
+public:
+    /// Doesn't look at the text and enters no registry. @param inDatabase not null; no reference is held.
+    DuckDBStatement(DuckDBDatabase* inDatabase, const String& inSql);
+    ~DuckDBStatement() override;
+
+    std::uint32_t AddRef() override;
+    std::uint32_t Release() override;
+    void* QueryInterface(std::uint32_t inInterfaceId) override;
+    std::uint32_t get_RefsCount() const override;
+
+    const String& get_OriginalSql() const override;
+    const String& get_Sql() const override;
+    smart_ptr<I_DuckDBDatabase> get_Database() const override;
+    std::uint64_t get_RemainingStatements() const override;
+    void Invalidate() override;
+
+    void PrepareNext() override;
+    bool ExecuteNext(std::uint64_t& outRowsChanged) override;
+    bool ExecuteNext() override;
+    void ExecuteAll() override;
+    DuckDBExecutionResult ExecuteScript() override;
+
+    void ClearBindings() override;
+    void BindNull(std::uint32_t inIndex) override;
+    void BindBoolean(std::uint32_t inIndex, std::uint8_t inValue) override;
+    void BindTinyInt(std::uint32_t inIndex, std::int8_t inValue) override;
+    void BindUTinyInt(std::uint32_t inIndex, std::uint8_t inValue) override;
+    void BindSmallInt(std::uint32_t inIndex, std::int16_t inValue) override;
+    void BindUSmallInt(std::uint32_t inIndex, std::uint16_t inValue) override;
+    void BindInteger(std::uint32_t inIndex, std::int32_t inValue) override;
+    void BindUInteger(std::uint32_t inIndex, std::uint32_t inValue) override;
+    void BindBigInt(std::uint32_t inIndex, std::int64_t inValue) override;
+    void BindUBigInt(std::uint32_t inIndex, std::uint64_t inValue) override;
+    void BindHugeInt(std::uint32_t inIndex, std::uint64_t inLower, std::int64_t inUpper) override;
+    void BindUHugeInt(std::uint32_t inIndex, std::uint64_t inLower, std::uint64_t inUpper) override;
+    void BindDecimal(std::uint32_t inIndex, std::uint8_t inWidth, std::uint8_t inScale, std::uint64_t inLower,
+                     std::int64_t inUpper) override;
+    void BindFloat(std::uint32_t inIndex, float inValue) override;
+    void BindDouble(std::uint32_t inIndex, double inValue) override;
+    void BindDate(std::uint32_t inIndex, std::int32_t inYear, std::int32_t inMonth, std::int32_t inDay) override;
+    void BindTime(std::uint32_t inIndex, std::int64_t inMicros) override;
+    void BindTimeNs(std::uint32_t inIndex, std::int64_t inNanos) override;
+    void BindTimeTz(std::uint32_t inIndex, std::int64_t inMicros, std::int32_t inOffset) override;
+    void BindTimestamp(std::uint32_t inIndex, std::int64_t inMicros) override;
+    void BindTimestampTz(std::uint32_t inIndex, std::int64_t inMicros) override;
+    void BindTimestampS(std::uint32_t inIndex, std::int64_t inSeconds) override;
+    void BindTimestampMs(std::uint32_t inIndex, std::int64_t inMillis) override;
+    void BindTimestampNs(std::uint32_t inIndex, std::int64_t inNanos) override;
+    void BindInterval(std::uint32_t inIndex, std::int32_t inMonths, std::int32_t inDays,
+                      std::int64_t inMicros) override;
+    void BindVarchar(std::uint32_t inIndex, const String& inValue) override;
+    void BindBlob(std::uint32_t inIndex, const void* inData, std::uint64_t inLength) override;
+    void BindBit(std::uint32_t inIndex, const std::uint8_t* inData, std::uint64_t inSize) override;
+    void BindBignum(std::uint32_t inIndex, const std::uint8_t* inData, std::uint64_t inSize,
+                    bool inIsNegative) override;
+    void BindUuid(std::uint32_t inIndex, std::uint64_t inLower, std::uint64_t inUpper) override;
+
+    void BindValue(std::uint32_t inIndex, smart_ptr<I_Value> inValue) override;
+    void BindValues(smart_ptr<ValueArray> inValues) override;
+    void BindRows(smart_ptr<RowArray> inRows) override;
+
+    std::uint64_t SqlExecute() override;
+    smart_ptr<I_DuckDBCursor> SqlSelect(std::uint32_t inCursorLocation) override;
+    String SqlSelectToJSON() override;
+    smart_ptr<I_DuckDBQueryResult> SqlQuery(std::uint32_t inCursorLocation) override;
+
+private:
+    // The guard must be held, unless told otherwise.
+
+    /// The database. Raises "DuckDBDatabase is invalid", context "unknown", on an invalidated statement. Needs no
+    /// guard, but only the guard keeps the database where it is.
+    DuckDBDatabase& RequireDatabase() const;
+    /// Raises with DuckDB's text of what went wrong with the prepared statement, else with the fixed text.
+    /// @param inMessage UTF-8. Context: the database's name, or "unknown".
+    [[noreturn]] void RaiseBindError(const char* inMessage) const;
+    /// Destroys the result and the prepared statement.
+    void ReleaseHandles() noexcept;
+    /// Ends the walk: no split script, count and index 0.
+    void EndWalk() noexcept;
+    /// Destroys all handles and leaves the database's registry, once. Takes the guard. Raises nothing.
+    void Detach() noexcept;
+
+    bool HasStatementsLeft() const noexcept { return mNextStatement < mStatementCount; }
+    /// Splits the text in work. Leaves no split script when there is no statement in it; raises DuckDB's text when
+    /// there is one.
+    void Split(duckdb_connection inConnection);
+    /// Makes the next statement's text the text in work.
+    void TakeSql();
+    /// The one place where DuckDB runs a statement: once, or once for each held row. Does nothing without a
+    /// prepared statement. @param outRowsChanged the rows changed by the last run that changed rows; may be null.
+    void RunPrepared(std::uint64_t* outRowsChanged);
+
+    /// Holds the values in place of those held, and binds them if there is a prepared statement. Needs no guard.
+    void ApplyValues(smart_ptr<ValueArray> inValues);
+    /// Binds the held values again; without any, what is bound stays. Needs no guard.
+    void ReapplyValues();
+    /// Clears DuckDB's bindings, then binds the held values. A statement must be prepared. Needs no guard.
+    void BindHeldValues();
+    /// Clears DuckDB's bindings. A statement must be prepared. Needs no guard.
+    void ClearPreparedBindings();
+    /// Forgets held arrays before a single value is bound, and with them all bindings.
+    void DropHeldArrays();
+    /// A typed binding by a row of the table of typed_bindings.cpp. Takes the guard.
+    template <class Row, class... Args>
+    void Bind(const Row& inRow, std::uint32_t inIndex, const Args&... inArgs);
+
+    std::atomic<std::uint32_t> mRefCount{0};
+    std::atomic<DuckDBDatabase*> mDatabase;  // null once cut off; written under the guard, read without it
+    const String mOriginalSql;
+    String mCurrentSql;
+    smart_ptr<RowArray> mRows;
+    smart_ptr<ValueArray> mValues;  // while rows run, the row in work
+    orlimbara::duckdb_support::OwnedExtractedStatements mExtracted;
+    std::uint64_t mStatementCount = 0;
+    std::uint64_t mNextStatement = 0;  // from 0
+    orlimbara::duckdb_support::OwnedPreparedStatement mPrepared;
+    orlimbara::duckdb_support::OwnedResult mResult;
+};
+
+}  // namespace orkit::orsql
