@@ -16,9 +16,11 @@
 enable_testing()
 set(ORLIMBARA_TEST_TIMEOUT 300)
 
-# DuckDB's allocator fills freed memory, where the address sanitizer can't look. DuckDB itself is not
-# instrumented, so the thread sanitizer must not judge what happens inside of it.
+# Both allocators fill freed memory: DuckDB's own, where the address sanitizer can't look, and the C
+# library's for the release build. DuckDB itself is not instrumented, so the thread sanitizer must not
+# judge what happens inside of it.
 set(ORLIMBARA_TEST_ENVIRONMENT
+    "MALLOC_PERTURB_=165"
     "DUCKDB_JE_MALLOC_CONF=junk:true"
     "ASAN_OPTIONS=detect_leaks=1"
     "UBSAN_OPTIONS=print_stacktrace=1"

@@ -17,13 +17,15 @@ using internals::Unwrap;
 namespace {
 
 /// An empty DuckDB that the casts to and from JSON need: they are not among the casts that work without an
-/// instance. It is made at the first such cast and lives as long as this code is loaded.
+/// instance. It is made at the first such cast and lives until the process ends.
 class CastInstance {
 public:
     /// Casts in the context of a connection; may raise.
     static bool TryCast(const duckdb::Value& inValue, const duckdb::LogicalType& inType,
                         duckdb::Value& outValue, std::string& outError) {
-        static CastInstance instance;
+        // Never destroyed: at exit DuckDB's thread-local state of the main thread is gone before static
+        // objects are, and an instance that closes then writes into memory that was freed.
+        static CastInstance& instance = *new CastInstance;
         const std::lock_guard lock(instance.mMutex);
         duckdb::Connection connection(instance.Database());
         return inValue.TryCastAs(*connection.context, inType, outValue, &outError);
