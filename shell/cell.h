@@ -1,0 +1,48 @@
+/// @file
+/// One cell of a result as the shell writes it, whatever it comes from.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/value.h"
+#include "host_standin/procedure_table.h"
+
+namespace orsql {
+
+struct Cell {
+    enum class Kind {
+        Null,
+        Boolean,    ///< "true", "false"
+        Number,     ///< a number as JSON writes it
+        Special,    ///< a double that JSON can't hold: "NaN", "Infinity", "-Infinity"
+        Text,
+        Binary,     ///< hexadecimal, upper case
+        Date,
+        Time,
+        DateTime,
+        Json,       ///< the text of a JSON value
+    };
+    Kind kind = Kind::Null;
+    std::string text;  ///< UTF-8; empty for NULL
+
+    bool operator==(const Cell&) const = default;
+    bool IsNumber() const { return kind == Kind::Number || kind == Kind::Special; }
+};
+
+using Row = std::vector<Cell>;
+
+/// The cell of a host value. What reading it raises goes to the caller.
+void ReadCell(const orkit::orsql::I_Value& inValue, Cell& outCell);
+/// The cell of a procedure's value; no value is NULL.
+void ReadCell(const orkit::standin::ProcedureValue& inValue, Cell& outCell);
+
+Cell TextCell(std::string_view inText);
+Cell BooleanCell(bool inValue);
+Cell NumberCell(std::int64_t inNumber);
+/// The shortest digits that read back as the same double, with a point or an exponent.
+Cell DoubleCell(double inNumber);
+
+}  // namespace orsql

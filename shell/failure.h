@@ -1,0 +1,61 @@
+/// @file
+/// Failures as the shell tells them to people and programs.
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace orsql {
+
+/// A failure of the shell's own: an unknown command, a file that can't be read. Shown with the class "orsql".
+class ShellError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// A table procedure's failure, with the text it reported.
+class ProcedureError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+/// One failure. All texts are UTF-8.
+struct Failure {
+    std::string className;
+    std::optional<std::uint32_t> code;
+    std::optional<std::string> context;
+    std::string message;    ///< as the module gave it
+    std::string statement;  ///< the SQL that failed, for the caret; empty if there is none
+};
+
+/// What DuckDB's error text tells, taken apart for people to read.
+struct ErrorParts {
+    std::string readable;
+    std::string type;  ///< such as "Binder"; empty where the text has none
+    std::optional<std::int64_t> position;
+};
+
+/// The failure that an exception stands for. To be called inside a catch block.
+Failure CurrentFailure();
+
+/// Takes DuckDB's text apart: a JSON object, a kind of error followed by such an object, or plain words that
+/// begin with the kind of error. Other text is readable as it is.
+ErrorParts TakeApart(const std::string& inMessage);
+/// The same for a failure: only what the module and the procedures report is DuckDB's text.
+ErrorParts PartsOf(const Failure& inFailure);
+
+/// How standard error shows failures.
+struct ErrorStyle {
+    bool isTerminal = false;  ///< the place in the statement is shown with a caret
+    bool hasColor = false;
+    std::size_t width = 0;  ///< of the terminal in columns; 0 without one
+};
+
+/// The text for standard error: "error: MESSAGE" and what else is known, with a line feed behind it.
+std::string DescribeFailure(const Failure& inFailure, const ErrorStyle& inStyle);
+
+}  // namespace orsql

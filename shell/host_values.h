@@ -1,0 +1,22 @@
+/// @file
+/// Host literals as the host's two kinds of value.
+#pragma once
+
+#include "host/value.h"
+#include "host_standin/procedure_table.h"
+#include "shell/literals.h"
+
+namespace orsql {
+
+/// The value object of a literal, for the object side.
+orkit::smart_ptr<orkit::orsql::I_Value> MakeHostValue(const Literal& inLiteral);
+/// A text value.
+orkit::smart_ptr<orkit::orsql::I_Value> MakeTextValue(const orkit::String& inText);
+/// The value that says it is null.
+orkit::smart_ptr<orkit::orsql::I_Value> MakeNullValue();
+
+/// The value of a literal for a table procedure's argument. A year that the packed form has no room for
+/// raises ShellError.
+orkit::standin::ProcedureValue MakeProcedureValue(const Literal& inLiteral);
+
+}  // namespace orsql

@@ -1,0 +1,64 @@
+#include "shell/module.h"
+
+#include <filesystem>
+
+#include <dlfcn.h>
+#include <fmt/format.h>
+
+#include "host/runtime.h"
+#include "host_standin/procedure_table.h"
+#include "shell/failure.h"
+
+namespace orsql {
+
+namespace {
+
+using BindApi = void (*)(const procedure_api*);
+using Init = void (*)(call_context);
+
+template <class Function>
+Function FindExport(void* inLibrary, const std::string& inPath, const char* inName) {
+    void* const symbol = dlsym(inLibrary, inName);
+    if (!symbol) {
+        throw ShellError(fmt::format("{} is not the module: it has no {}", inPath, inName));
+    }
+    return reinterpret_cast<Function>(symbol);
+}
+
+}  // namespace
+
+std::string_view ShellVersion() { return ORSQL_VERSION; }
+
+std::string DefaultModulePath() {
+    constexpr const char* kModuleName = "orlimbara_duckdb.so";
+    std::error_code error;
+    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+    return error ? kModuleName : (program.parent_path() / kModuleName).string();
+}
+
+Module::Module(const std::string& inPath) {
+    // A name without a slash would be looked for on the loader's paths.
+    const std::string path = std::filesystem::absolute(inPath).string();
+    void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!library) {
+        const char* const reason = dlerror();
+        throw ShellError(fmt::format("can't load the module: {}", reason ? reason : path.c_str()));
+    }
+    const auto bindApi = FindExport<BindApi>(library, path, "orlimbara_extension_bind_api");
+    const auto init = FindExport<Init>(library, path, "orlimbara_extension_init");
+    bindApi(orkit::standin::GetProcedureTable());
+    const orkit::standin::ProcedureContext context;
+    init(context.get_Handle());
+    mExtension = orkit::orsql::GetDuckDBExtension();
+    if (!mExtension) {
+        throw ShellError(fmt::format("the module {} gave no root object", path));
+    }
+}
+
+Module::~Module() {
+    mExtension.reset();
+    orkit::orsql::SetDuckDBExtension(nullptr);
+    orkit::standin::ForgetProcedures();
+}
+
+}  // namespace orsql

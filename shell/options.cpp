@@ -1,0 +1,142 @@
+#include "shell/options.h"
+
+#include <algorithm>
+#include <iostream>
+
+#include <CLI/CLI.hpp>
+
+namespace orsql {
+
+namespace {
+
+void AddScriptOptions(CLI::App& ioApp, Options& outOptions) {
+    // Each occurrence is taken as it is met, so that the order across both options is kept.
+    const auto add = [&](const char* name, Script::Kind kind, const char* value, const char* help) {
+        ioApp
+            .add_option_function<std::string>(
+                name, [&outOptions, kind](const std::string& text) { outOptions.scripts.push_back({kind, text}); },
+                help)
+            ->type_name(value)
+            ->trigger_on_parse()
+            ->expected(1)
+            ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    };
+    add("-c,--command", Script::Kind::Command, "TEXT", "run TEXT: SQL, or a dot command; repeatable, in order");
+    add("-f,--file", Script::Kind::File, "FILE", "run a file of SQL and dot commands; - is standard input");
+}
+
+/// A choice of words that are the values of an enumeration, in its order.
+template <class Choice, class Words, class Set>
+void AddChoice(CLI::App& ioApp, const char* inName, const Words& inWords, Set inSet, const char* inHelp) {
+    const std::vector<std::string> words(std::begin(inWords), std::end(inWords));
+    ioApp
+        .add_option_function<std::string>(
+            inName,
+            [words, inSet](const std::string& word) {
+                inSet(static_cast<Choice>(std::find(words.begin(), words.end(), word) - words.begin()));
+            },
+            inHelp)
+        ->check(CLI::IsMember(words))
+        ->type_name("");
+}
+
+void AddOutputOptions(CLI::App& ioApp, Options& outOptions) {
+    AddChoice<Mode>(
+        ioApp, "-m,--mode", kModeNames, [&](Mode mode) { outOptions.mode = mode; },
+        "form of the output; box on a terminal, csv otherwise");
+    AddChoice<ColorChoice>(
+        ioApp, "--color", std::array{"auto", "always", "never"}, [&](ColorChoice color) { outOptions.color = color; },
+        "colour on a terminal, always or never");
+    ioApp.add_option("--max-rows", outOptions.maxRows, "rows shown of a table in box mode; 0 shows all")
+        ->type_name("N");
+    ioApp.add_option("--null", outOptions.nullText, "what NULL is shown as")->type_name("TEXT");
+    ioApp.add_flag("!--no-header", outOptions.hasHeader, "without the columns' names in box and csv mode");
+    ioApp.add_flag("--timer", outOptions.showsTimer, "show the time that each statement takes");
+    ioApp.add_flag("--bail", outOptions.stopsAtFailure, "stop at the first failure");
+}
+
+void AddDatabaseOptions(CLI::App& ioApp, Options& outOptions) {
+    AddChoice<CursorLocation>(
+        ioApp, "--cursor", std::array{"server", "client"},
+        [&](CursorLocation cursor) { outOptions.cursor = cursor; }, "cursor location for queries");
+    ioApp.add_option("--module", outOptions.module, "the module; by default the one beside the program")
+        ->type_name("PATH");
+    ioApp.add_flag("--readonly", outOptions.isReadOnly, "open for reading alone");
+    ioApp.add_option("--threads", outOptions.threads, "DuckDB's threads")->type_name("N");
+    ioApp.add_option("--max-memory", outOptions.maxMemory, "DuckDB's memory in megabytes")->type_name("MB");
+    const auto addFolder = [&](const char* name, std::string& folder, const char* help) {
+        ioApp.add_option(name, folder, help)->type_name("DIR");
+    };
+    addFolder("--temp-directory", outOptions.tempDirectory, "DuckDB's folder for temporary files");
+    addFolder("--home-directory", outOptions.homeDirectory, "DuckDB's home folder");
+    addFolder("--secret-directory", outOptions.secretDirectory, "DuckDB's folder for secrets");
+    addFolder("--extension-directory", outOptions.extensionDirectory, "DuckDB's folder for extensions");
+    ioApp.add_flag("!--no-external-access", outOptions.hasExternalAccess,
+                   "let DuckDB touch nothing outside the database");
+    ioApp.add_option("--token-file", outOptions.tokenFile,
+                     "file with the token for an md: database; else motherduck_token of the environment counts")
+        ->type_name("FILE");
+    ioApp.add_option("--user-agent", outOptions.userAgent, "user agent for an md: database")->type_name("TEXT");
+    ioApp.add_option("--block-size", outOptions.blockSize, "block size of a new file in bytes")->type_name("N");
+    ioApp.add_option("--storage-version", outOptions.storageVersion, "DuckDB's storage version of a new file")
+        ->type_name("V");
+}
+
+/// The version goes into DuckDB's SQL as it is.
+bool IsVersionText(const std::string& inText) {
+    return std::all_of(inText.begin(), inText.end(), [](unsigned char c) {
+        return std::isalnum(c) != 0 || c == '.' || c == '_' || c == '-';
+    });
+}
+
+}  // namespace
+
+bool IsMemoryPath(const std::string& inPath) { return inPath == ":memory:"; }
+
+bool IsRemotePath(const std::string& inPath) { return inPath.starts_with("md:"); }
+
+std::optional<std::string> RefuseFileOptions(const Options& inOptions, const std::string& inDatabase) {
+    if (inOptions.blockSize == 0 && inOptions.storageVersion.empty()) {
+        return std::nullopt;
+    }
+    if (IsMemoryPath(inDatabase)) {
+        return "--block-size and --storage-version are for a file, not for :memory:";
+    }
+    if (!inOptions.hasExternalAccess) {
+        return "--block-size and --storage-version need external access";
+    }
+    return std::nullopt;
+}
+
+std::optional<Options> ReadCommandLine(int inCount, const char* const* inArguments, int& outStatus) {
+    Options options;
+    CLI::App app("The host shell of the DuckDB module: runs SQL and dot commands in a DuckDB database.\n"
+                 "Without -c and -f it reads standard input, on a terminal line by line.\n",
+                 "orsql");
+    app.add_option("DATABASE", options.database, "a path, or :memory:; a file that doesn't exist is created")
+        ->type_name("");
+    AddScriptOptions(app, options);
+    AddOutputOptions(app, options);
+    AddDatabaseOptions(app, options);
+    app.add_flag("--version", options.showsVersion, "print the versions of orsql and of DuckDB");
+    try {
+        app.parse(inCount, inArguments);
+        if (!IsVersionText(options.storageVersion)) {
+            throw CLI::ValidationError("--storage-version", options.storageVersion + " is no version");
+        }
+        if (const auto refusal = RefuseFileOptions(options, options.database); refusal && !options.showsVersion) {
+            throw CLI::ValidationError(*refusal);
+        }
+    } catch (const CLI::CallForHelp&) {
+        std::cout << app.help() << std::flush;
+        outStatus = std::cout ? exit_status::kGood : exit_status::kFailed;
+        return std::nullopt;
+    } catch (const CLI::Error& error) {
+        std::cerr << "error: " << error.what() << "\nRun orsql --help for the options.\n";
+        outStatus = exit_status::kWrongUse;
+        return std::nullopt;
+    }
+    return options;
+}
+
+}  // namespace orsql

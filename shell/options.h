@@ -1,0 +1,77 @@
+/// @file
+/// The command line.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "shell/renderer.h"
+
+namespace orsql {
+
+enum class CursorLocation { Server, Client };
+enum class ColorChoice { Auto, Always, Never };
+
+/// Exit statuses.
+namespace exit_status {
+inline constexpr int kGood = 0;
+inline constexpr int kFailed = 1;
+inline constexpr int kWrongUse = 2;
+inline constexpr int kNotOpened = 3;
+inline constexpr int kInterrupted = 130;
+}  // namespace exit_status
+
+/// What the command line asks to be run, in its order.
+struct Script {
+    enum class Kind { Command, File };
+    Kind kind;
+    std::string text;  ///< the SQL or dot command; the file's path, "-" for standard input
+    bool operator==(const Script&) const = default;
+};
+
+struct Options {
+    std::string database = ":memory:";
+    std::vector<Script> scripts;
+    std::optional<Mode> mode;
+    CursorLocation cursor = CursorLocation::Server;
+    std::string module;  ///< empty: the one beside the program
+
+    bool isReadOnly = false;
+    std::uint32_t threads = 0;
+    std::uint32_t maxMemory = 0;  ///< megabytes
+    std::string tempDirectory;
+    std::string homeDirectory;
+    std::string secretDirectory;
+    std::string extensionDirectory;
+    bool hasExternalAccess = true;
+
+    std::string tokenFile;
+    std::string userAgent;
+    std::uint32_t blockSize = 0;  ///< bytes
+    std::string storageVersion;
+
+    bool stopsAtFailure = false;
+    std::uint64_t maxRows = 40;
+    bool showsTimer = false;
+    std::optional<std::string> nullText;
+    bool hasHeader = true;
+    ColorChoice color = ColorChoice::Auto;
+    bool showsVersion = false;
+};
+
+/// Whether a path names the database in memory.
+bool IsMemoryPath(const std::string& inPath);
+/// Whether a path names a remote database.
+bool IsRemotePath(const std::string& inPath);
+
+/// Reads the command line. @param outStatus the status to leave with, where nothing is returned: help was
+/// asked for and printed, or the use was wrong, which standard error tells.
+std::optional<Options> ReadCommandLine(int inCount, const char* const* inArguments, int& outStatus);
+
+/// Whether the options for a new file go with this database: DuckDB can't make such a file in memory or
+/// without external access. @return what is wrong, else nothing.
+std::optional<std::string> RefuseFileOptions(const Options& inOptions, const std::string& inDatabase);
+
+}  // namespace orsql

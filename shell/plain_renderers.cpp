@@ -1,0 +1,171 @@
+#include "shell/plain_renderers.h"
+
+#include <algorithm>
+
+#include "shell/rows_loop.h"
+#include "shell/text.h"
+
+namespace orsql {
+
+namespace {
+
+/// What the three have in common: the words around the rows.
+class PlainRenderer : public Renderer {
+public:
+    PlainRenderer(Output& inOutput, const RenderSettings& inSettings)
+        : mOutput(inOutput), mSettings(inSettings) {}
+
+    void WriteText(std::string_view inText) override {
+        mOutput.Write(inText);
+        mOutput.Write("\n");
+        mOutput.Flush();
+    }
+    void WriteChanged(std::int64_t inCount) override { WriteText(ChangedText(inCount)); }
+
+protected:
+    std::string_view NullText(std::string_view inDefault) const {
+        return mSettings.nullText ? std::string_view(*mSettings.nullText) : inDefault;
+    }
+
+    Output& mOutput;
+    const RenderSettings& mSettings;
+};
+
+/// Rows for other programs, so there is nothing else on the way: no counts.
+class CsvRenderer final : public PlainRenderer {
+public:
+    using PlainRenderer::PlainRenderer;
+
+    void WriteChanged(std::int64_t) override {}
+
+    RowsEnd WriteRows(RowSource& inRows) override {
+        const std::string_view nullText = NullText("");
+        if (mSettings.hasHeader) {
+            for (const Column& column : inRows.get_Columns()) {
+                PutField(&column == inRows.get_Columns().data(), column.name, "");
+            }
+            mOutput.Write("\n");
+        }
+        RowsEnd end = ReadRows(inRows, [&](const Row& row) {
+            for (const Cell& cell : row) {
+                if (cell.kind == Cell::Kind::Null) {
+                    PutSeparator(&cell == row.data());
+                    mOutput.Write(nullText);
+                } else {
+                    PutField(&cell == row.data(), cell.text, nullText);
+                }
+            }
+            mOutput.Write("\n");
+        });
+        mOutput.Flush();
+        return end;
+    }
+
+private:
+    void PutSeparator(bool inIsFirst) {
+        if (!inIsFirst) {
+            mOutput.Put(',');
+        }
+    }
+
+    /// A text that looks like NULL is quoted, so that reading it back tells them apart.
+    void PutField(bool inIsFirst, std::string_view inText, std::string_view inNullText) {
+        PutSeparator(inIsFirst);
+        if (inText.find_first_of(",\"\r\n") == std::string_view::npos && inText != inNullText) {
+            mOutput.Write(inText);
+            return;
+        }
+        mOutput.Put('"');
+        for (const char c : inText) {
+            if (c == '"') {
+                mOutput.Put('"');
+            }
+            mOutput.Put(c);
+        }
+        mOutput.Put('"');
+    }
+};
+
+/// A line a cell, with a blank line between rows.
+class LineRenderer final : public PlainRenderer {
+public:
+    using PlainRenderer::PlainRenderer;
+
+    RowsEnd WriteRows(RowSource& inRows) override {
+        std::size_t width = 0;
+        for (const Column& column : inRows.get_Columns()) {
+            width = std::max(width, DisplayWidth(column.name));
+        }
+        std::vector<std::string> heads;
+        for (const Column& column : inRows.get_Columns()) {
+            heads.push_back(std::string(width - DisplayWidth(column.name), ' ') + column.name + " = ");
+        }
+        const std::string_view nullText = NullText(kNullText);
+        bool isFirst = true;
+        RowsEnd end = ReadRows(inRows, [&](const Row& row) {
+            mOutput.Write(isFirst ? "" : "\n");
+            isFirst = false;
+            for (std::size_t i = 0; i < row.size(); ++i) {
+                mOutput.Write(heads[i]);
+                mOutput.Write(CellText(row[i], nullText));
+                mOutput.Write("\n");
+            }
+        });
+        mOutput.Flush();
+        return end;
+    }
+};
+
+class MarkdownRenderer final : public PlainRenderer {
+public:
+    using PlainRenderer::PlainRenderer;
+
+    RowsEnd WriteRows(RowSource& inRows) override {
+        for (const Column& column : inRows.get_Columns()) {
+            PutField(column.name);
+        }
+        mOutput.Write("|\n");
+        for (const Column& column : inRows.get_Columns()) {
+            mOutput.Write(column.isNumber ? "|---:" : "|---");
+        }
+        mOutput.Write("|\n");
+        const std::string_view nullText = NullText(kNullText);
+        RowsEnd end = ReadRows(inRows, [&](const Row& row) {
+            for (const Cell& cell : row) {
+                PutField(CellText(cell, nullText));
+            }
+            mOutput.Write("|\n");
+        });
+        mOutput.Flush();
+        return end;
+    }
+
+private:
+    void PutField(std::string_view inText) {
+        mOutput.Write("| ");
+        for (const char c : inText) {
+            if (c == '\n') {
+                mOutput.Write("<br>");
+            } else if (c != '\r') {
+                mOutput.Write(c == '|' ? "\\|" : std::string_view(&c, 1));
+            }
+        }
+        mOutput.Put(' ');
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<Renderer> MakeCsvRenderer(Output& inOutput, const RenderSettings& inSettings) {
+    return std::make_unique<CsvRenderer>(inOutput, inSettings);
+}
+
+std::unique_ptr<Renderer> MakeLineRenderer(Output& inOutput, const RenderSettings& inSettings) {
+    return std::make_unique<LineRenderer>(inOutput, inSettings);
+}
+
+std::unique_ptr<Renderer> MakeMarkdownRenderer(Output& inOutput, const RenderSettings& inSettings) {
+    return std::make_unique<MarkdownRenderer>(inOutput, inSettings);
+}
+
+}  // namespace orsql

@@ -1,0 +1,61 @@
+/// @file
+/// The forms of output. Each form writes one answer per statement and dot command.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "shell/failure.h"
+#include "shell/output.h"
+#include "shell/row_source.h"
+
+namespace orsql {
+
+enum class Mode { Box, Csv, Json, Jsonl, Line, Markdown };
+
+/// The names of the modes, in the order of `Mode`.
+inline constexpr std::array<std::string_view, 6> kModeNames = {"box", "csv", "json", "jsonl", "line", "markdown"};
+
+/// What the user chose about the forms; can change between two answers.
+struct RenderSettings {
+    std::optional<std::string> nullText;  ///< instead of the mode's own
+    std::uint64_t maxRows = 40;           ///< of a box; 0 shows all
+    bool hasHeader = true;
+    bool hasColor = false;
+    std::size_t width = 0;  ///< of the terminal in columns; 0 without one
+};
+
+/// How the reading of rows ended.
+struct RowsEnd {
+    std::uint64_t count = 0;
+    bool isInterrupted = false;
+    std::optional<Failure> failure;
+};
+
+/// One form of output. What can't be written raises OutputError.
+class Renderer {
+public:
+    virtual ~Renderer() = default;
+    /// Whether failures are part of the output. Else they go to standard error, which is the caller's work.
+    virtual bool WritesFailures() const { return false; }
+    /// Reads all rows and writes them as they come. A failure on the way is told in the answer.
+    virtual RowsEnd WriteRows(RowSource& inRows) = 0;
+    virtual void WriteChanged(std::int64_t inCount) = 0;
+    virtual void WriteDone() {}
+    virtual void WriteText(std::string_view inText) = 0;
+    virtual void WriteFailure(const Failure&) {}
+    /// Ends the output; nothing comes behind it.
+    virtual void Finish() {}
+};
+
+/// @param inSettings is read at every answer. Both must outlive the renderer.
+std::unique_ptr<Renderer> MakeRenderer(Mode inMode, Output& inOutput, const RenderSettings& inSettings);
+
+/// The mode of a name.
+std::optional<Mode> FindMode(std::string_view inName);
+
+}  // namespace orsql

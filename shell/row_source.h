@@ -1,0 +1,86 @@
+/// @file
+/// Rows on their way to a renderer: from a cursor of DuckDB's, from a table procedure's, or the shell's own.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/duckdb_objects.h"
+#include "host_standin/procedure_table.h"
+#include "shell/cell.h"
+
+namespace orsql {
+
+/// What is known of a column. Names are UTF-8.
+struct Column {
+    std::string name;
+    std::optional<std::string> type;  ///< DuckDB's full text of the type
+    std::uint32_t typeId = 0;         ///< goes with `type`
+    std::optional<std::string> hostType;  ///< of a procedure's column
+    bool isNumber = false;            ///< to be shown flush right
+};
+
+/// Rows that are read once, front to back.
+class RowSource {
+public:
+    virtual ~RowSource() = default;
+    const std::vector<Column>& get_Columns() const { return mColumns; }
+    /// Reads the next row into `outRow`, which has one cell a column. @return false past the last. What the
+    /// cursor raises goes to the caller.
+    virtual bool Next(Row& outRow) = 0;
+
+protected:
+    std::vector<Column> mColumns;
+};
+
+/// The rows of a cursor, from where it stands.
+class CursorRows final : public RowSource {
+public:
+    explicit CursorRows(orkit::smart_ptr<orkit::orsql::I_DuckDBCursor> inCursor);
+    bool Next(Row& outRow) override;
+
+private:
+    orkit::smart_ptr<orkit::orsql::I_DuckDBCursor> mCursor;
+};
+
+/// The rows of a procedure's cursor.
+class ProcedureRows final : public RowSource {
+public:
+    explicit ProcedureRows(orkit::standin::ProcedureCursor inCursor);
+    bool Next(Row& outRow) override;
+
+private:
+    orkit::standin::ProcedureCursor mCursor;
+    bool mIsOnFirstRow = false;  // it was gone to for the columns' types
+};
+
+/// Rows that the shell itself made.
+class TableRows final : public RowSource {
+public:
+    explicit TableRows(std::vector<std::string> inNames);
+    /// A column whose cells are all numbers is shown flush right.
+    void Add(Row inRow);
+    bool Next(Row& outRow) override;
+
+private:
+    std::vector<Row> mRows;
+    std::size_t mNext = 0;
+};
+
+/// Rows of another source, whose columns lose their types: they answer a dot command.
+class UntypedRows final : public RowSource {
+public:
+    explicit UntypedRows(RowSource& inSource);
+    bool Next(Row& outRow) override { return mSource.Next(outRow); }
+
+private:
+    RowSource& mSource;
+};
+
+/// The host's name of a number of `host_type`.
+std::string_view HostTypeName(std::int32_t inType);
+
+}  // namespace orsql

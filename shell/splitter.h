@@ -1,0 +1,74 @@
+/// @file
+/// Cutting a script into SQL statements and dot commands, by the rules of DuckDB's own scanner.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace orsql {
+
+/// One piece of a script.
+struct Piece {
+    enum class Kind { Statement, DotCommand };
+    Kind kind;
+    /// A statement from its first character that is neither blank nor comment up to the ";", which isn't part
+    /// of it, or to its first zero byte. A dot command's line without the end of line.
+    std::string text;
+};
+
+/// Cuts a script that may come in parts of any size. A statement is given as soon as its ";" has come, a dot
+/// command as soon as its line is complete.
+class Splitter {
+public:
+    /// Adds text.
+    void Feed(std::string_view inText);
+    /// No more text comes: what is left is a piece, too.
+    void Finish();
+    /// The next piece; nothing if it isn't complete yet.
+    std::optional<Piece> Next();
+    /// Whether a statement, a quote or a comment is open.
+    bool IsOpen() const;
+    /// Forgets everything, as a new splitter.
+    void Reset() { *this = Splitter(); }
+
+private:
+    enum class State { Plain, Quoted, EscapedQuoted, DollarQuoted, LineComment, BlockComment };
+    /// What may still make a quote go on as part of the E'…' that has just ended.
+    enum class Continuation { None, Adjacent, SameLine, NextLine };
+    enum class Step { Go, NeedMore, Statement, DotCommand };
+
+    Step Scan();
+    Step ScanPlain();
+    void ScanQuoted();
+    Step ScanEscaped();
+    void ScanDollarQuoted();
+    void ScanLineComment();
+    Step ScanBlockComment();
+    Step ScanIdentifier();
+    Step ScanDollar();
+    Step ScanUnicodeSpace(std::size_t& outLength) const;
+
+    bool Has(std::size_t inCount) const { return mPosition + inCount <= mText.size(); }
+    char At(std::size_t inOffset) const { return mText[mPosition + inOffset]; }
+    bool AtLineStart() const { return mPosition == 0 ? mAtLineStart : mText[mPosition - 1] == '\n'; }
+    void Begin();
+    void SkipBlank(bool inIsNewLine, std::size_t inLength);
+    Piece Take(Piece::Kind inKind, std::size_t inEnd, std::size_t inNext);
+    void Forget();
+
+    std::string mText;
+    std::size_t mPosition = 0;
+    bool mAtLineStart = true;  // of the text's first byte
+    bool mIsFinished = false;
+    State mState = State::Plain;
+    Continuation mContinuation = Continuation::None;
+    char mQuote = 0;
+    std::size_t mDepth = 0;
+    std::string mTag;                   // with both dollars
+    std::size_t mBodyStart = 0;         // of the dollar quote
+    std::optional<std::size_t> mStart;  // of the open statement
+};
+
+}  // namespace orsql

@@ -1,0 +1,36 @@
+/// @file
+/// UTF-8 text as the shell handles it: to and from the host's String, display width, small helpers.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+#include "host/string.h"
+
+namespace orsql {
+
+/// UTF-8 of a host text; unpaired surrogates become U+FFFD.
+std::string ToUtf8(const orkit::String& inText);
+/// The host's text of UTF-8; invalid bytes become U+FFFD. Zero characters are kept.
+orkit::String ToHost(std::string_view inText);
+/// `inText` with every invalid byte replaced by U+FFFD, so that it is UTF-8.
+std::string ValidUtf8(std::string_view inText);
+
+/// Columns that a UTF-8 text takes on a terminal: wide characters count 2, combining ones 0.
+std::size_t DisplayWidth(std::string_view inText);
+/// `inText` itself if it is at most `inWidth` columns wide, else its beginning and "…", together at most
+/// `inWidth` columns. @param inWidth at least 1.
+std::string CutToWidth(std::string_view inText, std::size_t inWidth);
+/// Control characters written as escapes (line feed as \n, others as \xNN), so that the text is one line.
+std::string OneLine(std::string_view inText);
+
+/// ASCII blanks: space, tab, line feed, carriage return, form feed, vertical tab.
+bool IsBlank(char inCharacter);
+std::string_view Trim(std::string_view inText);
+/// Equal but for the case of ASCII letters.
+bool EqualsIgnoringCase(std::string_view inLeft, std::string_view inRight);
+/// `inText` begins with `inPrefix`, the case of ASCII letters aside.
+bool StartsIgnoringCase(std::string_view inText, std::string_view inPrefix);
+
+}  // namespace orsql
