@@ -136,8 +136,7 @@ typedef struct procedure_api {
     /// `values` one array of `columns` values per row. The host copies the arrays and takes the values, also
     /// when it refuses. Gives 0 on success and writes the cursor to `out`.
     int32_t (*make_row_cursor)(call_context context, uint64_t columns, uint64_t rows,
-                               const char* const* names, const host_value* const* values,
-                               host_cursor* out);
+                               const char* const* names, const host_value* const* values, host_cursor* out);
 
     procedure_api_reserved reserved_16[1];
 

@@ -63,12 +63,9 @@ std::int32_t RegisterProcedure(call_context inContext, const procedure_descripto
     if (detail::ShouldFail(ProcedureEntry::RegisterProcedure)) {
         return -1;
     }
-    RegisteredProcedure procedure{inDescriptor->name,
-                                  inDescriptor->minimum_arguments,
-                                  inDescriptor->maximum_arguments,
-                                  inDescriptor->signature,
-                                  inDescriptor->description,
-                                  inDescriptor->callback};
+    RegisteredProcedure procedure{
+        inDescriptor->name,      inDescriptor->minimum_arguments, inDescriptor->maximum_arguments,
+        inDescriptor->signature, inDescriptor->description,       inDescriptor->callback};
     ProcedureRegistry& registry = GetRegistry();
     const std::lock_guard lock(registry.mMutex);
     const auto known = std::ranges::find(registry.mProcedures, procedure.name, &RegisteredProcedure::name);

@@ -130,8 +130,7 @@ bool ProcedureCursor::SeekRow(std::int64_t inRow) {
 
 ProcedureValue ProcedureCursor::ReadValue(std::int32_t inColumn) const {
     if (const cursor_descriptor* descriptor = mHandle->mDescriptor) {
-        return ProcedureValue::Adopt(
-            descriptor->read_value(&mHandle->mContext, descriptor->state, inColumn));
+        return ProcedureValue::Adopt(descriptor->read_value(&mHandle->mContext, descriptor->state, inColumn));
     }
     const bool isThere =
         mHandle->mRow >= 0 && inColumn >= 0 && static_cast<std::size_t>(inColumn) < mHandle->mNames.size();

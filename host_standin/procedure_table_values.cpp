@@ -20,8 +20,8 @@ constexpr unsigned kHourShift = 27;
 
 std::string TextOf(const ProcedureDate& inDate) {
     std::array<char, 32> text{};
-    const int length = std::snprintf(text.data(), text.size(), "%04d-%02u-%02u", inDate.year, inDate.month,
-                                     inDate.day);
+    const int length =
+        std::snprintf(text.data(), text.size(), "%04d-%02u-%02u", inDate.year, inDate.month, inDate.day);
     return {text.data(), static_cast<std::size_t>(length)};
 }
 

@@ -45,8 +45,7 @@ std::vector<ProcedureColumn> ColumnsOf(OwnedResult& probe) {
 void RequireRuntimeTypes(ProcedureResult& result) {
     bool is_as_probed = duckdb_column_count(result.result.Get()) == result.columns.size();
     for (idx_t index = 0; is_as_probed && index < result.columns.size(); ++index) {
-        is_as_probed =
-            duckdb_column_type(result.result.Get(), index) == result.columns[index].runtime_type;
+        is_as_probed = duckdb_column_type(result.result.Get(), index) == result.columns[index].runtime_type;
     }
     if (!is_as_probed) {
         throw std::runtime_error("The columns of the DuckDB result have changed.");

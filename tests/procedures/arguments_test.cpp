@@ -10,7 +10,6 @@ namespace orlimbara::procedures::test {
 
 namespace {
 
-
 class ArgumentsTest : public ProcedureTest {};
 
 /// What an operation gives, or the message it raises.
@@ -55,7 +54,8 @@ TEST_F(ArgumentsTest, TakeAMandatoryTextUntrimmedOrRefuse) {
              {ProcedureValue::Array({Text("a")}), refusal},
          }) {
         EXPECT_EQ(OutcomeOf([&] {
-                      return RequireTextArgument(context.get_Handle(), each.value.get_Handle(), "parquet_count");
+                      return RequireTextArgument(context.get_Handle(), each.value.get_Handle(),
+                                                 "parquet_count");
                   }),
                   each.expected);
     }
@@ -113,7 +113,8 @@ TEST_F(ArgumentsTest, ReadALimitOrSayWhatIsWrongWithIt) {
              {Int(0), Gives("0")},
              {Int(std::numeric_limits<std::int64_t>::max()), Gives("9223372036854775807")},
              {Int(-1), negative},
-             {ProcedureValue::UInt64(std::numeric_limits<std::uint64_t>::max()), Gives("18446744073709551615")},
+             {ProcedureValue::UInt64(std::numeric_limits<std::uint64_t>::max()),
+              Gives("18446744073709551615")},
              {ProcedureValue::Double(3), Gives("3")},
              {ProcedureValue::Double(3.5), not_integer},
              {ProcedureValue::Double(1e30), not_integer},
@@ -158,9 +159,10 @@ TEST_F(ArgumentsTest, BuildTheSelectOfAParquetFile) {
               Gives(R"(SELECT "a", "b" FROM read_parquet('f') WHERE a = 'x' OR (b)")},
          }) {
         const ProcedureContext context(each.arguments);
-        EXPECT_EQ(
-            OutcomeOf([&] { return BuildParquetSelect(context.get_Handle(), context.get_ArgumentHandles()); }),
-            each.expected);
+        EXPECT_EQ(OutcomeOf([&] {
+                      return BuildParquetSelect(context.get_Handle(), context.get_ArgumentHandles());
+                  }),
+                  each.expected);
     }
 }
 

@@ -4,7 +4,8 @@
 host_cursor count_arguments_in_c(const procedure_api* api, call_context context, const host_value* arguments);
 
 /* Reports one letter per argument: "-" for none or NULL, "a" for an array, "t" for the rest. */
-host_cursor count_arguments_in_c(const procedure_api* api, call_context context, const host_value* arguments) {
+host_cursor count_arguments_in_c(const procedure_api* api, call_context context,
+                                 const host_value* arguments) {
     char text[8];
     int32_t count = api->argument_count(context);
     int32_t index;

@@ -9,10 +9,11 @@ namespace {
 class FetchDuckDBTest : public ProcedureTest {
 protected:
     std::string Database() const {
-        return WriteDatabase("shop.db", "CREATE TABLE t AS SELECT range AS n FROM range(10);"
-                                        "CREATE SCHEMA \"my.schema\";"
-                                        "CREATE TABLE \"my.schema\".\"a \"\"b\"\"\" AS SELECT 'x' AS c;"
-                                        "CREATE VIEW v AS SELECT n * 2 AS twice, NULL AS nothing FROM t WHERE n > 6");
+        return WriteDatabase("shop.db",
+                             "CREATE TABLE t AS SELECT range AS n FROM range(10);"
+                             "CREATE SCHEMA \"my.schema\";"
+                             "CREATE TABLE \"my.schema\".\"a \"\"b\"\"\" AS SELECT 'x' AS c;"
+                             "CREATE VIEW v AS SELECT n * 2 AS twice, NULL AS nothing FROM t WHERE n > 6");
     }
 };
 
@@ -59,7 +60,8 @@ TEST_F(FetchDuckDBTest, ReportsTheFirstFaultInTheOrderOfTheArguments) {
     for (const ErrorCase& each : {
              ErrorCase{{Text(path), Text("nosuch")}, "Catalog Error: Table with name nosuch does not exist!"},
              {{Text(":memory:"), Text("t")}, "Catalog Error: Table with name t does not exist!"},
-             {{Text(path), Text("t) UNION (SELECT 1")}, "Catalog Error: Table with name t) UNION (SELECT 1 does"},
+             {{Text(path), Text("t) UNION (SELECT 1")},
+              "Catalog Error: Table with name t) UNION (SELECT 1 does"},
              {{Text(path), Text(R"("")")}, "Parser Error: zero-length delimited identifier"},
          }) {
         EXPECT_EQ(ErrorOf("fetch_duckdb", each.arguments).substr(0, each.message.size()), each.message);

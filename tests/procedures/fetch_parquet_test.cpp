@@ -10,8 +10,9 @@ class FetchParquetTest : public ProcedureTest {
 protected:
     /// A hundred rows of a number, a text that is NULL in every tenth, and a column with an awkward name.
     std::string SmallFile() const {
-        return WriteParquet("small.parquet", "SELECT range AS n, CASE WHEN range % 10 > 0 THEN 'row ' || range END AS t,"
-                                             " range / 2 AS \"half \"\"of\"\" it, n\" FROM range(100)");
+        return WriteParquet("small.parquet",
+                            "SELECT range AS n, CASE WHEN range % 10 > 0 THEN 'row ' || range END AS t,"
+                            " range / 2 AS \"half \"\"of\"\" it, n\" FROM range(100)");
     }
 };
 
@@ -56,7 +57,8 @@ TEST_F(FetchParquetTest, SelectsColumnsRowsAndANumberOfThem) {
 }
 
 TEST_F(FetchParquetTest, TellsTheColumnsOfAFileWithoutRows) {
-    const std::string path = WriteParquet("empty.parquet", "SELECT 1::UBIGINT AS a, DATE '2024-01-01' AS b WHERE false");
+    const std::string path =
+        WriteParquet("empty.parquet", "SELECT 1::UBIGINT AS a, DATE '2024-01-01' AS b WHERE false");
     ProcedureCursor cursor = Open("fetch_parquet", {Text(path)});
     EXPECT_EQ(NamesOf(cursor), (std::vector<std::string>{"a", "b"}));
     EXPECT_EQ(cursor.get_ColumnType(0), HOST_TYPE_UINT64);
@@ -91,12 +93,14 @@ TEST_F(FetchParquetTest, ReportsTheFirstFaultInTheOrderOfTheArguments) {
     }
     // DuckDB's own words, of which the start is enough.
     for (const ErrorCase& each : {
-             ErrorCase{{Text(missing)}, "IO Error: No files found that match the pattern \"" + missing + "\""},
+             ErrorCase{{Text(missing)},
+                       "IO Error: No files found that match the pattern \"" + missing + "\""},
              {{Text(" ")}, "IO Error: No files found that match the pattern \" \""},
              {{Text(path), Text("*, n")}, "Binder Error: Referenced column \"*\" not found in FROM clause!"},
              {{Text(path), Text("N, nosuch")}, "Binder Error: Referenced column \"nosuch\" not found"},
              {{Text(path), Null(), Text("n <")}, "Parser Error: syntax error at"},
-             {{Text(path), Null(), Text("n = 'x'")}, "Conversion Error: Could not convert string 'x' to INT64"},
+             {{Text(path), Null(), Text("n = 'x'")},
+              "Conversion Error: Could not convert string 'x' to INT64"},
          }) {
         EXPECT_EQ(ErrorOf("fetch_parquet", each.arguments).substr(0, each.message.size()), each.message);
     }
@@ -112,10 +116,11 @@ TEST_F(FetchParquetTest, RefusesAWrongNumberOfArgumentsWhateverTheHostLetsThroug
     for (const auto& procedure : orkit::standin::ListProcedures()) {
         if (procedure.name == "fetch_parquet" || procedure.name == "fetch_duckdb") {
             const ProcedureAnswer answer = orkit::standin::CallUnchecked(procedure.callback, {});
-            EXPECT_EQ(answer.errors, std::vector<std::string>{
-                                         procedure.name == "fetch_parquet"
-                                             ? "fetch_parquet requires parquet file path."
-                                             : "fetch_duckdb requires database URI and DuckDB table or view name."});
+            EXPECT_EQ(answer.errors,
+                      std::vector<std::string>{
+                          procedure.name == "fetch_parquet"
+                              ? "fetch_parquet requires parquet file path."
+                              : "fetch_duckdb requires database URI and DuckDB table or view name."});
         }
     }
 }

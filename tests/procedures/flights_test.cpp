@@ -44,8 +44,8 @@ TEST_F(FlightsTest, ReadTheSameAsThroughDuckDBAlone) {
                                      ? "strftime(" + quoted + ", '%Y-%m-%d %H:%M:%S.%g')"
                                      : quoted + "::VARCHAR";
         Digest expected;
-        for (const std::string& each : duck.Texts("SELECT " + text + " FROM '" FLIGHTS_PARQUET "' WHERE " +
-                                                  quoted + " IS NOT NULL")) {
+        for (const std::string& each :
+             duck.Texts("SELECT " + text + " FROM '" FLIGHTS_PARQUET "' WHERE " + quoted + " IS NOT NULL")) {
             expected.Add(each);
         }
         EXPECT_EQ(digests[column].values, expected.values) << names[column];

@@ -84,8 +84,9 @@ TEST_F(InspectionTest, ReportsAFaultyArgumentAndDuckDBsOwnText) {
         for (const ProcedureValue& nothing : {ProcedureValue(), Null(), Text("")}) {
             EXPECT_EQ(ErrorOf(name, {nothing}), std::string(name) + " requires a text argument.");
         }
-        EXPECT_NE(ErrorOf(name, {Text(missing)}).find("No files found that match the pattern \"" + missing + "\""),
-                  std::string::npos);
+        EXPECT_NE(
+            ErrorOf(name, {Text(missing)}).find("No files found that match the pattern \"" + missing + "\""),
+            std::string::npos);
     }
     EXPECT_NE(ErrorOf("parquet_count", {Text(path), Text("nosuch = 1")}).find("\"nosuch\" not found"),
               std::string::npos);

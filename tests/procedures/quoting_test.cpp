@@ -17,8 +17,12 @@ struct TextCase {
 };
 
 TEST(Quoting, TrimsTheBlanksOfTheCLocaleAtBothEnds) {
-    for (const TextCase& each : {TextCase{"", ""}, {" \t\n\v\f\r", ""}, {" a b\t", "a b"}, {"a", "a"},
-                                 {"\xC2\xA0x", "\xC2\xA0x"}, {"\0 a"sv, "\0 a"sv}}) {
+    for (const TextCase& each : {TextCase{"", ""},
+                                 {" \t\n\v\f\r", ""},
+                                 {" a b\t", "a b"},
+                                 {"a", "a"},
+                                 {"\xC2\xA0x", "\xC2\xA0x"},
+                                 {"\0 a"sv, "\0 a"sv}}) {
         EXPECT_EQ(TrimText(each.text), each.expected);
     }
 }
@@ -53,8 +57,14 @@ TEST(Quoting, BuildsTheSelectOfATableName) {
 TEST(Quoting, RefusesNamesWithoutAName) {
     constexpr std::string_view invalid = "Invalid DuckDB table or view name.";
     constexpr std::string_view missing = "fetch_duckdb requires DuckDB table or view name.";
-    for (const TextCase& each : {TextCase{" \n", missing}, {"a..b", invalid}, {".a", invalid}, {"a.", invalid},
-                                 {"a. .b", invalid}, {"\"a", invalid}, {"a.\"b", invalid}, {"\"", invalid},
+    for (const TextCase& each : {TextCase{" \n", missing},
+                                 {"a..b", invalid},
+                                 {".a", invalid},
+                                 {"a.", invalid},
+                                 {"a. .b", invalid},
+                                 {"\"a", invalid},
+                                 {"a.\"b", invalid},
+                                 {"\"", invalid},
                                  {R"("a""b)", invalid}}) {
         try {
             ADD_FAILURE() << each.text << " gave " << BuildTableSelect(each.text);
@@ -65,8 +75,14 @@ TEST(Quoting, RefusesNamesWithoutAName) {
 }
 
 TEST(Quoting, UnquotesOnlyWhatIsQuotedOnBothSides) {
-    for (const TextCase& each : {TextCase{"a", "a"}, {"\"", "\""}, {"\"a", "\"a"}, {"a\"", "a\""}, {R"("")", ""},
-                                 {R"("a""b")", R"(a"b)"}, {R"("a"b")", R"(a"b)"}, {R"("""")", "\""},
+    for (const TextCase& each : {TextCase{"a", "a"},
+                                 {"\"", "\""},
+                                 {"\"a", "\"a"},
+                                 {"a\"", "a\""},
+                                 {R"("")", ""},
+                                 {R"("a""b")", R"(a"b)"},
+                                 {R"("a"b")", R"(a"b)"},
+                                 {R"("""")", "\""},
                                  {R"("a"""b")", R"(a""b)"}}) {
         EXPECT_EQ(UnquoteIdentifier(each.text), each.expected);
     }

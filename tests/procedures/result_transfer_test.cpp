@@ -54,7 +54,8 @@ const std::vector<TypeCase>& ValueOfEachType() {
         {"'12:34:56.789123456'::TIME_NS", HOST_TYPE_TIME, "12:34:56.789"},
         {"'text'", HOST_TYPE_TEXT, "text"},
         {"''", HOST_TYPE_TEXT, ""},
-        {"'long enough to lie outside of the cell'", HOST_TYPE_TEXT, "long enough to lie outside of the cell"},
+        {"'long enough to lie outside of the cell'", HOST_TYPE_TEXT,
+         "long enough to lie outside of the cell"},
         {"'a' || chr(0) || 'b'", HOST_TYPE_TEXT, std::string("a\0b", 3)},
         {"'\\x00\\xFF'::BLOB", HOST_TYPE_BINARY, std::string("\0\xFF", 2)},
         {"repeat('long', 10)::BLOB", HOST_TYPE_BINARY, "longlonglonglonglonglonglonglonglonglong"},
@@ -65,7 +66,8 @@ const std::vector<TypeCase>& ValueOfEachType() {
          "340282366920938463463374607431768211455"},
         {"'123456789012345678901234567890123456789012'::BIGNUM", HOST_TYPE_TEXT,
          "123456789012345678901234567890123456789012"},
-        {"'00000000-0000-0000-0000-0000000000ff'::UUID", HOST_TYPE_TEXT, "00000000-0000-0000-0000-0000000000ff"},
+        {"'00000000-0000-0000-0000-0000000000ff'::UUID", HOST_TYPE_TEXT,
+         "00000000-0000-0000-0000-0000000000ff"},
         {"'b'::ENUM('a', 'b')", HOST_TYPE_TEXT, "b"},
         {"[1, NULL, 3]", HOST_TYPE_TEXT, "[1, NULL, 3]"},
         {"[1, 2]::INTEGER[2]", HOST_TYPE_TEXT, "[1, 2]"},
@@ -90,8 +92,9 @@ TEST_F(ResultTransferTest, BringsAValueAndANullOfEachTypeToTheHost) {
         nulls += (index == 0 ? "" : ", ") + ("CASE WHEN false THEN " + expression + " END") + name;
     }
     // The view's columns of the second row are NULL, those around it are not.
-    const std::string path = WriteDatabase("types.db", "CREATE VIEW v AS SELECT " + values + " UNION ALL SELECT " +
-                                                           nulls + " UNION ALL SELECT " + values);
+    const std::string path =
+        WriteDatabase("types.db", "CREATE VIEW v AS SELECT " + values + " UNION ALL SELECT " + nulls +
+                                      " UNION ALL SELECT " + values);
     ProcedureCursor cursor = Open("fetch_duckdb", {Text(path), Text("v")});
     ASSERT_EQ(cursor.get_ColumnCount(), ValueOfEachType().size());
     const std::vector<Row> rows = RowsOf(cursor);
@@ -126,7 +129,8 @@ TEST_F(ResultTransferTest, BringsTheTypesThatParquetKeeps) {
         {"TIMESTAMP '2024-02-29 23:59:59.999999'", HOST_TYPE_DATETIME, "2024-02-29 23:59:59.999"},
         {"TIMESTAMP_NS '2024-02-29 23:59:59.999999999'", HOST_TYPE_DATETIME, "2024-02-29 23:59:59.999"},
         {"'\\x00a'::BLOB", HOST_TYPE_BINARY, nullptr},
-        {"'00000000-0000-0000-0000-0000000000ff'::UUID", HOST_TYPE_TEXT, "00000000-0000-0000-0000-0000000000ff"},
+        {"'00000000-0000-0000-0000-0000000000ff'::UUID", HOST_TYPE_TEXT,
+         "00000000-0000-0000-0000-0000000000ff"},
         {"INTERVAL '3 days'", HOST_TYPE_TEXT, "3 days"},
         {"'b'::ENUM('a', 'b')", HOST_TYPE_TEXT, "b"},
         {"12::HUGEINT", HOST_TYPE_DOUBLE, "12"},
@@ -152,7 +156,8 @@ TEST_F(ResultTransferTest, CastsATimestampWithZoneAsDuckDBDoes) {
     Duck duck;
     const std::vector<std::string> local = duck.Texts(
         "SELECT strftime(TIMESTAMPTZ '2024-07-01 12:00:00.5+02'::TIMESTAMP, '%Y-%m-%d %H:%M:%S.%g')");
-    const std::string path = WriteParquet("tz.parquet", "SELECT TIMESTAMPTZ '2024-07-01 12:00:00.5+02' AS at");
+    const std::string path =
+        WriteParquet("tz.parquet", "SELECT TIMESTAMPTZ '2024-07-01 12:00:00.5+02' AS at");
     ProcedureCursor cursor = Open("fetch_parquet", {Text(path)});
     EXPECT_EQ(cursor.get_ColumnType(0), HOST_TYPE_DATETIME);
     ASSERT_TRUE(cursor.NextRow());
@@ -160,8 +165,8 @@ TEST_F(ResultTransferTest, CastsATimestampWithZoneAsDuckDBDoes) {
 }
 
 TEST_F(ResultTransferTest, GivesNullForATimestampOfInfinity) {
-    const std::string path =
-        WriteParquet("infinity.parquet", "SELECT unnest(['-infinity', '2024-01-01', 'infinity'])::TIMESTAMP AS at");
+    const std::string path = WriteParquet(
+        "infinity.parquet", "SELECT unnest(['-infinity', '2024-01-01', 'infinity'])::TIMESTAMP AS at");
     const std::vector<Row> rows = Fetch("fetch_parquet", {Text(path)});
     ASSERT_EQ(rows.size(), 3U);
     EXPECT_TRUE(rows[0][0].IsNull());
@@ -184,7 +189,8 @@ constexpr GeneratedColumn gGenerated[] = {
     {"(i * 7)::USMALLINT", "v::VARCHAR"},
     {"(hash(i) % 4294967296)::UINTEGER", "v::VARCHAR"},
     {"hash(i)", "v::VARCHAR"},
-    {"make_timestamp((hash(i) // 4)::BIGINT // 100 - 20000000000000000)", "strftime(v, '%Y-%m-%d %H:%M:%S.%g')"},
+    {"make_timestamp((hash(i) // 4)::BIGINT // 100 - 20000000000000000)",
+     "strftime(v, '%Y-%m-%d %H:%M:%S.%g')"},
     {"DATE '0001-01-01' + (hash(i) % 3600000)::INTEGER", "strftime(v, '%Y-%m-%d')"},
     {"(TIMESTAMP '2000-01-01' + to_microseconds((hash(i) % 86400000000)::BIGINT))::TIME",
      "strftime(DATE '2000-01-01' + v, '%H:%M:%S.%g')"},
@@ -210,15 +216,16 @@ TEST_F(ResultTransferTest, MatchesDuckDBsOwnTextInEveryCellOfManyRowGroups) {
             got.push_back(row[column].IsNull() ? "NULL" : row[column].AsText());
         }
         const std::string text = gGenerated[column].text;
-        const std::vector<std::string> expected =
-            duck.Texts("SELECT " + text + " FROM (SELECT c" + std::to_string(column) + " AS v FROM '" + path + "')");
+        const std::vector<std::string> expected = duck.Texts(
+            "SELECT " + text + " FROM (SELECT c" + std::to_string(column) + " AS v FROM '" + path + "')");
         EXPECT_EQ(got, expected) << gGenerated[column].value;
     }
 }
 
 TEST_F(ResultTransferTest, SeeksToTheRowsThatAWalkReads) {
-    const std::string path = WriteParquet("seek.parquet", "SELECT i, 'row ' || i AS t FROM range(20000) AS r(i)"
-                                                          " WHERE i % 3 > 0",
+    const std::string path = WriteParquet("seek.parquet",
+                                          "SELECT i, 'row ' || i AS t FROM range(20000) AS r(i)"
+                                          " WHERE i % 3 > 0",
                                           ", ROW_GROUP_SIZE 2048");
     const std::vector<Row> walked = Fetch("fetch_parquet", {Text(path)});
     ProcedureCursor cursor = Open("fetch_parquet", {Text(path)});
