@@ -52,7 +52,7 @@ TEST_F(Closing, CutsOffEverythingThatHangsOnTheConnection) {
     EXPECT_FALSE(result->get_Cursor());
     EXPECT_FALSE(result->get_NextResult());
     EXPECT_EQ(result->get_ResultFlags(), I_DuckDBQueryResult::kResultHasCursor);
-    ExpectDuckDBError([&] { Execute(database, "SELECT 1"); }, "", "DuckDBDatabase is not open");
+    ExpectDuckDBError([&] { Execute(database, "SELECT 1"); }, ":memory:", "DuckDBDatabase is not open");
 }
 
 TEST_F(Closing, DropDeletesTheFileAlone) {

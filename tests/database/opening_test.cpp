@@ -105,8 +105,8 @@ TEST_F(Opening, StorageOptionsShapeTheNewFile) {
         std::uint32_t mBlockSize;
         const char* mExpected;  // block size and storage version
     } kCases[] = {
-        {"", 0, "262144, v0.10.2"},
-        {"", 16384, "16384, v0.10.2"},
+        {"", 0, "262144, v1.0.0+"},
+        {"", 16384, "16384, v1.0.0+"},
         {"v1.4.0", 0, "262144, v1.4.0+"},
         {"v1.4.0", 16384, "16384, v1.4.0+"},
     };

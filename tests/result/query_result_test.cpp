@@ -35,7 +35,7 @@ TEST_F(QueryResult, TakesDuckDBsErrorApart) {
         const char* mType;
         std::int64_t mPosition;
     } kCases[] = {
-        {"SELECT nonsense", true, "Referenced column \"nonsense\" not found", "Binder", 7},
+        {"SELECT nonsense", true, "Referenced column \"nonsense\" was not found", "Binder", 7},
         {"SELECT 'x'::INTEGER", true, "Could not convert string 'x' to INT32", "Conversion", 10},
         {"SELECT nonsense", false, "Binder Error: Referenced column", "", -1},
         // Not JSON as a whole: the text goes into the message untouched.

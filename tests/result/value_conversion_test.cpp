@@ -69,7 +69,7 @@ TEST_F(ValueConversion, EveryTypeHasItsHostValue) {
         {"MAP {'k': 1}", kString, "{k=1}"},
         {"union_value(n := 7)", kString, "7"},
         {"'1011'::BIT", kString, "1011"},
-        {"123456789012345678901234567890123456789012::BIGNUM", kString,
+        {"'123456789012345678901234567890123456789012'::BIGNUM", kString,
          "123456789012345678901234567890123456789012"},
         {"'{\"a\": 1}'::JSON", kString, "{\"a\": 1}"},
     });
@@ -122,7 +122,7 @@ TEST_F(ValueConversion, VariantsGiveWhatTheyHold) {
         {"INTERVAL '1 day'::VARIANT", kJSON, envelope("INTERVAL", "1 day")},
         {"{'a': 1}::VARIANT", kJSON, envelope("OBJECT", R"({\"a\":1})")},
         {"[1, 2]::VARIANT", kJSON, envelope("ARRAY", "[1,2]")},
-        {"12345678901234567890123456789012345678901234::BIGNUM::VARIANT", kJSON,
+        {"'12345678901234567890123456789012345678901234'::BIGNUM::VARIANT", kJSON,
          envelope("BIGNUM", "12345678901234567890123456789012345678901234")},
         {"'101'::BIT::VARIANT", kJSON, envelope("BITSTRING", "101")},
     });
