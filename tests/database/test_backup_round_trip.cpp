@@ -212,8 +212,8 @@ TEST_F(RoundTrip, RefusesToExport) {
              Refusal{"CREATE TABLE t AS SELECT INTERVAL '-1 day' AS d", "do not support negative intervals"},
              Refusal{"CREATE TABLE t AS SELECT 'infinity'::TIMESTAMP_S AS d",
                      "Could not convert Timestamp(S) to Timestamp(US)"},
-             Refusal{"CREATE TABLE t (d STRUCT(v VARIANT))", "requires a transform, but is not a root column"},
-             Refusal{"CREATE TABLE t (d VARIANT[])", "requires a transform, but is not a root column"},
+             Refusal{"CREATE TABLE t AS SELECT {'v': 1::VARIANT} AS d", "requires a transform, but is not a root column"},
+             Refusal{"CREATE TABLE t AS SELECT [1::VARIANT] AS d", "requires a transform, but is not a root column"},
              Refusal{"CREATE TABLE t AS SELECT 18446744073709551615::UBIGINT::VARIANT AS v",
                      "out of range for the destination type INT64"},
              Refusal{"CREATE TABLE t AS SELECT (INTERVAL '1 day')::VARIANT AS v",
@@ -245,10 +245,10 @@ TEST_F(RoundTrip, RefusesToImport) {
                      "Scalar Function with name b does not exist"},
              Refusal{"CREATE TABLE t (i INTEGER); CREATE VIEW v AS FROM t; DROP TABLE t",
                      "Table with name t does not exist"},
-             Refusal{"CREATE SCHEMA s; CREATE TABLE s.t (i INTEGER); USE s; CREATE VIEW v AS FROM t",
+             Refusal{"CREATE SCHEMA s; CREATE TABLE s.t (i INTEGER); USE s; CREATE VIEW main.v AS FROM t",
                      "Table with name t does not exist"},
-             Refusal{"CREATE SEQUENCE q MAXVALUE 1; SELECT nextval('q')",
-                     "START value (2) cannot be greater than MAXVALUE (1)"},
+             Refusal{"CREATE SEQUENCE q MAXVALUE 2; SELECT nextval('q') FROM range(2)",
+                     "START value (3) cannot be greater than MAXVALUE (2)"},
              Refusal{"CREATE TEMP TABLE passing AS SELECT 1 AS i", "Table with name passing does not exist"},
              Refusal{"CREATE SCHEMA restored; CREATE TABLE restored.t (i INTEGER)",
                      "Ambiguous reference to catalog or schema"},
@@ -256,13 +256,17 @@ TEST_F(RoundTrip, RefusesToImport) {
         SCOPED_TRACE(refusal.mScript);
         const smart_ptr<I_Location> backup = Backup(MakeSource(refusal.mScript));
         ExpectDuckDBErrorWith([&] { Restore("restored.duckdb", backup); }, "restored", refusal.mMessage);
+        // An import is one transaction.
+        const smart_ptr<I_DuckDBDatabase> left = MakeDatabase("restored.duckdb");
+        left->Open();
+        EXPECT_EQ(Describe(left), std::vector<std::string>());
     }
 }
 
 TEST_F(RoundTrip, NeedsANewerFileForVariants) {
     const smart_ptr<I_DuckDBDatabase> source = CreateDatabase();
-    Execute(source, "CREATE TABLE t AS SELECT 1.5::DECIMAL(9,1)::VARIANT AS v; "
-                    "INSERT INTO t VALUES (1::UTINYINT::VARIANT), ({'a': [1, NULL]}::VARIANT)");
+    Execute(source, "CREATE TABLE t AS SELECT 1.5::DECIMAL(4,1)::VARIANT AS v; "
+                    "INSERT INTO t VALUES (2.5::DECIMAL(5,1)::VARIANT), (1::UTINYINT::VARIANT), ({'a': [1, NULL]}::VARIANT)");
     const smart_ptr<I_Location> backup = Backup(source);
     ExpectDuckDBErrorWith([&] { Restore("restored.duckdb", backup); }, "restored",
                           "VARIANT columns are not supported in storage versions prior to v1.5.0");
@@ -272,7 +276,7 @@ TEST_F(RoundTrip, NeedsANewerFileForVariants) {
     byHand->Create();
     Execute(byHand, "IMPORT DATABASE '" + PathOf(backup).string() + "'");
     EXPECT_EQ(Select(byHand, "SELECT v::VARCHAR, variant_typeof(v) FROM t"),
-              (Rows{{"1.5", "DECIMAL(2, 1)"}, {"1", "INT16"}, {"{'a': [1, NULL]}", "OBJECT(a)"}}));
+              (Rows{{"1.5", "DECIMAL(2, 1)"}, {"2.5", "DECIMAL(2, 1)"}, {"1", "INT16"}, {"{'a': [1, NULL]}", "OBJECT(a)"}}));
 }
 
 TEST_F(RoundTrip, AFatalExportIsHealedByOpeningAnew) {
