@@ -31,7 +31,8 @@ protected:
         inDatabase->Backup(At("backups"));
         return standin::get_LastBackupLocation();
     }
-    smart_ptr<I_DuckDBDatabase> Restore(std::string_view inName, const smart_ptr<I_Location>& inBackup) const {
+    smart_ptr<I_DuckDBDatabase> Restore(std::string_view inName,
+                                        const smart_ptr<I_Location>& inBackup) const {
         return Extension()->RestoreDatabase(At(inName), inBackup);
     }
 
@@ -54,4 +55,4 @@ private:
     decltype(gCreateBackupLocation) mCreateBackupLocation = gCreateBackupLocation;
 };
 
-}  // namespace orkit::orsql::test
+} // namespace orkit::orsql::test

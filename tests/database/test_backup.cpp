@@ -52,8 +52,8 @@ TEST_F(Backups, HoldAMarkerAndAnExport) {
 
     const std::string file = "('" + (backup / "t.parquet").string() + "')";
     // DuckDB fills row groups with whole vectors of 2,048 rows; DELTA_BINARY_PACKED is version 2.
-    EXPECT_EQ(Select(database, "SELECT row_group_num_rows, compression, encodings FROM parquet_metadata" + file +
-                                   " WHERE path_in_schema = 'i' ORDER BY row_group_id"),
+    EXPECT_EQ(Select(database, "SELECT row_group_num_rows, compression, encodings FROM parquet_metadata" +
+                                   file + " WHERE path_in_schema = 'i' ORDER BY row_group_id"),
               (Rows{{"100352", "ZSTD", "DELTA_BINARY_PACKED"},
                     {"100352", "ZSTD", "DELTA_BINARY_PACKED"},
                     {"49296", "ZSTD", "DELTA_BINARY_PACKED"}}));
@@ -182,8 +182,9 @@ TEST_F(Backups, PassTheHostsFailuresOn) {
 TEST_F(Backups, KeepMarkerAndFolderWhenTheExportFails) {
     const smart_ptr<I_DuckDBDatabase> database = MakeSales();
     Execute(database, "CREATE TABLE bad AS SELECT INTERVAL '-1 day' AS d");
-    ExpectDuckDBError([&] { database->Backup(At("backups")); }, "sales",
-                      R"({"exception_type":"IO","exception_message":"Parquet files do not support negative intervals"})");
+    ExpectDuckDBError(
+        [&] { database->Backup(At("backups")); }, "sales",
+        R"({"exception_type":"IO","exception_message":"Parquet files do not support negative intervals"})");
     const std::set<std::string> names = NamesIn(LastBackup());
     EXPECT_TRUE(names.contains(kMarker));
     EXPECT_FALSE(names.contains("schema.sql"));
@@ -196,7 +197,7 @@ TEST_F(Backups, KeepMarkerAndFolderWhenTheExportFails) {
 
 /// Makes something in the folder of the next backup, before it is used.
 void PlantInBackups(void (*inPlant)(const fs::path& inBackup)) {
-    static const auto sCreate = gCreateBackupLocation;  // the host's own: each test begins with it
+    static const auto sCreate = gCreateBackupLocation; // the host's own: each test begins with it
     static void (*sPlant)(const fs::path&);
     sPlant = inPlant;
     gCreateBackupLocation = [](smart_ptr<I_Location> inFolder) {
@@ -214,7 +215,8 @@ TEST_F(Backups, FailOnAFullDisk) {
     EXPECT_EQ(NamesIn(LastBackup()), (std::set<std::string>{kMarker, "t.parquet"}));
     ExpectUntouched(database);
 
-    PlantInBackups([](const fs::path& inBackup) { fs::create_symlink("/dev/full", inBackup / "schema.sql"); });
+    PlantInBackups(
+        [](const fs::path& inBackup) { fs::create_symlink("/dev/full", inBackup / "schema.sql"); });
     ExpectDuckDBErrorWith([&] { database->Backup(At("backups")); }, "sales", "No space left on device");
     EXPECT_TRUE(fs::exists(LastBackup() / kMarker));
     ExpectUntouched(database);
@@ -344,5 +346,5 @@ TEST_F(Restores, TakeQuotesInAllPaths) {
     EXPECT_EQ(SelectOne(restored, "SELECT i FROM \"it's \"\" mine\""), "42");
 }
 
-}  // namespace
-}  // namespace orkit::orsql::test
+} // namespace
+} // namespace orkit::orsql::test

@@ -105,7 +105,8 @@ TEST_F(BackupConcurrency, ALargeExportShowsOneMomentAndHoldsUpNobody) {
     while (!isDone) {
         const bool hasBegun = !fs::is_empty(backups);
         EXPECT_EQ(SelectOne(other, "SELECT 42"), "42");
-        Execute(second, "BEGIN; INSERT INTO debit VALUES (-1, ''); INSERT INTO credit VALUES (-1, ''); COMMIT");
+        Execute(second,
+                "BEGIN; INSERT INTO debit VALUES (-1, ''); INSERT INTO credit VALUES (-1, ''); COMMIT");
         rounds += hasBegun && !isDone;
     }
     backup.join();
@@ -114,7 +115,8 @@ TEST_F(BackupConcurrency, ALargeExportShowsOneMomentAndHoldsUpNobody) {
     const smart_ptr<I_DuckDBDatabase> restored =
         Restore("restored.duckdb", standin::get_LastBackupLocation());
     restored->Open();
-    EXPECT_EQ(SelectOne(restored, "SELECT (SELECT count(*) FROM debit) - (SELECT count(*) FROM credit)"), "0");
+    EXPECT_EQ(SelectOne(restored, "SELECT (SELECT count(*) FROM debit) - (SELECT count(*) FROM credit)"),
+              "0");
     EXPECT_EQ(SelectOne(restored, "SELECT count(*) FROM debit WHERE i >= 0"), "300000");
 }
 
@@ -136,5 +138,5 @@ TEST_F(BackupConcurrency, FailingBackupsMeetQueriesOnTheSameObject) {
     EXPECT_EQ(standin::get_EngineLockCount(), standin::get_EngineUnlockCount());
 }
 
-}  // namespace
-}  // namespace orkit::orsql::test
+} // namespace
+} // namespace orkit::orsql::test

@@ -23,7 +23,8 @@ protected:
             "SELECT schema_name, view_name, sql FROM duckdb_views() WHERE NOT internal",
             "SELECT schema_name, function_name, function_type, parameters::VARCHAR, macro_definition "
             "FROM duckdb_functions() WHERE NOT internal",
-            "SELECT schema_name, type_name, logical_type, labels::VARCHAR FROM duckdb_types() WHERE NOT internal",
+            "SELECT schema_name, type_name, logical_type, labels::VARCHAR FROM duckdb_types() WHERE NOT "
+            "internal",
         };
         std::vector<std::string> facts;
         const auto add = [&](std::string_view inWhat, const std::string& inSql) {
@@ -43,8 +44,8 @@ protected:
              Select(inDatabase, "SELECT format('{}.{}', '\"' || replace(schema_name, '\"', '\"\"') || '\"', "
                                 "'\"' || replace(table_name, '\"', '\"\"') || '\"') "
                                 "FROM duckdb_tables() WHERE NOT internal ORDER BY ALL")) {
-            add(row[0], "SELECT count(*), sum(hash(\"a row\")), sum(hash(\"a row\"::VARCHAR)) FROM " + row[0] +
-                            " AS \"a row\"");
+            add(row[0], "SELECT count(*), sum(hash(\"a row\")), sum(hash(\"a row\"::VARCHAR)) FROM " +
+                            row[0] + " AS \"a row\"");
         }
         return facts;
     }
@@ -79,18 +80,21 @@ TEST_F(RoundTrip, BringsBackValuesOfAllTypes) {
         // DuckDB's own collection of extremes, without the columns of the tables of losses below.
         "CREATE TABLE everything AS SELECT * EXCLUDE (time_tz, interval, struct_of_fixed_array) "
         "FROM test_all_types()",
-        "CREATE TABLE floats AS FROM (VALUES ('nan'::FLOAT, 'nan'::DOUBLE), ('-inf', '-inf'), ('-0.0', '-0.0'), "
+        "CREATE TABLE floats AS FROM (VALUES ('nan'::FLOAT, 'nan'::DOUBLE), ('-inf', '-inf'), ('-0.0', "
+        "'-0.0'), "
         "(1e-45, 5e-324), (3.4028235e38, 1.7976931348623157e308))",
         // Beyond what a double holds exactly.
         "CREATE TABLE wide AS FROM (VALUES (9007199254740993::HUGEINT, 9007199254740993::UHUGEINT, "
         "repeat('9', 100)::BIGNUM, repeat('9', 38)::DECIMAL(38,0)))",
-        "CREATE TABLE texts AS FROM (VALUES ('a' || chr(0) || 'b', '\\x00\\xFF''\"'::BLOB, repeat('10', 99)::BIT), "
+        "CREATE TABLE texts AS FROM (VALUES ('a' || chr(0) || 'b', '\\x00\\xFF''\"'::BLOB, repeat('10', "
+        "99)::BIT), "
         "('', '', '0'), ('😀漢' || chr(10) || '''', NULL, '0001'))",
         "CREATE TABLE times AS FROM (VALUES ('24:00:00'::TIME, '23:59:59.999999999'::TIME_NS))",
         "CREATE TABLE infinities AS FROM (VALUES ('infinity'::DATE, 'infinity'::TIMESTAMP, "
         "'infinity'::TIMESTAMPTZ, 'infinity'::TIMESTAMP_MS, 'infinity'::TIMESTAMP_NS), "
         "('-infinity', '-infinity', '-infinity', '-infinity', '-infinity'))",
-        "CREATE TABLE spans AS FROM (VALUES (INTERVAL '1 month 2 days 00:00:03.004'), (to_months(2147483647)), "
+        "CREATE TABLE spans AS FROM (VALUES (INTERVAL '1 month 2 days 00:00:03.004'), "
+        "(to_months(2147483647)), "
         "(to_days(2147483647)), (to_hours(1193)), (NULL))",
         "CREATE TABLE shapes (g GEOMETRY)",
         "INSERT INTO shapes VALUES ('POINT EMPTY'), ('LINESTRING Z (0 0 1, 1 1 2)'), (NULL)",
@@ -100,7 +104,8 @@ TEST_F(RoundTrip, BringsBackValuesOfAllTypes) {
         "CREATE TABLE nested (p pair, l pair[], m MAP(VARCHAR, INTEGER[]), u UNION(n INTEGER, s VARCHAR), "
         "ul UNION(n INTEGER, s VARCHAR)[], a INTEGER[2][], j JSON)",
         "INSERT INTO nested VALUES (row(1, ''), [row(2, 'ä'), NULL], MAP {'k': [1, NULL]}, 'text', "
-        "[1::UNION(n INTEGER, s VARCHAR), 'two'::UNION(n INTEGER, s VARCHAR)], [[1, 2], NULL], '{\"a\": 1.50}'), "
+        "[1::UNION(n INTEGER, s VARCHAR), 'two'::UNION(n INTEGER, s VARCHAR)], [[1, 2], NULL], '{\"a\": "
+        "1.50}'), "
         "(NULL, [], MAP {}, NULL, NULL, NULL, 'null')",
         "CREATE TABLE big AS SELECT i, repeat('x', 100000) AS s FROM range(20) r(i)",
         "CREATE TABLE many AS SELECT i, i % 7 = 0 AS b FROM range(250000) r(i)",
@@ -112,7 +117,8 @@ TEST_F(RoundTrip, BringsBackValuesOfAllTypes) {
 
 TEST_F(RoundTrip, BringsBackSchemasAndWhatHangsOnThem) {
     ExpectSameAfterRestore({
-        "CREATE TABLE parent (i INTEGER PRIMARY KEY, k INTEGER CHECK (k > 0), n VARCHAR NOT NULL DEFAULT 'it''s', "
+        "CREATE TABLE parent (i INTEGER PRIMARY KEY, k INTEGER CHECK (k > 0), n VARCHAR NOT NULL DEFAULT "
+        "'it''s', "
         "UNIQUE (k, n))",
         "INSERT INTO parent VALUES (1, 1, 'a'), (2, 1, 'b')",
         "CREATE TABLE child (i INTEGER REFERENCES parent (i))",
@@ -144,16 +150,19 @@ TEST_F(RoundTrip, BringsBackSchemasAndWhatHangsOnThem) {
 }
 
 TEST_F(RoundTrip, LetsSequencesGoOnWhereTheyWere) {
-    const smart_ptr<I_DuckDBDatabase> source = MakeSource(
-        "CREATE SEQUENCE up START 5 INCREMENT 2; CREATE SEQUENCE down START 10 INCREMENT -1 MINVALUE 1 MAXVALUE 20; "
-        "SELECT nextval('up'), nextval('down') FROM range(3)");
+    const smart_ptr<I_DuckDBDatabase> source =
+        MakeSource("CREATE SEQUENCE up START 5 INCREMENT 2; CREATE SEQUENCE down START 10 INCREMENT -1 "
+                   "MINVALUE 1 MAXVALUE 20; "
+                   "SELECT nextval('up'), nextval('down') FROM range(3)");
     const smart_ptr<I_DuckDBDatabase> restored = BackupAndRestore(source);
     for (const smart_ptr<I_DuckDBDatabase>& database : {source, restored}) {
         EXPECT_EQ(Select(database, "SELECT nextval('up'), nextval('down')"), (Rows{{"11", "7"}}));
     }
     // But the place to start from is another one now.
-    EXPECT_EQ(SelectOne(source, "SELECT start_value FROM duckdb_sequences() WHERE sequence_name = 'up'"), "5");
-    EXPECT_EQ(SelectOne(restored, "SELECT start_value FROM duckdb_sequences() WHERE sequence_name = 'up'"), "11");
+    EXPECT_EQ(SelectOne(source, "SELECT start_value FROM duckdb_sequences() WHERE sequence_name = 'up'"),
+              "5");
+    EXPECT_EQ(SelectOne(restored, "SELECT start_value FROM duckdb_sequences() WHERE sequence_name = 'up'"),
+              "11");
 }
 
 TEST_F(RoundTrip, LosesInSilenceWhatTheFormatCannotHold) {
@@ -196,24 +205,27 @@ TEST_F(RoundTrip, TakesRowsOfATemporaryTableForThoseOfTheTableItHides) {
 }
 
 TEST_F(RoundTrip, ExportsTheDatabaseInUse) {
-    const smart_ptr<I_DuckDBDatabase> restored = BackupAndRestore(MakeSource(
-        "CREATE TABLE mine (i INTEGER); ATTACH ':memory:' AS other; CREATE TABLE other.theirs (i INTEGER); USE other"));
+    const smart_ptr<I_DuckDBDatabase> restored =
+        BackupAndRestore(MakeSource("CREATE TABLE mine (i INTEGER); ATTACH ':memory:' AS other; CREATE TABLE "
+                                    "other.theirs (i INTEGER); USE other"));
     EXPECT_EQ(Select(restored, "SELECT table_name FROM duckdb_tables()"), (Rows{{"theirs"}}));
 }
 
 struct Refusal {
     const char* mScript;
-    const char* mMessage;  // a part of it
+    const char* mMessage; // a part of it
 };
 
 TEST_F(RoundTrip, RefusesToExport) {
-    const smart_ptr<I_DuckDBDatabase> source = CreateDatabase();  // VARIANT is at home in memory
+    const smart_ptr<I_DuckDBDatabase> source = CreateDatabase(); // VARIANT is at home in memory
     for (const Refusal& refusal : {
              Refusal{"CREATE TABLE t AS SELECT INTERVAL '-1 day' AS d", "do not support negative intervals"},
              Refusal{"CREATE TABLE t AS SELECT 'infinity'::TIMESTAMP_S AS d",
                      "Could not convert Timestamp(S) to Timestamp(US)"},
-             Refusal{"CREATE TABLE t AS SELECT {'v': 1::VARIANT} AS d", "requires a transform, but is not a root column"},
-             Refusal{"CREATE TABLE t AS SELECT [1::VARIANT] AS d", "requires a transform, but is not a root column"},
+             Refusal{"CREATE TABLE t AS SELECT {'v': 1::VARIANT} AS d",
+                     "requires a transform, but is not a root column"},
+             Refusal{"CREATE TABLE t AS SELECT [1::VARIANT] AS d",
+                     "requires a transform, but is not a root column"},
              Refusal{"CREATE TABLE t AS SELECT 18446744073709551615::UBIGINT::VARIANT AS v",
                      "out of range for the destination type INT64"},
              Refusal{"CREATE TABLE t AS SELECT (INTERVAL '1 day')::VARIANT AS v",
@@ -230,7 +242,8 @@ TEST_F(RoundTrip, RefusesToExport) {
 
 TEST_F(RoundTrip, RefusesToImport) {
     for (const Refusal& refusal : {
-             Refusal{"CREATE TABLE t AS SELECT {'a': [1, 2]::INTEGER[2]} AS d", "Can't remap type INTEGER[2]"},
+             Refusal{"CREATE TABLE t AS SELECT {'a': [1, 2]::INTEGER[2]} AS d",
+                     "Can't remap type INTEGER[2]"},
              Refusal{"CREATE TABLE t AS SELECT {'u': 1::UNION(n INTEGER, s VARCHAR)} AS d",
                      "Can't remap type UNION(n INTEGER, s VARCHAR)"},
              Refusal{"CREATE TABLE t (d UNION(n INTEGER[2], s VARCHAR)); INSERT INTO t VALUES ([1, 2])",
@@ -238,11 +251,13 @@ TEST_F(RoundTrip, RefusesToImport) {
              Refusal{"CREATE TABLE t AS SELECT ['POINT (1 2)'::GEOMETRY] AS d",
                      "Unimplemented type for cast (BLOB -> GEOMETRY)"},
              Refusal{"CREATE TYPE mood AS ENUM ('it''s')", "syntax error at or near"},
-             Refusal{"CREATE VIEW z AS SELECT 1 AS i; CREATE VIEW a AS FROM z", "Table with name z does not exist"},
+             Refusal{"CREATE VIEW z AS SELECT 1 AS i; CREATE VIEW a AS FROM z",
+                     "Table with name z does not exist"},
              Refusal{"CREATE VIEW v AS SELECT 1 AS i; CREATE MACRO m() AS TABLE FROM v",
                      "Table with name v does not exist"},
-             Refusal{"CREATE MACRO b(x) AS x; CREATE MACRO a(x) AS b(x); CREATE TABLE t (i INTEGER DEFAULT a(1))",
-                     "Scalar Function with name b does not exist"},
+             Refusal{
+                 "CREATE MACRO b(x) AS x; CREATE MACRO a(x) AS b(x); CREATE TABLE t (i INTEGER DEFAULT a(1))",
+                 "Scalar Function with name b does not exist"},
              Refusal{"CREATE TABLE t (i INTEGER); CREATE VIEW v AS FROM t; DROP TABLE t",
                      "Table with name t does not exist"},
              Refusal{"CREATE SCHEMA s; CREATE TABLE s.t (i INTEGER); USE s; CREATE VIEW main.v AS FROM t",
@@ -266,7 +281,8 @@ TEST_F(RoundTrip, RefusesToImport) {
 TEST_F(RoundTrip, NeedsANewerFileForVariants) {
     const smart_ptr<I_DuckDBDatabase> source = CreateDatabase();
     Execute(source, "CREATE TABLE t AS SELECT 1.5::DECIMAL(4,1)::VARIANT AS v; "
-                    "INSERT INTO t VALUES (2.5::DECIMAL(5,1)::VARIANT), (1::UTINYINT::VARIANT), ({'a': [1, NULL]}::VARIANT)");
+                    "INSERT INTO t VALUES (2.5::DECIMAL(5,1)::VARIANT), (1::UTINYINT::VARIANT), ({'a': [1, "
+                    "NULL]}::VARIANT)");
     const smart_ptr<I_Location> backup = Backup(source);
     ExpectDuckDBErrorWith([&] { Restore("restored.duckdb", backup); }, "restored",
                           "VARIANT columns are not supported in storage versions prior to v1.5.0");
@@ -276,7 +292,10 @@ TEST_F(RoundTrip, NeedsANewerFileForVariants) {
     byHand->Create();
     Execute(byHand, "IMPORT DATABASE '" + PathOf(backup).string() + "'");
     EXPECT_EQ(Select(byHand, "SELECT v::VARCHAR, variant_typeof(v) FROM t"),
-              (Rows{{"1.5", "DECIMAL(2, 1)"}, {"2.5", "DECIMAL(2, 1)"}, {"1", "INT16"}, {"{'a': [1, NULL]}", "OBJECT(a)"}}));
+              (Rows{{"1.5", "DECIMAL(2, 1)"},
+                    {"2.5", "DECIMAL(2, 1)"},
+                    {"1", "INT16"},
+                    {"{'a': [1, NULL]}", "OBJECT(a)"}}));
 }
 
 TEST_F(RoundTrip, AFatalExportIsHealedByOpeningAnew) {
@@ -288,5 +307,5 @@ TEST_F(RoundTrip, AFatalExportIsHealedByOpeningAnew) {
     EXPECT_EQ(SelectOne(source, "SELECT i FROM kept"), "42");
 }
 
-}  // namespace
-}  // namespace orkit::orsql::test
+} // namespace
+} // namespace orkit::orsql::test
