@@ -11,13 +11,9 @@ namespace orkit::orsql {
 DuckDBStatement::DuckDBStatement(DuckDBDatabase* inDatabase, const String& inSql)
     : mDatabase(inDatabase), mOriginalSql(inSql), mCurrentSql(inSql) {}
 
-DuckDBStatement::~DuckDBStatement() {
-    Detach();
-}
+DuckDBStatement::~DuckDBStatement() { Detach(); }
 
-std::uint32_t DuckDBStatement::AddRef() {
-    return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1;
-}
+std::uint32_t DuckDBStatement::AddRef() { return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1; }
 
 std::uint32_t DuckDBStatement::Release() {
     const std::uint32_t left = mRefCount.fetch_sub(1, std::memory_order_acq_rel) - 1;
@@ -38,17 +34,11 @@ void* DuckDBStatement::QueryInterface(std::uint32_t inInterfaceId) {
     return InterfaceTableQueryInterface(this, kTable.data(), inInterfaceId);
 }
 
-std::uint32_t DuckDBStatement::get_RefsCount() const {
-    return mRefCount.load(std::memory_order_relaxed);
-}
+std::uint32_t DuckDBStatement::get_RefsCount() const { return mRefCount.load(std::memory_order_relaxed); }
 
-const String& DuckDBStatement::get_OriginalSql() const {
-    return mOriginalSql;
-}
+const String& DuckDBStatement::get_OriginalSql() const { return mOriginalSql; }
 
-const String& DuckDBStatement::get_Sql() const {
-    return mCurrentSql;
-}
+const String& DuckDBStatement::get_Sql() const { return mCurrentSql; }
 
 smart_ptr<I_DuckDBDatabase> DuckDBStatement::get_Database() const {
     const EngineLockGuard guard;
@@ -99,9 +89,9 @@ void DuckDBStatement::Detach() noexcept {
     if (DuckDBDatabase* const database = mDatabase.exchange(nullptr)) {
         try {
             database->RemoveStatement(this);
-        } catch (...) {  // nobody could take the failure
+        } catch (...) { // nobody could take the failure
         }
     }
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -17,9 +17,9 @@ class DuckDBDatabase;
 /// The object behind I_DuckDBStatement.
 ///
 /// The state can be read off the fields: "text" holds nothing; "walking" holds the split script alone;
-/// "prepared" holds a prepared statement; "ran" a result besides, which may be that of a failed run. Both of the
-/// last hold the split script too, but after ExecuteAll and ExecuteScript. "Invalidated" has no database and
-/// no handles, and nothing leads out of it. Held arrays and texts are apart from all this.
+/// "prepared" holds a prepared statement; "ran" a result besides, which may be that of a failed run. Both of
+/// the last hold the split script too, but after ExecuteAll and ExecuteScript. "Invalidated" has no database
+/// and no handles, and nothing leads out of it. Held arrays and texts are apart from all this.
 ///
 /// Its sources: duckdb_statement.cpp (the object), running.cpp, held_bindings.cpp, typed_bindings.cpp.
 class DuckDBStatement final : public I_DuckDBStatement, public ForeignPlugin_imp, noncopyable {
@@ -62,7 +62,8 @@ public:
                      std::int64_t inUpper) override;
     void BindFloat(std::uint32_t inIndex, float inValue) override;
     void BindDouble(std::uint32_t inIndex, double inValue) override;
-    void BindDate(std::uint32_t inIndex, std::int32_t inYear, std::int32_t inMonth, std::int32_t inDay) override;
+    void BindDate(std::uint32_t inIndex, std::int32_t inYear, std::int32_t inMonth,
+                  std::int32_t inDay) override;
     void BindTime(std::uint32_t inIndex, std::int64_t inMicros) override;
     void BindTimeNs(std::uint32_t inIndex, std::int64_t inNanos) override;
     void BindTimeTz(std::uint32_t inIndex, std::int64_t inMicros, std::int32_t inOffset) override;
@@ -92,8 +93,8 @@ public:
 private:
     // The guard must be held, unless told otherwise.
 
-    /// The database. Raises "DuckDBDatabase is invalid", context "unknown", on an invalidated statement. Needs no
-    /// guard, but only the guard keeps the database where it is.
+    /// The database. Raises "DuckDBDatabase is invalid", context "unknown", on an invalidated statement.
+    /// Needs no guard, but only the guard keeps the database where it is.
     DuckDBDatabase& RequireDatabase() const;
     /// Raises with DuckDB's text of what went wrong with the prepared statement, else with the fixed text.
     /// @param inMessage UTF-8. Context: the database's name, or "unknown".
@@ -106,16 +107,18 @@ private:
     void Detach() noexcept;
 
     bool HasStatementsLeft() const noexcept { return mNextStatement < mStatementCount; }
-    /// Splits the text in work. Leaves no split script when there is no statement in it; raises DuckDB's text when
-    /// there is one.
+    /// Splits the text in work. Leaves no split script when there is no statement in it; raises DuckDB's text
+    /// when there is one.
     void Split(duckdb_connection inConnection);
     /// Makes the next statement's text the text in work.
     void TakeSql();
     /// The one place where DuckDB runs a statement: once, or once for each held row. Does nothing without a
-    /// prepared statement. @param outRowsChanged the rows changed by the last run that changed rows; may be null.
+    /// prepared statement. @param outRowsChanged the rows changed by the last run that changed rows; may be
+    /// null.
     void RunPrepared(std::uint64_t* outRowsChanged);
 
-    /// Holds the values in place of those held, and binds them if there is a prepared statement. Needs no guard.
+    /// Holds the values in place of those held, and binds them if there is a prepared statement. Needs no
+    /// guard.
     void ApplyValues(smart_ptr<ValueArray> inValues);
     /// Binds the held values again; without any, what is bound stays. Needs no guard.
     void ReapplyValues();
@@ -130,16 +133,16 @@ private:
     void Bind(const Row& inRow, std::uint32_t inIndex, const Args&... inArgs);
 
     std::atomic<std::uint32_t> mRefCount{0};
-    std::atomic<DuckDBDatabase*> mDatabase;  // null once cut off; written under the guard, read without it
+    std::atomic<DuckDBDatabase*> mDatabase; // null once cut off; written under the guard, read without it
     const String mOriginalSql;
     String mCurrentSql;
     smart_ptr<RowArray> mRows;
-    smart_ptr<ValueArray> mValues;  // while rows run, the row in work
+    smart_ptr<ValueArray> mValues; // while rows run, the row in work
     orlimbara::duckdb_support::OwnedExtractedStatements mExtracted;
     std::uint64_t mStatementCount = 0;
-    std::uint64_t mNextStatement = 0;  // from 0
+    std::uint64_t mNextStatement = 0; // from 0
     orlimbara::duckdb_support::OwnedPreparedStatement mPrepared;
     orlimbara::duckdb_support::OwnedResult mResult;
 };
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

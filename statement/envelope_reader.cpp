@@ -24,31 +24,30 @@ struct Form {
     const char16_t* mTypeMember;
     const char* mContext;
     const char* mMissingMember;
-    bool mTakesNested;  ///< may name "ARRAY" and "OBJECT"
+    bool mTakesNested; ///< may name "ARRAY" and "OBJECT"
 };
 
-constexpr Form kValueForm = {
-    u"duckdb_value", u"value_type", kValueContext,
-    "Malformed DuckDB value envelope: missing 'value_type' or 'value' field", false};
-constexpr Form kVariantForm = {
-    u"duckdb_variant", u"variant_type", kVariantContext,
-    "Malformed DuckDB variant envelope: missing 'variant_type' or 'value' field", true};
+constexpr Form kValueForm = {u"duckdb_value", u"value_type", kValueContext,
+                             "Malformed DuckDB value envelope: missing 'value_type' or 'value' field", false};
+constexpr Form kVariantForm = {u"duckdb_variant", u"variant_type", kVariantContext,
+                               "Malformed DuckDB variant envelope: missing 'variant_type' or 'value' field",
+                               true};
 
 /// How the text of a named type becomes a value.
 enum class Reading : std::uint8_t {
-    Null,     ///< NULL; the text is ignored
-    True,     ///< true; the text is ignored
-    False,    ///< false; the text is ignored
-    Text,     ///< the text as it stands
-    Cast,     ///< DuckDB's cast from VARCHAR
-    Decimal,  ///< a cast to the width and scale that the text shows
-    Nested,   ///< a cast to JSON, and from there to VARIANT
+    Null,    ///< NULL; the text is ignored
+    True,    ///< true; the text is ignored
+    False,   ///< false; the text is ignored
+    Text,    ///< the text as it stands
+    Cast,    ///< DuckDB's cast from VARCHAR
+    Decimal, ///< a cast to the width and scale that the text shows
+    Nested,  ///< a cast to JSON, and from there to VARIANT
 };
 
 struct NamedType {
     std::string_view mName;
     Reading mReading;
-    duckdb_type mType = DUCKDB_TYPE_INVALID;  ///< of Cast alone
+    duckdb_type mType = DUCKDB_TYPE_INVALID; ///< of Cast alone
 };
 
 constexpr std::array kNamedTypes = {
@@ -90,8 +89,9 @@ constexpr std::array kNamedTypes = {
 };
 
 const NamedType* FindType(std::string_view inName) noexcept {
-    const auto* const found = std::find_if(kNamedTypes.begin(), kNamedTypes.end(),
-                                           [inName](const NamedType& inType) { return inType.mName == inName; });
+    const auto* const found =
+        std::find_if(kNamedTypes.begin(), kNamedTypes.end(),
+                     [inName](const NamedType& inType) { return inType.mName == inName; });
     return found == kNamedTypes.end() ? nullptr : found;
 }
 
@@ -110,9 +110,9 @@ support::OwnedValue CastTextToType(std::string_view inTypeName, std::string_view
     support::OwnedText error;
     const support::OwnedValue text = MakeText(inText);
     if (duckdb_cast_value(text.Get(), inType.Get(), value.Put(), error.Put()) != DuckDBSuccess || !value) {
-        Raise(kValueContext, error ? error.Get()
-                                   : "Cannot parse " + std::string(inTypeName) +
-                                         " typed value: " + std::string(inText));
+        Raise(kValueContext,
+              error ? error.Get()
+                    : "Cannot parse " + std::string(inTypeName) + " typed value: " + std::string(inText));
     }
     return value;
 }
@@ -120,9 +120,11 @@ support::OwnedValue CastTextToType(std::string_view inTypeName, std::string_view
 /// As wide as the text has digits, with as much scale as it has characters behind the point.
 support::OwnedLogicalType DecimalTypeOf(std::string_view inText) {
     const std::size_t point = inText.find('.');
-    const auto digits = std::count_if(inText.begin(), inText.end(), [](char c) { return c >= '0' && c <= '9'; });
+    const auto digits =
+        std::count_if(inText.begin(), inText.end(), [](char c) { return c >= '0' && c <= '9'; });
     const auto width = static_cast<std::uint8_t>(digits);
-    const auto scale = static_cast<std::uint8_t>(point == std::string_view::npos ? 0 : inText.size() - point - 1);
+    const auto scale =
+        static_cast<std::uint8_t>(point == std::string_view::npos ? 0 : inText.size() - point - 1);
     return support::OwnedLogicalType(duckdb_create_decimal_type(width == 0 ? std::uint8_t{1} : width, scale));
 }
 
@@ -137,8 +139,9 @@ support::OwnedValue NestedToDuckDB(std::string_view inTypeName, std::string_view
     support::OwnedText error;
     if (duckdb_cast_value(json.Get(), variantType.Get(), variant.Put(), error.Put()) != DuckDBSuccess ||
         !variant) {
-        Raise(kValueContext, error ? error.Get()
-                                   : "Malformed " + std::string(inTypeName) + " value: " + std::string(inText));
+        Raise(kValueContext, error
+                                 ? error.Get()
+                                 : "Malformed " + std::string(inTypeName) + " value: " + std::string(inText));
     }
     return variant;
 }
@@ -154,11 +157,9 @@ StFromUTF16 TextOf(const I_Value& inValue) {
     return {text, GetConverter_UTF8()};
 }
 
-std::string_view ViewOf(const StFromUTF16& inText) noexcept {
-    return {inText.c_str(), inText.get_Length()};
-}
+std::string_view ViewOf(const StFromUTF16& inText) noexcept { return {inText.c_str(), inText.get_Length()}; }
 
-}  // namespace
+} // namespace
 
 I_ValueJSON* FindEnvelope(I_Value* inValue) {
     I_ValueJSON* const object = QueryAspect<I_ValueJSON>(inValue);
@@ -176,7 +177,8 @@ support::OwnedValue EnvelopeToDuckDB(const I_ValueJSON& inEnvelope) {
     const StFromUTF16 text = TextOf(*value);
     const NamedType* const named = FindType(ViewOf(typeName));
     if (named && named->mReading == Reading::Nested && !form.mTakesNested) {
-        Raise(form.mContext, "Use duckdb_variant with variant_type ARRAY or OBJECT for DuckDB VARIANT values");
+        Raise(form.mContext,
+              "Use duckdb_variant with variant_type ARRAY or OBJECT for DuckDB VARIANT values");
     }
     return TypedTextToDuckDB(ViewOf(typeName), ViewOf(text));
 }
@@ -188,20 +190,20 @@ support::OwnedValue TypedTextToDuckDB(std::string_view inTypeName, std::string_v
     }
     try {
         switch (type->mReading) {
-            case Reading::Null:
-                return support::OwnedValue(duckdb_create_null_value());
-            case Reading::True:
-            case Reading::False:
-                return support::OwnedValue(duckdb_create_bool(type->mReading == Reading::True));
-            case Reading::Text:
-                return MakeText(inText);
-            case Reading::Cast:
-                return CastTextToType(inTypeName, inText,
-                                      support::OwnedLogicalType(duckdb_create_logical_type(type->mType)));
-            case Reading::Decimal:
-                return CastTextToType(inTypeName, inText, DecimalTypeOf(inText));
-            case Reading::Nested:
-                break;
+        case Reading::Null:
+            return support::OwnedValue(duckdb_create_null_value());
+        case Reading::True:
+        case Reading::False:
+            return support::OwnedValue(duckdb_create_bool(type->mReading == Reading::True));
+        case Reading::Text:
+            return MakeText(inText);
+        case Reading::Cast:
+            return CastTextToType(inTypeName, inText,
+                                  support::OwnedLogicalType(duckdb_create_logical_type(type->mType)));
+        case Reading::Decimal:
+            return CastTextToType(inTypeName, inText, DecimalTypeOf(inText));
+        case Reading::Nested:
+            break;
         }
         return NestedToDuckDB(inTypeName, inText);
     } catch (const std::exception& failure) {
@@ -209,4 +211,4 @@ support::OwnedValue TypedTextToDuckDB(std::string_view inTypeName, std::string_v
     }
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

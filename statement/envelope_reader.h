@@ -2,8 +2,8 @@
 /// Reading the envelope: a JSON object that names a DuckDB type and gives a value of it as text.
 /// result/envelope.h writes it.
 ///
-/// None of this takes a lock or keeps a state. Failures are xDuckDBError with the context "value" or "variant";
-/// what DuckDB lets out becomes that too.
+/// None of this takes a lock or keeps a state. Failures are xDuckDBError with the context "value" or
+/// "variant"; what DuckDB lets out becomes that too.
 #pragma once
 
 #include <string_view>
@@ -21,9 +21,9 @@ I_ValueJSON* FindEnvelope(I_Value* inValue);
 /// doesn't take.
 orlimbara::duckdb_support::OwnedValue EnvelopeToDuckDB(const I_ValueJSON& inEnvelope);
 
-/// A new value of a named type from its text; never empty. Raises for an unknown name, and for a text that the
-/// type doesn't take.
+/// A new value of a named type from its text; never empty. Raises for an unknown name, and for a text that
+/// the type doesn't take.
 /// @param inTypeName, inText UTF-8; names are compared as bytes.
 orlimbara::duckdb_support::OwnedValue TypedTextToDuckDB(std::string_view inTypeName, std::string_view inText);
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -77,4 +77,4 @@ void DuckDBStatement::DropHeldArrays() {
     }
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

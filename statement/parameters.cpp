@@ -90,19 +90,17 @@ OwnedValue ReadArray(I_Value& inValue) {
 }
 
 [[noreturn]] void RefuseEnum() {
-    throw xDuckDBError(error_code::kDuckDB, "value", "Orlimbara enum values are not supported by DuckDB binding",
-                       nullptr, nullptr);
+    throw xDuckDBError(error_code::kDuckDB, "value",
+                       "Orlimbara enum values are not supported by DuckDB binding", nullptr, nullptr);
 }
 
-OwnedValue ReadEnum(I_Value&) {
-    RefuseEnum();
-}
+OwnedValue ReadEnum(I_Value&) { RefuseEnum(); }
 
 /// What a host type becomes.
 struct HostType {
     std::uint32_t mCode;
-    duckdb_type mItemType;          ///< of the list that an array of such items becomes
-    OwnedValue (*mRead)(I_Value&);  ///< for a value that stands alone, or an item
+    duckdb_type mItemType;         ///< of the list that an array of such items becomes
+    OwnedValue (*mRead)(I_Value&); ///< for a value that stands alone, or an item
 };
 
 /// Types that aren't here have the row at the end.
@@ -151,7 +149,7 @@ OwnedValue ReadBinary(const I_Value& inValue, const I_ValueBinary& inBytes) {
     return OwnedValue(duckdb_create_blob(buffer.data(), count));
 }
 
-}  // namespace
+} // namespace
 
 OwnedValue ValueToDuckDB(I_Value* inValue) {
     if (!inValue || inValue->get_IsNull()) {
@@ -199,7 +197,7 @@ void BindOneValue(duckdb_prepared_statement inPrepared, idx_t inIndex, I_Value* 
     duckdb_state state = DuckDBError;
     try {
         state = BindOwnedValue(inPrepared, inIndex, ValueToDuckDB(inValue));
-    } catch (const std::exception& failure) {  // DuckDB lets these out for values beyond its ranges
+    } catch (const std::exception& failure) { // DuckDB lets these out for values beyond its ranges
         raise(failure.what());
     }
     if (state != DuckDBSuccess) {
@@ -215,4 +213,4 @@ void BindParameters(duckdb_prepared_statement inPrepared, const smart_ptr<ValueA
     }
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -83,7 +83,8 @@ void DuckDBStatement::RunPrepared(std::uint64_t* outRowsChanged) {
         if (duckdb_execute_prepared(mPrepared.Get(), mResult.Put()) != DuckDBSuccess) {
             database.RaiseError(TextOr(duckdb_result_error(mResult.Get()), "Unknown execute error"));
         }
-        if (outRowsChanged && duckdb_result_return_type(mResult.Struct()) == DUCKDB_RESULT_TYPE_CHANGED_ROWS) {
+        if (outRowsChanged &&
+            duckdb_result_return_type(mResult.Struct()) == DUCKDB_RESULT_TYPE_CHANGED_ROWS) {
             *outRowsChanged = duckdb_rows_changed(mResult.Get());
         }
     }
@@ -159,9 +160,7 @@ smart_ptr<I_DuckDBCursor> DuckDBStatement::SqlSelect(std::uint32_t inCursorLocat
     return MakeCursor(&database, std::move(mResult), inCursorLocation);
 }
 
-String DuckDBStatement::SqlSelectToJSON() {
-    return CursorToJSON(SqlSelect(kCursorLocationServer));
-}
+String DuckDBStatement::SqlSelectToJSON() { return CursorToJSON(SqlSelect(kCursorLocationServer)); }
 
 smart_ptr<I_DuckDBQueryResult> DuckDBStatement::SqlQuery(std::uint32_t inCursorLocation) {
     const EngineLockGuard guard;
@@ -175,4 +174,4 @@ smart_ptr<I_DuckDBQueryResult> DuckDBStatement::SqlQuery(std::uint32_t inCursorL
         new DuckDBQueryResult(mDatabase.load(), std::move(results), inCursorLocation));
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

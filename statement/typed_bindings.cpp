@@ -20,7 +20,7 @@ namespace {
 /// @tparam Step takes the prepared statement, the index and the arguments, and gives DuckDB's answer.
 template <class Step>
 struct Row {
-    const char* mTypeName;  ///< as it stands in the message of a failure
+    const char* mTypeName; ///< as it stands in the message of a failure
     Step mBind;
 };
 
@@ -52,7 +52,8 @@ duckdb_state BindBool(duckdb_prepared_statement inPrepared, idx_t inIndex, std::
 
 duckdb_state BindCalendarDate(duckdb_prepared_statement inPrepared, idx_t inIndex, std::int32_t inYear,
                               std::int32_t inMonth, std::int32_t inDay) {
-    const duckdb_date_struct parts = {inYear, static_cast<std::int8_t>(inMonth), static_cast<std::int8_t>(inDay)};
+    const duckdb_date_struct parts = {inYear, static_cast<std::int8_t>(inMonth),
+                                      static_cast<std::int8_t>(inDay)};
     return duckdb_bind_date(inPrepared, inIndex, duckdb_to_date(parts));
 }
 
@@ -65,13 +66,23 @@ duckdb_value CreateTimeTz(std::int64_t inMicros, std::int32_t inOffset) {
     return duckdb_create_time_tz_value(duckdb_create_time_tz(inMicros, inOffset));
 }
 
-// DuckDB's records of bytes have no const, but its functions only read.
+// DuckDB's records of bytes have no const, but its functions only read. They take any bytes, also such as no
+// value has, with which DuckDB would later read past their end: those give no value.
 
 duckdb_value CreateBit(const std::uint8_t* inData, std::uint64_t inSize) {
+    constexpr std::uint64_t kMinSize = 2;  // the padding, and at least one bit
+    constexpr std::uint8_t kMaxPadding = 7;
+    if (!inData || inSize < kMinSize || inData[0] > kMaxPadding) {
+        return nullptr;
+    }
     return duckdb_create_bit({const_cast<std::uint8_t*>(inData), inSize});
 }
 
 duckdb_value CreateBignum(const std::uint8_t* inData, std::uint64_t inSize, bool inIsNegative) {
+    constexpr std::uint64_t kMaxSize = 0x7FFFFF;
+    if (!inData || inSize == 0 || inSize > kMaxSize) {
+        return nullptr;
+    }
     return duckdb_create_bignum({const_cast<std::uint8_t*>(inData), inSize, inIsNegative});
 }
 
@@ -106,7 +117,7 @@ const Row kBit{"BIT", WithValue(CreateBit)};
 const Row kBignum{"BIGNUM", WithValue(CreateBignum)};
 const Row kUuid{"UUID", WithValueOfRecord<duckdb_uhugeint>(duckdb_create_uuid)};
 
-}  // namespace
+} // namespace
 
 template <class Row, class... Args>
 void DuckDBStatement::Bind(const Row& inRow, std::uint32_t inIndex, const Args&... inArgs) {
@@ -118,7 +129,7 @@ void DuckDBStatement::Bind(const Row& inRow, std::uint32_t inIndex, const Args&.
     duckdb_state state = DuckDBError;
     try {
         state = inRow.mBind(mPrepared.Get(), inIndex, inArgs...);
-    } catch (const std::exception& failure) {  // DuckDB lets these out for values beyond its ranges
+    } catch (const std::exception& failure) { // DuckDB lets these out for values beyond its ranges
         RequireDatabase().RaiseError(failure.what());
     }
     if (state != DuckDBSuccess) {
@@ -126,9 +137,7 @@ void DuckDBStatement::Bind(const Row& inRow, std::uint32_t inIndex, const Args&.
     }
 }
 
-void DuckDBStatement::BindNull(std::uint32_t inIndex) {
-    Bind(kNull, inIndex);
-}
+void DuckDBStatement::BindNull(std::uint32_t inIndex) { Bind(kNull, inIndex); }
 
 void DuckDBStatement::BindBoolean(std::uint32_t inIndex, std::uint8_t inValue) {
     Bind(kBoolean, inIndex, inValue);
@@ -179,13 +188,9 @@ void DuckDBStatement::BindDecimal(std::uint32_t inIndex, std::uint8_t inWidth, s
     Bind(kDecimal, inIndex, inWidth, inScale, duckdb_hugeint{inLower, inUpper});
 }
 
-void DuckDBStatement::BindFloat(std::uint32_t inIndex, float inValue) {
-    Bind(kFloat, inIndex, inValue);
-}
+void DuckDBStatement::BindFloat(std::uint32_t inIndex, float inValue) { Bind(kFloat, inIndex, inValue); }
 
-void DuckDBStatement::BindDouble(std::uint32_t inIndex, double inValue) {
-    Bind(kDouble, inIndex, inValue);
-}
+void DuckDBStatement::BindDouble(std::uint32_t inIndex, double inValue) { Bind(kDouble, inIndex, inValue); }
 
 void DuckDBStatement::BindDate(std::uint32_t inIndex, std::int32_t inYear, std::int32_t inMonth,
                                std::int32_t inDay) {
@@ -250,4 +255,4 @@ void DuckDBStatement::BindUuid(std::uint32_t inIndex, std::uint64_t inLower, std
     Bind(kUuid, inIndex, inLower, inUpper);
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

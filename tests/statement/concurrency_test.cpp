@@ -1,0 +1,1 @@
+#include "statement_fixture.h"
