@@ -17,6 +17,12 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// A dot command that was given wrong arguments; it is shown with the command's use.
+class UsageError : public ShellError {
+public:
+    using ShellError::ShellError;
+};
+
 /// A table procedure's failure, with the text it reported.
 class ProcedureError : public std::runtime_error {
 public:

@@ -1,6 +1,8 @@
 #include "shell/options.h"
 
 #include <algorithm>
+#include <array>
+#include <cctype>
 #include <iostream>
 
 #include <CLI/CLI.hpp>
@@ -8,6 +10,9 @@
 namespace orsql {
 
 namespace {
+
+constexpr std::array<std::string_view, 3> kColorNames = {"auto", "always", "never"};
+constexpr std::array<std::string_view, 2> kCursorNames = {"server", "client"};
 
 void AddScriptOptions(CLI::App& ioApp, Options& outOptions) {
     // Each occurrence is taken as it is met, so that the order across both options is kept.
@@ -26,18 +31,26 @@ void AddScriptOptions(CLI::App& ioApp, Options& outOptions) {
 }
 
 /// A choice of words that are the values of an enumeration, in its order.
-template <class Choice, class Words, class Set>
-void AddChoice(CLI::App& ioApp, const char* inName, const Words& inWords, Set inSet, const char* inHelp) {
-    const std::vector<std::string> words(std::begin(inWords), std::end(inWords));
+template <class Choice, std::size_t Count, class Set>
+void AddChoice(CLI::App& ioApp, const char* inName, const std::array<std::string_view, Count>& inWords, Set inSet,
+               const char* inHelp) {
+    std::string words;
+    for (const std::string_view word : inWords) {
+        words += (words.empty() ? "" : "|") + std::string(word);
+    }
+    const std::string name(inName);
     ioApp
         .add_option_function<std::string>(
-            inName,
-            [words, inSet](const std::string& word) {
-                inSet(static_cast<Choice>(std::find(words.begin(), words.end(), word) - words.begin()));
+            name,
+            [name, words, inWords, inSet](const std::string& word) {
+                const auto found = std::find(inWords.begin(), inWords.end(), word);
+                if (found == inWords.end()) {
+                    throw CLI::ValidationError(name, word + " is none of " + words);
+                }
+                inSet(static_cast<Choice>(found - inWords.begin()));
             },
             inHelp)
-        ->check(CLI::IsMember(words))
-        ->type_name("");
+        ->type_name(words);
 }
 
 void AddOutputOptions(CLI::App& ioApp, Options& outOptions) {
@@ -45,19 +58,20 @@ void AddOutputOptions(CLI::App& ioApp, Options& outOptions) {
         ioApp, "-m,--mode", kModeNames, [&](Mode mode) { outOptions.mode = mode; },
         "form of the output; box on a terminal, csv otherwise");
     AddChoice<ColorChoice>(
-        ioApp, "--color", std::array{"auto", "always", "never"}, [&](ColorChoice color) { outOptions.color = color; },
+        ioApp, "--color", kColorNames, [&](ColorChoice color) { outOptions.color = color; },
         "colour on a terminal, always or never");
     ioApp.add_option("--max-rows", outOptions.maxRows, "rows shown of a table in box mode; 0 shows all")
         ->type_name("N");
     ioApp.add_option("--null", outOptions.nullText, "what NULL is shown as")->type_name("TEXT");
-    ioApp.add_flag("!--no-header", outOptions.hasHeader, "without the columns' names in box and csv mode");
+    ioApp.add_flag_callback(
+        "--no-header", [&outOptions] { outOptions.hasHeader = false; }, "without the columns' names in box and csv mode");
     ioApp.add_flag("--timer", outOptions.showsTimer, "show the time that each statement takes");
     ioApp.add_flag("--bail", outOptions.stopsAtFailure, "stop at the first failure");
 }
 
 void AddDatabaseOptions(CLI::App& ioApp, Options& outOptions) {
     AddChoice<CursorLocation>(
-        ioApp, "--cursor", std::array{"server", "client"},
+        ioApp, "--cursor", kCursorNames,
         [&](CursorLocation cursor) { outOptions.cursor = cursor; }, "cursor location for queries");
     ioApp.add_option("--module", outOptions.module, "the module; by default the one beside the program")
         ->type_name("PATH");
@@ -71,8 +85,9 @@ void AddDatabaseOptions(CLI::App& ioApp, Options& outOptions) {
     addFolder("--home-directory", outOptions.homeDirectory, "DuckDB's home folder");
     addFolder("--secret-directory", outOptions.secretDirectory, "DuckDB's folder for secrets");
     addFolder("--extension-directory", outOptions.extensionDirectory, "DuckDB's folder for extensions");
-    ioApp.add_flag("!--no-external-access", outOptions.hasExternalAccess,
-                   "let DuckDB touch nothing outside the database");
+    ioApp.add_flag_callback(
+        "--no-external-access", [&outOptions] { outOptions.hasExternalAccess = false; },
+        "let DuckDB touch nothing outside the database");
     ioApp.add_option("--token-file", outOptions.tokenFile,
                      "file with the token for an md: database; else motherduck_token of the environment counts")
         ->type_name("FILE");

@@ -1,0 +1,104 @@
+#include <chrono>
+
+#include "host_standin/locations.h"
+#include "shell/command_support.h"
+#include "shell/failure.h"
+#include "shell/interrupts.h"
+#include "shell/progress.h"
+#include "shell/restore.h"
+#include "shell/row_source.h"
+#include "shell/text.h"
+
+namespace orsql::command {
+
+namespace {
+
+/// Takes a leading option out of the words, which are as many as `TakeWords` allowed.
+bool TakeOption(std::vector<std::string>& ioWords, std::string_view inOption, std::size_t inWanted) {
+    const bool isThere = !ioWords.empty() && ioWords.front() == inOption;
+    if (isThere) {
+        ioWords.erase(ioWords.begin());
+    }
+    if (ioWords.size() != inWanted) {
+        throw UsageError(ioWords.size() < inWanted ? "an argument is missing" : "too many arguments");
+    }
+    return isThere;
+}
+
+}  // namespace
+
+CommandAnswer Open(Shell& inShell, std::string_view inArguments) {
+    std::vector<std::string> words = TakeWords(inArguments, 1, 2);
+    const bool isReadOnly = TakeOption(words, "--readonly", 1);
+    inShell.get_Session().Open(words.front(), isReadOnly);
+    return CommandAnswer::Pending;
+}
+
+CommandAnswer Close(Shell& inShell, std::string_view inArguments) {
+    TakeWords(inArguments, 0, 0);
+    inShell.get_Session().Close();
+    return CommandAnswer::Pending;
+}
+
+CommandAnswer Drop(Shell& inShell, std::string_view inArguments) {
+    TakeWords(inArguments, 0, 0);
+    inShell.get_Session().Drop();
+    return CommandAnswer::Pending;
+}
+
+CommandAnswer Info(Shell& inShell, std::string_view inArguments) {
+    TakeWords(inArguments, 0, 0);
+    const Session& session = inShell.get_Session();
+    const Session::Database& database = session.get_Database();
+    TableRows rows({"name", "value"});
+    rows.Add({TextCell("path"), database ? TextCell(ToUtf8(database->get_Path())) : Cell()});
+    rows.Add({TextCell("name"), database ? TextCell(ToUtf8(database->get_Name())) : Cell()});
+    rows.Add({TextCell("open"), BooleanCell(database && database->get_IsOpen())});
+    rows.Add({TextCell("read_only"), BooleanCell(database && database->get_IsReadOnly())});
+    rows.Add({TextCell("connections"), NumberCell(database ? database->get_ConnectionCount() : 0)});
+    rows.Add({TextCell("duckdb_version"), TextCell(session.get_Extension().get_LibraryVersion())});
+    rows.Add({TextCell("orsql_version"), TextCell(ShellVersion())});
+    inShell.get_Answers().Rows(rows);
+    return CommandAnswer::Given;
+}
+
+CommandAnswer Backup(Shell& inShell, std::string_view inArguments) {
+    using Clock = std::chrono::steady_clock;
+    const std::vector<std::string> words = TakeWords(inArguments, 0, 1);
+    orkit::orsql::I_DuckDBDatabase& database = inShell.get_Session().get_OpenDatabase();
+    const orkit::smart_ptr<orkit::I_Location> folder = words.empty() ? nullptr : LocationOf(words.front());
+    const Clock::time_point start = Clock::now();
+    {
+        const ActivityScope computing(Activity::Computing);
+        const ExportProgress progress;
+        database.Backup(folder);
+    }
+    const std::chrono::duration<double> elapsed = Clock::now() - start;
+    TableRows rows({"path", "seconds"});
+    rows.Add({TextCell(ToUtf8(orkit::standin::get_LastBackupLocation()->get_Path())), DoubleCell(elapsed.count())});
+    inShell.get_Answers().Rows(rows);
+    return CommandAnswer::Given;
+}
+
+CommandAnswer Restore(Shell& inShell, std::string_view inArguments) {
+    std::vector<std::string> words = TakeWords(inArguments, 2, 3);
+    const bool replaces = TakeOption(words, "--replace", 2);
+    RestoreBackup(inShell.get_Session(), words[0], words[1], replaces);
+    return CommandAnswer::Pending;
+}
+
+CommandAnswer Databases(Shell& inShell, std::string_view inArguments) {
+    TakeWords(inArguments, 0, 0);
+    const Session& session = inShell.get_Session();
+    TableRows rows({"path", "connections"});
+    for (const orkit::String& path : session.get_UsedPaths()) {
+        if (session.get_Extension().get_IsKnownDatabase(path)) {
+            const auto database = session.get_Extension().CreateDatabase(orkit::standin::MakeLocation(path));
+            rows.Add({TextCell(ToUtf8(path)), NumberCell(database->get_ConnectionCount())});
+        }
+    }
+    inShell.get_Answers().Rows(rows);
+    return CommandAnswer::Given;
+}
+
+}  // namespace orsql::command

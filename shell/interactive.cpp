@@ -1,0 +1,7 @@
+#include "shell/interactive.h"
+
+namespace orsql {
+
+void RunInteractive(Shell& inShell) { inShell.RunFile("-"); }
+
+}  // namespace orsql

@@ -1,0 +1,101 @@
+/// @file
+/// The program: options, the module, the database, then what is to be run.
+#include <cstdio>
+#include <iostream>
+#include <memory>
+#include <optional>
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include "shell/answers.h"
+#include "shell/interactive.h"
+#include "shell/interrupts.h"
+#include "shell/module.h"
+#include "shell/options.h"
+#include "shell/session.h"
+#include "shell/shell.h"
+
+namespace {
+
+using namespace orsql;
+
+bool IsInteractive(const Options& inOptions) {
+    return inOptions.scripts.empty() && isatty(STDIN_FILENO) == 1 && isatty(STDOUT_FILENO) == 1;
+}
+
+/// Runs what is to be run. @return the exit status.
+int Run(Options& ioOptions, Session& inSession, Answers& inAnswers) {
+    Shell shell(ioOptions, inSession, inAnswers);
+    if (IsInteractive(ioOptions)) {
+        shell.put_IsInteractive(true);
+        RunInteractive(shell);
+        return exit_status::kGood;
+    }
+    if (ioOptions.scripts.empty()) {
+        ioOptions.scripts.push_back({Script::Kind::File, "-"});
+    }
+    shell.RunScripts();
+    if (IsInterrupted()) {
+        return exit_status::kInterrupted;
+    }
+    return inAnswers.HasFailed() ? exit_status::kFailed : exit_status::kGood;
+}
+
+/// Everything between the command line and the end of the output.
+int RunAll(Options& ioOptions, Answers& inAnswers) {
+    std::unique_ptr<Module> module;
+    std::optional<Session> session;
+    try {
+        module = std::make_unique<Module>(ioOptions.module.empty() ? DefaultModulePath() : ioOptions.module);
+        if (ioOptions.showsVersion) {
+            std::cout << fmt::format("orsql {}\nDuckDB {}\n", ShellVersion(),
+                                     module->get_Extension().get_LibraryVersion());
+            return exit_status::kGood;
+        }
+        session.emplace(*module, ioOptions);
+        session->Open(ioOptions.database, false);
+    } catch (...) {
+        inAnswers.Fail(CurrentFailure());
+        inAnswers.Finish();
+        return exit_status::kNotOpened;
+    }
+    int status = Run(ioOptions, *session, inAnswers);
+    try {
+        session->Close();
+    } catch (...) {
+        inAnswers.Fail(CurrentFailure());
+        status = status == exit_status::kGood ? exit_status::kFailed : status;
+    }
+    inAnswers.Finish();
+    return status;
+}
+
+}  // namespace
+
+int main(int inCount, char** inArguments) {
+    InstallInterrupts();
+    int status = exit_status::kGood;
+    std::optional<Options> options = ReadCommandLine(inCount, inArguments, status);
+    if (!options) {
+        return status;
+    }
+    RenderSettings settings;
+    settings.nullText = options->nullText;
+    settings.maxRows = options->maxRows;
+    settings.hasHeader = options->hasHeader;
+    const Mode usual = isatty(STDOUT_FILENO) == 1 ? Mode::Box : Mode::Csv;
+    Answers answers(options->mode.value_or(usual), options->color, settings);
+    try {
+        return RunAll(*options, answers);
+    } catch (const OutputError& error) {
+        if (!error.IsReaderGone()) {
+            answers.Notice(fmt::format("error: {}\n", error.what()));
+            return exit_status::kFailed;
+        }
+        return answers.HasFailed() ? exit_status::kFailed : exit_status::kGood;
+    } catch (const std::exception& error) {
+        answers.Notice(fmt::format("error: {}\n", error.what()));
+        return exit_status::kFailed;
+    }
+}

@@ -1,0 +1,217 @@
+#include "shell/session.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <utility>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "host/exceptions.h"
+#include "host_standin/locations.h"
+#include "shell/failure.h"
+#include "shell/interrupts.h"
+#include "shell/text.h"
+
+namespace orsql {
+
+namespace {
+
+using orkit::smart_ptr;
+using orkit::orsql::I_DuckDBDatabase;
+using orkit::orsql::I_DuckDBQueryResult;
+using orkit::orsql::I_DuckDBStatement;
+
+std::uint32_t HostLocation(CursorLocation inLocation) {
+    return inLocation == CursorLocation::Client ? orkit::orsql::kCursorLocationClient
+                                                : orkit::orsql::kCursorLocationServer;
+}
+
+/// Keeps an outcome that there is something to show of.
+void Note(const I_DuckDBQueryResult& inResult, Outcome& ioOutcome) {
+    const std::uint32_t flags = inResult.get_ResultFlags();
+    if (flags & I_DuckDBQueryResult::kResultHasCursor) {
+        ioOutcome = {inResult.get_Cursor(), false, 0};
+    } else if (flags & I_DuckDBQueryResult::kResultHasRowsChanged) {
+        ioOutcome = {nullptr, true, inResult.get_RowsChanged()};
+    }
+}
+
+/// Walks the statement to its end. @param outOwnsTransaction whether DuckDB began a transaction around the
+/// statements that it made of this one, which it does only where none was open.
+Outcome Walk(I_DuckDBStatement& inStatement, std::uint32_t inLocation, bool& outOwnsTransaction) {
+    Outcome outcome;
+    bool isFirst = true;
+    do {
+        inStatement.PrepareNext();
+        if (std::exchange(isFirst, false)) {
+            outOwnsTransaction = inStatement.get_RemainingStatements() > 0 &&
+                                 StartsIgnoringCase(ToUtf8(inStatement.get_Sql()), "BEGIN");
+        }
+        Note(*inStatement.SqlQuery(inLocation), outcome);
+    } while (inStatement.get_RemainingStatements() > 0);
+    return outcome;
+}
+
+void Rollback(I_DuckDBDatabase& inDatabase) {
+    try {
+        inDatabase.SqlExecute("ROLLBACK", nullptr);
+    } catch (...) {
+        // DuckDB may have ended the transaction with the failure already.
+    }
+}
+
+}  // namespace
+
+smart_ptr<orkit::I_Location> LocationOf(const std::string& inPath) {
+    try {
+        return orkit::standin::MakeLocation(ToHost(inPath));
+    } catch (const orkit::xException&) {
+        throw ShellError(CurrentFailure().message);
+    }
+}
+
+std::string ReadFile(const std::string& inPath) {
+    const int file = open(inPath.c_str(), O_RDONLY | O_CLOEXEC);
+    std::string text;
+    std::array<char, 1 << 16> part;
+    ssize_t count = file < 0 ? -1 : 1;
+    while (count > 0) {
+        count = read(file, part.data(), part.size());
+        text.append(part.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    }
+    const int error = errno;
+    if (file >= 0) {
+        close(file);
+    }
+    if (count < 0) {
+        throw ShellError("can't read " + inPath + ": " + std::strerror(error));
+    }
+    return text;
+}
+
+Session::Session(Module& inModule, const Options& inOptions) : mModule(inModule), mOptions(inOptions) {}
+
+orkit::orsql::DuckDBSettings Session::MakeSettings(bool inIsReadOnly) const {
+    orkit::orsql::DuckDBSettings settings;
+    settings.mAccessMode = inIsReadOnly ? 0 : 1;
+    settings.mThreads = mOptions.threads;
+    settings.mMaxMemory = mOptions.maxMemory;
+    settings.mTempDirectory = ToHost(mOptions.tempDirectory);
+    settings.mEnableExternalAccess = mOptions.hasExternalAccess;
+    settings.mHomeDirectory = ToHost(mOptions.homeDirectory);
+    settings.mSecretDirectory = ToHost(mOptions.secretDirectory);
+    settings.mExtensionDirectory = ToHost(mOptions.extensionDirectory);
+    return settings;
+}
+
+std::string Session::ReadToken() const {
+    if (!mOptions.tokenFile.empty()) {
+        return std::string(Trim(ReadFile(mOptions.tokenFile)));
+    }
+    const char* const token = std::getenv("motherduck_token");
+    return token ? token : "";
+}
+
+Session::Database Session::MakeDatabase(const smart_ptr<orkit::I_Location>& inLocation, bool inIsReadOnly) {
+    Database database = mModule.get_Extension().CreateDatabase(inLocation);
+    if (std::find(mUsedPaths.begin(), mUsedPaths.end(), database->get_Path()) == mUsedPaths.end()) {
+        mUsedPaths.push_back(database->get_Path());
+    }
+    database->put_Settings(MakeSettings(inIsReadOnly));
+    return database;
+}
+
+void Session::Open(const std::string& inPath, bool inIsReadOnly) {
+    Close();
+    mDatabase.reset();
+    if (const auto refusal = RefuseFileOptions(mOptions, inPath)) {
+        throw ShellError(*refusal);
+    }
+    const bool isReadOnly = inIsReadOnly || mOptions.isReadOnly;
+    const Database database = MakeDatabase(LocationOf(inPath), isReadOnly);
+    const ActivityScope computing(Activity::Computing);
+    if (IsRemotePath(inPath)) {
+        database->put_MotherDuckAccess(ToHost(ReadToken()), ToHost(mOptions.userAgent));
+        database->Open();
+    } else if (isReadOnly || database->get_Exists()) {
+        database->Open();
+    } else {
+        database->put_BlockSize(mOptions.blockSize);
+        database->put_StorageVersion(ToHost(mOptions.storageVersion));
+        database->Create();
+    }
+    mDatabase = database;
+}
+
+void Session::OpenExisting(const smart_ptr<orkit::I_Location>& inLocation) {
+    Close();
+    mDatabase.reset();
+    const Database database = MakeDatabase(inLocation, mOptions.isReadOnly);
+    const ActivityScope computing(Activity::Computing);
+    database->Open();
+    mDatabase = database;
+}
+
+void Session::Close() {
+    if (mDatabase) {
+        const ActivityScope computing(Activity::Computing);
+        mDatabase->Close();
+    }
+}
+
+void Session::Drop() {
+    if (!mDatabase) {
+        throw ShellError("no database is open");
+    }
+    const ActivityScope computing(Activity::Computing);
+    mDatabase->Drop();
+}
+
+I_DuckDBDatabase& Session::get_OpenDatabase() const {
+    if (!mDatabase || !mDatabase->get_IsOpen()) {
+        throw ShellError("no database is open");
+    }
+    return *mDatabase;
+}
+
+void Session::HoldValues(smart_ptr<orkit::orsql::ValueArray> inValues) {
+    mRows.reset();
+    mValues = std::move(inValues);
+}
+
+void Session::HoldRows(smart_ptr<orkit::orsql::RowArray> inRows) {
+    mValues.reset();
+    mRows = std::move(inRows);
+}
+
+Outcome Session::Run(const std::string& inSql, CursorLocation inLocation) {
+    I_DuckDBDatabase& database = get_OpenDatabase();
+    const ActivityScope computing(Activity::Computing);
+    const smart_ptr<I_DuckDBStatement> statement = database.CreateStatement(ToHost(inSql));
+    if (mRows) {
+        statement->BindRows(mRows);
+    } else if (mValues) {
+        statement->BindValues(mValues);
+    }
+    bool ownsTransaction = false;
+    try {
+        return Walk(*statement, HostLocation(inLocation), ownsTransaction);
+    } catch (...) {
+        if (ownsTransaction) {
+            Rollback(database);
+        }
+        throw;
+    }
+}
+
+smart_ptr<orkit::orsql::I_DuckDBCursor> Session::Select(const char* inSql,
+                                                        smart_ptr<orkit::orsql::ValueArray> inValues) {
+    const ActivityScope computing(Activity::Computing);
+    return get_OpenDatabase().SqlSelect(inSql, orkit::orsql::kCursorLocationServer, std::move(inValues));
+}
+
+}  // namespace orsql

@@ -1,0 +1,157 @@
+#include "shell/shell.h"
+
+#include <array>
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include "shell/commands.h"
+#include "shell/failure.h"
+#include "shell/interrupts.h"
+
+namespace orsql {
+
+namespace {
+
+constexpr int kDeepest = 64;
+
+}  // namespace
+
+Shell::Shell(Options& ioOptions, Session& inSession, Answers& inAnswers)
+    : mOptions(ioOptions), mSession(inSession), mAnswers(inAnswers) {}
+
+bool Shell::IsToStop() const {
+    const bool isBailing = mOptions.stopsAtFailure && !mIsInteractive && mAnswers.HasFailed();
+    return mIsLeaving || isBailing || IsInterrupted();
+}
+
+void Shell::RunScripts() {
+    for (const Script& script : mOptions.scripts) {
+        if (IsToStop()) {
+            return;
+        }
+        if (script.kind == Script::Kind::Command) {
+            RunText(script.text);
+            continue;
+        }
+        try {
+            RunFile(script.text);
+        } catch (const ShellError&) {
+            mAnswers.Fail(CurrentFailure());
+        }
+    }
+}
+
+void Shell::RunText(std::string_view inText) {
+    Splitter splitter;
+    splitter.Feed(inText);
+    splitter.Finish();
+    RunPieces(splitter);
+}
+
+void Shell::RunFile(const std::string& inPath) {
+    if (inPath == "-") {
+        RunOpenFile(STDIN_FILENO, "standard input");
+        return;
+    }
+    if (mDepth == kDeepest) {
+        throw ShellError(fmt::format("{}: files run each other more than {} deep", inPath, kDeepest));
+    }
+    const int file = open(inPath.c_str(), O_RDONLY | O_CLOEXEC);
+    if (file < 0) {
+        throw ShellError(fmt::format("can't read {}: {}", inPath, std::strerror(errno)));
+    }
+    ++mDepth;
+    try {
+        RunOpenFile(file, inPath);
+    } catch (...) {
+        --mDepth;
+        close(file);
+        throw;
+    }
+    --mDepth;
+    close(file);
+}
+
+void Shell::RunOpenFile(int inFile, const std::string& inPath) {
+    Splitter splitter;
+    std::array<char, 1 << 16> part;
+    while (!IsToStop() && WaitForInput(inFile)) {
+        const ssize_t count = read(inFile, part.data(), part.size());
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            throw ShellError(fmt::format("can't read {}: {}", inPath, std::strerror(errno)));
+        }
+        if (count == 0) {
+            splitter.Finish();
+            RunPieces(splitter);
+            return;
+        }
+        splitter.Feed({part.data(), static_cast<std::size_t>(count)});
+        RunPieces(splitter);
+    }
+}
+
+void Shell::RunPieces(Splitter& ioSplitter) {
+    while (!IsToStop()) {
+        const std::optional<Piece> piece = ioSplitter.Next();
+        if (!piece) {
+            return;
+        }
+        RunPiece(*piece);
+    }
+}
+
+void Shell::RunPiece(const Piece& inPiece) {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point start = Clock::now();
+    if (inPiece.kind == Piece::Kind::DotCommand) {
+        RunCommand(inPiece.text);
+        return;
+    }
+    RunStatement(inPiece.text);
+    if (mOptions.showsTimer) {
+        const std::chrono::duration<double> elapsed = Clock::now() - start;
+        mAnswers.Notice(fmt::format("time: {:.3f} s\n", elapsed.count()));
+    }
+}
+
+void Shell::RunStatement(const std::string& inSql) {
+    Outcome outcome;
+    try {
+        outcome = mSession.Run(inSql, mOptions.cursor);
+    } catch (...) {
+        Failure failure = CurrentFailure();
+        failure.statement = inSql;
+        mAnswers.Fail(failure);
+        return;
+    }
+    if (outcome.cursor) {
+        CursorRows rows(std::move(outcome.cursor));
+        mAnswers.Rows(rows, inSql);
+    } else if (outcome.hasCount) {
+        mAnswers.Changed(outcome.count);
+    } else {
+        mAnswers.Done();
+    }
+}
+
+void Shell::RunCommand(const std::string& inLine) {
+    try {
+        if (RunDotCommand(*this, inLine) == CommandAnswer::Pending) {
+            mAnswers.Done();
+        }
+    } catch (const OutputError&) {
+        throw;
+    } catch (...) {
+        mAnswers.Fail(CurrentFailure());
+    }
+}
+
+}  // namespace orsql

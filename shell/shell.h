@@ -1,0 +1,54 @@
+/// @file
+/// The shell as a whole: what runs scripts, statements and dot commands.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "shell/answers.h"
+#include "shell/options.h"
+#include "shell/session.h"
+#include "shell/splitter.h"
+
+namespace orsql {
+
+class Shell {
+public:
+    /// All must outlive the shell.
+    Shell(Options& ioOptions, Session& inSession, Answers& inAnswers);
+
+    Session& get_Session() { return mSession; }
+    Answers& get_Answers() { return mAnswers; }
+    Options& get_Options() { return mOptions; }
+
+    /// Runs text from the command line, a file ("-" is standard input), or all that the splitter holds. Each
+    /// stops early when the shell is to leave, at Ctrl-C, and with --bail at a failure. A file that can't be
+    /// read raises ShellError.
+    void RunText(std::string_view inText);
+    void RunFile(const std::string& inPath);
+    void RunPieces(Splitter& ioSplitter);
+    /// Runs what the command line asks for, a missing file being a failure.
+    void RunScripts();
+
+    /// Leaves after the running command.
+    void Leave() { mIsLeaving = true; }
+    bool IsLeaving() const { return mIsLeaving; }
+    /// An interactive session goes on after a failure, also with --bail.
+    void put_IsInteractive(bool inIsInteractive) { mIsInteractive = inIsInteractive; }
+
+private:
+    bool IsToStop() const;
+    void RunOpenFile(int inFile, const std::string& inPath);
+    void RunPiece(const Piece& inPiece);
+    void RunStatement(const std::string& inSql);
+    void RunCommand(const std::string& inLine);
+
+    Options& mOptions;
+    Session& mSession;
+    Answers& mAnswers;
+    bool mIsLeaving = false;
+    bool mIsInteractive = false;
+    int mDepth = 0;  // of files that run files
+};
+
+}  // namespace orsql

@@ -1,0 +1,32 @@
+#include "shell/terminal.h"
+
+#include <cstdlib>
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace orsql {
+
+std::size_t TerminalWidth(int inFile) {
+    constexpr std::size_t kUsualWidth = 80;
+    if (isatty(inFile) != 1) {
+        return 0;
+    }
+    winsize size = {};
+    return ioctl(inFile, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kUsualWidth;
+}
+
+bool UsesColor(ColorChoice inChoice, bool inIsTerminal) {
+    if (inChoice != ColorChoice::Auto) {
+        return inChoice == ColorChoice::Always;
+    }
+    const char* const noColor = std::getenv("NO_COLOR");
+    return inIsTerminal && (!noColor || !*noColor);
+}
+
+ErrorStyle StandardErrorStyle(ColorChoice inChoice) {
+    const bool isTerminal = isatty(STDERR_FILENO) == 1;
+    return {isTerminal, UsesColor(inChoice, isTerminal), TerminalWidth(STDERR_FILENO)};
+}
+
+}  // namespace orsql
