@@ -1,7 +1,7 @@
 #include "host/file.h"
 
 #include <array>
-#include <cstring>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -10,6 +10,7 @@
 
 #include <duckdb.h>
 #include <fcntl.h>
+#include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -22,56 +23,67 @@ namespace {
 
 namespace fs = std::filesystem;
 
-short AskForLock(int inDescriptor, int inCommand, short inType) {
-    struct flock lock {};
-    lock.l_type = inType;
-    lock.l_whence = SEEK_SET;
-    return ::fcntl(inDescriptor, inCommand, &lock) == 0 ? lock.l_type : short{-1};
+// A lock as the second process takes its name.
+constexpr const char* kForReading = "r";
+constexpr const char* kForWriting = "w";
+
+// Starts the second process without forking this one, whose threads and allocator wouldn't like it.
+pid_t StartProbe(const char* inCommand, const std::string& inPath, const char* inType,
+                 const posix_spawn_file_actions_t* inActions) {
+    std::string program = LOCK_PROBE;
+    std::string command = inCommand;
+    std::string path = inPath;
+    std::string type = inType;
+    const std::array<char*, 5> arguments = {program.data(), command.data(), path.data(), type.data(),
+                                            nullptr};
+    pid_t child = -1;
+    EXPECT_EQ(::posix_spawn(&child, program.c_str(), inActions, nullptr, arguments.data(), environ), 0);
+    return child;
 }
 
-// Whether a second process would be refused a lock on the file. It runs nothing but system calls.
-bool IsLockedForOthers(const std::string& inPath, short inType) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        const int file = ::open(inPath.c_str(), O_RDWR);
-        ::_exit(file >= 0 && AskForLock(file, F_GETLK, inType) == F_UNLCK ? 0 : 1);
-    }
+int WaitFor(pid_t inChild) {
     int status = 0;
-    ::waitpid(child, &status, 0);
-    return !WIFEXITED(status) || WEXITSTATUS(status) != 0;
+    EXPECT_EQ(::waitpid(inChild, &status, 0), inChild);
+    EXPECT_TRUE(WIFEXITED(status));
+    return WEXITSTATUS(status);
+}
+
+// Whether a second process would be refused a lock on the file.
+bool IsLockedForOthers(const std::string& inPath, const char* inType) {
+    const int answer = WaitFor(StartProbe("ask", inPath, inType, nullptr));
+    EXPECT_LE(answer, 1);
+    return answer != 0;
 }
 
 // A second process that holds a lock on a file, as DuckDB does, until the end of this object.
 class OtherProcess {
 public:
-    OtherProcess(const std::string& inPath, short inType) {
-        std::array<int, 2> ready{};
-        EXPECT_EQ(::pipe(ready.data()), 0);
-        EXPECT_EQ(::pipe(mEnd.data()), 0);
-        mChild = ::fork();
-        if (mChild == 0) {
-            ::close(mEnd[1]);
-            const int file = ::open(inPath.c_str(), O_RDWR);
-            AskForLock(file, F_SETLK, inType);
-            char byte = 0;
-            const bool isTold = ::write(ready[1], &byte, 1) == 1;
-            const bool isOver = ::read(mEnd[0], &byte, 1) == 0;
-            ::_exit(isTold && isOver ? 0 : 1);
-        }
+    OtherProcess(const std::string& inPath, const char* inType) {
+        std::array<int, 2> input{};
+        std::array<int, 2> output{};
+        EXPECT_EQ(::pipe2(input.data(), O_CLOEXEC), 0);
+        EXPECT_EQ(::pipe2(output.data(), O_CLOEXEC), 0);
+        posix_spawn_file_actions_t actions;
+        ::posix_spawn_file_actions_init(&actions);
+        ::posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
+        ::posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
+        mChild = StartProbe("hold", inPath, inType, &actions);
+        ::posix_spawn_file_actions_destroy(&actions);
+        ::close(input[0]);
+        ::close(output[1]);
+        mEnd = input[1];
         char byte = 0;
-        EXPECT_EQ(::read(ready[0], &byte, 1), 1);
-        ::close(ready[0]);
-        ::close(ready[1]);
-        ::close(mEnd[0]);
+        EXPECT_EQ(::read(output[0], &byte, 1), 1);
+        ::close(output[0]);
     }
     ~OtherProcess() {
-        ::close(mEnd[1]);
-        ::waitpid(mChild, nullptr, 0);
+        ::close(mEnd);
+        EXPECT_EQ(WaitFor(mChild), 0);
     }
 
 private:
     pid_t mChild = -1;
-    std::array<int, 2> mEnd{};
+    int mEnd = -1; // the other end of the child's standard input
 };
 
 class Files : public StandinTest {
@@ -143,12 +155,12 @@ TEST_F(Files, RefuseWhatAnotherProcessHasLocked) {
     reader->put_IsReadOnly(true);
     const smart_ptr<I_File> writer = FileOf("db");
     {
-        const OtherProcess other(PathOf("db"), F_WRLCK);
+        const OtherProcess other(PathOf("db"), kForWriting);
         EXPECT_NE(Refusal([&] { reader->Open(); }).find("locked by process"), std::string::npos);
         EXPECT_NE(Refusal([&] { writer->Open(); }).find("locked by process"), std::string::npos);
     }
     {
-        const OtherProcess other(PathOf("db"), F_RDLCK);
+        const OtherProcess other(PathOf("db"), kForReading);
         EXPECT_EQ(Refusal([&] { reader->Open(); }), "");
         EXPECT_NE(Refusal([&] { writer->Open(); }).find("locked by process"), std::string::npos);
     }
@@ -166,7 +178,7 @@ TEST_F(Files, LookAtAnOpenDatabaseWithoutDroppingItsLock) {
         ASSERT_EQ(duckdb_open_ext(path.c_str(), &database, config, nullptr), DuckDBSuccess);
         duckdb_destroy_config(&config);
 
-        ASSERT_TRUE(IsLockedForOthers(path, F_WRLCK));
+        ASSERT_TRUE(IsLockedForOthers(path, kForWriting));
         const smart_ptr<I_File> file = CreateFile(MakeLocation(path.c_str()));
         file->put_IsReadOnly(true);
         file->Open();
@@ -178,11 +190,11 @@ TEST_F(Files, LookAtAnOpenDatabaseWithoutDroppingItsLock) {
         file->Open();
         file->Close();
         EXPECT_EQ(Refusal([&] { file->Create(); }), "can't open file: File exists");
-        EXPECT_TRUE(IsLockedForOthers(path, F_WRLCK));
-        EXPECT_EQ(IsLockedForOthers(path, F_RDLCK), !isReadOnly);
+        EXPECT_TRUE(IsLockedForOthers(path, kForWriting));
+        EXPECT_EQ(IsLockedForOthers(path, kForReading), !isReadOnly);
 
         duckdb_close(&database);
-        EXPECT_FALSE(IsLockedForOthers(path, F_WRLCK));
+        EXPECT_FALSE(IsLockedForOthers(path, kForWriting));
     }
 }
 
