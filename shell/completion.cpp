@@ -1,0 +1,166 @@
+#include "shell/completion.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <span>
+
+#include "host_standin/procedure_table.h"
+#include "shell/commands.h"
+#include "shell/renderer.h"
+#include "shell/row_source.h"
+#include "shell/text.h"
+
+namespace orsql {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::array<std::string_view, 2> kCursors = {"server", "client"};
+constexpr std::array<std::string_view, 2> kSwitches = {"on", "off"};
+
+/// The commands whose arguments are files or folders.
+constexpr std::array<std::string_view, 6> kFileCommands = {"open", "read", "rows", "output", "backup", "restore"};
+
+constexpr const char* kNames =
+    "SELECT DISTINCT name FROM ("
+    "SELECT table_name AS name FROM duckdb_tables() WHERE NOT internal"
+    " UNION ALL SELECT view_name FROM duckdb_views() WHERE NOT internal"
+    " UNION ALL SELECT column_name FROM duckdb_columns() WHERE NOT internal)";
+constexpr const char* kTableNames =
+    "SELECT table_name AS name FROM duckdb_tables() WHERE NOT internal"
+    " UNION ALL SELECT view_name FROM duckdb_views() WHERE NOT internal";
+constexpr const char* kKeywords = "SELECT upper(keyword_name) FROM duckdb_keywords()";
+
+bool IsNamePart(char c) {
+    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '_' ||
+           static_cast<unsigned char>(c) >= 0x80;
+}
+
+void AddMatching(Completions& ioFound, std::string_view inTyped, std::string_view inText) {
+    if (StartsIgnoringCase(inText, inTyped)) {
+        ioFound.texts.emplace_back(inText);
+    }
+}
+
+template <class Words>
+void AddAll(Completions& ioFound, std::string_view inTyped, const Words& inWords) {
+    for (const std::string_view word : inWords) {
+        AddMatching(ioFound, inTyped, word);
+    }
+}
+
+/// The first column of a query. A database that doesn't answer (closed, or in an aborted transaction) has none.
+std::vector<std::string> Ask(Session& inSession, const char* inSql) {
+    std::vector<std::string> names;
+    try {
+        CursorRows rows(inSession.Select(inSql, nullptr));
+        Row row;
+        while (rows.Next(row)) {
+            names.push_back(row.front().text);
+        }
+    } catch (...) {
+        names.clear();
+    }
+    return names;
+}
+
+void AddFiles(Completions& ioFound, std::string_view inTyped) {
+    const std::size_t slash = inTyped.rfind('/');
+    const std::string folder(slash == std::string_view::npos ? "" : inTyped.substr(0, slash + 1));
+    const std::string_view name = inTyped.substr(folder.size());
+    std::error_code error;
+    for (fs::directory_iterator entry(folder.empty() ? "." : folder, error), end; !error && entry != end;
+         entry.increment(error)) {
+        const std::string found = entry->path().filename().string();
+        if (found.starts_with(name) && (!name.empty() || !found.starts_with('.'))) {
+            std::error_code ignored;
+            ioFound.texts.push_back(folder + found + (entry->is_directory(ignored) ? "/" : ""));
+        }
+    }
+}
+
+void AddProcedures(Completions& ioFound, std::string_view inTyped) {
+    for (const orkit::standin::RegisteredProcedure& procedure : orkit::standin::ListProcedures()) {
+        AddMatching(ioFound, inTyped, procedure.name);
+    }
+}
+
+void CompleteArgument(Session& inSession, std::string_view inCommand, std::string_view inTyped,
+                      Completions& ioFound) {
+    if (std::find(kFileCommands.begin(), kFileCommands.end(), inCommand) != kFileCommands.end()) {
+        AddFiles(ioFound, inTyped);
+    } else if (inCommand == "mode") {
+        AddAll(ioFound, inTyped, kModeNames);
+    } else if (inCommand == "cursor") {
+        AddAll(ioFound, inTyped, kCursors);
+    } else if (inCommand == "timer") {
+        AddAll(ioFound, inTyped, kSwitches);
+    } else if (inCommand == "schema" || inCommand == "tables") {
+        AddAll(ioFound, inTyped, Ask(inSession, kTableNames));
+    } else if (inCommand == "call") {
+        AddProcedures(ioFound, inTyped);
+        AddFiles(ioFound, inTyped);
+    } else if (inCommand == "help") {
+        for (const DotCommand& command : GetDotCommands()) {
+            AddMatching(ioFound, inTyped, command.name);
+        }
+    }
+}
+
+void CompleteCommand(Session& inSession, std::string_view inBefore, Completions& ioFound) {
+    const auto firstBlank = std::find_if(inBefore.begin(), inBefore.end(), IsBlank);
+    const auto nameLength = static_cast<std::size_t>(firstBlank - inBefore.begin());
+    if (nameLength == inBefore.size()) {
+        ioFound.start = 0;
+        for (const DotCommand& command : GetDotCommands()) {
+            AddMatching(ioFound, inBefore, "." + std::string(command.name));
+        }
+        return;
+    }
+    const std::size_t blank = inBefore.find_last_of(" \t'");
+    ioFound.start = blank + 1;
+    CompleteArgument(inSession, inBefore.substr(1, nameLength - 1), inBefore.substr(ioFound.start), ioFound);
+}
+
+void CompleteSql(Session& inSession, std::string_view inBefore, Completions& ioFound) {
+    if (std::count(inBefore.begin(), inBefore.end(), '\'') % 2 != 0) {
+        ioFound.start = inBefore.rfind('\'') + 1;
+        AddFiles(ioFound, inBefore.substr(ioFound.start));
+        return;
+    }
+    ioFound.start = inBefore.size();
+    while (ioFound.start > 0 && IsNamePart(inBefore[ioFound.start - 1])) {
+        --ioFound.start;
+    }
+    const std::string_view typed = inBefore.substr(ioFound.start);
+    AddAll(ioFound, typed, Ask(inSession, kNames));
+    if (typed.empty()) {
+        return;
+    }
+    const bool isLower = std::none_of(typed.begin(), typed.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
+    for (std::string word : Ask(inSession, kKeywords)) {
+        if (isLower) {
+            std::transform(word.begin(), word.end(), word.begin(),
+                           [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+        }
+        AddMatching(ioFound, typed, word);
+    }
+}
+
+}  // namespace
+
+Completions Complete(Session& inSession, std::string_view inBefore) {
+    Completions found;
+    if (inBefore.starts_with('.')) {
+        CompleteCommand(inSession, inBefore, found);
+    } else {
+        CompleteSql(inSession, inBefore, found);
+    }
+    std::sort(found.texts.begin(), found.texts.end());
+    found.texts.erase(std::unique(found.texts.begin(), found.texts.end()), found.texts.end());
+    return found;
+}
+
+}  // namespace orsql

@@ -1,0 +1,204 @@
+#include "shell/line_editor.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <cwchar>
+#include <filesystem>
+#include <string>
+#include <utility>
+
+#include <histedit.h>
+#include <langinfo.h>
+#include <unistd.h>
+#include <utf8proc.h>
+
+#include "shell/interrupts.h"
+#include "shell/terminal.h"
+#include "shell/text.h"
+
+namespace orsql {
+
+namespace {
+
+constexpr int kHistorySize = 1000;
+constexpr std::size_t kMostListed = 200;
+
+/// The library counts characters by the locale; every text here is UTF-8.
+void UseUtf8() {
+    std::setlocale(LC_CTYPE, "");
+    if (std::string_view(nl_langinfo(CODESET)) != "UTF-8") {
+        std::setlocale(LC_CTYPE, "C.UTF-8");
+    }
+}
+
+/// What begins all texts.
+std::string CommonStart(const std::vector<std::string>& inTexts) {
+    std::string common = inTexts.front();
+    for (const std::string& text : inTexts) {
+        const auto end = std::mismatch(common.begin(), common.end(), text.begin(), text.end()).first;
+        common.erase(end, common.end());
+    }
+    while (!common.empty() && (static_cast<unsigned char>(common.back()) & 0xC0) == 0x80) {
+        common.pop_back();  // a character that is cut in two
+    }
+    return common;
+}
+
+void List(const std::vector<std::string>& inTexts) {
+    std::size_t widest = 1;
+    for (const std::string& text : inTexts) {
+        widest = std::max(widest, DisplayWidth(text) + 2);
+    }
+    const std::size_t perLine = std::max<std::size_t>(1, TerminalWidth(STDOUT_FILENO) / widest);
+    std::string out;
+    for (std::size_t i = 0; i < inTexts.size() && i < kMostListed; ++i) {
+        out += i % perLine == 0 ? "\n" : "";
+        out += inTexts[i] + std::string(widest - DisplayWidth(inTexts[i]), ' ');
+    }
+    out += inTexts.size() > kMostListed ? "\n…\n" : "\n";
+    std::fputs(out.c_str(), stdout);
+}
+
+/// One character from the terminal. Ctrl-C ends the line, which the library is told as a failure.
+int ReadCharacter(EditLine*, wchar_t* outCharacter) {
+    std::array<utf8proc_uint8_t, 4> bytes{};
+    std::size_t count = 0;
+    while (count < bytes.size()) {
+        if (!WaitForInput(STDIN_FILENO)) {
+            return -1;
+        }
+        const ssize_t got = read(STDIN_FILENO, bytes.data() + count, 1);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            return static_cast<int>(got);
+        }
+        ++count;
+        utf8proc_int32_t character = 0;
+        if (utf8proc_iterate(bytes.data(), static_cast<utf8proc_ssize_t>(count), &character) > 0) {
+            *outCharacter = static_cast<wchar_t>(character);
+            return 1;
+        }
+    }
+    *outCharacter = L'\uFFFD';
+    return 1;
+}
+
+}  // namespace
+
+struct LineEditor::Imp {
+    EditLine* editor = nullptr;
+    History* history = nullptr;
+    std::string historyPath;
+    std::string prompt;
+    Completer completer;
+
+    static Imp& Of(EditLine* inEditor) {
+        Imp* imp = nullptr;
+        el_get(inEditor, EL_CLIENTDATA, &imp);
+        return *imp;
+    }
+
+    static char* Prompt(EditLine* inEditor) { return Of(inEditor).prompt.data(); }
+
+    static unsigned char Complete(EditLine* inEditor, int) {
+        const LineInfo* const line = el_line(inEditor);
+        const std::string_view before(line->buffer, static_cast<std::size_t>(line->cursor - line->buffer));
+        const Completions found = Of(inEditor).completer(before);
+        if (found.texts.empty()) {
+            return CC_REFRESH_BEEP;
+        }
+        const std::string_view typed = before.substr(found.start);
+        const std::string common = CommonStart(found.texts);
+        if (common.size() > typed.size() || (found.texts.size() == 1 && common != typed)) {
+            el_deletestr(inEditor, CharactersIn(typed));
+            return el_insertstr(inEditor, common.c_str()) == 0 ? CC_REFRESH : CC_REFRESH_BEEP;
+        }
+        if (found.texts.size() == 1) {
+            return CC_REFRESH;
+        }
+        List(found.texts);
+        return CC_REDISPLAY;
+    }
+
+    static int CharactersIn(std::string_view inText) {
+        return static_cast<int>(std::count_if(inText.begin(), inText.end(), [](char c) {
+            return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+        }));
+    }
+};
+
+LineEditor::LineEditor(std::string inHistory, Completer inCompleter) : mImp(std::make_unique<Imp>()) {
+    UseUtf8();
+    mImp->historyPath = std::move(inHistory);
+    mImp->completer = std::move(inCompleter);
+    mImp->editor = el_init("orsql", stdin, stdout, stderr);
+    mImp->history = history_init();
+    HistEvent event;
+    history(mImp->history, &event, H_SETSIZE, kHistorySize);
+    history(mImp->history, &event, H_SETUNIQUE, 1);
+    if (!mImp->historyPath.empty()) {
+        history(mImp->history, &event, H_LOAD, mImp->historyPath.c_str());
+    }
+    EditLine* const editor = mImp->editor;
+    el_set(editor, EL_CLIENTDATA, mImp.get());
+    el_set(editor, EL_PROMPT, &Imp::Prompt);
+    el_set(editor, EL_EDITOR, "emacs");
+    el_set(editor, EL_HIST, history, mImp->history);
+    el_wset(editor, EL_GETCFN, &ReadCharacter);
+    el_set(editor, EL_ADDFN, "orsql-complete", "Complete", &Imp::Complete);
+    el_set(editor, EL_BIND, "^I", "orsql-complete", nullptr);
+    el_set(editor, EL_BIND, "^R", "em-inc-search-prev", nullptr);
+    el_source(editor, nullptr);  // what the user has in .editrc
+}
+
+LineEditor::~LineEditor() {
+    HistEvent event;
+    if (!mImp->historyPath.empty()) {
+        history(mImp->history, &event, H_SAVE, mImp->historyPath.c_str());
+    }
+    el_end(mImp->editor);
+    history_end(mImp->history);
+}
+
+LineEditor::Answer LineEditor::Read(const std::string& inPrompt, std::string& outLine) {
+    const ActivityScope prompting(Activity::Prompting);
+    mImp->prompt = inPrompt;
+    el_resize(mImp->editor);
+    int length = 0;
+    const char* const line = el_gets(mImp->editor, &length);
+    if (IsInterrupted()) {
+        std::fputs("^C\n", stdout);
+        std::fflush(stdout);
+        el_reset(mImp->editor);
+        return Answer::Interrupted;
+    }
+    if (!line || length <= 0) {
+        return Answer::End;
+    }
+    outLine = line;
+    if (const std::string_view text = Trim(outLine); !text.empty()) {
+        HistEvent event;
+        history(mImp->history, &event, H_ENTER, std::string(text).c_str());
+    }
+    return Answer::Line;
+}
+
+std::string HistoryPath() {
+    const char* const state = std::getenv("XDG_STATE_HOME");
+    if (state && *state) {
+        const std::filesystem::path folder = std::filesystem::path(state) / "orsql";
+        std::error_code error;
+        std::filesystem::create_directories(folder, error);
+        return error ? std::string() : (folder / "history").string();
+    }
+    const char* const home = std::getenv("HOME");
+    return home && *home ? std::string(home) + "/.orsql_history" : std::string();
+}
+
+}  // namespace orsql
