@@ -23,7 +23,7 @@ class Backups : public StandinTest {};
 TEST_F(Backups, LocationsSortByTimeAndNeverCollide) {
     const smart_ptr<I_Location> folder = LocationOf("");
     std::vector<std::string> names;
-    for (int i = 0; i < 300; ++i) {
+    for (int i = 0; i < 50; ++i) {
         const smart_ptr<I_Location> location = gCreateBackupLocation(folder);
         ASSERT_TRUE(location->get_Exists());
         EXPECT_EQ(get_LastBackupLocation()->get_Path(), location->get_Path());
@@ -40,7 +40,7 @@ TEST_F(Backups, OfSeveralThreadsGetFoldersOfTheirOwn) {
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
-            for (int round = 0; round < 50; ++round) {
+            for (int round = 0; round < 10; ++round) {
                 const std::string path = Narrow(gCreateBackupLocation(LocationOf(""))->get_Path());
                 const std::lock_guard lock(mutex);
                 EXPECT_TRUE(paths.insert(path).second) << path;
@@ -50,7 +50,7 @@ TEST_F(Backups, OfSeveralThreadsGetFoldersOfTheirOwn) {
     for (std::thread& thread : threads) {
         thread.join();
     }
-    EXPECT_EQ(paths.size(), 200U);
+    EXPECT_EQ(paths.size(), 40U);
 }
 
 TEST_F(Backups, FolderIsMadeOnce) {
