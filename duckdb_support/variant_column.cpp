@@ -14,24 +14,36 @@ struct VariantColumn::State {
     State(duckdb::Vector& ioColumn, duckdb::idx_t inCount)
         : mCount(inCount), mVector(ioColumn), mReader(mVector, inCount) {}
 
-    /// JSON of all rows; may raise.
-    void CastToJson() {
-        mJsonTried = true;
-        duckdb::Vector json(duckdb::LogicalType::JSON(),
-                            std::max<duckdb::idx_t>(mCount, STANDARD_VECTOR_SIZE));
+    /// JSON of rows; may raise.
+    void CastToJson(duckdb::idx_t inFirst, duckdb::idx_t inCount) {
+        mJson.reset();
+        mJsonFirst = std::min(inFirst, mCount);
+        mJsonCount = std::min(inCount, mCount - mJsonFirst);
         duckdb::Vector source(mVector);
+        if (mJsonCount < mCount) {
+            // A copy, not a slice: a cast reads all that lies below the rows of a vector.
+            duckdb::Vector rows(source.GetType(), std::max<duckdb::idx_t>(mJsonCount, 1));
+            duckdb::VectorOperations::Copy(source, rows, mJsonFirst + mJsonCount, mJsonFirst, 0);
+            source.Reference(rows);
+        }
+        duckdb::Vector json(duckdb::LogicalType::JSON(),
+                            std::max<duckdb::idx_t>(mJsonCount, STANDARD_VECTOR_SIZE));
         std::string error;
-        if (duckdb::VectorOperations::DefaultTryCast(source, json, mCount, &error)) {
-            json.Flatten(mCount);
+        if (duckdb::VectorOperations::DefaultTryCast(source, json, mJsonCount, &error)) {
+            json.Flatten(mJsonCount);
             mJson.emplace(std::move(json));
         }
     }
 
+    /// Whether the row is one of those that CastToJson took last.
+    bool WasJsonTried(duckdb::idx_t inRow) const { return inRow - mJsonFirst < mJsonCount; }
+
     duckdb::idx_t mCount;
     duckdb::Vector mVector; // refers to the column, so that the column keeps its form
     VariantReader mReader;
-    bool mJsonTried = false;
-    std::optional<duckdb::Vector> mJson;
+    duckdb::idx_t mJsonFirst = 0;
+    duckdb::idx_t mJsonCount = 0;
+    std::optional<duckdb::Vector> mJson; // of these rows; none if they can't be cast
 };
 
 VariantColumn::VariantColumn() noexcept = default;
@@ -76,15 +88,20 @@ OwnedValue VariantColumn::Payload(idx_t inRow) const noexcept {
     }));
 }
 
-bool VariantColumn::ReadJson(idx_t inRow, std::string_view& outText) noexcept {
+bool VariantColumn::ReadJson(idx_t inRow, std::string_view& outText, idx_t inFirst, idx_t inCount) noexcept {
     return OrElse(false, [&] {
-        if (!mState->mJsonTried) {
-            mState->CastToJson();
+        State& state = *mState;
+        if (!state.WasJsonTried(inRow)) {
+            state.CastToJson(inFirst, inCount);
         }
-        if (!mState->mJson) {
+        if (!state.mJson || !state.WasJsonTried(inRow)) {
             return false;
         }
-        const auto& text = duckdb::FlatVector::GetData<duckdb::string_t>(*mState->mJson)[inRow];
+        const idx_t index = inRow - state.mJsonFirst;
+        if (!duckdb::FlatVector::Validity(*state.mJson).RowIsValid(index)) {
+            return false;
+        }
+        const auto& text = duckdb::FlatVector::GetData<duckdb::string_t>(*state.mJson)[index];
         outText = {text.GetData(), text.GetSize()};
         return true;
     });

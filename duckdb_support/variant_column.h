@@ -48,9 +48,11 @@ public:
     [[nodiscard]] OwnedValue Payload(idx_t inRow) const noexcept;
 
     /// The text of a row whose number is 29 (OBJECT) or 30 (ARRAY), as `duckdb_get_varchar` gives it for the
-    /// payload, at once for all rows at the first call. False when that fails: read Payload() then. The text
-    /// is good until the next Load().
-    [[nodiscard]] bool ReadJson(idx_t inRow, std::string_view& outText) noexcept;
+    /// payload. False when that fails: read Payload() then. The text is good until the next Load(), or the
+    /// next ReadJson() of a row that wasn't turned to JSON with this one.
+    /// @param inFirst, inCount the rows that are turned to JSON at once, unless this row was already.
+    [[nodiscard]] bool ReadJson(idx_t inRow, std::string_view& outText, idx_t inFirst = 0,
+                                idx_t inCount = ~idx_t{0}) noexcept;
 
 private:
     struct State;

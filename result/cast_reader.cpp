@@ -13,7 +13,8 @@ void CastReader::Bind(duckdb_data_chunk inChunk) {
 
 void CastReader::Convert(idx_t inRow) {
     mWindow.MoveTo(inRow, duckdb_data_chunk_get_size(Chunk()));
-    mIsCast = Cast(mCast, mWindow.get_First(), mWindow.get_Count());
+    // One cell alone is cheaper by a value of its own.
+    mIsCast = mWindow.get_Count() > 1 && Cast(mCast, mWindow.get_First(), mWindow.get_Count());
     mCastValidity = mIsCast ? mCast.Validity() : nullptr;
 }
 

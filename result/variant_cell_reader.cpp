@@ -10,9 +10,6 @@ namespace support = orlimbara::duckdb_support;
 
 namespace {
 
-/// So many objects and arrays of a chunk are read one by one before the whole column is turned to JSON.
-constexpr idx_t kNestedReadsAlone = 8;
-
 constexpr std::int64_t kMicrosPerMilli = 1000;
 
 /// Whether milliseconds can be told in microseconds without meeting what stands for infinity there.
@@ -26,7 +23,7 @@ constexpr bool FitMicros(std::int64_t inMillis) noexcept {
 void VariantCellReader::Bind(duckdb_data_chunk inChunk) {
     VectorReader::Bind(inChunk);
     mState = State::Untouched;
-    mNestedReads = 0;
+    mJsonWindow.Close();
 }
 
 smart_ptr<I_Value> VariantCellReader::Read(idx_t inRow) {
@@ -35,6 +32,9 @@ smart_ptr<I_Value> VariantCellReader::Read(idx_t inRow) {
     }
     if (mState == State::Unreadable) {
         return ReadReference(inRow);
+    }
+    if (!mJsonWindow.Take(inRow)) {
+        mJsonWindow.MoveTo(inRow, duckdb_data_chunk_get_size(Chunk()));
     }
     const std::int32_t number = mColumn.Number(inRow);
     const auto fixed = [&]<class Content>(auto inFactory, void (I_Value::*inSetter)(Content)) {
@@ -92,10 +92,9 @@ smart_ptr<I_Value> VariantCellReader::Read(idx_t inRow) {
 }
 
 smart_ptr<I_Value> VariantCellReader::ReadNested(idx_t inRow, std::int32_t inNumber) {
-    const bool isWorthWhile =
-        Setup().mAccess == ChunkAccess::EveryCell || mNestedReads++ >= kNestedReadsAlone;
     std::string_view text;
-    return isWorthWhile && mColumn.ReadJson(inRow, text)
+    return mJsonWindow.get_Count() > 1 &&
+                   mColumn.ReadJson(inRow, text, mJsonWindow.get_First(), mJsonWindow.get_Count())
                ? Setup().mTextBuffer->MakeEnvelope(VariantTypeName(inNumber), text)
                : ReadPayload(inRow, inNumber);
 }

@@ -3,14 +3,18 @@
 #pragma once
 
 #include "duckdb_support/variant_column.h"
+#include "result/conversion_window.h"
 #include "result/vector_reader.h"
 
 namespace orkit::orsql {
 
-/// Takes the vector of a chunk apart once, at the first read, and makes of each cell what it holds.
+/// Takes the vector of a chunk apart once, at the first read, and makes of each cell what it holds. Objects
+/// and arrays are turned to JSON by runs of rows.
 class VariantCellReader final : public VectorReader {
 public:
-    using VectorReader::VectorReader;
+    explicit VariantCellReader(const CellReaderSetup& inSetup)
+        : VectorReader(inSetup), mJsonWindow(inSetup.mAccess) {}
+
     void Bind(duckdb_data_chunk inChunk) override;
     smart_ptr<I_Value> Read(idx_t inRow) override;
 
@@ -24,7 +28,7 @@ private:
 
     orlimbara::duckdb_support::VariantColumn mColumn;
     State mState = State::Untouched;
-    idx_t mNestedReads = 0; // in this chunk
+    ConversionWindow mJsonWindow;
 };
 
 } // namespace orkit::orsql

@@ -1,0 +1,344 @@
+/// @file
+/// What it costs to make host values of DuckDB's cells, type by type. Each time is of a run over a whole
+/// result of 16 columns that is there already; "items" are cells.
+///
+///   Client/T      the making of a client cursor, which reads every cell
+///   Server/T      a walk over a server cursor that reads every cell and drops it
+///   Reference/T   the same by a `duckdb_value` a cell
+///   Floor/T       a plain loop over the vectors that drops each value at once: what Server is held against
+///   FloorKept/T   one that keeps them in the same arrays of rows: what Client is held against
+///   FirstRow/T    the cells of the first row of a server cursor, and FirstRowReference/T by a `duckdb_value`
+///   each FirstPage/T   the cells of its first 50 rows, and FirstPageReference/T
+///
+/// All subjects of a type are measured together when the first of them is asked for: several times in turns,
+/// on memory that was touched before. What is told is the median.
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <functional>
+#include <map>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+#include <duckdb.h>
+#include <malloc.h>
+#include <time.h>
+
+#include "benchmarks/cell_floor.h"
+#include "database/duckdb_database.h"
+#include "duckdb_support/handles.h"
+#include "extension/engine_lock_guard.h"
+#include "host_standin/locations.h"
+#include "result/client_cursor.h"
+#include "result/server_cursor.h"
+#include "result/value_conversion.h"
+
+namespace orkit::orsql::bench {
+namespace {
+
+namespace support = orlimbara::duckdb_support;
+using Seconds = std::chrono::duration<double>;
+
+struct MeasuredType {
+    const char* mName;
+    const char* mExpression; ///< of the number `i`
+    const Floor* mFloor;
+};
+
+constexpr MeasuredType kTypes[] = {
+    {"BOOLEAN", "i % 3 = 0", &kBooleanFloor},
+    {"TINYINT", "(i % 256 - 128)::TINYINT", &kTinyintFloor},
+    {"SMALLINT", "(i % 60000 - 30000)::SMALLINT", &kSmallintFloor},
+    {"INTEGER", "i::INTEGER", &kIntegerFloor},
+    {"BIGINT", "i", &kBigintFloor},
+    {"UTINYINT", "(i % 256)::UTINYINT", &kUTinyintFloor},
+    {"USMALLINT", "(i % 60000)::USMALLINT", &kUSmallintFloor},
+    {"UINTEGER", "i::UINTEGER", &kUIntegerFloor},
+    {"UBIGINT", "i::UBIGINT", &kUBigintFloor},
+    {"FLOAT", "i::FLOAT / 8", &kFloatFloor},
+    {"DOUBLE", "i::DOUBLE / 7", &kDoubleFloor},
+    {"VARCHAR", "'the text of cell ' || i", &kVarcharFloor},
+    {"BLOB", "('the bytes of cell ' || i)::BLOB", &kBlobFloor},
+    {"DECIMAL", "(i / 8)::DECIMAL(18, 3)", &kDoubleCastFloor},
+    {"HUGEINT", "i::HUGEINT * 1000000000000000000", &kTextCastFloor},
+    {"UHUGEINT", "i::UHUGEINT * 1000000000000000000", &kTextCastFloor},
+    {"BIGNUM", "(i::VARCHAR || '00000000000000000000000000000000000000000')::BIGNUM", &kTextCastFloor},
+    {"DATE", "DATE '1970-01-01' + (i % 50000)::INTEGER", &kTextCastFloor},
+    {"TIME", "TIME '00:00:00' + to_microseconds(i * 100003)", &kTextCastFloor},
+    {"TIME_NS", "(TIME '00:00:00' + to_microseconds(i * 100003))::TIME_NS", &kTextCastFloor},
+    {"TIMETZ", "(TIME '00:00:00' + to_microseconds(i * 100003))::TIMETZ", &kTextCastFloor},
+    {"TIMESTAMP", "TIMESTAMP '2000-01-01' + to_microseconds(i * 1000003)", &kTextCastFloor},
+    {"TIMESTAMP_S", "(TIMESTAMP '2000-01-01' + to_seconds(i))::TIMESTAMP_S", &kTextCastFloor},
+    {"TIMESTAMP_MS", "(TIMESTAMP '2000-01-01' + to_milliseconds(i * 10))::TIMESTAMP_MS", &kTextCastFloor},
+    {"TIMESTAMP_NS", "(TIMESTAMP '2000-01-01' + to_microseconds(i * 1000003))::TIMESTAMP_NS",
+     &kTextCastFloor},
+    {"TIMESTAMPTZ", "(TIMESTAMP '2000-01-01' + to_microseconds(i * 1000003))::TIMESTAMPTZ", &kTextCastFloor},
+    {"INTERVAL", "to_microseconds(i * 1000003)", &kTextCastFloor},
+    {"UUID", "md5(i::VARCHAR)::UUID", &kTextCastFloor},
+    {"BIT", "(i % 256)::TINYINT::BIT", &kTextCastFloor},
+    {"ENUM",
+     "(['red', 'green', 'blue', 'a long name for a colour'])[i % 4 + 1]"
+     "::ENUM('red', 'green', 'blue', 'a long name for a colour')",
+     &kTextCastFloor},
+    {"LIST", "[i, i + 1, i + 2]", &kTextCastFloor},
+    {"ARRAY", "array_value(i, i + 1, i + 2)", &kTextCastFloor},
+    {"STRUCT", "{'number': i, 'text': 'cell ' || i}", &kTextCastFloor},
+    {"MAP", "MAP {'number': i, 'next': i + 1}", &kTextCastFloor},
+    {"UNION", "union_value(number := i)", &kTextCastFloor},
+    {"GEOMETRY", "('POINT (' || i || ' 1)')::GEOMETRY", &kTextCastFloor},
+    {"VARIANT",
+     "CASE i % 5 WHEN 0 THEN i::INTEGER::VARIANT WHEN 1 THEN ('the text of cell ' || i)::VARIANT "
+     "WHEN 2 THEN (i / 7)::DOUBLE::VARIANT WHEN 3 THEN (DATE '1970-01-01' + (i % 50000)::INTEGER)::VARIANT "
+     "ELSE [i, i + 1]::VARIANT END",
+     &kVariantFloor},
+};
+
+constexpr int kRows = 10'240; // five chunks
+constexpr int kReferenceRows = 1'024;
+constexpr int kPageRows = 50;
+constexpr int kRounds = 9;
+
+/// A database object, and its connection for what isn't measured.
+class Database {
+public:
+    Database() : mDatabase(new DuckDBDatabase(standin::MakeLocation(String(":memory:")))) {
+        mDatabase->Create();
+        const EngineLockGuard guard;
+        mConnection = mDatabase->get_Connection();
+    }
+    ~Database() { mDatabase->Close(); }
+
+    support::OwnedResult Run(const std::string& inSql) {
+        support::OwnedResult result;
+        if (duckdb_query(mConnection->Get(), inSql.c_str(), result.Put()) != DuckDBSuccess) {
+            throw std::runtime_error(inSql + ": " + duckdb_result_error(result.Get()));
+        }
+        return result;
+    }
+
+    /// The rows of the table of a type, which is made when another one was there before.
+    support::OwnedResult Rows(const MeasuredType& inType, int inCount) {
+        if (mTable != inType.mName) {
+            std::string sql = "CREATE OR REPLACE TABLE cells AS SELECT ";
+            for (idx_t column = 0; column < kColumns; ++column) {
+                const std::string name = "c" + std::to_string(column);
+                sql += (column ? ", " : "") + std::string("(") + inType.mExpression + ") AS " + name;
+            }
+            sql += " FROM range(" + std::to_string(kRows) + ") t(i)";
+            Run(sql);
+            mTable = inType.mName;
+        }
+        return Run("FROM cells LIMIT " + std::to_string(inCount));
+    }
+
+    /// A cursor of a kind on the result.
+    template <class Cursor>
+    smart_ptr<I_DuckDBCursor> Open(support::OwnedResult inResult) {
+        const EngineLockGuard guard;
+        return static_cast<I_DuckDBCursor*>(new Cursor(mDatabase.get(), std::move(inResult)));
+    }
+
+private:
+    smart_ptr<DuckDBDatabase> mDatabase;
+    std::shared_ptr<ConnectionCell> mConnection;
+    std::string mTable;
+};
+
+Database* gDatabase = nullptr; // lives as long as main
+
+/// The time that this thread ran: on a busy machine the time that others took doesn't count.
+struct ThreadClock {
+    static Seconds Now() {
+        timespec time{};
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+        return Seconds(static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9);
+    }
+};
+
+/// For what is so short that to ask for a thread's time would show, and that hardly anything interrupts.
+struct WallClock {
+    static Seconds Now() { return std::chrono::steady_clock::now().time_since_epoch(); }
+};
+
+template <class Clock, class Call>
+Seconds Time(Call&& inCall) {
+    const Seconds start = Clock::Now();
+    inCall();
+    return Clock::Now() - start;
+}
+
+Seconds TimeFloor(const MeasuredType& inType, support::OwnedResult inResult) {
+    return Time<ThreadClock>([&] { inType.mFloor->mDropAll(inResult.Struct()); });
+}
+
+Seconds TimeFloorKept(const MeasuredType& inType, support::OwnedResult inResult) {
+    smart_ptr<RowArray> rows;
+    return Time<ThreadClock>([&] { rows = inType.mFloor->mKeepAll(inResult.Struct()); });
+}
+
+Seconds TimeClient(const MeasuredType&, support::OwnedResult inResult) {
+    smart_ptr<I_DuckDBCursor> cursor;
+    return Time<ThreadClock>([&] { cursor = gDatabase->Open<DuckDBCursor_client>(std::move(inResult)); });
+}
+
+Seconds TimeServer(const MeasuredType&, support::OwnedResult inResult) {
+    smart_ptr<I_DuckDBCursor> cursor;
+    return Time<ThreadClock>([&] {
+        cursor = gDatabase->Open<DuckDBCursor_server>(std::move(inResult));
+        while (cursor->NextRecord()) {
+            for (std::uint32_t column = 0; column < kColumns; ++column) {
+                cursor->get_Value(column);
+            }
+        }
+    });
+}
+
+void ReadByReference(duckdb_data_chunk inChunk, idx_t inRows, duckdb_type inType) {
+    for (idx_t row = 0; row < inRows; ++row) {
+        for (idx_t column = 0; column < kColumns; ++column) {
+            ReadCell(inChunk, column, row, inType);
+        }
+    }
+}
+
+Seconds TimeReference(const MeasuredType&, support::OwnedResult inResult) {
+    const duckdb_type type = duckdb_column_type(inResult.Get(), 0);
+    return Time<ThreadClock>([&] {
+        while (const support::OwnedDataChunk chunk{duckdb_fetch_chunk(inResult.Struct())}) {
+            ReadByReference(chunk.Get(), duckdb_data_chunk_get_size(chunk.Get()), type);
+        }
+    });
+}
+
+/// The first rows of a server cursor; without the fetching of their chunk.
+template <int kCount>
+Seconds TimeFirst(const MeasuredType&, support::OwnedResult inResult) {
+    const smart_ptr<I_DuckDBCursor> cursor = gDatabase->Open<DuckDBCursor_server>(std::move(inResult));
+    cursor->NextRecord();
+    return Time<WallClock>([&] {
+        for (int row = 0; row < kCount; ++row) {
+            for (std::uint32_t column = 0; column < kColumns; ++column) {
+                cursor->get_Value(column);
+            }
+            cursor->NextRecord();
+        }
+    });
+}
+
+template <int kCount>
+Seconds TimeFirstByReference(const MeasuredType&, support::OwnedResult inResult) {
+    const duckdb_type type = duckdb_column_type(inResult.Get(), 0);
+    const support::OwnedDataChunk chunk{duckdb_fetch_chunk(inResult.Struct())};
+    return Time<WallClock>([&] { ReadByReference(chunk.Get(), kCount, type); });
+}
+
+struct Subject {
+    const char* mName;
+    int mRows;     ///< rows of the result
+    int mReadRows; ///< rows that are read of it
+    Seconds (*mTime)(const MeasuredType& inType, support::OwnedResult inResult);
+};
+
+constexpr Subject kSubjects[] = {
+    {"Floor", kRows, kRows, TimeFloor},
+    {"Server", kRows, kRows, TimeServer},
+    {"FloorKept", kRows, kRows, TimeFloorKept},
+    {"Client", kRows, kRows, TimeClient},
+    {"Reference", kReferenceRows, kReferenceRows, TimeReference},
+    {"FirstRow", kRows, 1, TimeFirst<1>},
+    {"FirstRowReference", kRows, 1, TimeFirstByReference<1>},
+    {"FirstPage", kRows, kPageRows, TimeFirst<kPageRows>},
+    {"FirstPageReference", kRows, kPageRows, TimeFirstByReference<kPageRows>},
+};
+
+/// The median time of each subject on a type. They run in turns, so that what slows the machine down for a
+/// while falls on all of them.
+std::array<Seconds, std::size(kSubjects)> MeasureType(const MeasuredType& inType) {
+    std::array<std::vector<Seconds>, std::size(kSubjects)> times;
+    for (int round = 0; round <= kRounds; ++round) {
+        for (std::size_t i = 0; i < times.size(); ++i) {
+            const Subject& subject = kSubjects[i];
+            times[i].push_back(subject.mTime(inType, gDatabase->Rows(inType, subject.mRows)));
+        }
+    }
+    std::array<Seconds, std::size(kSubjects)> medians;
+    for (std::size_t i = 0; i < times.size(); ++i) {
+        times[i].erase(times[i].begin()); // the first round touches the memory
+        const auto middle = times[i].begin() + kRounds / 2;
+        std::nth_element(times[i].begin(), middle, times[i].end());
+        medians[i] = *middle;
+    }
+    return medians;
+}
+
+void Report(benchmark::State& ioState, const MeasuredType& inType, std::size_t inSubject) {
+    static std::map<const MeasuredType*, std::array<Seconds, std::size(kSubjects)>> measured;
+    for ([[maybe_unused]] auto _ : ioState) {
+        if (!measured.contains(&inType)) {
+            measured[&inType] = MeasureType(inType);
+        }
+        ioState.SetIterationTime(measured[&inType][inSubject].count());
+    }
+    ioState.SetItemsProcessed(static_cast<std::int64_t>(kColumns) * kSubjects[inSubject].mReadRows *
+                              ioState.iterations());
+}
+
+void RegisterAll() {
+    for (const MeasuredType& type : kTypes) {
+        for (std::size_t subject = 0; subject < std::size(kSubjects); ++subject) {
+            const std::string name = std::string(kSubjects[subject].mName) + "/" + type.mName;
+            benchmark::RegisterBenchmark(name.c_str(), Report, std::cref(type), subject)
+                ->UseManualTime()
+                ->Iterations(1)
+                ->Unit(benchmark::kMillisecond);
+        }
+    }
+}
+
+/// Reports with the names as they were registered, without the way of measuring behind them.
+template <class Reporter>
+class PlainNames : public Reporter {
+public:
+    void ReportRuns(const std::vector<benchmark::BenchmarkReporter::Run>& inRuns) override {
+        std::vector<benchmark::BenchmarkReporter::Run> runs = inRuns;
+        for (benchmark::BenchmarkReporter::Run& run : runs) {
+            run.run_name.iterations.clear();
+            run.run_name.time_type.clear();
+        }
+        Reporter::ReportRuns(runs);
+    }
+};
+
+bool HasOutputFile(int inCount, char** inArguments) {
+    return std::any_of(inArguments, inArguments + inCount, [](std::string_view inArgument) {
+        return inArgument.starts_with("--benchmark_out=");
+    });
+}
+
+} // namespace
+} // namespace orkit::orsql::bench
+
+int main(int inCount, char** inArguments) {
+    using namespace orkit::orsql::bench;
+    // What is freed stays mapped: the price of new pages is the system's, not the cursors'.
+    mallopt(M_MMAP_THRESHOLD, 32 << 20); // the most it takes
+    mallopt(M_TRIM_THRESHOLD, 1 << 30);
+    const bool hasOutputFile = HasOutputFile(inCount, inArguments);
+    benchmark::Initialize(&inCount, inArguments);
+    if (benchmark::ReportUnrecognizedArguments(inCount, inArguments)) {
+        return 1;
+    }
+    Database database;
+    gDatabase = &database;
+    RegisterAll();
+    PlainNames<benchmark::ConsoleReporter> display;
+    PlainNames<benchmark::JSONReporter> file;
+    benchmark::RunSpecifiedBenchmarks(&display, hasOutputFile ? &file : nullptr);
+    benchmark::Shutdown();
+    return 0;
+}

@@ -1,0 +1,47 @@
+/// @file
+/// The plain loops over DuckDB's vectors that the cursors are measured against: the least that it takes to
+/// make the host values of a result, written for one type each, with nothing to choose while they run.
+#pragma once
+
+#include <cstddef>
+
+#include <duckdb.h>
+
+#include "host/unknown.h"
+#include "host/value.h"
+
+namespace orkit::orsql::bench {
+
+/// How many columns every measured table has, all of one type.
+inline constexpr idx_t kColumns = 16;
+
+/// Makes the value of every cell of a result and drops it at once.
+using DropAll = void (*)(const duckdb_result& inResult);
+/// The same, but keeps the values, a row an array, in the arrays that a client cursor keeps them in.
+using KeepAll = smart_ptr<RowArray> (*)(const duckdb_result& inResult);
+
+struct Floor {
+    DropAll mDropAll;
+    KeepAll mKeepAll;
+};
+
+/// One loop for each way in which a cell can become a value. The names are those of DuckDB's types where the
+/// way serves one type alone.
+extern const Floor kBooleanFloor;
+extern const Floor kTinyintFloor;
+extern const Floor kSmallintFloor;
+extern const Floor kIntegerFloor;
+extern const Floor kBigintFloor;
+extern const Floor kUTinyintFloor;
+extern const Floor kUSmallintFloor;
+extern const Floor kUIntegerFloor;
+extern const Floor kUBigintFloor;
+extern const Floor kFloatFloor;
+extern const Floor kDoubleFloor;
+extern const Floor kVarcharFloor;
+extern const Floor kBlobFloor;
+extern const Floor kDoubleCastFloor; ///< the vector cast to DOUBLE first
+extern const Floor kTextCastFloor;   ///< the vector cast to VARCHAR first
+extern const Floor kVariantFloor;    ///< of what the measured VARIANT column holds
+
+} // namespace orkit::orsql::bench
