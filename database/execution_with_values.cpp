@@ -8,7 +8,8 @@ namespace orkit::orsql {
 
 namespace support = orlimbara::duckdb_support;
 
-support::OwnedResult DuckDBDatabase::RunWithParameters(const char* inSql, const smart_ptr<ValueArray>& inParams) {
+support::OwnedResult DuckDBDatabase::RunWithParameters(const char* inSql,
+                                                       const smart_ptr<ValueArray>& inParams) {
     const std::shared_ptr<ConnectionCell> connection = mConnection;
     support::OwnedPreparedStatement prepared;
     if (duckdb_prepare(connection->Get(), inSql, prepared.Put()) != DuckDBSuccess) {
@@ -24,4 +25,4 @@ support::OwnedResult DuckDBDatabase::RunWithParameters(const char* inSql, const 
     return result;
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -20,8 +20,8 @@ smart_ptr<I_DuckDBStatement> DuckDBDatabase::CreateStatement(const String& inSql
 
 void DuckDBDatabase::RemoveStatement(I_DuckDBStatement* inStatement) {
     const EngineLockGuard guard;
-    // First of all: a database with a handle but no connection has statements too, and none may be left in the
-    // registry when it goes.
+    // First of all: a database with a handle but no connection has statements too, and none may be left in
+    // the registry when it goes.
     const bool wasThere = Unregister(mStatements, inStatement);
     RequireOpen();
     if (!wasThere) {
@@ -29,4 +29,4 @@ void DuckDBDatabase::RemoveStatement(I_DuckDBStatement* inStatement) {
     }
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

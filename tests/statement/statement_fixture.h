@@ -79,4 +79,4 @@ protected:
     std::string mName;
 };
 
-}  // namespace orkit::orsql::test
+} // namespace orkit::orsql::test
