@@ -78,74 +78,67 @@ protected:
 TEST_F(RoundTrip, BringsBackValuesOfAllTypes) {
     ExpectSameAfterRestore({
         // DuckDB's own collection of extremes, without the columns of the tables of losses below.
-        "CREATE TABLE everything AS SELECT * EXCLUDE (time_tz, interval, struct_of_fixed_array) "
-        "FROM test_all_types()",
-        "CREATE TABLE floats AS FROM (VALUES ('nan'::FLOAT, 'nan'::DOUBLE), ('-inf', '-inf'), ('-0.0', "
-        "'-0.0'), "
-        "(1e-45, 5e-324), (3.4028235e38, 1.7976931348623157e308))",
+        R"(CREATE TABLE everything AS
+           SELECT * EXCLUDE (time_tz, interval, struct_of_fixed_array) FROM test_all_types())",
+        R"(CREATE TABLE floats AS FROM (VALUES
+           ('nan'::FLOAT, 'nan'::DOUBLE), ('-inf', '-inf'), ('-0.0', '-0.0'), (1e-45, 5e-324)))",
         // Beyond what a double holds exactly.
-        "CREATE TABLE wide AS FROM (VALUES (9007199254740993::HUGEINT, 9007199254740993::UHUGEINT, "
-        "repeat('9', 100)::BIGNUM, repeat('9', 38)::DECIMAL(38,0)))",
-        "CREATE TABLE texts AS FROM (VALUES ('a' || chr(0) || 'b', '\\x00\\xFF''\"'::BLOB, repeat('10', "
-        "99)::BIT), "
-        "('', '', '0'), ('😀漢' || chr(10) || '''', NULL, '0001'))",
-        "CREATE TABLE times AS FROM (VALUES ('24:00:00'::TIME, '23:59:59.999999999'::TIME_NS))",
-        "CREATE TABLE infinities AS FROM (VALUES ('infinity'::DATE, 'infinity'::TIMESTAMP, "
-        "'infinity'::TIMESTAMPTZ, 'infinity'::TIMESTAMP_MS, 'infinity'::TIMESTAMP_NS), "
-        "('-infinity', '-infinity', '-infinity', '-infinity', '-infinity'))",
-        "CREATE TABLE spans AS FROM (VALUES (INTERVAL '1 month 2 days 00:00:03.004'), "
-        "(to_months(2147483647)), "
-        "(to_days(2147483647)), (to_hours(1193)), (NULL))",
-        "CREATE TABLE shapes (g GEOMETRY)",
-        "INSERT INTO shapes VALUES ('POINT EMPTY'), ('LINESTRING Z (0 0 1, 1 1 2)'), (NULL)",
-        "CREATE TYPE mood AS ENUM ('a,b', 'c\"d', '', 'ä')",
-        "CREATE TABLE moods AS SELECT unnest(enum_range(NULL::mood)) AS m, 'x'::ENUM('it''s', 'x') AS own",
-        "CREATE TYPE pair AS STRUCT(\"a\"\"b\" INTEGER, m mood)",
-        "CREATE TABLE nested (p pair, l pair[], m MAP(VARCHAR, INTEGER[]), u UNION(n INTEGER, s VARCHAR), "
-        "ul UNION(n INTEGER, s VARCHAR)[], a INTEGER[2][], j JSON)",
-        "INSERT INTO nested VALUES (row(1, ''), [row(2, 'ä'), NULL], MAP {'k': [1, NULL]}, 'text', "
-        "[1::UNION(n INTEGER, s VARCHAR), 'two'::UNION(n INTEGER, s VARCHAR)], [[1, 2], NULL], '{\"a\": "
-        "1.50}'), "
-        "(NULL, [], MAP {}, NULL, NULL, NULL, 'null')",
-        "CREATE TABLE big AS SELECT i, repeat('x', 100000) AS s FROM range(20) r(i)",
-        "CREATE TABLE many AS SELECT i, i % 7 = 0 AS b FROM range(250000) r(i)",
-        "CREATE TABLE changed AS SELECT i, 'old' AS s FROM range(5000) r(i)",
-        "DELETE FROM changed WHERE i % 2 = 0; UPDATE changed SET s = 'new' WHERE i % 3 = 0",
-        "CREATE TABLE empty (i INTEGER)",
+        R"(CREATE TABLE wide AS FROM (VALUES (9007199254740993::HUGEINT, 9007199254740993::UHUGEINT,
+           repeat('9', 100)::BIGNUM, repeat('9', 38)::DECIMAL(38,0))))",
+        R"(CREATE TABLE texts AS FROM (VALUES
+           ('a' || chr(0) || 'b', '\x00\xFF''"'::BLOB, repeat('10', 99)::BIT), ('', '', '0'),
+           ('😀漢' || chr(10) || '''', NULL, '0001')))",
+        R"(CREATE TABLE times AS FROM (VALUES ('24:00:00'::TIME, '23:59:59.999999999'::TIME_NS)))",
+        R"(CREATE TABLE infinities AS FROM (VALUES ('infinity'::DATE, 'infinity'::TIMESTAMP,
+           'infinity'::TIMESTAMPTZ, 'infinity'::TIMESTAMP_MS, 'infinity'::TIMESTAMP_NS),
+           ('-infinity', '-infinity', '-infinity', '-infinity', '-infinity')))",
+        R"(CREATE TABLE spans AS FROM (VALUES (INTERVAL '1 month 2 days 00:00:03.004'),
+           (to_months(2147483647)), (to_days(2147483647)), (to_milliseconds(4294967295)), (NULL)))",
+        R"(CREATE TABLE shapes (g GEOMETRY);
+           INSERT INTO shapes VALUES ('POINT EMPTY'), ('LINESTRING Z (0 0 1, 1 1 2)'), (NULL))",
+        R"(CREATE TYPE mood AS ENUM ('a,b', 'c"d', '', 'ä');
+           CREATE TABLE moods AS SELECT unnest(enum_range(NULL::mood)) AS m, 'x'::ENUM('it''s', 'x') AS own)",
+        R"(CREATE TYPE pair AS STRUCT("a""b" INTEGER, m mood);
+           CREATE TABLE nested (p pair, l pair[], m MAP(VARCHAR, INTEGER[]), u UNION(n INTEGER, s VARCHAR),
+                                ul UNION(n INTEGER, s VARCHAR)[], a INTEGER[2][], j JSON);
+           INSERT INTO nested VALUES
+           (row(1, ''), [row(2, 'ä'), NULL], MAP {'k': [1, NULL]}, 'text',
+            [1::UNION(n INTEGER, s VARCHAR), 'two'::UNION(n INTEGER, s VARCHAR)], [[1, 2], NULL], '{"a": 1.50}'),
+           (NULL, [], MAP {}, NULL, NULL, NULL, 'null'))",
+        R"(CREATE TABLE big AS SELECT i, repeat('x', 100000) AS s FROM range(20) r(i))",
+        R"(CREATE TABLE many AS SELECT i, i % 7 = 0 AS b FROM range(250000) r(i))",
+        R"(CREATE TABLE changed AS SELECT i, 'old' AS s FROM range(5000) r(i);
+           DELETE FROM changed WHERE i % 2 = 0; UPDATE changed SET s = 'new' WHERE i % 3 = 0)",
+        R"(CREATE TABLE empty (i INTEGER))",
     });
 }
 
 TEST_F(RoundTrip, BringsBackSchemasAndWhatHangsOnThem) {
     ExpectSameAfterRestore({
-        "CREATE TABLE parent (i INTEGER PRIMARY KEY, k INTEGER CHECK (k > 0), n VARCHAR NOT NULL DEFAULT "
-        "'it''s', "
-        "UNIQUE (k, n))",
-        "INSERT INTO parent VALUES (1, 1, 'a'), (2, 1, 'b')",
-        "CREATE TABLE child (i INTEGER REFERENCES parent (i))",
-        "INSERT INTO child VALUES (2)",
-        "CREATE TABLE before_its_parent (i INTEGER)",
-        "CREATE SEQUENCE q START 5 INCREMENT 2 MAXVALUE 100 CYCLE",
-        "CREATE TABLE numbered (i INTEGER DEFAULT nextval('q'), d DATE DEFAULT current_date)",
-        "CREATE INDEX plain ON numbered (i)",
-        "CREATE UNIQUE INDEX \"quoted \"\" one\" ON numbered ((i + 1), d)",
-        "CREATE TABLE made (i INTEGER, g INTEGER GENERATED ALWAYS AS (i * 2) VIRTUAL, j INTEGER)",
-        "INSERT INTO made VALUES (1, 5)",
-        "CREATE VIEW a AS SELECT g FROM made",
-        "CREATE VIEW b AS WITH c AS (SELECT 'it''s' AS \"x y\") SELECT * FROM a, c",
-        "CREATE MACRO inc(x, y := 1) AS x + y",
-        "CREATE MACRO rows_of(n) AS TABLE SELECT inc(range) AS r FROM range(n)",
-        "CREATE VIEW with_macro AS SELECT * FROM rows_of(3)",
-        "CREATE TABLE by_macro (i INTEGER CHECK (inc(i) > 0), g AS (inc(i)))",
-        "CREATE SCHEMA empty_one",
-        "CREATE SCHEMA \"s \"\" 1\"",
-        "CREATE TABLE \"s \"\" 1\".\"t ' 2/3\" (\"c \"\" 4\" INTEGER, \"select\" VARCHAR COLLATE NOCASE)",
-        "INSERT INTO \"s \"\" 1\".\"t ' 2/3\" VALUES (1, 'a')",
-        "CREATE TYPE \"s \"\" 1\".\"a type\" AS ENUM ('x')",
-        "CREATE TABLE \"uses 漢\" (t \"s \"\" 1\".\"a type\")",
+        R"(CREATE TABLE parent (i INTEGER PRIMARY KEY, k INTEGER CHECK (k > 0),
+                                n VARCHAR NOT NULL DEFAULT 'it''s', UNIQUE (k, n));
+           INSERT INTO parent VALUES (1, 1, 'a'), (2, 1, 'b');
+           CREATE TABLE a_child (i INTEGER REFERENCES parent (i)); INSERT INTO a_child VALUES (2))",
+        R"(CREATE SEQUENCE q START 5 INCREMENT 2 MAXVALUE 100 CYCLE;
+           CREATE TABLE numbered (i INTEGER DEFAULT nextval('q'), d DATE DEFAULT current_date))",
+        R"(CREATE INDEX plain ON numbered (i);
+           CREATE UNIQUE INDEX "quoted "" one" ON numbered ((i + 1), d))",
+        R"(CREATE TABLE made (i INTEGER, g INTEGER GENERATED ALWAYS AS (i * 2) VIRTUAL, j INTEGER);
+           INSERT INTO made VALUES (1, 5))",
+        R"(CREATE VIEW a AS SELECT g FROM made;
+           CREATE VIEW b AS WITH c AS (SELECT 'it''s' AS "x y") SELECT * FROM a, c)",
+        R"(CREATE MACRO inc(x, y := 1) AS x + y;
+           CREATE MACRO rows_of(n) AS TABLE SELECT inc(range) AS r FROM range(n);
+           CREATE VIEW with_macro AS SELECT * FROM rows_of(3);
+           CREATE TABLE by_macro (i INTEGER CHECK (inc(i) > 0), g AS (inc(i))))",
+        R"(CREATE SCHEMA empty_one; CREATE SCHEMA "s "" 1";
+           CREATE TABLE "s "" 1"."t ' 2/3" ("c "" 4" INTEGER, "select" VARCHAR COLLATE NOCASE);
+           INSERT INTO "s "" 1"."t ' 2/3" VALUES (1, 'a'))",
+        R"(CREATE TYPE "s "" 1"."a type" AS ENUM ('x'); CREATE TABLE "uses 漢" (t "s "" 1"."a type"))",
         // Names that could become the same file name.
-        "CREATE TABLE \"a b\" AS SELECT 1 AS i; CREATE TABLE a_b AS SELECT 2 AS i; "
-        "CREATE TABLE \"a/b\" AS SELECT 3 AS i; CREATE SCHEMA s; CREATE TABLE s.t AS SELECT 4 AS i; "
-        "CREATE TABLE s_t AS SELECT 5 AS i",
+        R"(CREATE TABLE "a b" AS SELECT 1 AS i; CREATE TABLE a_b AS SELECT 2 AS i;
+           CREATE TABLE "a/b" AS SELECT 3 AS i; CREATE SCHEMA s; CREATE TABLE s.t AS SELECT 4 AS i;
+           CREATE TABLE s_t AS SELECT 5 AS i)",
     });
 }
 
