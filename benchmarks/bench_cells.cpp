@@ -7,18 +7,16 @@
 ///   Reference/T   the same by a `duckdb_value` a cell
 ///   Floor/T       a plain loop over the vectors that drops each value at once: what Server is held against
 ///   FloorKept/T   one that keeps them in the same arrays of rows: what Client is held against
-///   FirstRow/T    the cells of the first row of a server cursor, and FirstRowReference/T by a `duckdb_value`
-///   each FirstPage/T   the cells of its first 50 rows, and FirstPageReference/T
+///   FirstRow/T    the cells of the first row of a server cursor; FirstRowReference/T, by a `duckdb_value` each
+///   FirstPage/T   the cells of its first 50 rows; FirstPageReference/T, by a `duckdb_value` each
 ///
 /// All subjects of a type are measured together when the first of them is asked for: several times in turns,
-/// on memory that was touched before. What is told is the median.
+/// on memory that was touched before. What is told is the shortest time.
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <functional>
 #include <map>
-#include <memory>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -29,11 +27,9 @@
 #include <malloc.h>
 #include <time.h>
 
+#include "benchmarks/bench_database.h"
 #include "benchmarks/cell_floor.h"
-#include "database/duckdb_database.h"
 #include "duckdb_support/handles.h"
-#include "extension/engine_lock_guard.h"
-#include "host_standin/locations.h"
 #include "result/client_cursor.h"
 #include "result/server_cursor.h"
 #include "result/value_conversion.h"
@@ -103,53 +99,28 @@ constexpr int kReferenceRows = 1'024;
 constexpr int kPageRows = 50;
 constexpr int kRounds = 9;
 
-/// A database object, and its connection for what isn't measured.
-class Database {
+/// The database with the table that is measured.
+class CellDatabase : public Database {
 public:
-    Database() : mDatabase(new DuckDBDatabase(standin::MakeLocation(String(":memory:")))) {
-        mDatabase->Create();
-        const EngineLockGuard guard;
-        mConnection = mDatabase->get_Connection();
-    }
-    ~Database() { mDatabase->Close(); }
-
-    support::OwnedResult Run(const std::string& inSql) {
-        support::OwnedResult result;
-        if (duckdb_query(mConnection->Get(), inSql.c_str(), result.Put()) != DuckDBSuccess) {
-            throw std::runtime_error(inSql + ": " + duckdb_result_error(result.Get()));
-        }
-        return result;
-    }
-
-    /// The rows of the table of a type, which is made when another one was there before.
+    /// Rows of the table of a type, which is made when another one was there before.
     support::OwnedResult Rows(const MeasuredType& inType, int inCount) {
         if (mTable != inType.mName) {
             std::string sql = "CREATE OR REPLACE TABLE cells AS SELECT ";
             for (idx_t column = 0; column < kColumns; ++column) {
-                const std::string name = "c" + std::to_string(column);
-                sql += (column ? ", " : "") + std::string("(") + inType.mExpression + ") AS " + name;
+                sql += (column ? ", (" : "(") + std::string(inType.mExpression) + ") AS c" +
+                       std::to_string(column);
             }
-            sql += " FROM range(" + std::to_string(kRows) + ") t(i)";
-            Run(sql);
+            Run(sql + " FROM range(" + std::to_string(kRows) + ") t(i)");
             mTable = inType.mName;
         }
         return Run("FROM cells LIMIT " + std::to_string(inCount));
     }
 
-    /// A cursor of a kind on the result.
-    template <class Cursor>
-    smart_ptr<I_DuckDBCursor> Open(support::OwnedResult inResult) {
-        const EngineLockGuard guard;
-        return static_cast<I_DuckDBCursor*>(new Cursor(mDatabase.get(), std::move(inResult)));
-    }
-
 private:
-    smart_ptr<DuckDBDatabase> mDatabase;
-    std::shared_ptr<ConnectionCell> mConnection;
     std::string mTable;
 };
 
-Database* gDatabase = nullptr; // lives as long as main
+CellDatabase* gDatabase = nullptr; // lives as long as main
 
 /// The time that this thread ran: on a busy machine the time that others took doesn't count.
 struct ThreadClock {
@@ -256,24 +227,21 @@ constexpr Subject kSubjects[] = {
     {"FirstPageReference", kRows, kPageRows, TimeFirstByReference<kPageRows>},
 };
 
-/// The median time of each subject on a type. They run in turns, so that what slows the machine down for a
-/// while falls on all of them.
+/// The shortest time of each subject on a type: what a neighbour on the machine adds is not the subject's.
+/// They run in turns, so that a slow while falls on all of them.
 std::array<Seconds, std::size(kSubjects)> MeasureType(const MeasuredType& inType) {
-    std::array<std::vector<Seconds>, std::size(kSubjects)> times;
+    std::array<Seconds, std::size(kSubjects)> shortest;
+    shortest.fill(Seconds::max());
     for (int round = 0; round <= kRounds; ++round) {
-        for (std::size_t i = 0; i < times.size(); ++i) {
+        for (std::size_t i = 0; i < shortest.size(); ++i) {
             const Subject& subject = kSubjects[i];
-            times[i].push_back(subject.mTime(inType, gDatabase->Rows(inType, subject.mRows)));
+            const Seconds time = subject.mTime(inType, gDatabase->Rows(inType, subject.mRows));
+            if (round > 0) { // the first round touches the memory
+                shortest[i] = std::min(shortest[i], time);
+            }
         }
     }
-    std::array<Seconds, std::size(kSubjects)> medians;
-    for (std::size_t i = 0; i < times.size(); ++i) {
-        times[i].erase(times[i].begin()); // the first round touches the memory
-        const auto middle = times[i].begin() + kRounds / 2;
-        std::nth_element(times[i].begin(), middle, times[i].end());
-        medians[i] = *middle;
-    }
-    return medians;
+    return shortest;
 }
 
 void Report(benchmark::State& ioState, const MeasuredType& inType, std::size_t inSubject) {
@@ -333,7 +301,7 @@ int main(int inCount, char** inArguments) {
     if (benchmark::ReportUnrecognizedArguments(inCount, inArguments)) {
         return 1;
     }
-    Database database;
+    CellDatabase database;
     gDatabase = &database;
     RegisterAll();
     PlainNames<benchmark::ConsoleReporter> display;

@@ -13,19 +13,19 @@ namespace support = orlimbara::duckdb_support;
 
 namespace {
 
-[[noreturn]] void RaiseInvalid() {
-    // Not the database's name: the database may be gone.
-    RaiseDuckDBError(kUnknownContext, "DuckDBCursor is invalid");
-}
-
 DuckDBDatabase* RequireDatabase(DuckDBDatabase* inDatabase) {
     if (!inDatabase) {
-        RaiseInvalid();
+        RaiseInvalidCursor();
     }
     return inDatabase;
 }
 
 }  // namespace
+
+void RaiseInvalidCursor() {
+    // Not the database's name: the database may be gone.
+    RaiseDuckDBError(kUnknownContext, "DuckDBCursor is invalid");
+}
 
 DuckDBCursor_imp::DuckDBCursor_imp(DuckDBDatabase* inDatabase, support::OwnedResult inResult)
     : mDatabase(RequireDatabase(inDatabase)), mResult(std::move(inResult)), mColumns(mResult.Get()) {
@@ -95,23 +95,11 @@ void DuckDBCursor_imp::Dispose() {
     Detach();
 }
 
-void DuckDBCursor_imp::RequireValid() const {
-    if (!mDatabase.load()) {
-        RaiseInvalid();
-    }
-}
-
-void DuckDBCursor_imp::RequireColumn(std::uint32_t inColumnIndex) const {
-    if (inColumnIndex >= mColumns.size()) {
-        RaiseError("inColumnIndex is out of bounds");
-    }
-}
-
 void DuckDBCursor_imp::RaiseError(const char* inMessage) const {
     const EngineLockGuard guard;
     const DuckDBDatabase* const database = mDatabase.load();
     if (!database) {
-        RaiseInvalid();
+        RaiseInvalidCursor();
     }
     RaiseDuckDBError(database->get_Name(), inMessage);
 }

@@ -15,6 +15,9 @@ namespace orkit::orsql {
 
 class DuckDBDatabase;
 
+/// Raises "DuckDBCursor is invalid", context "unknown".
+[[noreturn]] void RaiseInvalidCursor();
+
 /// Base of the two cursors. Owns its result from construction on. The database's registry holds the cursor by
 /// a plain pointer, and the cursor the database; whoever goes first tells the other, under the guard.
 class DuckDBCursor_imp : public I_DuckDBCursor, public ForeignPlugin_imp, noncopyable {
@@ -41,9 +44,17 @@ protected:
     ~DuckDBCursor_imp() override;
 
     /// Raises "DuckDBCursor is invalid", context "unknown", on a cursor that was cut off.
-    void RequireValid() const;
+    void RequireValid() const {
+        if (!mDatabase.load(std::memory_order_acquire)) {
+            RaiseInvalidCursor();
+        }
+    }
     /// Raises "inColumnIndex is out of bounds".
-    void RequireColumn(std::uint32_t inColumnIndex) const;
+    void RequireColumn(std::uint32_t inColumnIndex) const {
+        if (inColumnIndex >= mColumns.size()) {
+            RaiseError("inColumnIndex is out of bounds");
+        }
+    }
     /// Raises with the database's name as context; takes the guard for reading that.
     [[noreturn]] void RaiseError(const char* inMessage) const;
     /// The next chunk of the result; empty at its end. The guard must be held and the cursor be valid.

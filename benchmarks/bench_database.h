@@ -1,0 +1,52 @@
+/// @file
+/// A database object for benchmarks, and cursors on results that were made beforehand.
+#pragma once
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include <duckdb.h>
+
+#include "database/duckdb_database.h"
+#include "duckdb_support/handles.h"
+#include "extension/engine_lock_guard.h"
+#include "host_standin/locations.h"
+
+namespace orkit::orsql::bench {
+
+/// A database in memory.
+class Database {
+public:
+    Database() : mDatabase(new DuckDBDatabase(standin::MakeLocation(String(":memory:")))) {
+        mDatabase->Create();
+        const EngineLockGuard guard;
+        mConnection = mDatabase->get_Connection();
+    }
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+    ~Database() { mDatabase->Close(); }
+
+    /// Runs SQL straight on the database's connection, for what isn't measured. @return the whole result.
+    orlimbara::duckdb_support::OwnedResult Run(const std::string& inSql) {
+        orlimbara::duckdb_support::OwnedResult result;
+        if (duckdb_query(mConnection->Get(), inSql.c_str(), result.Put()) != DuckDBSuccess) {
+            throw std::runtime_error(inSql + ": " + duckdb_result_error(result.Get()));
+        }
+        return result;
+    }
+
+    /// A cursor of a kind on a result, as the database makes it.
+    template <class Cursor>
+    smart_ptr<I_DuckDBCursor> Open(orlimbara::duckdb_support::OwnedResult inResult) {
+        const EngineLockGuard guard;
+        return static_cast<I_DuckDBCursor*>(new Cursor(mDatabase.get(), std::move(inResult)));
+    }
+
+private:
+    smart_ptr<DuckDBDatabase> mDatabase;
+    std::shared_ptr<ConnectionCell> mConnection;
+};
+
+} // namespace orkit::orsql::bench
