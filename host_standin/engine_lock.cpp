@@ -22,9 +22,10 @@ std::atomic<bool> gHasEngineLock = true;
 class EngineLock final : public Thread_Mutex_Win {
 public:
     void lock() override {
-        Require(mOwner.load(kRelaxed) != std::this_thread::get_id(), "locked twice by one thread");
+        const std::thread::id self = std::this_thread::get_id();
+        Require(mOwner.load(kRelaxed) != self, "locked twice by one thread");
         mMutex.lock();
-        mOwner.store(std::this_thread::get_id(), kRelaxed);
+        mOwner.store(self, kRelaxed);
         Count(gLockCount);
     }
 
