@@ -31,7 +31,7 @@ std::u16string MakeUtf16(const char* inText, std::ptrdiff_t inLength) {
 
 class I_Converter {};
 
-constinit const String String::sEmpty;
+const String String::sEmpty;
 
 String::String(const char* inText, std::ptrdiff_t inLength) : mText(MakeUtf16(inText, inLength)) {}
 

@@ -99,6 +99,14 @@ const NamedType* FindType(std::string_view inName) noexcept {
     throw xDuckDBError(error_code::kDuckDB, inContext, inMessage.c_str(), nullptr, nullptr);
 }
 
+[[noreturn]] void RaiseUnparsed(const support::OwnedText& inError, std::string_view inTypeName,
+                                std::string_view inText) {
+    Raise(kValueContext,
+          inError ? inError.Get()
+                  : "Cannot parse " + std::string(inTypeName) + " typed value: " + std::string(inText));
+}
+
+/// Empty for a text that isn't UTF-8.
 support::OwnedValue MakeText(std::string_view inText) {
     return support::OwnedValue(duckdb_create_varchar_length(inText.data(), inText.size()));
 }
@@ -110,9 +118,7 @@ support::OwnedValue CastTextToType(std::string_view inTypeName, std::string_view
     support::OwnedText error;
     const support::OwnedValue text = MakeText(inText);
     if (duckdb_cast_value(text.Get(), inType.Get(), value.Put(), error.Put()) != DuckDBSuccess || !value) {
-        Raise(kValueContext,
-              error ? error.Get()
-                    : "Cannot parse " + std::string(inTypeName) + " typed value: " + std::string(inText));
+        RaiseUnparsed(error, inTypeName, inText);
     }
     return value;
 }
@@ -195,8 +201,13 @@ support::OwnedValue TypedTextToDuckDB(std::string_view inTypeName, std::string_v
         case Reading::True:
         case Reading::False:
             return support::OwnedValue(duckdb_create_bool(type->mReading == Reading::True));
-        case Reading::Text:
-            return MakeText(inText);
+        case Reading::Text: {
+            support::OwnedValue value = MakeText(inText);
+            if (!value) {
+                RaiseUnparsed({}, inTypeName, inText);
+            }
+            return value;
+        }
         case Reading::Cast:
             return CastTextToType(inTypeName, inText,
                                   support::OwnedLogicalType(duckdb_create_logical_type(type->mType)));

@@ -23,6 +23,8 @@ struct Row {
     const char* mTypeName; ///< as it stands in the message of a failure
     Step mBind;
 };
+template <class Step>
+Row(const char*, Step) -> Row<Step>;
 
 /// The step of a type whose arguments are the parts of one of DuckDB's records.
 template <class Record, class Function>

@@ -1,1 +1,65 @@
+#include <thread>
+
 #include "statement_fixture.h"
+
+namespace orkit::orsql::test {
+namespace {
+
+constexpr int kThreads = 3;
+constexpr int kRounds = 20;
+
+class StatementConcurrency : public ObjectTest {};
+
+/// A whole life of a statement, as far as the database stays open. @return false once it is closed.
+bool LiveOnce(const smart_ptr<I_DuckDBDatabase>& inDatabase) {
+    const Raised raised = Catch([&] {
+        const Statement statement = inDatabase->CreateStatement("SELECT $1::INTEGER; SELECT $1 + 1");
+        statement->BindValues(Values({Number(1)}));
+        statement->ExecuteNext();
+        statement->BindInteger(1, 2);
+        statement->SqlSelect(kCursorLocationClient);
+        statement->get_RemainingStatements();
+        statement->get_Database();
+        statement->ExecuteScript();
+    });
+    const std::string message = raised.mMessage.value_or("");
+    EXPECT_TRUE(message.empty() || message == "DuckDBDatabase is not open" ||
+                message == "DuckDBDatabase is invalid")
+        << message;
+    return message.empty();
+}
+
+TEST_F(StatementConcurrency, StatementsMeetAClosingDatabase) {
+    for (int round = 0; round < kRounds; ++round) {
+        const smart_ptr<I_DuckDBDatabase> database = CreateDatabase();
+        std::vector<std::thread> threads;
+        for (int number = 0; number < kThreads; ++number) {
+            threads.emplace_back([&database] {
+                while (LiveOnce(database)) {
+                }
+            });
+        }
+        LiveOnce(database);
+        database->Close();
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+    }
+}
+
+TEST_F(StatementConcurrency, LastReleasesMeetAClosingDatabase) {
+    for (int round = 0; round < kRounds; ++round) {
+        const smart_ptr<I_DuckDBDatabase> database = CreateDatabase();
+        std::vector<Statement> statements;
+        for (int number = 0; number < 10; ++number) {
+            statements.push_back(database->CreateStatement("SELECT 1"));
+            statements.back()->ExecuteNext();
+        }
+        std::thread closer([&database] { database->Close(); });
+        statements.clear();
+        closer.join();
+    }
+}
+
+} // namespace
+} // namespace orkit::orsql::test

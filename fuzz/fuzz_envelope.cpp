@@ -1,0 +1,78 @@
+// Envelopes as they may come from anywhere: JSON text that begins with "{", or a type's name and a text of it
+// on the lines behind. Each is refused with a text, or becomes a value that DuckDB can write out.
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <exception>
+#include <string_view>
+
+#include <duckdb.h>
+
+#include "duckdb_support/handle_count.h"
+#include "duckdb_support/handles.h"
+#include "host/exceptions.h"
+#include "host_standin/live_objects.h"
+#include "statement/envelope_reader.h"
+#include "statement/parameters.h"
+
+namespace {
+
+namespace support = orlimbara::duckdb_support;
+using namespace orkit;
+using namespace orkit::orsql;
+
+void Require(bool inCondition, const char* inMessage) {
+    if (!inCondition) {
+        std::fprintf(stderr, "%s\n", inMessage);
+        std::abort();
+    }
+}
+
+support::OwnedValue ReadJson(std::string_view inText) {
+    const smart_ptr<I_Value> json(CreateValueJSON(true, nullptr, nullptr));
+    json->put_String(String(inText.data(), static_cast<std::ptrdiff_t>(inText.size())));
+    return ValueToDuckDB(json.get());
+}
+
+support::OwnedValue Read(std::string_view inInput) {
+    if (inInput.starts_with('{')) {
+        return ReadJson(inInput);
+    }
+    const std::size_t end = inInput.find('\n');
+    return TypedTextToDuckDB(inInput.substr(0, end), end == inInput.npos ? "" : inInput.substr(end + 1));
+}
+
+/// Some values have no text, such as an object with two members of one name: DuckDB raises then.
+void Write(const support::OwnedValue& inValue) {
+    if (duckdb_is_null_value(inValue.Get())) {
+        return;
+    }
+    try {
+        const support::OwnedText text(duckdb_get_varchar(inValue.Get()));
+        Require(static_cast<bool>(text), "a value gave neither a text nor a failure");
+    } catch (const std::exception&) {
+    }
+}
+
+void ReadAndWrite(std::string_view inInput) {
+    try {
+        const support::OwnedValue value = Read(inInput);
+        Require(static_cast<bool>(value), "an envelope gave neither a value nor a failure");
+        Write(value);
+    } catch (const xDuckDBError& failure) {
+        Require(failure.get_Code() == error_code::kDuckDB && failure.get_Text(0) && failure.get_Text(1),
+                "a failure without its texts");
+    } catch (const xException&) { // the text isn't JSON
+        Require(inInput.starts_with('{'), "a foreign failure");
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inData, std::size_t inSize) {
+    ReadAndWrite({reinterpret_cast<const char*>(inData), inSize});
+    Require(support::LiveHandleCount() == 0, "a handle is left");
+    Require(standin::CountLiveObjects().get_Total() == 0, "a host object is left");
+    return 0;
+}
