@@ -54,6 +54,8 @@ function(orlimbara_add_test name)
     orlimbara_test_environment(${name})
     set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT ${arg_ENVIRONMENT})
     set_property(TEST ${name} PROPERTY LABELS ${arg_LABELS})
+    # GoogleTest calls a program without any test passed.
+    set_property(TEST ${name} PROPERTY FAIL_REGULAR_EXPRESSION "Running 0 tests from 0")
     if(arg_TIMEOUT)
         set_property(TEST ${name} PROPERTY TIMEOUT ${arg_TIMEOUT})
     endif()
