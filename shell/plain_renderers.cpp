@@ -68,10 +68,14 @@ private:
         }
     }
 
+    static bool IsSpecial(char inCharacter) {
+        return inCharacter == ',' || inCharacter == '"' || inCharacter == '\r' || inCharacter == '\n';
+    }
+
     /// A text that looks like NULL is quoted, so that reading it back tells them apart.
     void PutField(bool inIsFirst, std::string_view inText, std::string_view inNullText) {
         PutSeparator(inIsFirst);
-        if (inText.find_first_of(",\"\r\n") == std::string_view::npos && inText != inNullText) {
+        if (std::none_of(inText.begin(), inText.end(), IsSpecial) && inText != inNullText) {
             mOutput.Write(inText);
             return;
         }

@@ -1,0 +1,215 @@
+// The built program beside a running partner: programs that drive it, readers that leave, Ctrl-C, terminals.
+#include <csignal>
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "shell_runner.h"
+
+namespace orsql_test {
+namespace {
+
+using Way = RunningShell::Way;
+
+class Pipes : public testing::Test {
+protected:
+    TempFolder mFolder;
+};
+
+TEST_F(Pipes, AnswerEachStatementAtOnce) {
+    RunningShell shell(Way::Pipes, {"-m", "jsonl"});
+    shell.Send("SELECT 1 AS a;");
+    EXPECT_EQ(FirstCells(shell.WaitFor("\n")), "1");
+    shell.Send("CREATE TABLE t(a INTEGER);INSERT INTO t VALUES (1), (2); SELECT '");
+    EXPECT_EQ(shell.WaitFor("\n"), "{\"kind\":\"done\"}\n");
+    EXPECT_EQ(shell.WaitFor("\n"), "{\"kind\":\"changed\",\"count\":2}\n");
+    shell.Send(";' AS b;\n.print hi\n.output out.txt\nSELECT 1;\n.output\n");
+    EXPECT_EQ(FirstCells(shell.WaitFor("\n")), ";");
+    EXPECT_EQ(shell.WaitFor("\n"), "{\"kind\":\"text\",\"text\":\"hi\"}\n");
+    EXPECT_EQ(shell.WaitFor("\n"), "{\"kind\":\"done\"}\n");
+    EXPECT_EQ(shell.WaitFor("\n"), "{\"kind\":\"done\"}\n");
+    shell.Send("SELECT 3 AS unfinished");
+    std::string rest;
+    EXPECT_EQ(shell.Wait(&rest), 0);
+    EXPECT_EQ(FirstCells(rest), "3");
+}
+
+TEST_F(Pipes, AReaderThatLeavesEndsTheRunQuietly) {
+    const ShellRun run = RunScript("{ $ORSQL -c 'SELECT * FROM range(3000000)' -c 'CREATE TABLE t(a INTEGER)' a.db; "
+                                   "echo \"status $?\" >&2; } | head -n 2");
+    EXPECT_EQ(run.out, "range\n0\n");
+    EXPECT_EQ(run.err, "status 0\n");
+}
+
+TEST_F(Pipes, AFullDiskIsAFailure) {
+    for (const std::string mode : {"csv", "jsonl", "json", "box"}) {
+        const ShellRun run = RunScript("$ORSQL -m " + mode + " -c 'SELECT 1' > /dev/full");
+        EXPECT_EQ(run.status, 1) << mode;
+        EXPECT_EQ(run.err, "error: can't write: No space left on device\n") << mode;
+    }
+}
+
+TEST_F(Pipes, CtrlCWhileRowsAreWrittenEndsTheLineAsValidJson) {
+    RunningShell shell(Way::Pipes, {"-m", "jsonl", "-c", "SELECT * FROM range(20000000) t(a)", "-c", "SELECT 2"});
+    std::string line = shell.WaitFor("[1000]");
+    shell.Signal(SIGINT);
+    std::string rest;
+    EXPECT_EQ(shell.Wait(&rest), 130);
+    line += rest;
+    const std::vector<std::string> lines = JsonLines(line);
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_TRUE(lines[0].ends_with("]],\"interrupted\":true}")) << lines[0].substr(lines[0].size() - 60);
+    EXPECT_LT(lines[0].size(), 10'000'000U);
+}
+
+/// A query that keeps DuckDB busy for seconds without rows on the way.
+constexpr const char* kLongQuery = "SELECT sum(sqrt(a.range + b.range)) FROM range(60000) a, range(20000) b";
+
+TEST_F(Pipes, CtrlCWhileDuckDBComputesSaysThatItMustWait) {
+    RunningShell shell(Way::Pipes, {"-m", "jsonl", "-c", "SELECT 1", "-c", kLongQuery, "-c", "SELECT 2"});
+    shell.WaitFor("\n");
+    shell.Signal(SIGINT);
+    shell.WaitForError("DuckDB is still computing and can't be stopped");
+    shell.Signal(SIGINT);
+    EXPECT_EQ(shell.Wait(), 130) << "the second at once";
+}
+
+TEST_F(Pipes, CtrlCWhileWaitingForInputEndsTheRun) {
+    RunningShell shell(Way::Pipes, {"-m", "jsonl"});
+    shell.Send("BEGIN;");
+    shell.WaitFor("\n");
+    shell.Signal(SIGINT);
+    EXPECT_EQ(shell.Wait(), 130);
+}
+
+TEST_F(Pipes, CtrlCEndsAScriptWhenTheStatementReturns) {
+    RunningShell shell(Way::Pipes, {"-m", "jsonl", "a.db", "-c", "CREATE TABLE t(a DOUBLE)", "-c",
+                                    "INSERT INTO t SELECT sum(sqrt(a.range + b.range)) FROM range(10000) a, "
+                                    "range(10000) b",
+                                    "-c", "SELECT 2"});
+    shell.WaitFor("\n");
+    shell.Signal(SIGINT);
+    std::string rest;
+    EXPECT_EQ(shell.Wait(&rest), 130);
+    // The statement had an outcome, and the next one didn't begin.
+    EXPECT_TRUE(rest.empty() || rest == "{\"kind\":\"changed\",\"count\":1}\n") << rest;
+}
+
+class Terminal : public testing::Test {
+protected:
+    static constexpr const char* kPrompt = "orsql> ";
+    TempFolder mFolder;
+};
+
+TEST_F(Terminal, ServesASessionFromStartToEnd) {
+    RunningShell shell(Way::Terminal, {"--color", "never"});
+    shell.WaitFor(".help lists the commands");
+    shell.WaitFor(kPrompt);
+    const auto send = [&shell](const std::string& line) {
+        shell.Send(line + "\n");
+        return shell.WaitFor(kPrompt);
+    };
+    EXPECT_NE(send(".help call").find(".call PROCEDURE [ARG...]"), std::string::npos);
+    send(".open a.db");
+    send("CREATE TABLE t AS SELECT 42 AS answer;");
+    EXPECT_NE(send("SELECT * FROM t;").find("│ answer │\n├────────┤\n│     42 │"), std::string::npos);
+    shell.Send("SELECT nope\n");
+    shell.WaitFor("...> ");
+    const std::string error = send("  FROM t;");
+    EXPECT_NE(error.find("error: Referenced column"), std::string::npos) << error;
+    EXPECT_NE(error.find("  SELECT nope\n         ^"), std::string::npos) << error;
+    send("COPY t TO 't.parquet';");
+    EXPECT_NE(send(".call parquet_count t.parquet").find("│     1 │"), std::string::npos);
+    EXPECT_NE(send(".backup").find("Backup"), std::string::npos);
+    shell.Send(".quit\n");
+    EXPECT_EQ(shell.Wait(), 0) << "also after a failure";
+}
+
+TEST_F(Terminal, CtrlCClearsWhatIsTyped) {
+    RunningShell shell(Way::Terminal, {});
+    shell.WaitFor(kPrompt);
+    shell.Send("SELECT 1 AS lost,\n");
+    shell.WaitFor("...> ");
+    shell.Send("\x03");
+    shell.WaitFor(kPrompt);
+    shell.Send("garbage\x03");
+    shell.WaitFor(kPrompt);
+    shell.Send("\x03");
+    shell.WaitFor(kPrompt);
+    shell.Send("SELECT 7 AS kept;\n");
+    const std::string shown = shell.WaitFor("└");
+    EXPECT_NE(shown.find("kept"), std::string::npos);
+    EXPECT_EQ(shown.find("error"), std::string::npos) << shown;
+    shell.Send("\x04");
+    EXPECT_EQ(shell.Wait(), 0);
+}
+
+TEST_F(Terminal, CtrlCStopsRowsAndBringsThePromptBack) {
+    RunningShell shell(Way::Terminal, {"-m", "csv"});
+    shell.WaitFor(kPrompt);
+    shell.Send("SELECT * FROM range(20000000);\n");
+    shell.WaitFor("\n1000\n");
+    shell.Send("\x03");
+    shell.WaitFor(kPrompt);
+    shell.Send("SELECT 'still ' || 'here';\n");
+    shell.WaitFor("still here");
+    shell.Send(".exit\n");
+    EXPECT_EQ(shell.Wait(), 0);
+}
+
+TEST_F(Terminal, SaysWhyCtrlCHasToWait) {
+    RunningShell shell(Way::Terminal, {});
+    shell.WaitFor(kPrompt);
+    shell.Send(std::string(kLongQuery) + ";\n");
+    shell.WaitFor("b;");
+    usleep(300'000);
+    shell.Send("\x03");
+    shell.WaitFor("still computing");
+    shell.Send("\x03");
+    EXPECT_EQ(shell.Wait(), 130);
+}
+
+TEST_F(Terminal, CompletesWhatIsThere) {
+    WriteFile("some_script.sql", "SELECT 'from the ' || 'file';\n");
+    RunningShell shell(Way::Terminal, {"-m", "csv"});
+    shell.WaitFor(kPrompt);
+    shell.Send("CREATE TABLE flights(departure INTEGER);\n");
+    shell.WaitFor(kPrompt);
+    shell.Send("INSERT INTO fli\t VALUES (12345);\n");
+    shell.WaitFor(kPrompt);
+    shell.Send("selec\t depart\t fro\t flights;\n");
+    shell.WaitFor("departure\n12345\n");
+    shell.Send(".rea\t some_\t\n");
+    shell.WaitFor("from the file");
+    shell.Send(".mode \t\t");
+    shell.WaitFor("markdown");
+    shell.Send("jsonl\n");
+    shell.WaitFor(kPrompt);
+    shell.Send(".qui\t\n");
+    EXPECT_EQ(shell.Wait(), 0);
+}
+
+TEST_F(Terminal, KeepsTheHistoryAcrossRuns) {
+    {
+        RunningShell shell(Way::Terminal, {"-m", "csv"});
+        shell.WaitFor(kPrompt);
+        shell.Send("SELECT 40 + 2 AS sum;\n");
+        shell.WaitFor("42");
+        shell.Send("\x04");
+        EXPECT_EQ(shell.Wait(), 0);
+    }
+    RunningShell shell(Way::Terminal, {"-m", "csv"});
+    shell.WaitFor(kPrompt);
+    shell.Send("\x10\n");  // the line before
+    shell.WaitFor("sum\n42");
+    shell.Send(".quit\n");
+    EXPECT_EQ(shell.Wait(), 0);
+}
+
+TEST_F(Terminal, UsesColourOnlyWhereItIsWelcome) {
+    EXPECT_EQ(RunShell({"-m", "box", "-c", "SELECT 1"}).out.find('\x1b'), std::string::npos);
+    EXPECT_NE(RunShell({"-m", "box", "--color", "always", "-c", "SELECT 1"}).out.find('\x1b'), std::string::npos);
+}
+
+}  // namespace
+}  // namespace orsql_test
