@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
-#include <thread>
 
 #include "host_standin/faults.h"
 #include "host_standin/live_objects.h"
@@ -22,7 +21,7 @@ std::atomic<bool> gHasEngineLock = true;
 class EngineLock final : public Thread_Mutex_Win {
 public:
     void lock() override {
-        const std::thread::id self = std::this_thread::get_id();
+        const void* const self = ThisThread();
         Require(mOwner.load(kRelaxed) != self, "locked twice by one thread");
         mMutex.lock();
         mOwner.store(self, kRelaxed);
@@ -30,16 +29,21 @@ public:
     }
 
     void unlock() override {
-        Require(mOwner.load(kRelaxed) == std::this_thread::get_id(),
-                "given back by a thread that doesn't hold it");
+        Require(mOwner.load(kRelaxed) == ThisThread(), "given back by a thread that doesn't hold it");
         Count(gUnlockCount);
-        mOwner.store(std::thread::id{}, kRelaxed);
+        mOwner.store(nullptr, kRelaxed);
         mMutex.unlock();
     }
 
 private:
     // A thread asks only whether it is the owner itself, and counts only while it is.
     static constexpr auto kRelaxed = std::memory_order_relaxed;
+
+    /// An address that tells this thread from all others that run.
+    static const void* ThisThread() noexcept {
+        thread_local const char place = 0;
+        return &place;
+    }
 
     static void Count(std::atomic<std::uint64_t>& ioCount) noexcept {
         ioCount.store(ioCount.load(kRelaxed) + 1, kRelaxed);
@@ -53,7 +57,7 @@ private:
     }
 
     std::mutex mMutex;
-    std::atomic<std::thread::id> mOwner;
+    std::atomic<const void*> mOwner = nullptr; // as ThisThread() tells it
 };
 
 } // namespace
