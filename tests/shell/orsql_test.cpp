@@ -1,4 +1,5 @@
 // Runs of the built program from the command line: statuses, order, forms of output, answers.
+#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -231,6 +232,24 @@ TEST_F(Orsql, TellsItsVersions) {
     const ShellRun run = RunShell({"--version"});
     EXPECT_TRUE(run.out.starts_with("orsql ")) << run.out;
     EXPECT_NE(run.out.find("\nDuckDB v"), std::string::npos) << run.out;
+}
+
+TEST_F(Orsql, ManPageAndCompletionKnowEveryOption) {
+    const std::string help = RunShell({"--help"}).out;
+    const std::string manual = ReadWhole(SOURCE_FOLDER "/docs/orsql.1");
+    const std::string completion = ReadWhole(SOURCE_FOLDER "/shell/completion/orsql.bash");
+    const std::regex option("--[a-z-]+");
+    int count = 0;
+    for (std::sregex_iterator found(help.begin(), help.end(), option), end; found != end; ++found, ++count) {
+        const std::string name = found->str();
+        EXPECT_NE(completion.find(name), std::string::npos) << name;
+        EXPECT_NE(manual.find(std::regex_replace(name, std::regex("-"), "\\-")), std::string::npos) << name;
+    }
+    EXPECT_GT(count, 20);
+    EXPECT_EQ(RunScript("bash -c '. \"" SOURCE_FOLDER "/shell/completion/orsql.bash\"; COMP_WORDS=(orsql --mode js); "
+                        "COMP_CWORD=2; _orsql; echo ${COMPREPLY[@]}'")
+                  .out,
+              "json jsonl\n");
 }
 
 TEST_F(Orsql, TellsAFailureToOpenAsALine) {
