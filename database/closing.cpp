@@ -17,7 +17,9 @@ namespace {
 template <class T>
 void InvalidateAll(const smart_ptr<ArrayOfPtrs<T>>& inRegistry) {
     while (inRegistry && !inRegistry->isEmpty()) {
-        inRegistry->TakeAt(inRegistry->get_Count() - 1)->Invalidate();
+        if (T* const object = inRegistry->TakeAt(inRegistry->get_Count() - 1)) {
+            object->Invalidate();
+        }
     }
 }
 

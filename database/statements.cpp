@@ -18,6 +18,10 @@ smart_ptr<I_DuckDBStatement> DuckDBDatabase::CreateStatement(const String& inSql
     return statement;
 }
 
+void DuckDBDatabase::ForgetStatement(const I_DuckDBStatement* inStatement) noexcept {
+    Unregister(mStatements, inStatement);
+}
+
 void DuckDBDatabase::RemoveStatement(I_DuckDBStatement* inStatement) {
     const EngineLockGuard guard;
     // First of all: a database with a handle but no connection has statements too, and none may be left in

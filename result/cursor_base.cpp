@@ -85,10 +85,10 @@ smart_ptr<I_DuckDBDatabase> DuckDBCursor_imp::get_Database() const {
     return DuckDBDatabase::Acquire(mDatabase.load());
 }
 
+// Both leave the registry. For a closing database, which took the cursor out already, that does nothing; it
+// matters where somebody else calls.
 void DuckDBCursor_imp::Invalidate() {
-    const EngineLockGuard guard;
-    mDatabase = nullptr;
-    mResult.Reset();
+    Detach();
 }
 
 void DuckDBCursor_imp::Dispose() {
@@ -105,7 +105,15 @@ void DuckDBCursor_imp::RaiseError(const char* inMessage) const {
 }
 
 support::OwnedDataChunk DuckDBCursor_imp::FetchChunk() {
-    return support::OwnedDataChunk(duckdb_fetch_chunk(mResult.Struct()));
+    support::OwnedDataChunk chunk(duckdb_fetch_chunk(mResult.Struct()));
+    if (!chunk) {
+        // DuckDB gives null at the end, and also where fetching failed: then the result carries the text.
+        const char* const error = duckdb_result_error(mResult.Get());
+        if (error && *error) {
+            RaiseError(error);
+        }
+    }
+    return chunk;
 }
 
 void DuckDBCursor_imp::Detach() noexcept {

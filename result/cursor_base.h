@@ -57,7 +57,8 @@ protected:
     }
     /// Raises with the database's name as context; takes the guard for reading that.
     [[noreturn]] void RaiseError(const char* inMessage) const;
-    /// The next chunk of the result; empty at its end. The guard must be held and the cursor be valid.
+    /// The next chunk of the result; empty at its end. Raises DuckDB's text when the chunk can't be fetched. The
+    /// guard must be held and the cursor be valid.
     orlimbara::duckdb_support::OwnedDataChunk FetchChunk();
 
     const ColumnList& Columns() const noexcept { return mColumns; }

@@ -138,10 +138,8 @@ smart_ptr<I_DuckDBQueryResult> DuckDBQueryResult::get_NextResult() {
 
 void DuckDBQueryResult::Invalidate() {
     const EngineLockGuard guard;
-    mDatabase = nullptr;
     mCursor.reset();
-    mResult.Reset();
-    mPendingResults.clear();
+    Detach();
 }
 
 void DuckDBQueryResult::Detach() noexcept {

@@ -50,12 +50,7 @@ std::uint64_t DuckDBStatement::get_RemainingStatements() const {
     return HasStatementsLeft() ? mStatementCount - mNextStatement : 0;
 }
 
-void DuckDBStatement::Invalidate() {
-    const EngineLockGuard guard;
-    mDatabase = nullptr;
-    ReleaseHandles();
-    EndWalk();
-}
+void DuckDBStatement::Invalidate() { Detach(); }
 
 DuckDBDatabase& DuckDBStatement::RequireDatabase() const {
     DuckDBDatabase* const database = mDatabase.load();
@@ -87,10 +82,7 @@ void DuckDBStatement::Detach() noexcept {
     ReleaseHandles();
     EndWalk();
     if (DuckDBDatabase* const database = mDatabase.exchange(nullptr)) {
-        try {
-            database->RemoveStatement(this);
-        } catch (...) { // nobody could take the failure
-        }
+        database->ForgetStatement(this);
     }
 }
 

@@ -202,6 +202,38 @@ TEST_F(Cursors, DisposeCutsOffOnce) {
     mDatabase->Close();  // meets no pointer to them
 }
 
+TEST_F(Cursors, ServerHoldsOneChunkUntilItGoes) {
+    const auto chunks = [] { return support::LiveHandleCount(support::HandleKind::DataChunk); };
+    smart_ptr<I_DuckDBCursor> cursor =
+        Server("SELECT range::VARIANT, [range], range::VARCHAR FROM range(10000)");
+    EXPECT_EQ(chunks(), 0);
+    while (cursor->NextRecord()) {
+        cursor->get_Value(0);
+        cursor->get_Value(1);
+        ASSERT_EQ(chunks(), 1);
+    }
+    EXPECT_EQ(chunks(), 0);
+    cursor = Server("SELECT 1");
+    cursor->NextRecord();
+    mDatabase->Close();
+    EXPECT_EQ(chunks(), 1) << "the chunk stays until the cursor goes";
+    cursor.reset();
+    EXPECT_EQ(chunks(), 0);
+}
+
+TEST_F(Cursors, InvalidatedByTheHostLeaveNoPointerBehind) {
+    smart_ptr<I_DuckDBCursor> cursor = Server("SELECT 1");
+    smart_ptr<I_DuckDBQueryResult> result = mDatabase->SqlQuery("SELECT 1", kCursorLocationClient, nullptr);
+    smart_ptr<I_DuckDBStatement> statement = mDatabase->CreateStatement("SELECT 1");
+    cursor->Invalidate();
+    result->Invalidate();
+    statement->Invalidate();
+    cursor.reset();
+    result.reset();
+    statement.reset();
+    mDatabase->Close();
+}
+
 TEST_F(Cursors, NeedADatabase) {
     ExpectDuckDBError([] { DuckDBCursor_server cursor(nullptr, support::OwnedResult()); }, "unknown",
                       "DuckDBCursor is invalid");
