@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "database/shared_handles.h"
@@ -72,6 +73,9 @@ public:
     smart_ptr<I_DuckDBCursor> SqlSelect(const String& inSql, std::uint32_t inCursorLocation,
                                         smart_ptr<ValueArray> inParams) override;
 
+    /// RemoveStatement for a statement on its way out: raises nothing, wherever the statement stands. The guard must
+    /// be held.
+    void ForgetStatement(const I_DuckDBStatement* inStatement) noexcept;
     /// The cell of this object's connection; null on a database that isn't open. The guard must be held; the
     /// reference keeps the cell, not the connection in it.
     std::shared_ptr<ConnectionCell> get_Connection() const { return mConnection; }
@@ -90,11 +94,12 @@ private:
     /// Takes the path's shared handle if this object has none.
     void JoinSharedHandle();
     void ApplySettings(duckdb_config inConfig) const;
-    /// Opens a new database and makes its handle this object's and the path's. @return the error's text, empty
-    /// when all went well.
-    std::string CreateHandle();
-    /// Makes the database's file with the storage version and block size that are set. @return as CreateHandle.
-    std::string MakeFile(duckdb_config inConfig) const;
+    /// The text of what failed, UTF-8, perhaps empty; nothing when all went well.
+    using Failure = std::optional<std::string>;
+    /// Opens a new database and makes its handle this object's and the path's.
+    Failure CreateHandle();
+    /// Makes the database's file with the storage version and block size that are set.
+    Failure MakeFile(duckdb_config inConfig) const;
     String AttachText() const;
     /// A handle on the path, read-only if that is wanted or if writing isn't possible; sets mIsReadOnly.
     std::shared_ptr<DatabaseCell> OpenHandle(duckdb_config inConfig, bool inReadOnlyWanted);
@@ -108,8 +113,8 @@ private:
     /// statement says. @param inParams null or empty: the text runs without parameters.
     ResultList RunSql(const String& inSql, const smart_ptr<ValueArray>& inParams);
     /// Runs one statement of a script and appends its result. A statement that fails while running is followed by
-    /// a ROLLBACK. @return the error's text, empty when all went well.
-    static std::string RunExtracted(duckdb_connection inConnection, duckdb_extracted_statements inStatements,
+    /// a ROLLBACK.
+    static Failure RunExtracted(duckdb_connection inConnection, duckdb_extracted_statements inStatements,
                                     idx_t inIndex, ResultList& ioResults);
     // execution_with_values.cpp; the guard must be held
     /// Runs a text of one statement with values, the first for parameter 1. Raises with nothing left alive.

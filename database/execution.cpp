@@ -34,26 +34,26 @@ ResultList DuckDBDatabase::RunSql(const String& inSql, const smart_ptr<ValueArra
     const std::shared_ptr<ConnectionCell> connection = mConnection;
 
     // The exception is raised when all handles of the run are gone; the texts are DuckDB's until then.
-    std::string error;
+    Failure failure;
     ResultList results;
     {
         support::OwnedExtractedStatements statements;
         const idx_t count = duckdb_extract_statements(connection->Get(), sql.c_str(), statements.Put());
         if (count == 0) {
-            error = TextOr(duckdb_extract_statements_error(statements.Get()), "Failed to extract statements");
+            failure = TextOr(duckdb_extract_statements_error(statements.Get()), "Failed to extract statements");
         }
-        for (idx_t index = 0; index < count && error.empty(); ++index) {
-            error = RunExtracted(connection->Get(), statements.Get(), index, results);
+        for (idx_t index = 0; index < count && !failure; ++index) {
+            failure = RunExtracted(connection->Get(), statements.Get(), index, results);
         }
     }
-    if (!error.empty()) {
+    if (failure) {
         results.clear();
-        RaiseError(error.c_str());
+        RaiseError(failure->c_str());
     }
     return results;
 }
 
-std::string DuckDBDatabase::RunExtracted(duckdb_connection inConnection,
+DuckDBDatabase::Failure DuckDBDatabase::RunExtracted(duckdb_connection inConnection,
                                          duckdb_extracted_statements inStatements, idx_t inIndex,
                                          ResultList& ioResults) {
     support::OwnedPreparedStatement prepared;
@@ -70,7 +70,7 @@ std::string DuckDBDatabase::RunExtracted(duckdb_connection inConnection,
         return error;
     }
     ioResults.push_back(std::move(result));
-    return {};
+    return std::nullopt;
 }
 
 smart_ptr<I_DuckDBCursor> DuckDBDatabase::SqlSelect(const String& inSql, std::uint32_t inCursorLocation,

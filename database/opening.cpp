@@ -53,22 +53,23 @@ void DuckDBDatabase::Create() {
         // Others hold the path, and this object joins them; or there was no file to delete.
     }
     const EngineLockGuard guard;
+    Close();  // another thread may have opened this object meanwhile
     JoinSharedHandle();
-    std::string error;
+    Failure failure;
     try {
         if (!mHandle) {
-            error = CreateHandle();
+            failure = CreateHandle();
         }
-        if (error.empty() && !Connect()) {
-            error = "Failed to create DuckDB connection";
+        if (!failure && !Connect()) {
+            failure = "Failed to create DuckDB connection";
         }
-    } catch (const std::exception& failure) {
-        error = failure.what();
+    } catch (const std::exception& error) {
+        failure = error.what();
     } catch (...) {
-        error = "Unknown DuckDB database creation error";
+        failure = "Unknown DuckDB database creation error";
     }
-    if (!error.empty()) {
-        RaiseError(error.c_str());
+    if (failure) {
+        RaiseError(failure->c_str());
     }
     FinishOpening();
 }
@@ -76,6 +77,7 @@ void DuckDBDatabase::Create() {
 void DuckDBDatabase::Open() {
     Close();
     const EngineLockGuard guard;
+    Close();  // another thread may have opened this object meanwhile
     if (IsFile() && !get_Exists()) {
         RaiseError("File does not exist");
     }
@@ -141,16 +143,15 @@ void DuckDBDatabase::ApplySettings(duckdb_config inConfig) const {
     }
 }
 
-std::string DuckDBDatabase::CreateHandle() {
+DuckDBDatabase::Failure DuckDBDatabase::CreateHandle() {
     const support::OwnedConfig config = MakeConfig();
     SetOption(config.Get(), "access_mode", kReadWrite);
     if (mHasSettings) {
         ApplySettings(config.Get());
     }
     if (!mStorageVersion.isEmpty() || mBlockSize > 0) {
-        std::string error = MakeFile(config.Get());
-        if (!error.empty()) {
-            return error;
+        if (Failure failure = MakeFile(config.Get())) {
+            return failure;
         }
     }
     auto cell = std::make_shared<DatabaseCell>();
@@ -161,11 +162,11 @@ std::string DuckDBDatabase::CreateHandle() {
     }
     SetHandle(cell);
     Row().mHandle = std::move(cell);
-    return {};
+    return std::nullopt;
 }
 
-std::string DuckDBDatabase::MakeFile(duckdb_config inConfig) const {
-    std::string message;
+DuckDBDatabase::Failure DuckDBDatabase::MakeFile(duckdb_config inConfig) const {
+    Failure failure;
     support::OwnedText error;
     {
         support::OwnedDatabase throwAway;
@@ -177,14 +178,14 @@ std::string DuckDBDatabase::MakeFile(duckdb_config inConfig) const {
             support::OwnedResult result;
             const StFromUTF16 attach(AttachText(), GetConverter_UTF8());
             if (duckdb_query(connection.Get(), attach.c_str(), result.Put()) != DuckDBSuccess) {
-                message = orsql::TextOr(duckdb_result_error(result.Get()), "");
+                failure = orsql::TextOr(duckdb_result_error(result.Get()), "");
             }
         }
     }
-    if (message.empty() && error) {
-        message = error.Get();
+    if (!failure && error) {
+        failure = error.Get();
     }
-    return message;
+    return failure;
 }
 
 String DuckDBDatabase::AttachText() const {

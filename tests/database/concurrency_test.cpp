@@ -52,6 +52,18 @@ TEST_F(Concurrency, ThreadsRaceForTheFirstAndLastHandleOfAPath) {
     EXPECT_EQ(MakeDatabase("raced.duckdb")->get_ConnectionCount(), 0u);
 }
 
+TEST_F(Concurrency, ThreadsOpenOneObject) {
+    const smart_ptr<I_DuckDBDatabase> database = CreateDatabase("one.duckdb");
+    OnThreads([&](int) {
+        for (int round = 0; round < kRounds; ++round) {
+            database->Open();
+        }
+    });
+    EXPECT_EQ(database->get_ConnectionCount(), 1u);
+    database->Close();
+    EXPECT_EQ(database->get_ConnectionCount(), 0u);
+}
+
 TEST_F(Concurrency, LastReleasesMeetAClosingDatabase) {
     for (int round = 0; round < kRounds; ++round) {
         const smart_ptr<I_DuckDBDatabase> database = CreateDatabase();
