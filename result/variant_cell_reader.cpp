@@ -23,6 +23,7 @@ constexpr bool FitMicros(std::int64_t inMillis) noexcept {
 void VariantCellReader::Bind(duckdb_data_chunk inChunk) {
     VectorReader::Bind(inChunk);
     mState = State::Untouched;
+    mColumn = support::VariantColumn(); // it shares the old chunk's memory
     mJsonWindow.Close();
 }
 
