@@ -90,7 +90,7 @@ bool DuckDBExtension::get_IsDuckDBFile(smart_ptr<I_Location> inLocation) {
     try {
         file->Open();
         if (file->get_Size() == 0) {
-            isDuckDBFile = true;  // DuckDB makes a database of an empty file
+            isDuckDBFile = true;  // the host counts an empty file as one
         } else {
             std::array<char, kMagic.size()> bytes = {};
             file->Read(bytes.data(), kMagicOffset, static_cast<std::uint32_t>(bytes.size()));
@@ -99,7 +99,10 @@ bool DuckDBExtension::get_IsDuckDBFile(smart_ptr<I_Location> inLocation) {
         file->Close();
     } catch (...) {
         // No such file, or one that can't be read; or only the closing failed, and the answer stands.
-        file->Close();
+        try {
+            file->Close();
+        } catch (...) {  // the question was another one
+        }
     }
     return isDuckDBFile;
 }

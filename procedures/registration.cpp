@@ -35,6 +35,9 @@ void ReportRefusal(call_context context, const char* name) {
 } // namespace
 
 void RegisterProcedures(call_context context) noexcept {
+    if (!GetProcedureApi()) {
+        return; // the host never bound its table: it gets no procedures
+    }
     for (const procedure_descriptor& descriptor : gProcedures) {
         if (GetProcedureApi()->register_procedure(context, &descriptor) != 0) {
             ReportRefusal(context, descriptor.name);

@@ -54,6 +54,7 @@ TEST_F(RootObject, TellsADuckDBFileByItsMagic) {
     }
     EXPECT_FALSE(Extension()->get_IsDuckDBFile(At("missing")));
     EXPECT_FALSE(Extension()->get_IsDuckDBFile(At("."))) << "a folder";
+    EXPECT_EQ(Catch([] { Extension()->get_IsDuckDBFile(nullptr); }).mClass, "xException");
     standin::FailCall(standin::Fault::FileOpen, 1);
     EXPECT_FALSE(Extension()->get_IsDuckDBFile(At("magic alone"))) << "a file that can't be opened";
 }
