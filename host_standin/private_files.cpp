@@ -5,6 +5,7 @@
 
 #include <fcntl.h>
 #include <linux/close_range.h>
+#include <sched.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -110,7 +111,9 @@ void PrivateFile::Run(const std::function<void()>& inJob) {
 
 void PrivateFile::Serve() {
     // In the new table the standard streams are all that stays, for whoever has a fault to report.
-    if (Call(SYS_close_range, 3U, ~0U, static_cast<unsigned>(CLOSE_RANGE_UNSHARE)) != 0) {
+    // An older kernel or a container's filter may refuse the first way.
+    if (Call(SYS_close_range, 3U, ~0U, static_cast<unsigned>(CLOSE_RANGE_UNSHARE)) != 0 &&
+        Call(SYS_unshare, CLONE_FILES) != 0) {
         mLeaveError = errno;
     }
     std::unique_lock lock(mMutex);
