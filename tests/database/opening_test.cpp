@@ -239,21 +239,40 @@ TEST_F(Opening, ReadOnlyObjectsHaveHandlesOfTheirOwn) {
     const smart_ptr<I_DuckDBDatabase> second = openReadOnly();
     EXPECT_EQ(first->get_ConnectionCount(), 2u);
     ExpectDuckDBErrorWith([&] { Execute(first, "CREATE TABLE t (i INTEGER)"); }, "a", "read-only");
-    Execute(first, "SET threads = 1");
-    EXPECT_NE(Setting(second, "threads"), "") << "an instance of its own";
+    Execute(first, "SET GLOBAL threads = 7");
+    EXPECT_NE(Setting(second, "threads"), "7") << "an instance of its own";
     first->Close();
     EXPECT_EQ(second->get_ConnectionCount(), 1u);
     EXPECT_EQ(SelectOne(second, "SELECT 1"), "1");
 }
 
-TEST_F(Opening, ReadOnlyOpenOfAMissingOrBrokenFileDoesNotFallBack) {
-    std::ofstream(Folder() / "text.duckdb") << std::string(5000, 'x');
-    const smart_ptr<I_DuckDBDatabase> database = MakeDatabase("text.duckdb");
+TEST_F(Opening, AReadOnlyOpenThatFailsTriesNoOther) {
+    // In memory DuckDB refuses to open read-only, and would open for writing.
+    const smart_ptr<I_DuckDBDatabase> database = MakeDatabase(":memory:");
     DuckDBSettings settings;
     settings.mAccessMode = 0;
     database->put_Settings(settings);
-    EXPECT_EQ(Catch([&] { database->Open(); }).mCode, 626688u);
-    EXPECT_FALSE(database->get_IsReadOnly());
+    const Raised raised = Catch([&] { database->Open(); });
+    EXPECT_EQ(raised.mClass, "xException");
+    EXPECT_EQ(raised.mCode, 626688u);
+    EXPECT_FALSE(database->get_IsOpen() || database->get_IsReadOnly());
+}
+
+TEST_F(Opening, AFailedOpenLeavesThePathUnknown) {
+    const smart_ptr<I_DuckDBDatabase> database = MakeDatabase("unknown.duckdb");
+    ExpectDuckDBError([&] { database->Open(); }, "unknown", "File does not exist");
+    EXPECT_FALSE(Extension()->get_IsKnownDatabase(database->get_Path()));
+}
+
+TEST_F(Opening, WithoutARootObjectNoFileIsLookedFor) {
+    const smart_ptr<I_DuckDBDatabase> database = CreateDatabase("a.duckdb");
+    const smart_ptr<I_DuckDBExtension> extension = Extension();
+    SetDuckDBExtension(nullptr);
+    EXPECT_FALSE(database->get_Exists());
+    database->Open();
+    database->Drop();
+    SetDuckDBExtension(extension);
+    EXPECT_TRUE(std::filesystem::exists(Folder() / "a.duckdb")) << "nothing is deleted then";
 }
 
 TEST_F(Opening, FallsBackToReadOnlyWhereAnotherProcessReads) {

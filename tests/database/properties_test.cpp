@@ -1,4 +1,4 @@
-#include "host/engine_lock.h"
+#include "host_standin/live_objects.h"
 #include "tests_support/object_fixture.h"
 
 namespace orkit::orsql::test {
@@ -82,9 +82,29 @@ TEST_F(DatabaseProperties, ArraysDoubleTheirRoomAndKeepTheOrder) {
     }
 }
 
-TEST_F(DatabaseProperties, SyncTakesAndGivesBackTheLockOnAClosedObject) {
-    MakeDatabase("x.duckdb")->SyncEngineLock();
-    EXPECT_FALSE(gIsGlobalLockTaken.get());
+TEST_F(DatabaseProperties, TakeTheGuardWhereTheySay) {
+    const smart_ptr<I_DuckDBDatabase> database = MakeDatabase("x.duckdb");
+    const auto locks = [](const std::function<void()>& inCall) {
+        const std::uint64_t before = standin::get_EngineLockCount();
+        inCall();
+        EXPECT_EQ(standin::get_EngineLockCount(), standin::get_EngineUnlockCount());
+        return standin::get_EngineLockCount() - before;
+    };
+    EXPECT_EQ(locks([&] { database->SyncEngineLock(); }), 1u);
+    EXPECT_EQ(locks([&] { database->Close(); }), 0u) << "on a closed object";
+    EXPECT_EQ(locks([&] { database->get_IsOpen(), database->get_IsReadOnly(), database->get_RefsCount(); }), 0u);
+    database->Create();
+    const smart_ptr<I_DuckDBCursor> client = OpenCursor(database, "SELECT 1", kCursorLocationClient);
+    const smart_ptr<I_DuckDBCursor> server = OpenCursor(database, "SELECT 1", kCursorLocationServer);
+    EXPECT_EQ(locks([&] { server->NextRecord(); }), 1u);
+    EXPECT_EQ(locks([&] {
+                  client->NextRecord();
+                  client->get_RecordCount();
+                  client->get_Value(0);
+                  server->get_Value(0);
+                  server->get_ColumnName(0);
+              }),
+              0u);
 }
 
 }  // namespace
