@@ -55,7 +55,8 @@ struct DuckDBExecutionResult {
 /// chunk and moves forward only, and refuses the operations marked "client only".
 ///
 /// A cursor whose database was closed, or that was disposed of, is cut off: its column operations still
-/// answer, every record operation raises "DuckDBCursor is invalid" with the context "unknown".
+/// answer, every record operation raises "DuckDBCursor is invalid" with the context "unknown". A record
+/// operation that raises takes the guard for reading the database's name.
 ///
 /// Moves and reads of one cursor must not run at the same time on several threads.
 class I_DuckDBCursor : public I_Unknown {
@@ -75,7 +76,7 @@ public:
     virtual std::uint32_t get_CurrentRecord() const = 0;
     /// Moves to a record. @return false, without a move, for 0 and past the last. Client only.
     virtual bool put_CurrentRecord(std::uint32_t inRecord) = 0;
-    /// The database; null once the cursor is cut off.
+    /// The database; null once the cursor is cut off. Guarded: the database may be on its way out.
     virtual smart_ptr<I_DuckDBDatabase> get_Database() const = 0;
     /// Cuts the cursor off. Called by the database when it closes, not by the host. Guarded.
     virtual void Invalidate() = 0;
@@ -96,7 +97,7 @@ public:
 };
 
 /// The outcome of one statement: rows, a count, an error, or nothing; and the way to the outcomes of the
-/// statements behind it. The getters take no guard.
+/// statements behind it. The getters take no guard, but for get_Cursor.
 class I_DuckDBQueryResult : public I_Unknown {
 public:
     static constexpr std::uint32_t kInterfaceId = interface_id::kDuckDBQueryResult;
@@ -229,7 +230,8 @@ public:
 /// I_DuckDBExtension::CreateDatabase; the last Release closes it.
 ///
 /// All operations are guarded but get_IsOpen, get_IsReadOnly, and Close on a closed object. Backup gives the
-/// lock back while the export runs.
+/// lock back while the export runs. SqlExecute is guarded in pieces, while the text runs and then for each
+/// outcome: a Close on another thread in between makes the sum stop there.
 class I_DuckDBDatabase : public I_Unknown {
 public:
     static constexpr std::uint32_t kInterfaceId = interface_id::kDuckDBDatabase;
