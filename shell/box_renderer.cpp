@@ -55,6 +55,17 @@ private:
     bool mIsCut = false;
 };
 
+/// The lines of a cell, free of control characters; a line feed at the end begins no new one.
+std::vector<std::string> LinesOf(std::string_view inText) {
+    std::vector<std::string> lines;
+    do {
+        const std::size_t end = std::min(inText.find('\n'), inText.size());
+        lines.push_back(OneLine(inText.substr(0, end)));
+        inText.remove_prefix(std::min(end + 1, inText.size()));
+    } while (!inText.empty());
+    return lines;
+}
+
 class BoxRenderer final : public Renderer {
 public:
     BoxRenderer(Output& inOutput, const RenderSettings& inSettings) : mOutput(inOutput), mSettings(inSettings) {}
@@ -62,11 +73,6 @@ public:
     RowsEnd WriteRows(RowSource& inRows) override {
         ShownRows shown(mSettings.maxRows);
         RowsEnd end = ReadRows(inRows, [&shown](Row& row) { shown.Add(row); });
-        shown.ForEach([](Row& row) {
-            for (Cell& cell : row) {
-                cell.text = OneLine(cell.text);
-            }
-        });
         if (!inRows.get_Columns().empty() && !end.isInterrupted) {
             Draw(inRows.get_Columns(), shown, end.count);
         }
@@ -124,7 +130,9 @@ private:
         }
         ioShown.ForEach([this](const Row& row) {
             for (std::size_t i = 0; i < row.size(); ++i) {
-                mWidths[i] = std::max(mWidths[i], DisplayWidth(CellText(row[i], NullText())));
+                for (const std::string& line : LinesOf(CellText(row[i], NullText()))) {
+                    mWidths[i] = std::max(mWidths[i], DisplayWidth(line));
+                }
             }
         });
         FitColumns(mWidths, mSettings.width);
@@ -155,12 +163,20 @@ private:
     }
 
     void DrawRow(const std::vector<Column>& inColumns, const Row& inRow) {
-        for (std::size_t i = 0; i < inRow.size(); ++i) {
-            const bool isNull = inRow[i].kind == Cell::Kind::Null;
-            DrawCell(i, CellText(inRow[i], NullText()), inColumns[i].isNumber,
-                     isNull ? "\x1b[2m" : "");
+        std::vector<std::vector<std::string>> cells;
+        std::size_t height = 1;
+        for (const Cell& cell : inRow) {
+            cells.push_back(LinesOf(CellText(cell, NullText())));
+            height = std::max(height, cells.back().size());
         }
-        mOutput.Write("│\n");
+        for (std::size_t line = 0; line < height; ++line) {
+            for (std::size_t i = 0; i < cells.size(); ++i) {
+                const bool isNull = inRow[i].kind == Cell::Kind::Null;
+                DrawCell(i, line < cells[i].size() ? cells[i][line] : "", inColumns[i].isNumber,
+                         isNull ? "\x1b[2m" : "");
+            }
+            mOutput.Write("│\n");
+        }
     }
 
     void DrawCell(std::size_t inColumn, std::string_view inText, bool inIsRight, std::string_view inColor) {

@@ -70,7 +70,7 @@ smart_ptr<orkit::I_Location> LocationOf(const std::string& inPath) {
     try {
         return orkit::standin::MakeLocation(ToHost(inPath));
     } catch (const orkit::xException&) {
-        throw ShellError(CurrentFailure().message);
+        throw ShellError("'" + inPath + "': " + CurrentFailure().message);
     }
 }
 

@@ -34,12 +34,15 @@ TableRows Numbers(int inCount) {
 TEST(Box, AlignsWideCharactersAndNumbers) {
     TableRows rows({"name", "n"});
     rows.Add({TextCell("日本"), NumberCell(1)});
-    rows.Add({TextCell("e\u0301a\nb"), NumberCell(-20)});
+    rows.Add({TextCell("e\u0301a\tb"), NumberCell(-20)});
+    rows.Add({TextCell("two\nlines"), NumberCell(3)});
     EXPECT_EQ(Rendered(Mode::Box, {}, rows), "┌───────┬─────┐\n"
                                              "│ name  │   n │\n"
                                              "├───────┼─────┤\n"
                                              "│ 日本  │   1 │\n"
-                                             "│ e\u0301a\\nb │ -20 │\n"
+                                             "│ e\u0301a\\tb │ -20 │\n"
+                                             "│ two   │   3 │\n"
+                                             "│ lines │     │\n"
                                              "└───────┴─────┘\n");
 }
 
@@ -59,7 +62,7 @@ TEST(Box, ShowsHeadAndTailWithTheCountBetween) {
 }
 
 TEST(Box, ShowsAllRowsThatTheLimitAllows) {
-    for (const std::uint64_t limit : {0, 5, 6}) {
+    for (const std::uint64_t limit : {0U, 5U, 6U}) {
         RenderSettings settings;
         settings.maxRows = limit;
         TableRows rows = Numbers(5);

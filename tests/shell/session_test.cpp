@@ -206,6 +206,20 @@ TEST_F(Terminal, KeepsTheHistoryAcrossRuns) {
     EXPECT_EQ(shell.Wait(), 0);
 }
 
+TEST_F(Terminal, ShowsTheProgressOfALongBackup) {
+    RunningShell shell(Way::Terminal, {"-m", "csv", "--threads", "1"});
+    shell.WaitFor(kPrompt);
+    shell.Send("CREATE TABLE t AS SELECT i, hash(i)::VARCHAR AS h, random() AS r FROM range(4000000) t(i);\n");
+    shell.WaitFor("t(i);");
+    shell.WaitFor(kPrompt);
+    shell.Send(".backup .\n");
+    shell.WaitFor("backing up: ");
+    shell.WaitFor(" MB written");
+    shell.WaitFor("path,seconds\n");
+    shell.Send(".quit\n");
+    EXPECT_EQ(shell.Wait(), 0);
+}
+
 TEST_F(Terminal, UsesColourOnlyWhereItIsWelcome) {
     EXPECT_EQ(RunShell({"-m", "box", "-c", "SELECT 1"}).out.find('\x1b'), std::string::npos);
     EXPECT_NE(RunShell({"-m", "box", "--color", "always", "-c", "SELECT 1"}).out.find('\x1b'), std::string::npos);
