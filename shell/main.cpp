@@ -50,8 +50,9 @@ int RunAll(Options& ioOptions, Answers& inAnswers) {
         module = std::make_unique<Module>(ioOptions.module.empty() ? DefaultModulePath() : ioOptions.module);
         if (ioOptions.showsVersion) {
             std::cout << fmt::format("orsql {}\nDuckDB {}\n", ShellVersion(),
-                                     module->get_Extension().get_LibraryVersion());
-            return exit_status::kGood;
+                                     module->get_Extension().get_LibraryVersion())
+                      << std::flush;
+            return std::cout ? exit_status::kGood : exit_status::kFailed;
         }
         session.emplace(*module, ioOptions);
         session->Open(ioOptions.database, false);

@@ -20,11 +20,17 @@ bool IsIdentifierPart(char c) { return IsTagPart(c) || c == '$'; }
 bool IsLineEnd(char c) { return c == '\n' || c == '\r'; }
 
 /// The characters beyond ASCII that DuckDB reads as a blank.
-constexpr std::array<std::string_view, 17> kUnicodeSpaces = {
+constexpr std::array<std::string_view, 18> kUnicodeSpaces = {
     "\u00A0", "\u2000", "\u2001", "\u2002", "\u2003", "\u2004", "\u2005", "\u2006", "\u2007",
-    "\u2008", "\u2009", "\u200A", "\u200B", "\u202F", "\u205F", "\u2060", "\u3000"};
-constexpr std::string_view kByteOrderMark = "\uFEFF";
+    "\u2008", "\u2009", "\u200A", "\u200B", "\u202F", "\u205F", "\u2060", "\u3000", "\uFEFF"};
 constexpr std::size_t kLongestSpace = 3;
+
+/// Bytes of the blank beyond ASCII that a text ends with, else 0.
+std::size_t SpaceAtEnd(std::string_view inText) {
+    const auto found = std::find_if(kUnicodeSpaces.begin(), kUnicodeSpaces.end(),
+                                    [&](std::string_view space) { return inText.ends_with(space); });
+    return found == kUnicodeSpaces.end() ? 0 : found->size();
+}
 
 }  // namespace
 
@@ -211,9 +217,6 @@ Splitter::Step Splitter::ScanUnicodeSpace(std::size_t& outLength) const {
             outLength = space.size();
         }
     }
-    if (rest.starts_with(kByteOrderMark)) {
-        outLength = kByteOrderMark.size();
-    }
     return !outLength && rest.size() < kLongestSpace && !mIsFinished ? Step::NeedMore : Step::Go;
 }
 
@@ -304,6 +307,12 @@ void Splitter::SkipBlank(bool inIsNewLine, std::size_t inLength) {
 Piece Splitter::Take(Piece::Kind inKind, std::size_t inEnd, std::size_t inNext) {
     const std::size_t start = mStart.value_or(inEnd);
     std::string text = mText.substr(start, inEnd - start);
+    if (inKind == Piece::Kind::Statement && mState == State::Plain) {
+        // DuckDB doesn't know these blanks at the very end of a text.
+        for (std::size_t length = SpaceAtEnd(text); length != 0; length = SpaceAtEnd(text)) {
+            text.resize(text.size() - length);
+        }
+    }
     text.resize(std::min(text.find('\0'), text.size()));
     mStart.reset();
     mContinuation = Continuation::None;

@@ -99,6 +99,7 @@ std::vector<SplitCase> SplitCases() {
         // Blanks beyond ASCII.
         {"\u00A0\u3000a;\uFEFFb", {"a", "b"}},
         {"e\u00A0'a\\';b", {"e\u00A0'a\\'", "b"}},
+        {"a\u00A0\u2003;'b\u00A0';c -- \u00A0", {"a", "'b\u00A0'", "c -- \u00A0"}},
         {"é;b", {"é", "b"}},
         // Dot commands.
         {".mode csv\na;", {".mode csv", "a"}},
