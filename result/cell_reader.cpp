@@ -63,7 +63,7 @@ template <class Item, class Content, auto Factory, void (I_Value::*Setter)(Conte
 constexpr auto kFixed = Make<FixedReader<Item, Content, Factory, Setter>>;
 
 constexpr std::array kReaders = {
-    ReaderRow{DUCKDB_TYPE_BOOLEAN, kFixed<bool, bool, CreateValueBoolean, &I_Value::put_Boolean>},
+    ReaderRow{DUCKDB_TYPE_BOOLEAN, kFixed<std::uint8_t, bool, CreateValueBoolean, &I_Value::put_Boolean>},
     ReaderRow{DUCKDB_TYPE_TINYINT, kFixed<std::int8_t, std::int16_t, CreateValueShort, &I_Value::put_Short>},
     ReaderRow{DUCKDB_TYPE_SMALLINT,
               kFixed<std::int16_t, std::int16_t, CreateValueShort, &I_Value::put_Short>},

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """merge_benchmarks.py FOLDER OUTPUT: merges the Google Benchmark results in FOLDER/*.json into one file.
 
-Each benchmark is given its program's name; the context is that of the first program.
+Each benchmark is given its program's name; the context is that of the first program, with what others add.
 """
 
 import json
@@ -16,7 +16,7 @@ def merge(folder):
         if not text.strip():  # a filter that matches nothing leaves an empty file
             continue
         result = json.loads(text)
-        merged["context"] = merged["context"] or result["context"]
+        merged["context"] = {**result["context"], **(merged["context"] or {})}
         merged["benchmarks"] += [{"program": path.stem, **entry} for entry in result["benchmarks"]]
     return merged
 
