@@ -243,8 +243,8 @@ ProcedureAnswer CallUnchecked(procedure_callback inCallback, const std::vector<P
     ProcedureAnswer answer;
     answer.cursor = ProcedureCursor(Invoke(inCallback, context));
     answer.errors = context.get_Errors();
-    Require(static_cast<bool>(answer.cursor) || !answer.errors.empty(),
-            "a procedure gives a cursor or reports an error");
+    Require(answer.errors.size() == (answer.cursor ? 0 : 1),
+            "a procedure gives a cursor, or reports exactly one error");
     return answer;
 }
 

@@ -74,13 +74,6 @@ TEST_F(FetchDuckDBTest, RefusesAFileThatIsNoDatabase) {
     EXPECT_EQ(ErrorOf("fetch_duckdb", {Text(path), Text("t")}), "Unable to open DuckDB database.");
 }
 
-TEST_F(FetchDuckDBTest, LetsGoOfTheFileWithItsCursor) {
-    const std::string path = Database();
-    { const ProcedureCursor cursor = Open("fetch_duckdb", {Text(path), Text("t")}); }
-    Duck(path).Run("DELETE FROM t");
-    EXPECT_TRUE(Fetch("fetch_duckdb", {Text(path), Text("t")}).empty());
-}
-
 } // namespace
 
 } // namespace orlimbara::procedures::test
