@@ -205,10 +205,10 @@ void BindOneValue(duckdb_prepared_statement inPrepared, idx_t inIndex, I_Value* 
     }
 }
 
-void BindParameters(duckdb_prepared_statement inPrepared, const smart_ptr<ValueArray>& inValues,
+// By value: a host value that is read here may make the caller hold another array.
+void BindParameters(duckdb_prepared_statement inPrepared, smart_ptr<ValueArray> inValues,
                     const String& inDatabaseName) {
-    const std::size_t count = inValues ? inValues->get_Count() : 0;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t i = 0; inValues && i < inValues->get_Count(); ++i) {
         BindOneValue(inPrepared, i + 1, (*inValues)[i].get(), inDatabaseName);
     }
 }

@@ -1,8 +1,8 @@
 /// @file
 /// Host values as parameters: from I_Value to `duckdb_value`, and onto any prepared statement.
 ///
-/// None of this takes a lock or keeps a state; the callers hold the guard. What the host's values raise
-/// passes through.
+/// None of this takes a lock or keeps a state; the callers hold the guard. The host's own exceptions
+/// pass through.
 #pragma once
 
 #include <cstdint>
@@ -38,7 +38,7 @@ void BindOneValue(duckdb_prepared_statement inPrepared, idx_t inIndex, I_Value* 
 /// Binds all values of an array, the first to parameter 1. The first failure ends it; what was bound stays
 /// bound.
 /// @param inValues may be null or empty: nothing is bound.
-void BindParameters(duckdb_prepared_statement inPrepared, const smart_ptr<ValueArray>& inValues,
+void BindParameters(duckdb_prepared_statement inPrepared, smart_ptr<ValueArray> inValues,
                     const String& inDatabaseName);
 
 } // namespace orkit::orsql
