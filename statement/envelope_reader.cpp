@@ -128,10 +128,11 @@ support::OwnedLogicalType DecimalTypeOf(std::string_view inText) {
     const std::size_t point = inText.find('.');
     const auto digits =
         std::count_if(inText.begin(), inText.end(), [](char c) { return c >= '0' && c <= '9'; });
-    const auto width = static_cast<std::uint8_t>(digits);
+    // Both count modulo 256; what DuckDB doesn't take gives no type, and the cast fails.
+    const auto width = static_cast<std::uint8_t>(digits == 0 ? 1 : digits);
     const auto scale =
         static_cast<std::uint8_t>(point == std::string_view::npos ? 0 : inText.size() - point - 1);
-    return support::OwnedLogicalType(duckdb_create_decimal_type(width == 0 ? std::uint8_t{1} : width, scale));
+    return support::OwnedLogicalType(duckdb_create_decimal_type(width, scale));
 }
 
 /// A VARIANT of a JSON text.
