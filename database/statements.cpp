@@ -24,11 +24,8 @@ void DuckDBDatabase::ForgetStatement(const I_DuckDBStatement* inStatement) noexc
 
 void DuckDBDatabase::RemoveStatement(I_DuckDBStatement* inStatement) {
     const EngineLockGuard guard;
-    // First of all: a database with a handle but no connection has statements too, and none may be left in
-    // the registry when it goes.
-    const bool wasThere = Unregister(mStatements, inStatement);
     RequireOpen();
-    if (!wasThere) {
+    if (!Unregister(mStatements, inStatement)) {
         RaiseError("DuckDBStatement does not belong to this database");
     }
 }
