@@ -123,6 +123,25 @@ TEST_F(HeldBindings, OneRowServesASelect) {
     EXPECT_EQ(Run(statement), (Rows{{"5"}}));
 }
 
+TEST_F(HeldBindings, TheRowLastInWorkIsBoundToTheNextStatement) {
+    const Statement statement = Make("SELECT ?::INTEGER; SELECT 1");
+    statement->BindRows(RowsOf({Values({Number(4)}), Values({Number(5)})}));
+    statement->PrepareNext();
+    statement->SqlExecute();
+    // It has no parameter, so the first value of the row is one too many.
+    ExpectDuckDBErrorWith([&] { statement->PrepareNext(); }, mName, "parameter number 1");
+}
+
+TEST_F(HeldBindings, NoRowsAfterAFailedRunGiveItsOutcome) {
+    const Statement statement = Prepare("SELECT 'x'::INTEGER");
+    EXPECT_EQ(Catch([&] { statement->SqlExecute(); }).mCode, 468225u);
+    statement->BindRows(RowsOf({}));
+    const smart_ptr<I_DuckDBQueryResult> result = statement->SqlQuery(kCursorLocationServer);
+    EXPECT_EQ(result->get_ResultFlags(), I_DuckDBQueryResult::kResultHasError);
+    EXPECT_EQ(Text(result->get_ErrorType()), "Conversion");
+    EXPECT_EQ(statement->SqlQuery(kCursorLocationServer)->get_ResultFlags(), 0u) << "it went to the first";
+}
+
 TEST_F(HeldBindings, FailedRowStopsTheRunAndTakesNothingBack) {
     const Statement statement = Prepare("INSERT INTO t VALUES (?)");
     statement->BindRows(RowsOf({Values({Number(1)}), Values({TextValue("x")}), Values({Number(3)})}));
