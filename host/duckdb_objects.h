@@ -5,8 +5,9 @@
 /// Common to all of them:
 /// - A smart_ptr argument is taken by value; the callee drops that reference on every way out.
 /// - Failures are xDuckDBError with code 468225, the database's name first and the message second, unless
-///   told otherwise. A message that comes from DuckDB is passed on unchanged, and is JSON text once a
-///   database is open.
+///   told otherwise. A message that comes from DuckDB is passed on unchanged. Of a failure while a
+///   statement is prepared or run it is a JSON object, of a parser error one behind a prefix; failures to open
+///   and to bind, and those of envelopes, are plain words.
 /// - "Guarded" operations hold the engine lock for their whole length, also across DuckDB's calls.
 /// - `inCursorLocation` 1 asks for a client cursor, every other value for a server cursor.
 /// - Columns are numbered from 0, parameters from 1, the records of a client cursor from 1.
@@ -138,7 +139,8 @@ public:
 
     /// The text that the statement was made with.
     virtual const String& get_OriginalSql() const = 0;
-    /// The text of the statement last prepared; the whole text before that.
+    /// The text of the statement that PrepareNext last took, also if it couldn't be prepared; the whole text
+    /// before that, and again after ExecuteAll or a clean ExecuteScript.
     virtual const String& get_Sql() const = 0;
     /// Null once the database was closed.
     virtual smart_ptr<I_DuckDBDatabase> get_Database() const = 0;
@@ -214,9 +216,11 @@ public:
     /// Holds rows of values: each run runs once per row. Not guarded. The arrays are shared with the caller.
     virtual void BindRows(smart_ptr<RowArray> inRows) = 0;
 
-    /// Runs the prepared statement. @return the rows changed by the last run; 0 without a prepared statement.
+    /// Runs the prepared statement. @return the rows changed by the last run that changed rows, not a sum over
+    /// held rows; 0 without a prepared statement.
     virtual std::uint64_t SqlExecute() = 0;
-    /// Runs the prepared statement and gives its result to a cursor; null without one. More than one held row
+    /// Runs the prepared statement and gives its result to a cursor; null without one. With an empty array of held
+    /// rows nothing runs, and the cursor is over the result of the run before, if that is still there. More than one held row
     /// raises xFeatureError, code 40960, before anything runs.
     virtual smart_ptr<I_DuckDBCursor> SqlSelect(std::uint32_t inCursorLocation) = 0;
     /// The rows of SqlSelect as the host's JSON text.
