@@ -151,7 +151,8 @@ LineEditor::LineEditor(std::string inHistory, Completer inCompleter) : mImp(std:
     el_set(editor, EL_EDITOR, "emacs");
     el_set(editor, EL_HIST, history, mImp->history);
     el_wset(editor, EL_GETCFN, &ReadCharacter);
-    el_set(editor, EL_ADDFN, "orsql-complete", "Complete", &Imp::Complete);
+    // The wide form keeps these pointers; the narrow one would make copies that nobody frees.
+    el_wset(editor, EL_ADDFN, L"orsql-complete", L"Complete", &Imp::Complete);
     el_set(editor, EL_BIND, "^I", "orsql-complete", nullptr);
     el_set(editor, EL_BIND, "^R", "em-inc-search-prev", nullptr);
     el_source(editor, nullptr);  // what the user has in .editrc

@@ -3,6 +3,7 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "shell_runner.h"
 
@@ -62,12 +63,15 @@ TEST_F(Pipes, CtrlCWhileRowsAreWrittenEndsTheLineAsValidJson) {
     EXPECT_LT(lines[0].size(), 10'000'000U);
 }
 
+/// Time enough for a statement to have begun, in microseconds.
+constexpr useconds_t kStart = 300'000;
 /// A query that keeps DuckDB busy for seconds without rows on the way.
 constexpr const char* kLongQuery = "SELECT sum(sqrt(a.range + b.range)) FROM range(60000) a, range(20000) b";
 
 TEST_F(Pipes, CtrlCWhileDuckDBComputesSaysThatItMustWait) {
     RunningShell shell(Way::Pipes, {"-m", "jsonl", "-c", "SELECT 1", "-c", kLongQuery, "-c", "SELECT 2"});
     shell.WaitFor("\n");
+    usleep(kStart);
     shell.Signal(SIGINT);
     shell.WaitForError("DuckDB is still computing and can't be stopped");
     shell.Signal(SIGINT);
@@ -137,7 +141,8 @@ TEST_F(Terminal, CtrlCClearsWhatIsTyped) {
     shell.Send("\x03");
     shell.WaitFor(kPrompt);
     shell.Send("SELECT 7 AS kept;\n");
-    const std::string shown = shell.WaitFor("└");
+    // Ctrl-D counts only while a line is read.
+    const std::string shown = shell.WaitFor("└") + shell.WaitFor(kPrompt);
     EXPECT_NE(shown.find("kept"), std::string::npos);
     EXPECT_EQ(shown.find("error"), std::string::npos) << shown;
     shell.Send("\x04");
@@ -162,7 +167,7 @@ TEST_F(Terminal, SaysWhyCtrlCHasToWait) {
     shell.WaitFor(kPrompt);
     shell.Send(std::string(kLongQuery) + ";\n");
     shell.WaitFor("b;");
-    usleep(300'000);
+    usleep(kStart);
     shell.Send("\x03");
     shell.WaitFor("still computing");
     shell.Send("\x03");
@@ -194,7 +199,8 @@ TEST_F(Terminal, KeepsTheHistoryAcrossRuns) {
         RunningShell shell(Way::Terminal, {"-m", "csv"});
         shell.WaitFor(kPrompt);
         shell.Send("SELECT 40 + 2 AS sum;\n");
-        shell.WaitFor("42");
+        shell.WaitFor("sum\n42\n");
+        shell.WaitFor(kPrompt);
         shell.Send("\x04");
         EXPECT_EQ(shell.Wait(), 0);
     }

@@ -297,7 +297,15 @@ int RunningShell::Wait(std::string* outRest) {
         CloseInput();
     }
     std::string rest = mUnread;
-    while (mOutput >= 0 && ReadSome(mOutput, rest)) {
+    pollfd file = {mOutput, POLLIN, 0};
+    while (mOutput >= 0) {
+        if (poll(&file, 1, kPatience) <= 0) {
+            ADD_FAILURE() << "waited for the end, got <" << rest << ">";
+            kill(mProcess, SIGKILL);
+        }
+        if (!ReadSome(mOutput, rest)) {
+            break;
+        }
     }
     if (outRest) {
         *outRest = WithoutEscapes(rest);
