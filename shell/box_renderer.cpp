@@ -109,17 +109,13 @@ private:
             DrawHeader(inColumns);
             DrawLine("├", "┼", "┤");
         }
-        for (const Row& row : ioShown.get_Head()) {
-            DrawRow(inColumns, row);
-        }
+        DrawRows(inColumns, ioShown.get_Head());
         if (ioShown.IsCut()) {
             DrawLine("├", "┴", "┤");
             mOutput.Write("│ " + between + std::string(InnerWidth() - 1 - DisplayWidth(between), ' ') + "│\n");
             DrawLine("├", "┬", "┤");
         }
-        for (const Row& row : ioShown.get_Tail()) {
-            DrawRow(inColumns, row);
-        }
+        DrawRows(inColumns, ioShown.get_Tail());
         DrawLine("└", "┴", "┘");
     }
 
@@ -160,6 +156,17 @@ private:
             DrawCell(i, OneLine(inColumns[i].name), inColumns[i].isNumber, "\x1b[1m");
         }
         mOutput.Write("│\n");
+    }
+
+    /// Stops at Ctrl-C.
+    template <class Rows>
+    void DrawRows(const std::vector<Column>& inColumns, const Rows& inRows) {
+        for (const Row& row : inRows) {
+            if (IsInterrupted()) {
+                return;
+            }
+            DrawRow(inColumns, row);
+        }
     }
 
     void DrawRow(const std::vector<Column>& inColumns, const Row& inRow) {

@@ -154,8 +154,7 @@ Failure CurrentFailure() {
     } catch (const orkit::xException& error) {
         Describe(failure, "xException", error);
     } catch (const ShellError& error) {
-        failure.className = kShellClass;
-        failure.message = ValidUtf8(error.what());
+        failure = FailureOf(error);
     } catch (const ProcedureError& error) {
         failure.className = "procedure";
         failure.message = ValidUtf8(error.what());
@@ -165,6 +164,13 @@ Failure CurrentFailure() {
     } catch (...) {
         failure.className = "unknown";
     }
+    return failure;
+}
+
+Failure FailureOf(const ShellError& inError) {
+    Failure failure;
+    failure.className = kShellClass;
+    failure.message = ValidUtf8(inError.what());
     return failure;
 }
 

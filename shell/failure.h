@@ -47,6 +47,8 @@ struct ErrorParts {
 
 /// The failure that an exception stands for. To be called inside a catch block.
 Failure CurrentFailure();
+/// A failure of the shell's own that nobody raised.
+Failure FailureOf(const ShellError& inError);
 
 /// Takes DuckDB's text apart: a JSON object, a kind of error followed by such an object, or plain words that
 /// begin with the kind of error. Other text is readable as it is.

@@ -26,6 +26,9 @@ class Reader {
 public:
     explicit Reader(std::string_view inText) : mRest(inText) {}
 
+    /// Arrays that are open around the place.
+    int mDepth = 0;
+
     bool IsAtEnd() const { return mRest.empty(); }
     char Peek() const { return mRest.empty() ? '\0' : mRest.front(); }
     std::string_view get_Rest() const { return mRest; }
@@ -338,9 +341,28 @@ void SettleItemKind(Literal& ioArray) {
     }
 }
 
+/// Counts an open array, and refuses one too many: reading and using arrays goes by recursion.
+class DepthScope {
+public:
+    explicit DepthScope(Reader& ioReader) : mReader(ioReader) {
+        constexpr int kDeepest = 1000;
+        if (mReader.mDepth == kDeepest) {
+            throw ShellError(fmt::format("arrays are nested deeper than {}", kDeepest));
+        }
+        ++mReader.mDepth;
+    }
+    ~DepthScope() { --mReader.mDepth; }
+    DepthScope(const DepthScope&) = delete;
+    DepthScope& operator=(const DepthScope&) = delete;
+
+private:
+    Reader& mReader;
+};
+
 Literal ReadArray(Reader& ioReader) {
     Literal array;
     array.kind = Kind::Array;
+    const DepthScope depth(ioReader);
     ioReader.Accept('[');
     ioReader.SkipBlanks();
     if (!ioReader.Accept(']')) {

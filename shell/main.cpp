@@ -5,6 +5,7 @@
 #include <memory>
 #include <optional>
 
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <unistd.h>
 
@@ -74,7 +75,18 @@ int RunAll(Options& ioOptions, Answers& inAnswers) {
 
 }  // namespace
 
+/// A stream that the caller closed would give its number to the next file that is opened, and be taken for it: an
+/// end of input, or an output that refuses, stands in.
+void OpenMissingStreams() {
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (fcntl(stream, F_GETFD) < 0) {
+            open("/dev/null", O_RDONLY);  // takes the lowest free number, which is this one
+        }
+    }
+}
+
 int main(int inCount, char** inArguments) {
+    OpenMissingStreams();
     InstallInterrupts();
     int status = exit_status::kGood;
     std::optional<Options> options = ReadCommandLine(inCount, inArguments, status);

@@ -61,6 +61,8 @@ void AddOutputOptions(CLI::App& ioApp, Options& outOptions) {
         ioApp, "--color", kColorNames, [&](ColorChoice color) { outOptions.color = color; },
         "colour on a terminal, always or never");
     ioApp.add_option("--max-rows", outOptions.maxRows, "rows shown of a table in box mode; 0 shows all")
+        ->check(CLI::Validator(
+            [](std::string& text) { return text.starts_with('-') ? text + " is below 0" : std::string(); }, ""))
         ->type_name("N");
     ioApp.add_option("--null", outOptions.nullText, "what NULL is shown as")->type_name("TEXT");
     ioApp.add_flag_callback(
@@ -104,6 +106,27 @@ bool IsVersionText(const std::string& inText) {
     });
 }
 
+/// The arguments as the parser takes them, the last first. It overlooks an empty value behind "=": such a value is
+/// handed over as an argument of its own.
+std::vector<std::string> ArgumentsInReverse(int inCount, const char* const* inArguments) {
+    std::vector<std::string> arguments;
+    bool areOptions = true;
+    for (int i = 1; i < inCount; ++i) {
+        std::string argument = inArguments[i];
+        areOptions = areOptions && argument != "--";
+        if (areOptions && argument.size() > 3 && argument.starts_with("--") &&
+            argument.find('=') == argument.size() - 1) {
+            argument.pop_back();
+            arguments.push_back(argument);
+            arguments.emplace_back();
+            continue;
+        }
+        arguments.push_back(std::move(argument));
+    }
+    std::reverse(arguments.begin(), arguments.end());
+    return arguments;
+}
+
 }  // namespace
 
 bool IsMemoryPath(const std::string& inPath) { return inPath == ":memory:"; }
@@ -135,7 +158,7 @@ std::optional<Options> ReadCommandLine(int inCount, const char* const* inArgumen
     AddDatabaseOptions(app, options);
     app.add_flag("--version", options.showsVersion, "print the versions of orsql and of DuckDB");
     try {
-        app.parse(inCount, inArguments);
+        app.parse(ArgumentsInReverse(inCount, inArguments));
         if (!IsVersionText(options.storageVersion)) {
             throw CLI::ValidationError("--storage-version", options.storageVersion + " is no version");
         }

@@ -50,7 +50,7 @@ public:
             for (const Cell& cell : row) {
                 if (cell.kind == Cell::Kind::Null) {
                     PutSeparator(&cell == row.data());
-                    mOutput.Write(nullText);
+                    PutPlainOrQuoted(nullText, false);
                 } else {
                     PutField(&cell == row.data(), cell.text, nullText);
                 }
@@ -75,7 +75,11 @@ private:
     /// A text that looks like NULL is quoted, so that reading it back tells them apart.
     void PutField(bool inIsFirst, std::string_view inText, std::string_view inNullText) {
         PutSeparator(inIsFirst);
-        if (std::none_of(inText.begin(), inText.end(), IsSpecial) && inText != inNullText) {
+        PutPlainOrQuoted(inText, inText == inNullText);
+    }
+
+    void PutPlainOrQuoted(std::string_view inText, bool inIsQuoted) {
+        if (!inIsQuoted && std::none_of(inText.begin(), inText.end(), IsSpecial)) {
             mOutput.Write(inText);
             return;
         }

@@ -111,6 +111,11 @@ void Shell::RunPieces(Splitter& ioSplitter) {
 void Shell::RunPiece(const Piece& inPiece) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point start = Clock::now();
+    if (inPiece.text.find('\0') != std::string::npos) {
+        // The module's texts end there: what stands before it alone may do something else.
+        mAnswers.Fail(FailureOf(ShellError("the text holds a zero byte")));
+        return;
+    }
     if (inPiece.kind == Piece::Kind::DotCommand) {
         RunCommand(inPiece.text);
         return;

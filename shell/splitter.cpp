@@ -313,7 +313,6 @@ Piece Splitter::Take(Piece::Kind inKind, std::size_t inEnd, std::size_t inNext) 
             text.resize(text.size() - length);
         }
     }
-    text.resize(std::min(text.find('\0'), text.size()));
     mStart.reset();
     mContinuation = Continuation::None;
     mPosition = inNext;

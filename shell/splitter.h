@@ -14,7 +14,7 @@ struct Piece {
     enum class Kind { Statement, DotCommand };
     Kind kind;
     /// A statement from its first character that is neither blank nor comment up to the ";", which isn't part
-    /// of it, or to its first zero byte. A dot command's line without the end of line.
+    /// of it. A dot command's line without the end of line.
     std::string text;
 };
 

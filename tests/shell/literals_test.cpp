@@ -104,6 +104,13 @@ TEST(Literals, AreReadAsTheHostKnowsThem) {
     }
 }
 
+TEST(Literals, ArraysNestOnlySoDeep) {
+    const auto nested = [](std::size_t depth) { return std::string(depth, '[') + "1" + std::string(depth, ']'); };
+    EXPECT_EQ(ParseLiterals(nested(1000)).size(), 1u);
+    EXPECT_THROW(ParseLiterals(nested(1001)), ShellError);
+    EXPECT_THROW(ParseLiterals(nested(100000)), ShellError);
+}
+
 TEST(Literals, ThatAreNoneAreRefused) {
     for (const std::string text :
          {"18446744073709551616", "-9223372036854775809", "1e999", "'open", "'a'b", "x'ABC'", "x'AG'",

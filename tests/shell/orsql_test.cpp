@@ -32,6 +32,7 @@ TEST_F(Orsql, LeavesWithTheStatusThatTellsWhatHappened) {
         {{"--nope"}, 2},
         {{"a.db", "b.db"}, 2},
         {{"--threads", "many"}, 2},
+        {{"--max-rows", "-1"}, 2},
         {{"--block-size", "16384"}, 2},
         {{"--storage-version", "v1.2.0", ":memory:"}, 2},
         {{"--block-size", "16384", "--no-external-access", "x.db"}, 2},
@@ -174,6 +175,17 @@ TEST_F(Orsql, GoesOnAfterAFailureUnlessItIsToStop) {
     stopping.push_back("--bail");
     EXPECT_EQ(RunShell(stopping).out, "1\n");
     EXPECT_EQ(RunShell(stopping).status, 1);
+}
+
+TEST_F(Orsql, RefusesAPieceWithAZeroByte) {
+    using namespace std::string_literals;
+    // Up to the zero byte it would delete every row.
+    const ShellRun run = RunShell({"-m", "csv", "--no-header"},
+                                  "CREATE TABLE t AS FROM range(3); DELETE FROM t\0 WHERE range = 1;\n"
+                                  ".print \0x\nSELECT count(*) FROM t"s);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_EQ(run.out, "3\n");
+    EXPECT_EQ(run.err, "error: the text holds a zero byte\nerror: the text holds a zero byte\n");
 }
 
 TEST_F(Orsql, LeavesAFailedTransactionAborted) {

@@ -104,6 +104,11 @@ TEST(Csv, QuotesAsTheFormatTells) {
     rows.Add({TextCell("say \"hi\""), TextCell("two\nlines")});
     rows.Add({TextCell(""), Cell()});
     EXPECT_EQ(Rendered(Mode::Csv, {}, rows), "\"a,b\",c\n\"say \"\"hi\"\"\",\"two\nlines\"\n\"\",\n");
+    RenderSettings settings;
+    settings.nullText = "-,-";
+    TableRows nulls({"a", "b"});
+    nulls.Add({Cell(), NumberCell(2)});
+    EXPECT_EQ(Rendered(Mode::Csv, settings, nulls), "a,b\n\"-,-\",2\n");
 }
 
 TEST(Line, PutsEachCellOnALineOfItsOwn) {

@@ -108,10 +108,10 @@ std::vector<SplitCase> SplitCases() {
         {"-- c\n.quit\n/* \n.x\n */ .y", {".quit", "." /* see below */}},
         {"a\n.b\n;", {"a\n.b\n"}},
         {"a; .b", {"a", ".b" /* see below */}},
-        // A zero byte ends the statement's text.
-        {"a\0b;c"s, {"a", "c"}},
-        {"\0;c"s, {"c"}},
-        {"'a\0;b';c"s, {"'a", "c"}},
+        // A zero byte is a byte like others here; the shell refuses the piece.
+        {"a\0b;c"s, {"a\0b"s, "c"}},
+        {"\0;c"s, {"\0"s, "c"}},
+        {"'a\0;b';c"s, {"'a\0;b'"s, "c"}},
     };
 }
 
