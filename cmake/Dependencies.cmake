@@ -1,8 +1,10 @@
 # The libraries from the distribution, each as one target:
 #
-#   RapidJSON::RapidJSON  utf8cpp  ICU::uc ICU::i18n  fmt::fmt-header-only      module
-#   CLI11::CLI11  PkgConfig::libedit  PkgConfig::libutf8proc                    stand-in and shell
+#   RapidJSON::RapidJSON  utf8cpp  ICU::uc ICU::i18n                            module
+#   CLI11::CLI11  PkgConfig::libedit  PkgConfig::libutf8proc  fmt::fmt          stand-in and shell
 #   GTest::gtest GTest::gtest_main  rapidcheck  benchmark::benchmark            tests, benchmarks
+#
+# The module itself must not gain a shared library but DuckDB: there, fmt::fmt-header-only.
 
 find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
