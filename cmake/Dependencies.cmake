@@ -1,7 +1,8 @@
 # The libraries from the distribution, each as one target:
 #
-#   RapidJSON::RapidJSON  utf8cpp  ICU::uc ICU::i18n                            module
-#   CLI11::CLI11  PkgConfig::libedit  PkgConfig::libutf8proc  fmt::fmt          stand-in and shell
+#   RapidJSON::RapidJSON                                                        module
+#   CLI11::CLI11  PkgConfig::libedit  PkgConfig::libutf8proc  fmt::fmt          shell
+#   ICU::uc, of which the headers are enough                                    stand-in
 #   GTest::gtest GTest::gtest_main  rapidcheck  benchmark::benchmark            tests, benchmarks
 #
 # The module itself must not gain a shared library but DuckDB: there, fmt::fmt-header-only.
@@ -14,8 +15,7 @@ if(NOT TARGET RapidJSON::RapidJSON)
     add_library(RapidJSON::RapidJSON INTERFACE IMPORTED)
     target_include_directories(RapidJSON::RapidJSON SYSTEM INTERFACE "${RAPIDJSON_INCLUDE_DIRS}")
 endif()
-find_package(utf8cpp REQUIRED)
-find_package(ICU REQUIRED COMPONENTS uc i18n)
+find_package(ICU REQUIRED COMPONENTS uc)
 find_package(fmt REQUIRED)
 
 find_package(CLI11 REQUIRED)

@@ -4,8 +4,8 @@ source "$(dirname "$0")/common.sh"
 
 packages=(
     g++ cmake ninja-build pkg-config ca-certificates
-    rapidjson-dev libutfcpp-dev libicu-dev libfmt-dev
-    libcli11-dev libedit-dev libutf8proc-dev
+    rapidjson-dev libicu-dev
+    libfmt-dev libcli11-dev libedit-dev libutf8proc-dev
     libgtest-dev librapidcheck-dev libbenchmark-dev
     python3
 )
