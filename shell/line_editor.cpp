@@ -63,8 +63,17 @@ void List(const std::vector<std::string>& inTexts) {
     std::fputs(out.c_str(), stdout);
 }
 
-/// One character from the terminal. Ctrl-C ends the line, which the library is told as a failure.
-int ReadCharacter(EditLine*, wchar_t* outCharacter) {
+constexpr utf8proc_uint8_t kCtrlD = 4;
+
+bool IsLineEmpty(EditLine* inEditor) {
+    const LineInfo* const line = el_line(inEditor);
+    return line->lastchar == line->buffer;
+}
+
+/// One character from the terminal. Ctrl-C ends the line, which the library is told as a failure. Ctrl-D on an empty
+/// line is the end of the input here: typed while the terminal changes over to a new line, it may miss the library's
+/// own binding and would become a part of the line.
+int ReadCharacter(EditLine* inEditor, wchar_t* outCharacter) {
     std::array<utf8proc_uint8_t, 4> bytes{};
     std::size_t count = 0;
     while (count < bytes.size()) {
@@ -79,6 +88,9 @@ int ReadCharacter(EditLine*, wchar_t* outCharacter) {
             return static_cast<int>(got);
         }
         ++count;
+        if (bytes[0] == kCtrlD && IsLineEmpty(inEditor)) {
+            return 0;
+        }
         utf8proc_int32_t character = 0;
         if (utf8proc_iterate(bytes.data(), static_cast<utf8proc_ssize_t>(count), &character) > 0) {
             *outCharacter = static_cast<wchar_t>(character);

@@ -145,8 +145,7 @@ TEST_F(Terminal, CtrlCClearsWhatIsTyped) {
     shell.WaitFor(kPrompt);  // Ctrl-D counts only while a line is read
     EXPECT_NE(shown.find("kept"), std::string::npos);
     EXPECT_EQ(shown.find("error"), std::string::npos) << shown;
-    shell.Send("\x04");
-    EXPECT_EQ(shell.Wait(), 0);
+    EXPECT_EQ(shell.WaitPressing("\x04"), 0);
 }
 
 TEST_F(Terminal, CtrlCStopsRowsAndBringsThePromptBack) {
@@ -201,8 +200,7 @@ TEST_F(Terminal, KeepsTheHistoryAcrossRuns) {
         shell.Send("SELECT 40 + 2 AS sum;\n");
         shell.WaitFor("sum\n42\n");
         shell.WaitFor(kPrompt);
-        shell.Send("\x04");
-        EXPECT_EQ(shell.Wait(), 0);
+        EXPECT_EQ(shell.WaitPressing("\x04"), 0);
     }
     RunningShell shell(Way::Terminal, {"-m", "csv"});
     shell.WaitFor(kPrompt);
@@ -215,7 +213,7 @@ TEST_F(Terminal, KeepsTheHistoryAcrossRuns) {
 TEST_F(Terminal, ShowsTheProgressOfALongBackup) {
     RunningShell shell(Way::Terminal, {"-m", "csv", "--threads", "1"});
     shell.WaitFor(kPrompt);
-    shell.Send("CREATE TABLE t AS SELECT i, hash(i)::VARCHAR AS h, random() AS r FROM range(4000000) t(i);\n");
+    shell.Send("CREATE TABLE t AS SELECT i, hash(i)::VARCHAR AS h, random() AS r FROM range(16000000) t(i);\n");
     shell.WaitFor("t(i);");
     shell.WaitFor(kPrompt);
     shell.Send(".backup .\n");

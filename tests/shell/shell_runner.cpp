@@ -292,6 +292,20 @@ std::string RunningShell::WaitOn(int inFile, std::string& ioUnread, std::string_
     }
 }
 
+int RunningShell::WaitPressing(std::string_view inKey) {
+    constexpr int kPause = 200;  // milliseconds
+    constexpr int kMostPresses = 100;
+    for (int press = 0; press < kMostPresses && write(mInput, inKey.data(), inKey.size()) > 0; ++press) {
+        pollfd file = {mOutput, POLLIN, 0};
+        while (poll(&file, 1, kPause) > 0) {
+            if (!ReadSome(mOutput, mUnread)) {
+                return Wait();
+            }
+        }
+    }
+    return Wait();
+}
+
 int RunningShell::Wait(std::string* outRest) {
     if (mInput != mOutput) {
         CloseInput();

@@ -70,6 +70,9 @@ public:
     std::string WaitForError(std::string_view inText);
     /// The exit status, or minus the signal. @param outRest what else was written.
     int Wait(std::string* outRest = nullptr);
+    /// The same for a program that leaves at a key, which is pressed until it does: one that comes while the
+    /// terminal changes over to the next line can be lost.
+    int WaitPressing(std::string_view inKey);
 
 private:
     std::string WaitOn(int inFile, std::string& ioUnread, std::string_view inText) const;
