@@ -51,7 +51,7 @@ std::string ExportText(const I_Location& inBackup) {
     return StFromUTF16(text, GetConverter_UTF8()).c_str();
 }
 
-}  // namespace
+} // namespace
 
 void DuckDBDatabase::Backup(smart_ptr<I_Location> inFolder) {
     std::shared_ptr<ConnectionCell> connection;
@@ -81,4 +81,4 @@ void DuckDBDatabase::Backup(smart_ptr<I_Location> inFolder) {
     RaiseError(error.c_str());
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -23,7 +23,7 @@ void InvalidateAll(const smart_ptr<ArrayOfPtrs<T>>& inRegistry) {
     }
 }
 
-}  // namespace
+} // namespace
 
 void DuckDBDatabase::Close() {
     if (!Handle()) {
@@ -31,7 +31,7 @@ void DuckDBDatabase::Close() {
     }
     const EngineLockGuard guard;
     if (!mHandle) {
-        return;  // another thread closed while this one waited
+        return; // another thread closed while this one waited
     }
     InvalidateAll(mQueryResults);
     InvalidateAll(mCursors);
@@ -75,4 +75,4 @@ void DuckDBDatabase::Drop() {
     file->ThrowOut();
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

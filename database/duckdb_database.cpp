@@ -15,7 +15,7 @@ DuckDBDatabase::DuckDBDatabase(smart_ptr<I_Location> inLocation)
 DuckDBDatabase::~DuckDBDatabase() {
     try {
         Close();
-    } catch (...) {  // nobody could take the failure
+    } catch (...) { // nobody could take the failure
     }
 }
 
@@ -30,13 +30,11 @@ smart_ptr<I_DuckDBDatabase> DuckDBDatabase::Acquire(DuckDBDatabase* inDatabase) 
         }
     } while (!inDatabase->mRefCount.compare_exchange_weak(count, count + 1));
     smart_ptr<I_DuckDBDatabase> database(inDatabase);
-    inDatabase->Release();  // the reference that the loop took
+    inDatabase->Release(); // the reference that the loop took
     return database;
 }
 
-std::uint32_t DuckDBDatabase::AddRef() {
-    return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1;
-}
+std::uint32_t DuckDBDatabase::AddRef() { return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1; }
 
 std::uint32_t DuckDBDatabase::Release() {
     const std::uint32_t left = mRefCount.fetch_sub(1, std::memory_order_acq_rel) - 1;
@@ -55,9 +53,7 @@ void* DuckDBDatabase::QueryInterface(std::uint32_t inInterfaceId) {
     return InterfaceTableQueryInterface(this, kTable.data(), inInterfaceId);
 }
 
-std::uint32_t DuckDBDatabase::get_RefsCount() const {
-    return mRefCount.load(std::memory_order_relaxed);
-}
+std::uint32_t DuckDBDatabase::get_RefsCount() const { return mRefCount.load(std::memory_order_relaxed); }
 
 void DuckDBDatabase::put_BlockSize(std::uint32_t inBlockSize) {
     const EngineLockGuard guard;
@@ -83,9 +79,7 @@ bool DuckDBDatabase::get_IsOpen() const {
     return handle && *handle;
 }
 
-bool DuckDBDatabase::get_IsReadOnly() const {
-    return mIsReadOnly;
-}
+bool DuckDBDatabase::get_IsReadOnly() const { return mIsReadOnly; }
 
 const String& DuckDBDatabase::get_Name() const {
     const EngineLockGuard guard;
@@ -134,13 +128,9 @@ void DuckDBDatabase::RemoveQueryResult(I_DuckDBQueryResult* inQueryResult) {
     Unregister(mQueryResults, inQueryResult);
 }
 
-void DuckDBDatabase::SyncEngineLock() {
-    const EngineLockGuard guard;
-}
+void DuckDBDatabase::SyncEngineLock() { const EngineLockGuard guard; }
 
-void DuckDBDatabase::RaiseError(const char* inMessage) const {
-    RaiseDuckDBError(get_Name(), inMessage);
-}
+void DuckDBDatabase::RaiseError(const char* inMessage) const { RaiseDuckDBError(get_Name(), inMessage); }
 
 void DuckDBDatabase::RequireOpen() const {
     if (!mHandle || !mConnection) {
@@ -148,9 +138,7 @@ void DuckDBDatabase::RequireOpen() const {
     }
 }
 
-SharedDatabaseEntry& DuckDBDatabase::Row() const {
-    return gSharedDatabases[mLocation->get_Path()];
-}
+SharedDatabaseEntry& DuckDBDatabase::Row() const { return gSharedDatabases[mLocation->get_Path()]; }
 
 std::shared_ptr<DatabaseCell> DuckDBDatabase::Handle() const {
     const std::lock_guard lock(mHandleMutex);
@@ -162,4 +150,4 @@ void DuckDBDatabase::SetHandle(std::shared_ptr<DatabaseCell> inHandle) {
     mHandle.swap(inHandle);
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

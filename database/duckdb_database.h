@@ -73,15 +73,16 @@ public:
     smart_ptr<I_DuckDBCursor> SqlSelect(const String& inSql, std::uint32_t inCursorLocation,
                                         smart_ptr<ValueArray> inParams) override;
 
-    /// RemoveStatement for a statement on its way out: raises nothing, wherever the statement stands. The guard must
-    /// be held.
+    /// RemoveStatement for a statement on its way out: raises nothing, wherever the statement stands. The
+    /// guard must be held.
     void ForgetStatement(const I_DuckDBStatement* inStatement) noexcept;
     /// The cell of this object's connection; null on a database that isn't open. The guard must be held; the
     /// reference keeps the cell, not the connection in it.
     std::shared_ptr<ConnectionCell> get_Connection() const { return mConnection; }
     /// Raises xDuckDBError with this database's name first. @param inMessage UTF-8.
     [[noreturn]] void RaiseError(const char* inMessage) const;
-    /// Raises "DuckDBDatabase is not open" unless there are a handle and a connection. The guard must be held.
+    /// Raises "DuckDBDatabase is not open" unless there are a handle and a connection. The guard must be
+    /// held.
     void RequireOpen() const;
 
 private:
@@ -112,10 +113,10 @@ private:
     /// The results of a text's statements, in order. Raises, with nothing left alive, what the first failing
     /// statement says. @param inParams null or empty: the text runs without parameters.
     ResultList RunSql(const String& inSql, const smart_ptr<ValueArray>& inParams);
-    /// Runs one statement of a script and appends its result. A statement that fails while running is followed by
-    /// a ROLLBACK.
+    /// Runs one statement of a script and appends its result. A statement that fails while running is
+    /// followed by a ROLLBACK.
     static Failure RunExtracted(duckdb_connection inConnection, duckdb_extracted_statements inStatements,
-                                    idx_t inIndex, ResultList& ioResults);
+                                idx_t inIndex, ResultList& ioResults);
     // execution_with_values.cpp; the guard must be held
     /// Runs a text of one statement with values, the first for parameter 1. Raises with nothing left alive.
     /// @param inSql UTF-8. @param inParams not null.
@@ -128,7 +129,7 @@ private:
     void SetHandle(std::shared_ptr<DatabaseCell> inHandle);
 
     std::atomic<std::uint32_t> mRefCount{0};
-    const String mPath;  // as it was at construction
+    const String mPath; // as it was at construction
     const smart_ptr<I_Location> mLocation;
     String mMotherDuckToken;
     String mCustomUserAgent;
@@ -158,10 +159,11 @@ void Register(smart_ptr<ArrayOfPtrs<T>>& ioRegistry, T* inObject) {
     ioRegistry->Append(inObject);
 }
 
-/// Takes an object out of a registry, which may be null. @return false if it wasn't there. The guard must be held.
+/// Takes an object out of a registry, which may be null. @return false if it wasn't there. The guard must be
+/// held.
 template <class T>
 bool Unregister(const smart_ptr<ArrayOfPtrs<T>>& inRegistry, const T* inObject) noexcept {
     return inRegistry && inRegistry->Remove(inObject);
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

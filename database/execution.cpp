@@ -20,7 +20,7 @@ void RollBack(duckdb_connection inConnection) {
     duckdb_query(inConnection, "ROLLBACK", result.Put());
 }
 
-}  // namespace
+} // namespace
 
 ResultList DuckDBDatabase::RunSql(const String& inSql, const smart_ptr<ValueArray>& inParams) {
     RequireOpen();
@@ -40,7 +40,8 @@ ResultList DuckDBDatabase::RunSql(const String& inSql, const smart_ptr<ValueArra
         support::OwnedExtractedStatements statements;
         const idx_t count = duckdb_extract_statements(connection->Get(), sql.c_str(), statements.Put());
         if (count == 0) {
-            failure = TextOr(duckdb_extract_statements_error(statements.Get()), "Failed to extract statements");
+            failure =
+                TextOr(duckdb_extract_statements_error(statements.Get()), "Failed to extract statements");
         }
         for (idx_t index = 0; index < count && !failure; ++index) {
             failure = RunExtracted(connection->Get(), statements.Get(), index, results);
@@ -54,10 +55,11 @@ ResultList DuckDBDatabase::RunSql(const String& inSql, const smart_ptr<ValueArra
 }
 
 DuckDBDatabase::Failure DuckDBDatabase::RunExtracted(duckdb_connection inConnection,
-                                         duckdb_extracted_statements inStatements, idx_t inIndex,
-                                         ResultList& ioResults) {
+                                                     duckdb_extracted_statements inStatements, idx_t inIndex,
+                                                     ResultList& ioResults) {
     support::OwnedPreparedStatement prepared;
-    if (duckdb_prepare_extracted_statement(inConnection, inStatements, inIndex, prepared.Put()) != DuckDBSuccess) {
+    if (duckdb_prepare_extracted_statement(inConnection, inStatements, inIndex, prepared.Put()) !=
+        DuckDBSuccess) {
         return TextOr(duckdb_prepare_error(prepared.Get()), "Failed to prepare extracted statement");
     }
     support::OwnedResult result;
@@ -109,4 +111,4 @@ std::int64_t DuckDBDatabase::SqlExecute(const String& inSql, smart_ptr<ValueArra
     return rowsChanged;
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

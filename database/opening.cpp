@@ -44,7 +44,7 @@ std::string TextOr(const support::OwnedText& inDuckDBText, const char* inFixedTe
     return orsql::TextOr(inDuckDBText.Get(), inFixedText);
 }
 
-}  // namespace
+} // namespace
 
 void DuckDBDatabase::Create() {
     try {
@@ -53,7 +53,7 @@ void DuckDBDatabase::Create() {
         // Others hold the path, and this object joins them; or there was no file to delete.
     }
     const EngineLockGuard guard;
-    Close();  // another thread may have opened this object meanwhile
+    Close(); // another thread may have opened this object meanwhile
     JoinSharedHandle();
     Failure failure;
     try {
@@ -77,7 +77,7 @@ void DuckDBDatabase::Create() {
 void DuckDBDatabase::Open() {
     Close();
     const EngineLockGuard guard;
-    Close();  // another thread may have opened this object meanwhile
+    Close(); // another thread may have opened this object meanwhile
     if (IsFile() && !get_Exists()) {
         RaiseError("File does not exist");
     }
@@ -170,8 +170,7 @@ DuckDBDatabase::Failure DuckDBDatabase::MakeFile(duckdb_config inConfig) const {
     support::OwnedText error;
     {
         support::OwnedDatabase throwAway;
-        const bool isOpen =
-            duckdb_open_ext(nullptr, throwAway.Put(), inConfig, error.Put()) == DuckDBSuccess;
+        const bool isOpen = duckdb_open_ext(nullptr, throwAway.Put(), inConfig, error.Put()) == DuckDBSuccess;
         support::OwnedConnection connection;
         // Without a connection the ATTACH is left out: the open that follows makes the file.
         if (isOpen && duckdb_connect(throwAway.Get(), connection.Put()) == DuckDBSuccess) {
@@ -238,4 +237,4 @@ void DuckDBDatabase::FinishOpening() {
     ++Row().mConnectionCount;
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -4,4 +4,4 @@ namespace orkit::orsql {
 
 std::map<String, SharedDatabaseEntry> gSharedDatabases;
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

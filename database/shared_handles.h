@@ -16,12 +16,12 @@ using ConnectionCell = orlimbara::duckdb_support::ConnectionCell;
 
 /// What is known of one path.
 struct SharedDatabaseEntry {
-    std::shared_ptr<DatabaseCell> mHandle;  ///< what new objects on the path join; null when there is none
-    std::uint32_t mConnectionCount = 0;     ///< objects on the path that hold a connection
+    std::shared_ptr<DatabaseCell> mHandle; ///< what new objects on the path join; null when there is none
+    std::uint32_t mConnectionCount = 0;    ///< objects on the path that hold a connection
 };
 
 /// A row for every path that was asked for, never removed. Read-only handles don't get in. Touched under the
 /// guard alone. At module unload it drops its references and closes no handle.
 extern std::map<String, SharedDatabaseEntry> gSharedDatabases;
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -26,7 +26,8 @@ public:
     /// the caller's. False when a cell can't be cast (or there is no such column, or no memory): nothing is
     /// held then, and the caller reads each cell through a `duckdb_value`, which tells of that cell alone.
     /// @param inFirst, inCount the rows to cast; they become rows 0 and up of the result. Fewer than all are
-    /// copied first, so that a list costs no more than its own items. What lies behind the last row counts not.
+    /// copied first, so that a list costs no more than its own items. What lies behind the last row counts
+    /// not.
     [[nodiscard]] bool ToText(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst = 0,
                               idx_t inCount = kToEnd) noexcept;
 
@@ -50,7 +51,8 @@ public:
 
 private:
     struct Result;
-    bool Cast(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst, idx_t inCount, bool inToText) noexcept;
+    bool Cast(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst, idx_t inCount,
+              bool inToText) noexcept;
 
     std::unique_ptr<Result> mResult;
 };

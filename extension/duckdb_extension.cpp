@@ -30,11 +30,9 @@ DuckDBCursor_client* AsClientCursor(const smart_ptr<I_DuckDBCursor>& inCursor) {
     return dynamic_cast<DuckDBCursor_client*>(inCursor.get());
 }
 
-}  // namespace
+} // namespace
 
-std::uint32_t DuckDBExtension::AddRef() {
-    return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1;
-}
+std::uint32_t DuckDBExtension::AddRef() { return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1; }
 
 std::uint32_t DuckDBExtension::Release() {
     const std::uint32_t left = mRefCount.fetch_sub(1, std::memory_order_acq_rel) - 1;
@@ -52,13 +50,9 @@ void* DuckDBExtension::QueryInterface(std::uint32_t inInterfaceId) {
     return InterfaceTableQueryInterface(this, kTable.data(), inInterfaceId);
 }
 
-std::uint32_t DuckDBExtension::get_RefsCount() const {
-    return mRefCount.load(std::memory_order_relaxed);
-}
+std::uint32_t DuckDBExtension::get_RefsCount() const { return mRefCount.load(std::memory_order_relaxed); }
 
-const char* DuckDBExtension::get_LibraryVersion() const {
-    return duckdb_library_version();
-}
+const char* DuckDBExtension::get_LibraryVersion() const { return duckdb_library_version(); }
 
 smart_ptr<I_DuckDBDatabase> DuckDBExtension::CreateDatabase(smart_ptr<I_Location> inLocation) {
     if (!inLocation) {
@@ -90,7 +84,7 @@ bool DuckDBExtension::get_IsDuckDBFile(smart_ptr<I_Location> inLocation) {
     try {
         file->Open();
         if (file->get_Size() == 0) {
-            isDuckDBFile = true;  // the host counts an empty file as one
+            isDuckDBFile = true; // the host counts an empty file as one
         } else {
             std::array<char, kMagic.size()> bytes = {};
             file->Read(bytes.data(), kMagicOffset, static_cast<std::uint32_t>(bytes.size()));
@@ -101,12 +95,10 @@ bool DuckDBExtension::get_IsDuckDBFile(smart_ptr<I_Location> inLocation) {
         // No such file, or one that can't be read; or only the closing failed, and the answer stands.
         try {
             file->Close();
-        } catch (...) {  // the question was another one
+        } catch (...) { // the question was another one
         }
     }
     return isDuckDBFile;
 }
 
-bool DuckDBExtension::get_IsMemoryPath(const String& inPath) const {
-    return inPath == MemoryPath();
-}
+bool DuckDBExtension::get_IsMemoryPath(const String& inPath) const { return inPath == MemoryPath(); }

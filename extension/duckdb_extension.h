@@ -7,8 +7,8 @@
 
 #include "host/duckdb_objects.h"
 
-/// The object behind I_DuckDBExtension. Has no state but its count; the module keeps no pointer to it and asks
-/// the host with GetDuckDBExtension. Stands in the global namespace, where the host looks for it.
+/// The object behind I_DuckDBExtension. Has no state but its count; the module keeps no pointer to it and
+/// asks the host with GetDuckDBExtension. Stands in the global namespace, where the host looks for it.
 class DuckDBExtension final : public orkit::orsql::I_DuckDBExtension {
 public:
     std::uint32_t AddRef() override;
@@ -17,17 +17,17 @@ public:
     std::uint32_t get_RefsCount() const override;
 
     const char* get_LibraryVersion() const override;
-    orkit::smart_ptr<orkit::orsql::I_DuckDBDatabase> CreateDatabase(
-        orkit::smart_ptr<orkit::I_Location> inLocation) override;
-    orkit::smart_ptr<orkit::orsql::RowArray> get_ClientCursorRows(
-        orkit::smart_ptr<orkit::orsql::I_DuckDBCursor> inCursor) override;
+    orkit::smart_ptr<orkit::orsql::I_DuckDBDatabase>
+    CreateDatabase(orkit::smart_ptr<orkit::I_Location> inLocation) override;
+    orkit::smart_ptr<orkit::orsql::RowArray>
+    get_ClientCursorRows(orkit::smart_ptr<orkit::orsql::I_DuckDBCursor> inCursor) override;
     bool get_IsClientCursor(orkit::smart_ptr<orkit::orsql::I_DuckDBCursor> inCursor) override;
     bool get_IsKnownDatabase(const orkit::String& inPath) override;
     bool get_IsDuckDBFile(orkit::smart_ptr<orkit::I_Location> inLocation) override;
     bool get_IsMemoryPath(const orkit::String& inPath) const override;
-    orkit::smart_ptr<orkit::orsql::I_DuckDBDatabase> RestoreDatabase(
-        orkit::smart_ptr<orkit::I_Location> inLocation,
-        orkit::smart_ptr<orkit::I_Location> inBackupLocation) override;
+    orkit::smart_ptr<orkit::orsql::I_DuckDBDatabase>
+    RestoreDatabase(orkit::smart_ptr<orkit::I_Location> inLocation,
+                    orkit::smart_ptr<orkit::I_Location> inBackupLocation) override;
 
 private:
     std::atomic<std::uint32_t> mRefCount{0};

@@ -29,8 +29,8 @@ public:
     }
 
 private:
-    Thread_Mutex_Win* mMutex;  // what this guard took; null when it took nothing
+    Thread_Mutex_Win* mMutex; // what this guard took; null when it took nothing
     TLS_SimpleType_Var<bool>* mFlag;
 };
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -5,9 +5,7 @@
 #include "procedures/procedure_api_binding.h"
 #include "procedures/registration.h"
 
-void orlimbara_extension_bind_api(const procedure_api* api) {
-    orlimbara::procedures::BindProcedureApi(api);
-}
+void orlimbara_extension_bind_api(const procedure_api* api) { orlimbara::procedures::BindProcedureApi(api); }
 
 void orlimbara_extension_init(call_context context) {
     orkit::orsql::SetDuckDBExtension(orkit::smart_ptr<orkit::orsql::I_DuckDBExtension>(new DuckDBExtension));

@@ -15,4 +15,4 @@ void orlimbara_extension_bind_api(const procedure_api* api);
 /// guard; what making the root object raises goes to the host.
 void orlimbara_extension_init(call_context context);
 
-}  // extern "C"
+} // extern "C"

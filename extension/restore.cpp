@@ -17,7 +17,7 @@ String ImportText(const I_Location& inBackup) {
     return text;
 }
 
-}  // namespace
+} // namespace
 
 smart_ptr<I_DuckDBDatabase> DuckDBExtension::RestoreDatabase(smart_ptr<I_Location> inLocation,
                                                              smart_ptr<I_Location> inBackupLocation) {

@@ -1,6 +1,6 @@
 /// @file
-/// Fuzzes the cutting of scripts: whatever the text, it gives the same pieces however it comes, and a piece is
-/// one piece by itself.
+/// Fuzzes the cutting of scripts: whatever the text, it gives the same pieces however it comes, and a piece
+/// is one piece by itself.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -53,7 +53,7 @@ void Require(bool inCondition) {
     }
 }
 
-}  // namespace
+} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inData, std::size_t inSize) {
     if (inSize == 0) {

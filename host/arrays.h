@@ -105,7 +105,8 @@ public:
 template <class T>
 class ArrayOfSmartPtrs final : public ArrayBase<ArrayOfSmartPtrs<T>, smart_ptr<T>> {
 public:
-    explicit ArrayOfSmartPtrs(std::size_t inCapacity) : ArrayBase<ArrayOfSmartPtrs<T>, smart_ptr<T>>(inCapacity) {}
+    explicit ArrayOfSmartPtrs(std::size_t inCapacity)
+        : ArrayBase<ArrayOfSmartPtrs<T>, smart_ptr<T>>(inCapacity) {}
 };
 
-}  // namespace orkit
+} // namespace orkit

@@ -23,4 +23,4 @@ extern smart_ptr<I_Location> (*gCreateBackupLocation)(smart_ptr<I_Location> inFo
 /// The ending of a DuckDB backup's marker file, and its content. Zero-terminated ASCII.
 extern const char* const gorDuckDB_backup_sfx;
 
-}  // namespace orkit
+} // namespace orkit

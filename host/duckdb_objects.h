@@ -6,8 +6,8 @@
 /// - A smart_ptr argument is taken by value; the callee drops that reference on every way out.
 /// - Failures are xDuckDBError with code 468225, the database's name first and the message second, unless
 ///   told otherwise. A message that comes from DuckDB is passed on unchanged. Of a failure while a
-///   statement is prepared or run it is a JSON object, of a parser error one behind a prefix; failures to open
-///   and to bind, and those of envelopes, are plain words.
+///   statement is prepared or run it is a JSON object, of a parser error one behind a prefix; failures to
+///   open and to bind, and those of envelopes, are plain words.
 /// - "Guarded" operations hold the engine lock for their whole length, also across DuckDB's calls.
 /// - `inCursorLocation` 1 asks for a client cursor, every other value for a server cursor.
 /// - Columns are numbered from 0, parameters from 1, the records of a client cursor from 1.
@@ -35,11 +35,11 @@ inline constexpr std::uint32_t kCursorLocationServer = 2;
 
 /// Settings for the next Create or Open of a database.
 struct DuckDBSettings {
-    std::uint16_t mAccessMode = 1;      ///< 0 asks Open for a read-only open; Create doesn't look at it
-    std::uint32_t mThreads = 0;         ///< DuckDB's "threads"; 0 leaves it unset
-    std::uint32_t mMaxMemory = 0;       ///< DuckDB's "max_memory" in megabytes; 0 leaves it unset
-    String mTempDirectory;              ///< this and the other directories: empty leaves them unset
-    bool mEnableExternalAccess = true;  ///< false: DuckDB may touch nothing outside the database
+    std::uint16_t mAccessMode = 1;     ///< 0 asks Open for a read-only open; Create doesn't look at it
+    std::uint32_t mThreads = 0;        ///< DuckDB's "threads"; 0 leaves it unset
+    std::uint32_t mMaxMemory = 0;      ///< DuckDB's "max_memory" in megabytes; 0 leaves it unset
+    String mTempDirectory;             ///< this and the other directories: empty leaves them unset
+    bool mEnableExternalAccess = true; ///< false: DuckDB may touch nothing outside the database
     String mHomeDirectory;
     String mSecretDirectory;
     String mExtensionDirectory;
@@ -47,9 +47,9 @@ struct DuckDBSettings {
 
 /// What ExecuteScript tells of a run: failures are data here.
 struct DuckDBExecutionResult {
-    std::uint32_t mStatementCount = 0;  ///< statements that ran to their end, without the failing one
-    std::uint32_t mErrorCode = 0;       ///< 0 when all went well
-    String mErrorText;                  ///< the failure's message, empty when all went well
+    std::uint32_t mStatementCount = 0; ///< statements that ran to their end, without the failing one
+    std::uint32_t mErrorCode = 0;      ///< 0 when all went well
+    String mErrorText;                 ///< the failure's message, empty when all went well
 };
 
 /// The rows of a DuckDB result. A client cursor holds all rows and moves freely; a server cursor holds one
@@ -201,7 +201,8 @@ public:
     virtual void BindVarchar(std::uint32_t inIndex, const String& inValue) = 0;
     /// @param inLength in bytes.
     virtual void BindBlob(std::uint32_t inIndex, const void* inData, std::uint64_t inLength) = 0;
-    /// DuckDB's form of a bit string: first the number of padding bits, then the bits. @param inSize in bytes.
+    /// DuckDB's form of a bit string: first the number of padding bits, then the bits. @param inSize in
+    /// bytes.
     virtual void BindBit(std::uint32_t inIndex, const std::uint8_t* inData, std::uint64_t inSize) = 0;
     /// The number's magnitude, most significant byte first. @param inSize in bytes.
     virtual void BindBignum(std::uint32_t inIndex, const std::uint8_t* inData, std::uint64_t inSize,
@@ -216,12 +217,12 @@ public:
     /// Holds rows of values: each run runs once per row. Not guarded. The arrays are shared with the caller.
     virtual void BindRows(smart_ptr<RowArray> inRows) = 0;
 
-    /// Runs the prepared statement. @return the rows changed by the last run that changed rows, not a sum over
-    /// held rows; 0 without a prepared statement.
+    /// Runs the prepared statement. @return the rows changed by the last run that changed rows, not a sum
+    /// over held rows; 0 without a prepared statement.
     virtual std::uint64_t SqlExecute() = 0;
-    /// Runs the prepared statement and gives its result to a cursor; null without one. With an empty array of held
-    /// rows nothing runs, and the cursor is over the result of the run before, if that is still there. More than one held row
-    /// raises xFeatureError, code 40960, before anything runs.
+    /// Runs the prepared statement and gives its result to a cursor; null without one. With an empty array of
+    /// held rows nothing runs, and the cursor is over the result of the run before, if that is still there.
+    /// More than one held row raises xFeatureError, code 40960, before anything runs.
     virtual smart_ptr<I_DuckDBCursor> SqlSelect(std::uint32_t inCursorLocation) = 0;
     /// The rows of SqlSelect as the host's JSON text.
     virtual String SqlSelectToJSON() = 0;
@@ -322,4 +323,4 @@ public:
                                                         smart_ptr<I_Location> inBackupLocation) = 0;
 };
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -41,4 +41,4 @@ extern TLS_SimpleType_Var<bool> gIsGlobalLockTaken;
 /// This thread works without the lock. Set by the host alone.
 extern TLS_SimpleType_Var<bool> gIsThisDiagnoseMTThread;
 
-}  // namespace orkit
+} // namespace orkit

@@ -13,13 +13,13 @@ namespace orkit {
 
 /// The codes that this module raises.
 namespace error_code {
-inline constexpr std::uint32_t kFeature = 0xA000;            ///< 40960, xFeatureError
-inline constexpr std::uint32_t kNullLocation = 0x51501;      ///< 333057, xDBError
-inline constexpr std::uint32_t kMissingBackup = 0x66000;     ///< 417792, xDBError
-inline constexpr std::uint32_t kDuckDB = 0x72501;            ///< 468225, xDuckDBError
-inline constexpr std::uint32_t kUnexpectedDuckDB = 0x72000;  ///< 466944, in a DuckDBExecutionResult only
-inline constexpr std::uint32_t kOpen = 0x99000;              ///< 626688, xException
-}  // namespace error_code
+inline constexpr std::uint32_t kFeature = 0xA000;           ///< 40960, xFeatureError
+inline constexpr std::uint32_t kNullLocation = 0x51501;     ///< 333057, xDBError
+inline constexpr std::uint32_t kMissingBackup = 0x66000;    ///< 417792, xDBError
+inline constexpr std::uint32_t kDuckDB = 0x72501;           ///< 468225, xDuckDBError
+inline constexpr std::uint32_t kUnexpectedDuckDB = 0x72000; ///< 466944, in a DuckDBExecutionResult only
+inline constexpr std::uint32_t kOpen = 0x99000;             ///< 626688, xException
+} // namespace error_code
 
 /// The root of the host's exceptions; not of the standard family. Copying never raises.
 class xException {
@@ -30,8 +30,8 @@ public:
     explicit xException(std::uint32_t inCode, const char* inText1 = nullptr, const char* inText2 = nullptr,
                         const char* inText3 = nullptr, const char* inText4 = nullptr);
     /// The same with wide texts.
-    xException(std::uint32_t inCode, const char16_t* inText1, const char16_t* inText2, const char16_t* inText3,
-               const char16_t* inText4);
+    xException(std::uint32_t inCode, const char16_t* inText1, const char16_t* inText2,
+               const char16_t* inText3, const char16_t* inText4);
     virtual ~xException();
     xException(const xException&) noexcept = default;
     xException& operator=(const xException&) noexcept = default;
@@ -44,7 +44,7 @@ private:
     struct Texts;
 
     std::uint32_t mCode;
-    std::shared_ptr<const Texts> mTexts;  // shared by the copies, so that copying can't fail
+    std::shared_ptr<const Texts> mTexts; // shared by the copies, so that copying can't fail
 };
 
 /// A failure in the host's database layer.
@@ -78,5 +78,5 @@ public:
     ~xDuckDBError() override;
 };
 
-}  // namespace orsql
-}  // namespace orkit
+} // namespace orsql
+} // namespace orkit

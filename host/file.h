@@ -62,4 +62,4 @@ private:
 /// A new file object for a place, without a reference. A null location raises.
 I_File* CreateFile(smart_ptr<I_Location> inLocation);
 
-}  // namespace orkit
+} // namespace orkit

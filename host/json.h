@@ -21,8 +21,8 @@ public:
     /// Whether the whole text is one JSON value.
     bool isValid() const noexcept;
     /// The member of the top object, the first if several have the name: a string's decoded text, any other
-    /// value's JSON text. An empty String if there is no such member, the member is null, or the text isn't an
-    /// object.
+    /// value's JSON text. An empty String if there is no such member, the member is null, or the text isn't
+    /// an object.
     String get_JsonValue(const String& inName) const;
 
 private:
@@ -30,4 +30,4 @@ private:
     std::unique_ptr<Imp> mImp;
 };
 
-}  // namespace orkit
+} // namespace orkit

@@ -34,4 +34,4 @@ public:
     virtual bool get_Exists() const = 0;
 };
 
-}  // namespace orkit
+} // namespace orkit

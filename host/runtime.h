@@ -23,5 +23,5 @@ smart_ptr<I_DuckDBExtension> GetDuckDBExtension();
 /// member a column. A null cursor gives "null".
 String CursorToJSON(smart_ptr<I_DuckDBCursor> inCursor);
 
-}  // namespace orsql
-}  // namespace orkit
+} // namespace orsql
+} // namespace orkit

@@ -126,4 +126,4 @@ struct TextUDeleter {
 };
 using OwnedTextU = std::unique_ptr<char16_t[], TextUDeleter>;
 
-}  // namespace orkit
+} // namespace orkit

@@ -27,7 +27,7 @@ public:
 
 /// Ids that `QueryInterface` takes. The ids of a value's aspects stand beside the aspects in host/value.h.
 namespace interface_id {
-inline constexpr std::uint32_t kEnd = 0;  ///< ends a table of INTERFACE_ITEM
+inline constexpr std::uint32_t kEnd = 0; ///< ends a table of INTERFACE_ITEM
 inline constexpr std::uint32_t kDuckDBExtension = 1;
 inline constexpr std::uint32_t kFolder = 402;
 inline constexpr std::uint32_t kDuckDBDatabase = 406;
@@ -35,7 +35,7 @@ inline constexpr std::uint32_t kDuckDBStatement = 407;
 inline constexpr std::uint32_t kDuckDBCursor = 408;
 inline constexpr std::uint32_t kDuckDBQueryResult = 409;
 inline constexpr std::uint32_t kForeignPlugin = 608;
-}  // namespace interface_id
+} // namespace interface_id
 
 /// Holds one reference on an object, or nothing. Works on every type with AddRef and Release.
 template <class T>
@@ -53,8 +53,8 @@ public:
     smart_ptr(smart_ptr&& inOther) noexcept : mObject(std::exchange(inOther.mObject, nullptr)) {}
     /// From a pointer to a derived type.
     template <class U>
-        requires(std::is_convertible_v<U*, T*> && !std::is_same_v<U, T>)
-    smart_ptr(const smart_ptr<U>& inOther) : smart_ptr(static_cast<T*>(inOther.get())) {}
+    requires(std::is_convertible_v<U*, T*> && !std::is_same_v<U, T>) smart_ptr(const smart_ptr<U>& inOther)
+        : smart_ptr(static_cast<T*>(inOther.get())) {}
     ~smart_ptr() { reset(); }
 
     smart_ptr& operator=(smart_ptr inOther) noexcept {
@@ -76,7 +76,9 @@ public:
     friend bool operator==(const smart_ptr& inLeft, const smart_ptr& inRight) noexcept {
         return inLeft.mObject == inRight.mObject;
     }
-    friend bool operator==(const smart_ptr& inLeft, std::nullptr_t) noexcept { return inLeft.mObject == nullptr; }
+    friend bool operator==(const smart_ptr& inLeft, std::nullptr_t) noexcept {
+        return inLeft.mObject == nullptr;
+    }
 
 private:
     T* mObject = nullptr;
@@ -104,9 +106,8 @@ struct INTERFACE_ITEM {
 /// with must be an `Object*`.
 template <class Object, class Interface>
 constexpr INTERFACE_ITEM InterfaceRow(std::uint32_t inInterfaceId) {
-    return {inInterfaceId, [](void* inObject) -> void* {
-                return static_cast<Interface*>(static_cast<Object*>(inObject));
-            }};
+    return {inInterfaceId,
+            [](void* inObject) -> void* { return static_cast<Interface*>(static_cast<Object*>(inObject)); }};
 }
 
 /// The row that ends a table.
@@ -114,7 +115,8 @@ inline constexpr INTERFACE_ITEM kInterfaceTableEnd = {interface_id::kEnd, nullpt
 
 /// Walks a table for an id. @return the part of the object, without a new reference, or null if no row has
 /// the id. Id 0 finds nothing.
-void* InterfaceTableQueryInterface(void* inObject, const INTERFACE_ITEM* inTable, std::uint32_t inInterfaceId);
+void* InterfaceTableQueryInterface(void* inObject, const INTERFACE_ITEM* inTable,
+                                   std::uint32_t inInterfaceId);
 
 /// Asks an object for the interface `Interface`, which tells its id in `kInterfaceId`.
 /// @return null if the object is null or lacks it; no reference is added.
@@ -158,4 +160,4 @@ private:
     Finalize mFinalize = nullptr;
 };
 
-}  // namespace orkit
+} // namespace orkit

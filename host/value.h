@@ -14,19 +14,19 @@ namespace orkit::orsql {
 /// What `get_Type` gives. This numbering is the value object's own; the procedure table has another.
 namespace value_type {
 inline constexpr std::uint32_t kBoolean = 2;
-inline constexpr std::uint32_t kByte = 3;    ///< unsigned 8-bit
-inline constexpr std::uint32_t kShort = 4;   ///< signed 16-bit
-inline constexpr std::uint32_t kUShort = 5;  ///< unsigned 16-bit
-inline constexpr std::uint32_t kMedium = 6;  ///< signed 24-bit, read as 32-bit
+inline constexpr std::uint32_t kByte = 3;   ///< unsigned 8-bit
+inline constexpr std::uint32_t kShort = 4;  ///< signed 16-bit
+inline constexpr std::uint32_t kUShort = 5; ///< unsigned 16-bit
+inline constexpr std::uint32_t kMedium = 6; ///< signed 24-bit, read as 32-bit
 inline constexpr std::uint32_t kUMedium = 7;
-inline constexpr std::uint32_t kLong = 8;  ///< signed 32-bit
+inline constexpr std::uint32_t kLong = 8; ///< signed 32-bit
 inline constexpr std::uint32_t kULong = 9;
-inline constexpr std::uint32_t kLLong = 10;  ///< signed 64-bit
+inline constexpr std::uint32_t kLLong = 10; ///< signed 64-bit
 inline constexpr std::uint32_t kULLong = 11;
 inline constexpr std::uint32_t kFloat = 12;
 inline constexpr std::uint32_t kDouble = 13;
-inline constexpr std::uint32_t kDecimal = 14;  ///< read as a 64-bit float
-inline constexpr std::uint32_t kNumeric = 15;  ///< read as a 64-bit float
+inline constexpr std::uint32_t kDecimal = 14; ///< read as a 64-bit float
+inline constexpr std::uint32_t kNumeric = 15; ///< read as a 64-bit float
 inline constexpr std::uint32_t kDate = 16;
 inline constexpr std::uint32_t kTime = 17;
 inline constexpr std::uint32_t kDateTime = 18;
@@ -40,11 +40,11 @@ inline constexpr std::uint32_t kEnumSet = 34;
 inline constexpr std::uint32_t kHolder = 38;
 inline constexpr std::uint32_t kArray = 39;
 inline constexpr std::uint32_t kJSON = 40;
-}  // namespace value_type
+} // namespace value_type
 
-/// One value of the host's SQL. Reading in another width than the value's own converts: numbers are cut to the
-/// asked width as C++ does, a text is read as the number it begins with, a null value reads as 0, false or
-/// the empty text. An operation that a kind of value has no use for raises xException.
+/// One value of the host's SQL. Reading in another width than the value's own converts: numbers are cut to
+/// the asked width as C++ does, a text is read as the number it begins with, a null value reads as 0, false
+/// or the empty text. An operation that a kind of value has no use for raises xException.
 class I_Value : public I_Unknown {
 public:
     virtual bool get_IsNull() const = 0;
@@ -63,8 +63,8 @@ public:
 
     /// The value as text. @param inMaxLength in UTF-16 code units; -1 means no limit.
     virtual void get_String(String& outText, std::int32_t inMaxLength) const = 0;
-    /// Sets the text of a string or JSON value. A string that doesn't fit the room, and a text that isn't JSON
-    /// in a JSON value, raise.
+    /// Sets the text of a string or JSON value. A string that doesn't fit the room, and a text that isn't
+    /// JSON in a JSON value, raise.
     virtual void put_String(const String& inText) = 0;
 
     virtual bool get_Boolean() const = 0;
@@ -223,7 +223,8 @@ private:
 
 /// Factories of values. A new value has no reference yet; the smart_ptr that receives it adds the first.
 /// @param inIsNullable whether `put_IsNull(true)` is allowed.
-/// @param inTypeParameter what the kind of value needs to know, told at the factory; null where it needs none.
+/// @param inTypeParameter what the kind of value needs to know, told at the factory; null where it needs
+/// none.
 /// @param inReserved null.
 /// New values hold 0, false, the empty text or no bytes, and aren't null. Memory that runs out raises
 /// std::bad_alloc.
@@ -254,4 +255,4 @@ I_Value* CreateValueHolder(bool inIsNullable, const void* inTypeParameter, const
 I_Value* CreateValueArray(bool inIsNullable, const void* inTypeParameter, const void* inReserved);
 /// @}
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

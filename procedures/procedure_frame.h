@@ -1,6 +1,6 @@
 /// @file
-/// The two frames through which the host's calls that can fail enter this folder. No exception of any kind leaves
-/// them.
+/// The two frames through which the host's calls that can fail enter this folder. No exception of any kind
+/// leaves them.
 #pragma once
 
 #include <exception>

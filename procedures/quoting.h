@@ -1,7 +1,7 @@
 /// @file
 /// SQL text from what the user supplied. These two quoting rules are the whole of the protection against what
-/// stands in a path or a name: nothing is bound as a parameter. They keep statements and expressions out; which
-/// files a path or a name reaches is told in docs/procedures.md.
+/// stands in a path or a name: nothing is bound as a parameter. They keep statements and expressions out;
+/// which files a path or a name reaches is told in docs/procedures.md.
 ///
 /// All texts are opaque bytes. Refusals raise std::runtime_error with the message for the user.
 #pragma once

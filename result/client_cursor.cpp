@@ -11,7 +11,7 @@ namespace orkit::orsql {
 namespace support = orlimbara::duckdb_support;
 
 namespace {
-constexpr std::size_t kFirstRoom = 10;  // rows
+constexpr std::size_t kFirstRoom = 10; // rows
 }
 
 DuckDBCursor_client::DuckDBCursor_client(DuckDBDatabase* inDatabase, support::OwnedResult inResult)
@@ -61,13 +61,9 @@ bool DuckDBCursor_client::put_CurrentRecord(std::uint32_t inRecord) {
     return true;
 }
 
-bool DuckDBCursor_client::FirstRecord() {
-    return put_CurrentRecord(1);
-}
+bool DuckDBCursor_client::FirstRecord() { return put_CurrentRecord(1); }
 
-bool DuckDBCursor_client::LastRecord() {
-    return put_CurrentRecord(Count());
-}
+bool DuckDBCursor_client::LastRecord() { return put_CurrentRecord(Count()); }
 
 bool DuckDBCursor_client::NextRecord() {
     RequireValid();
@@ -97,4 +93,4 @@ smart_ptr<I_Value> DuckDBCursor_client::get_Value(std::uint32_t inColumnIndex) {
     return (*row)[inColumnIndex];
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -8,8 +8,8 @@
 
 namespace orkit::orsql {
 
-/// Its values are host objects that no longer depend on DuckDB. After construction it calls DuckDB no more and
-/// its operations take no guard.
+/// Its values are host objects that no longer depend on DuckDB. After construction it calls DuckDB no more
+/// and its operations take no guard.
 class DuckDBCursor_client final : public DuckDBCursor_imp {
 public:
     /// Reads the whole result. The guard must be held.
@@ -34,7 +34,7 @@ private:
     std::uint32_t Count() const noexcept { return static_cast<std::uint32_t>(mRows->get_Count()); }
 
     smart_ptr<RowArray> mRows;
-    std::uint32_t mCurrentRecord = 0;  // 0: none; record n is element n - 1
+    std::uint32_t mCurrentRecord = 0; // 0: none; record n is element n - 1
 };
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

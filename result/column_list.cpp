@@ -23,4 +23,4 @@ ColumnList::ColumnList(duckdb_result* inResult) : mCount(duckdb_column_count(inR
     }
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -15,8 +15,8 @@ namespace orkit::orsql {
 
 /// One column of a result.
 struct Column {
-    String mName;               ///< may be empty
-    String mTypeName;           ///< DuckDB's full text of the type
+    String mName;     ///< may be empty
+    String mTypeName; ///< DuckDB's full text of the type
     duckdb_type mType = DUCKDB_TYPE_INVALID;
 };
 
@@ -44,4 +44,4 @@ private:
     std::unique_ptr<Column[]> mHeap;
 };
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -20,7 +20,7 @@ DuckDBDatabase* RequireDatabase(DuckDBDatabase* inDatabase) {
     return inDatabase;
 }
 
-}  // namespace
+} // namespace
 
 void RaiseInvalidCursor() {
     // Not the database's name: the database may be gone.
@@ -33,13 +33,9 @@ DuckDBCursor_imp::DuckDBCursor_imp(DuckDBDatabase* inDatabase, support::OwnedRes
     inDatabase->AddCursor(this);
 }
 
-DuckDBCursor_imp::~DuckDBCursor_imp() {
-    Detach();
-}
+DuckDBCursor_imp::~DuckDBCursor_imp() { Detach(); }
 
-std::uint32_t DuckDBCursor_imp::AddRef() {
-    return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1;
-}
+std::uint32_t DuckDBCursor_imp::AddRef() { return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1; }
 
 std::uint32_t DuckDBCursor_imp::Release() {
     const std::uint32_t left = mRefCount.fetch_sub(1, std::memory_order_acq_rel) - 1;
@@ -60,9 +56,7 @@ void* DuckDBCursor_imp::QueryInterface(std::uint32_t inInterfaceId) {
     return InterfaceTableQueryInterface(this, kTable.data(), inInterfaceId);
 }
 
-std::uint32_t DuckDBCursor_imp::get_RefsCount() const {
-    return mRefCount.load(std::memory_order_relaxed);
-}
+std::uint32_t DuckDBCursor_imp::get_RefsCount() const { return mRefCount.load(std::memory_order_relaxed); }
 
 std::uint32_t DuckDBCursor_imp::get_ColumnCount() const {
     return static_cast<std::uint32_t>(mColumns.size());
@@ -87,13 +81,9 @@ smart_ptr<I_DuckDBDatabase> DuckDBCursor_imp::get_Database() const {
 
 // Both leave the registry. For a closing database, which took the cursor out already, that does nothing; it
 // matters where somebody else calls.
-void DuckDBCursor_imp::Invalidate() {
-    Detach();
-}
+void DuckDBCursor_imp::Invalidate() { Detach(); }
 
-void DuckDBCursor_imp::Dispose() {
-    Detach();
-}
+void DuckDBCursor_imp::Dispose() { Detach(); }
 
 void DuckDBCursor_imp::RaiseError(const char* inMessage) const {
     const EngineLockGuard guard;
@@ -124,4 +114,4 @@ void DuckDBCursor_imp::Detach() noexcept {
     }
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -57,8 +57,8 @@ protected:
     }
     /// Raises with the database's name as context; takes the guard for reading that.
     [[noreturn]] void RaiseError(const char* inMessage) const;
-    /// The next chunk of the result; empty at its end. Raises DuckDB's text when the chunk can't be fetched. The
-    /// guard must be held and the cursor be valid.
+    /// The next chunk of the result; empty at its end. Raises DuckDB's text when the chunk can't be fetched.
+    /// The guard must be held and the cursor be valid.
     orlimbara::duckdb_support::OwnedDataChunk FetchChunk();
 
     const ColumnList& Columns() const noexcept { return mColumns; }
@@ -68,9 +68,9 @@ private:
     void Detach() noexcept;
 
     std::atomic<std::uint32_t> mRefCount{0};
-    std::atomic<DuckDBDatabase*> mDatabase;  // null once cut off; written under the guard, read without it
+    std::atomic<DuckDBDatabase*> mDatabase; // null once cut off; written under the guard, read without it
     orlimbara::duckdb_support::OwnedResult mResult;
     ColumnList mColumns;
 };
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -9,18 +9,26 @@ namespace {
 /// The letter behind the backslash for a byte that has one, else 0.
 constexpr char EscapeLetter(unsigned char inByte) noexcept {
     switch (inByte) {
-        case '\b': return 'b';
-        case '\t': return 't';
-        case '\n': return 'n';
-        case '\f': return 'f';
-        case '\r': return 'r';
-        case '"': return '"';
-        case '\\': return '\\';
-        default: return 0;
+    case '\b':
+        return 'b';
+    case '\t':
+        return 't';
+    case '\n':
+        return 'n';
+    case '\f':
+        return 'f';
+    case '\r':
+        return 'r';
+    case '"':
+        return '"';
+    case '\\':
+        return '\\';
+    default:
+        return 0;
     }
 }
 
-}  // namespace
+} // namespace
 
 std::string EscapeJsonString(std::string_view inText) {
     std::string escaped;

@@ -25,4 +25,4 @@ void AppendEnvelope(std::string& ioJson, std::string_view inTypeName, std::strin
 /// @param inTypeName, inText UTF-8.
 smart_ptr<I_Value> MakeEnvelopeValue(std::string_view inTypeName, std::string_view inText);
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -36,9 +36,7 @@ DuckDBQueryResult::DuckDBQueryResult(DuckDBDatabase* inDatabase, ResultList inRe
     }
 }
 
-DuckDBQueryResult::~DuckDBQueryResult() {
-    Detach();
-}
+DuckDBQueryResult::~DuckDBQueryResult() { Detach(); }
 
 void DuckDBQueryResult::ReadOutcome() {
     const char* const error = duckdb_result_error(mResult.Get());
@@ -47,16 +45,16 @@ void DuckDBQueryResult::ReadOutcome() {
         return;
     }
     switch (duckdb_result_return_type(mResult.Struct())) {
-        case DUCKDB_RESULT_TYPE_CHANGED_ROWS:
-            mRowsChanged = static_cast<std::int64_t>(duckdb_rows_changed(mResult.Get()));
-            mFlags = kResultHasRowsChanged;
-            break;
-        case DUCKDB_RESULT_TYPE_QUERY_RESULT:
-            mCursor = MakeCursor(mDatabase, std::move(mResult), mCursorLocation);
-            mFlags = kResultHasCursor;
-            break;
-        default:
-            break;
+    case DUCKDB_RESULT_TYPE_CHANGED_ROWS:
+        mRowsChanged = static_cast<std::int64_t>(duckdb_rows_changed(mResult.Get()));
+        mFlags = kResultHasRowsChanged;
+        break;
+    case DUCKDB_RESULT_TYPE_QUERY_RESULT:
+        mCursor = MakeCursor(mDatabase, std::move(mResult), mCursorLocation);
+        mFlags = kResultHasCursor;
+        break;
+    default:
+        break;
     }
 }
 
@@ -75,9 +73,7 @@ void DuckDBQueryResult::ReadError(const char* inText) {
     }
 }
 
-std::uint32_t DuckDBQueryResult::AddRef() {
-    return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1;
-}
+std::uint32_t DuckDBQueryResult::AddRef() { return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1; }
 
 std::uint32_t DuckDBQueryResult::Release() {
     const std::uint32_t left = mRefCount.fetch_sub(1, std::memory_order_acq_rel) - 1;
@@ -98,34 +94,22 @@ void* DuckDBQueryResult::QueryInterface(std::uint32_t inInterfaceId) {
     return InterfaceTableQueryInterface(this, kTable.data(), inInterfaceId);
 }
 
-std::uint32_t DuckDBQueryResult::get_RefsCount() const {
-    return mRefCount.load(std::memory_order_relaxed);
-}
+std::uint32_t DuckDBQueryResult::get_RefsCount() const { return mRefCount.load(std::memory_order_relaxed); }
 
-std::int64_t DuckDBQueryResult::get_RowsChanged() const {
-    return mRowsChanged;
-}
+std::int64_t DuckDBQueryResult::get_RowsChanged() const { return mRowsChanged; }
 
 smart_ptr<I_DuckDBCursor> DuckDBQueryResult::get_Cursor() const {
     const EngineLockGuard guard;
     return mCursor;
 }
 
-std::uint32_t DuckDBQueryResult::get_ResultFlags() const {
-    return mFlags;
-}
+std::uint32_t DuckDBQueryResult::get_ResultFlags() const { return mFlags; }
 
-std::int64_t DuckDBQueryResult::get_ErrorPosition() const {
-    return mErrorPosition;
-}
+std::int64_t DuckDBQueryResult::get_ErrorPosition() const { return mErrorPosition; }
 
-String DuckDBQueryResult::get_ErrorMessage() const {
-    return mErrorMessage;
-}
+String DuckDBQueryResult::get_ErrorMessage() const { return mErrorMessage; }
 
-String DuckDBQueryResult::get_ErrorType() const {
-    return mErrorType;
-}
+String DuckDBQueryResult::get_ErrorType() const { return mErrorType; }
 
 smart_ptr<I_DuckDBQueryResult> DuckDBQueryResult::get_NextResult() {
     const EngineLockGuard guard;
@@ -151,4 +135,4 @@ void DuckDBQueryResult::Detach() noexcept {
     }
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -21,9 +21,9 @@ using ResultList = std::vector<orlimbara::duckdb_support::OwnedResult>;
 /// Rows, a count, an error taken apart, or nothing.
 class DuckDBQueryResult final : public I_DuckDBQueryResult, public ForeignPlugin_imp, noncopyable {
 public:
-    /// Takes the list's first result as its own, makes the cursor if that result has rows, and keeps the rest.
-    /// An error that the result carries is data here. The guard must be held. If it raises, the object stands in
-    /// no registry and all results are destroyed.
+    /// Takes the list's first result as its own, makes the cursor if that result has rows, and keeps the
+    /// rest. An error that the result carries is data here. The guard must be held. If it raises, the object
+    /// stands in no registry and all results are destroyed.
     /// @param inDatabase may be null. @param inResults may be empty.
     DuckDBQueryResult(DuckDBDatabase* inDatabase, ResultList inResults, std::uint32_t inCursorLocation);
     ~DuckDBQueryResult() override;
@@ -58,14 +58,15 @@ private:
     std::int64_t mErrorPosition = -1;
     String mErrorMessage;
     String mErrorType;
-    DuckDBDatabase* mDatabase;  // null once cut off; touched under the guard alone
+    DuckDBDatabase* mDatabase; // null once cut off; touched under the guard alone
     smart_ptr<I_DuckDBCursor> mCursor;
     orlimbara::duckdb_support::OwnedResult mResult;
     ResultList mPendingResults;
 };
 
 /// A cursor over a result's rows, of the kind that the location asks for. The guard must be held.
-smart_ptr<I_DuckDBCursor> MakeCursor(DuckDBDatabase* inDatabase, orlimbara::duckdb_support::OwnedResult inResult,
+smart_ptr<I_DuckDBCursor> MakeCursor(DuckDBDatabase* inDatabase,
+                                     orlimbara::duckdb_support::OwnedResult inResult,
                                      std::uint32_t inCursorLocation);
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -64,21 +64,15 @@ bool DuckDBCursor_server::put_CurrentRecord(std::uint32_t) {
     Refuse("put_CurrentRecord() is not supported for server-side cursors");
 }
 
-bool DuckDBCursor_server::FirstRecord() {
-    Refuse("FirstRecord() is not supported for server-side cursors");
-}
+bool DuckDBCursor_server::FirstRecord() { Refuse("FirstRecord() is not supported for server-side cursors"); }
 
-bool DuckDBCursor_server::LastRecord() {
-    Refuse("LastRecord() is not supported for server-side cursors");
-}
+bool DuckDBCursor_server::LastRecord() { Refuse("LastRecord() is not supported for server-side cursors"); }
 
-bool DuckDBCursor_server::PrevRecord() {
-    Refuse("PrevRecord() is not supported for server-side cursors");
-}
+bool DuckDBCursor_server::PrevRecord() { Refuse("PrevRecord() is not supported for server-side cursors"); }
 
 void DuckDBCursor_server::Refuse(const char* inMessage) const {
     RequireValid();
     RaiseError(inMessage);
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -30,9 +30,9 @@ private:
     [[noreturn]] void Refuse(const char* inMessage) const;
 
     ChunkReader mReader;
-    orlimbara::duckdb_support::OwnedDataChunk mChunk;  // empty before the first row and after the last
-    idx_t mChunkSize = 0;                              // rows of mChunk
-    idx_t mChunkRow = 0;                               // the current row in mChunk, from 0
+    orlimbara::duckdb_support::OwnedDataChunk mChunk; // empty before the first row and after the last
+    idx_t mChunkSize = 0;                             // rows of mChunk
+    idx_t mChunkRow = 0;                              // the current row in mChunk, from 0
 };
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

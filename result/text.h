@@ -32,4 +32,4 @@ inline const char* TextOr(const char* inDuckDBText, const char* inFixedText) noe
                        nullptr);
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -13,9 +13,7 @@ namespace support = orlimbara::duckdb_support;
 
 namespace {
 
-bool IsNull(duckdb_value inValue) {
-    return !inValue || duckdb_is_null_value(inValue);
-}
+bool IsNull(duckdb_value inValue) { return !inValue || duckdb_is_null_value(inValue); }
 
 /// DuckDB's text of a value; where there is none, the empty text.
 smart_ptr<I_Value> TextOfValue(duckdb_value inValue) {
@@ -23,7 +21,7 @@ smart_ptr<I_Value> TextOfValue(duckdb_value inValue) {
     return TextToStringValue(support::ViewOf(text));
 }
 
-}  // namespace
+} // namespace
 
 smart_ptr<I_Value> MakeNullValue() {
     smart_ptr<I_Value> value(CreateValueBoolean(true, nullptr, nullptr));
@@ -73,7 +71,8 @@ smart_ptr<I_Value> BlobToValue(duckdb_value inValue) {
     return BytesToValue(data.Get(), static_cast<std::uint32_t>(blob.size));
 }
 
-smart_ptr<I_Value> ReadCell(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inRow, duckdb_type inColumnType) {
+smart_ptr<I_Value> ReadCell(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inRow,
+                            duckdb_type inColumnType) {
     const support::OwnedValue value(duckdb_data_chunk_get_value(inChunk, inColumn, inRow));
     std::int32_t variantType = 0;
     const std::int32_t* known = nullptr;
@@ -91,34 +90,34 @@ smart_ptr<I_Value> DuckDBToValue(duckdb_value inValue, const std::int32_t* inVar
     }
     const duckdb_type type = duckdb_get_type_id(duckdb_get_value_type(inValue));
     switch (type) {
-        case DUCKDB_TYPE_BOOLEAN:
-            return MakeValue(CreateValueBoolean, &I_Value::put_Boolean, duckdb_get_bool(inValue));
-        case DUCKDB_TYPE_TINYINT:
-        case DUCKDB_TYPE_SMALLINT:
-            return MakeValue(CreateValueShort, &I_Value::put_Short, duckdb_get_int16(inValue));
-        case DUCKDB_TYPE_INTEGER:
-            return MakeValue(CreateValueLong, &I_Value::put_Long, duckdb_get_int32(inValue));
-        case DUCKDB_TYPE_BIGINT:
-            return MakeValue(CreateValueLLong, &I_Value::put_LLong, duckdb_get_int64(inValue));
-        case DUCKDB_TYPE_UTINYINT:
-            return MakeValue(CreateValueByte, &I_Value::put_Byte, duckdb_get_uint8(inValue));
-        case DUCKDB_TYPE_USMALLINT:
-            return MakeValue(CreateValueUShort, &I_Value::put_UShort, duckdb_get_uint16(inValue));
-        case DUCKDB_TYPE_UINTEGER:
-            return MakeValue(CreateValueULong, &I_Value::put_ULong, duckdb_get_uint32(inValue));
-        case DUCKDB_TYPE_UBIGINT:
-            return MakeValue(CreateValueULLong, &I_Value::put_ULLong, duckdb_get_uint64(inValue));
-        case DUCKDB_TYPE_FLOAT:
-            return MakeValue(CreateValueFloat, &I_Value::put_Float, duckdb_get_float(inValue));
-        case DUCKDB_TYPE_DOUBLE:
-        case DUCKDB_TYPE_DECIMAL:  // digits beyond the reach of a double are gone
-            return MakeValue(CreateValueDouble, &I_Value::put_Double, duckdb_get_double(inValue));
-        case DUCKDB_TYPE_BLOB:
-            return BlobToValue(inValue);
-        case DUCKDB_TYPE_SQLNULL:
-            return MakeNullValue();
-        default:
-            break;
+    case DUCKDB_TYPE_BOOLEAN:
+        return MakeValue(CreateValueBoolean, &I_Value::put_Boolean, duckdb_get_bool(inValue));
+    case DUCKDB_TYPE_TINYINT:
+    case DUCKDB_TYPE_SMALLINT:
+        return MakeValue(CreateValueShort, &I_Value::put_Short, duckdb_get_int16(inValue));
+    case DUCKDB_TYPE_INTEGER:
+        return MakeValue(CreateValueLong, &I_Value::put_Long, duckdb_get_int32(inValue));
+    case DUCKDB_TYPE_BIGINT:
+        return MakeValue(CreateValueLLong, &I_Value::put_LLong, duckdb_get_int64(inValue));
+    case DUCKDB_TYPE_UTINYINT:
+        return MakeValue(CreateValueByte, &I_Value::put_Byte, duckdb_get_uint8(inValue));
+    case DUCKDB_TYPE_USMALLINT:
+        return MakeValue(CreateValueUShort, &I_Value::put_UShort, duckdb_get_uint16(inValue));
+    case DUCKDB_TYPE_UINTEGER:
+        return MakeValue(CreateValueULong, &I_Value::put_ULong, duckdb_get_uint32(inValue));
+    case DUCKDB_TYPE_UBIGINT:
+        return MakeValue(CreateValueULLong, &I_Value::put_ULLong, duckdb_get_uint64(inValue));
+    case DUCKDB_TYPE_FLOAT:
+        return MakeValue(CreateValueFloat, &I_Value::put_Float, duckdb_get_float(inValue));
+    case DUCKDB_TYPE_DOUBLE:
+    case DUCKDB_TYPE_DECIMAL: // digits beyond the reach of a double are gone
+        return MakeValue(CreateValueDouble, &I_Value::put_Double, duckdb_get_double(inValue));
+    case DUCKDB_TYPE_BLOB:
+        return BlobToValue(inValue);
+    case DUCKDB_TYPE_SQLNULL:
+        return MakeNullValue();
+    default:
+        break;
     }
     if (type == DUCKDB_TYPE_VARIANT && inVariantType) {
         const support::OwnedValue child(duckdb_value_variant_child(inValue));
@@ -132,45 +131,45 @@ smart_ptr<I_Value> VariantChildToValue(duckdb_value inChild, std::int32_t inVari
         return MakeNullValue();
     }
     switch (inVariantType) {
-        case variant_type::kNull:
-            return MakeNullValue();
-        case variant_type::kBoolTrue:
-        case variant_type::kBoolFalse:
-            return MakeValue(CreateValueBoolean, &I_Value::put_Boolean, inVariantType == variant_type::kBoolTrue);
-        case variant_type::kInt8:
-            // Unlike a plain TINYINT it keeps its type.
-            return MakeEnvelopeValue(VariantTypeName(inVariantType), std::to_string(duckdb_get_int8(inChild)));
-        case variant_type::kInt16:
-            return MakeValue(CreateValueShort, &I_Value::put_Short, duckdb_get_int16(inChild));
-        case variant_type::kInt32:
-            return MakeValue(CreateValueLong, &I_Value::put_Long, duckdb_get_int32(inChild));
-        case variant_type::kInt64:
-            return MakeValue(CreateValueLLong, &I_Value::put_LLong, duckdb_get_int64(inChild));
-        case variant_type::kUInt8:
-            return MakeValue(CreateValueByte, &I_Value::put_Byte, duckdb_get_uint8(inChild));
-        case variant_type::kUInt16:
-            return MakeValue(CreateValueUShort, &I_Value::put_UShort, duckdb_get_uint16(inChild));
-        case variant_type::kUInt32:
-            return MakeValue(CreateValueULong, &I_Value::put_ULong, duckdb_get_uint32(inChild));
-        case variant_type::kUInt64:
-            return MakeValue(CreateValueULLong, &I_Value::put_ULLong, duckdb_get_uint64(inChild));
-        case variant_type::kFloat:
-            return MakeValue(CreateValueFloat, &I_Value::put_Float, duckdb_get_float(inChild));
-        case variant_type::kDouble:
-            return MakeValue(CreateValueDouble, &I_Value::put_Double, duckdb_get_double(inChild));
-        case variant_type::kVarchar:
-            return TextOfValue(inChild);
-        case variant_type::kBlob:
-            return BlobToValue(inChild);
-        case variant_type::kDate:
-            return DateToValue(duckdb_get_date(inChild));
-        case variant_type::kTimestampMs:
-            return TimestampToValue(duckdb_get_timestamp(inChild));
-        default:
-            break;
+    case variant_type::kNull:
+        return MakeNullValue();
+    case variant_type::kBoolTrue:
+    case variant_type::kBoolFalse:
+        return MakeValue(CreateValueBoolean, &I_Value::put_Boolean, inVariantType == variant_type::kBoolTrue);
+    case variant_type::kInt8:
+        // Unlike a plain TINYINT it keeps its type.
+        return MakeEnvelopeValue(VariantTypeName(inVariantType), std::to_string(duckdb_get_int8(inChild)));
+    case variant_type::kInt16:
+        return MakeValue(CreateValueShort, &I_Value::put_Short, duckdb_get_int16(inChild));
+    case variant_type::kInt32:
+        return MakeValue(CreateValueLong, &I_Value::put_Long, duckdb_get_int32(inChild));
+    case variant_type::kInt64:
+        return MakeValue(CreateValueLLong, &I_Value::put_LLong, duckdb_get_int64(inChild));
+    case variant_type::kUInt8:
+        return MakeValue(CreateValueByte, &I_Value::put_Byte, duckdb_get_uint8(inChild));
+    case variant_type::kUInt16:
+        return MakeValue(CreateValueUShort, &I_Value::put_UShort, duckdb_get_uint16(inChild));
+    case variant_type::kUInt32:
+        return MakeValue(CreateValueULong, &I_Value::put_ULong, duckdb_get_uint32(inChild));
+    case variant_type::kUInt64:
+        return MakeValue(CreateValueULLong, &I_Value::put_ULLong, duckdb_get_uint64(inChild));
+    case variant_type::kFloat:
+        return MakeValue(CreateValueFloat, &I_Value::put_Float, duckdb_get_float(inChild));
+    case variant_type::kDouble:
+        return MakeValue(CreateValueDouble, &I_Value::put_Double, duckdb_get_double(inChild));
+    case variant_type::kVarchar:
+        return TextOfValue(inChild);
+    case variant_type::kBlob:
+        return BlobToValue(inChild);
+    case variant_type::kDate:
+        return DateToValue(duckdb_get_date(inChild));
+    case variant_type::kTimestampMs:
+        return TimestampToValue(duckdb_get_timestamp(inChild));
+    default:
+        break;
     }
     const support::OwnedText text(duckdb_get_varchar(inChild));
     return MakeEnvelopeValue(VariantTypeName(inVariantType), support::ViewOf(text));
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -16,9 +16,9 @@
 
 namespace orkit::orsql {
 
-/// A cell of a chunk. SQL NULL of any type gives the null value: a Boolean that says it is null. DECIMAL gives
-/// a double; integers, floating-point numbers, BOOLEAN and BLOB their like; a VARIANT what it holds; every
-/// other type DuckDB's text of the value.
+/// A cell of a chunk. SQL NULL of any type gives the null value: a Boolean that says it is null. DECIMAL
+/// gives a double; integers, floating-point numbers, BOOLEAN and BLOB their like; a VARIANT what it holds;
+/// every other type DuckDB's text of the value.
 /// @param inColumn, inRow inside the chunk. @param inColumnType the column's type, as the result tells it.
 smart_ptr<I_Value> ReadCell(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inRow, duckdb_type inColumnType);
 
@@ -47,7 +47,8 @@ smart_ptr<I_Value> BytesToValue(const void* inData, std::uint32_t inLength);
 /// A calendar date.
 smart_ptr<I_Value> DateToValue(duckdb_date inDate);
 
-/// A date and time of day; microseconds are cut to milliseconds. Raises for infinity, which has no calendar parts.
+/// A date and time of day; microseconds are cut to milliseconds. Raises for infinity, which has no calendar
+/// parts.
 smart_ptr<I_Value> TimestampToValue(duckdb_timestamp inTimestamp);
 
 /// A new value of the kind that a factory makes, not nullable, set by one setter.
@@ -59,4 +60,4 @@ smart_ptr<I_Value> MakeValue(I_Value* (*inFactory)(bool, const void*, const void
     return value;
 }
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

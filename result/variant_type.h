@@ -29,9 +29,9 @@ inline constexpr std::int32_t kObject = 29;
 inline constexpr std::int32_t kArray = 30;
 /// How many numbers there are, from 0 on.
 inline constexpr std::int32_t kCount = 34;
-}  // namespace variant_type
+} // namespace variant_type
 
 /// The name of a number, ASCII, static; "UNKNOWN" for a number that has none.
 const char* VariantTypeName(std::int32_t inVariantType) noexcept;
 
-}  // namespace orkit::orsql
+} // namespace orkit::orsql

@@ -109,4 +109,4 @@ void Answers::Finish() {
     mStandard.output.Close();
 }
 
-}  // namespace orsql
+} // namespace orsql

@@ -63,8 +63,8 @@ private:
     Mode mNextMode;
     Sink mStandard;
     std::unique_ptr<Sink> mFile;
-    bool mAnswersOnStandard = false;  // the next answer, wherever the others go
+    bool mAnswersOnStandard = false; // the next answer, wherever the others go
     bool mHasFailed = false;
 };
 
-}  // namespace orsql
+} // namespace orsql

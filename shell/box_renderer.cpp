@@ -68,7 +68,8 @@ std::vector<std::string> LinesOf(std::string_view inText) {
 
 class BoxRenderer final : public Renderer {
 public:
-    BoxRenderer(Output& inOutput, const RenderSettings& inSettings) : mOutput(inOutput), mSettings(inSettings) {}
+    BoxRenderer(Output& inOutput, const RenderSettings& inSettings)
+        : mOutput(inOutput), mSettings(inSettings) {}
 
     RowsEnd WriteRows(RowSource& inRows) override {
         ShownRows shown(mSettings.maxRows);
@@ -86,9 +87,7 @@ public:
         mOutput.Flush();
     }
 
-    void WriteChanged(std::int64_t inCount) override {
-        WriteText(ChangedText(inCount));
-    }
+    void WriteChanged(std::int64_t inCount) override { WriteText(ChangedText(inCount)); }
 
 private:
     std::string_view NullText() const {
@@ -112,7 +111,8 @@ private:
         DrawRows(inColumns, ioShown.get_Head());
         if (ioShown.IsCut()) {
             DrawLine("├", "┴", "┤");
-            mOutput.Write("│ " + between + std::string(InnerWidth() - 1 - DisplayWidth(between), ' ') + "│\n");
+            mOutput.Write("│ " + between + std::string(InnerWidth() - 1 - DisplayWidth(between), ' ') +
+                          "│\n");
             DrawLine("├", "┬", "┤");
         }
         DrawRows(inColumns, ioShown.get_Tail());
@@ -204,7 +204,7 @@ private:
     std::vector<std::size_t> mWidths;
 };
 
-}  // namespace
+} // namespace
 
 void FitColumns(std::vector<std::size_t>& ioWidths, std::size_t inTotal) {
     const std::size_t lines = ioWidths.size() * 3 + 1;
@@ -212,12 +212,13 @@ void FitColumns(std::vector<std::size_t>& ioWidths, std::size_t inTotal) {
         return;
     }
     const auto widthAt = [&](std::size_t cap) {
-        return std::accumulate(ioWidths.begin(), ioWidths.end(), lines,
-                               [cap](std::size_t sum, std::size_t width) { return sum + std::min(width, cap); });
+        return std::accumulate(
+            ioWidths.begin(), ioWidths.end(), lines,
+            [cap](std::size_t sum, std::size_t width) { return sum + std::min(width, cap); });
     };
     std::size_t low = kNarrowest;
     std::size_t high = std::max(kNarrowest, *std::max_element(ioWidths.begin(), ioWidths.end()));
-    while (low < high) {  // the widest cap that fits
+    while (low < high) { // the widest cap that fits
         const std::size_t middle = (low + high + 1) / 2;
         if (widthAt(middle) <= inTotal) {
             low = middle;
@@ -240,4 +241,4 @@ std::unique_ptr<Renderer> MakeBoxRenderer(Output& inOutput, const RenderSettings
     return std::make_unique<BoxRenderer>(inOutput, inSettings);
 }
 
-}  // namespace orsql
+} // namespace orsql

@@ -16,4 +16,4 @@ std::unique_ptr<Renderer> MakeBoxRenderer(Output& inOutput, const RenderSettings
 /// @param ioWidths of the columns' content. @param inTotal the width to fit; 0 means no limit.
 void FitColumns(std::vector<std::size_t>& ioWidths, std::size_t inTotal);
 
-}  // namespace orsql
+} // namespace orsql

@@ -33,7 +33,10 @@ void SetNumber(Cell& outCell, Number inNumber) {
 template <class Real>
 void SetReal(Cell& outCell, Real inNumber) {
     if (!std::isfinite(inNumber)) {
-        Set(outCell, Cell::Kind::Special, std::isnan(inNumber) ? "NaN" : inNumber > 0 ? "Infinity" : "-Infinity");
+        Set(outCell, Cell::Kind::Special,
+            std::isnan(inNumber) ? "NaN"
+            : inNumber > 0       ? "Infinity"
+                                 : "-Infinity");
         return;
     }
     SetNumber(outCell, inNumber);
@@ -82,7 +85,8 @@ void SetDate(Cell& outCell, const I_Value& inValue) {
 
 void SetTime(Cell& outCell, const I_Value& inValue) {
     ClockTime time;
-    AspectOf<orkit::orsql::I_ValueTime>(inValue)->get_Time(time.hour, time.minute, time.second, time.millisecond);
+    AspectOf<orkit::orsql::I_ValueTime>(inValue)->get_Time(time.hour, time.minute, time.second,
+                                                           time.millisecond);
     Set(outCell, Cell::Kind::Time, FormatTime(time));
 }
 
@@ -103,7 +107,7 @@ ClockTime FromPacked(const orkit::standin::ProcedureTime& inTime) {
             static_cast<std::uint16_t>(inTime.seconds), static_cast<std::uint16_t>(inTime.milliseconds)};
 }
 
-}  // namespace
+} // namespace
 
 void ReadCell(const I_Value& inValue, Cell& outCell) {
     if (inValue.get_IsNull()) {
@@ -198,4 +202,4 @@ Cell DoubleCell(double inNumber) {
     return cell;
 }
 
-}  // namespace orsql
+} // namespace orsql

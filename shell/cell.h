@@ -15,18 +15,18 @@ namespace orsql {
 struct Cell {
     enum class Kind {
         Null,
-        Boolean,    ///< "true", "false"
-        Number,     ///< a number as JSON writes it
-        Special,    ///< a double that JSON can't hold: "NaN", "Infinity", "-Infinity"
+        Boolean, ///< "true", "false"
+        Number,  ///< a number as JSON writes it
+        Special, ///< a double that JSON can't hold: "NaN", "Infinity", "-Infinity"
         Text,
-        Binary,     ///< hexadecimal, upper case
+        Binary, ///< hexadecimal, upper case
         Date,
         Time,
         DateTime,
-        Json,       ///< the text of a JSON value
+        Json, ///< the text of a JSON value
     };
     Kind kind = Kind::Null;
-    std::string text;  ///< UTF-8; empty for NULL
+    std::string text; ///< UTF-8; empty for NULL
 
     bool operator==(const Cell&) const = default;
     bool IsNumber() const { return kind == Kind::Number || kind == Kind::Special; }
@@ -45,4 +45,4 @@ Cell NumberCell(std::int64_t inNumber);
 /// The shortest digits that read back as the same double, with a point or an exponent.
 Cell DoubleCell(double inNumber);
 
-}  // namespace orsql
+} // namespace orsql

@@ -40,5 +40,5 @@ CommandAnswer Tables(Shell& inShell, std::string_view inArguments);
 CommandAnswer Schema(Shell& inShell, std::string_view inArguments);
 CommandAnswer Procedures(Shell& inShell, std::string_view inArguments);
 
-}  // namespace command
-}  // namespace orsql
+} // namespace command
+} // namespace orsql

@@ -35,8 +35,8 @@ CommandAnswer Quit(Shell& inShell, std::string_view inArguments) {
 
 constexpr std::array<DotCommand, 24> kCommands = {{
     {"help", "[COMMAND]", "list the commands, or show one command's use", Help},
-    {"open", "[--readonly] PATH", "close what is open, then open a database; a file that doesn't exist is created",
-     command::Open},
+    {"open", "[--readonly] PATH",
+     "close what is open, then open a database; a file that doesn't exist is created", command::Open},
     {"close", "", "close the database", command::Close},
     {"drop", "", "close the database and delete its file", command::Drop},
     {"info", "", "show the database, DuckDB's version and orsql's own", command::Info},
@@ -47,7 +47,8 @@ constexpr std::array<DotCommand, 24> kCommands = {{
     {"maxrows", "N", "choose the rows shown of a table in box mode; 0 shows all", command::MaxRows},
     {"bind", "[VALUE...]", "hold values for the parameters of the next statements; without values, hold none",
      command::Bind},
-    {"rows", "FILE.csv", "hold rows of text values; the next statements run once for each row", command::Rows},
+    {"rows", "FILE.csv", "hold rows of text values; the next statements run once for each row",
+     command::Rows},
     {"call", "PROCEDURE [ARG...]", "call a table procedure and show its rows", command::Call},
     {"backup", "[DIR]", "back the database up into a new folder in DIR, or in Backup beside the database",
      command::Backup},
@@ -74,7 +75,8 @@ const DotCommand& FindCommand(std::string_view inName) {
 }
 
 std::string UseOf(const DotCommand& inCommand) {
-    return fmt::format(".{}{}{}", inCommand.name, inCommand.arguments.empty() ? "" : " ", inCommand.arguments);
+    return fmt::format(".{}{}{}", inCommand.name, inCommand.arguments.empty() ? "" : " ",
+                       inCommand.arguments);
 }
 
 CommandAnswer Help(Shell& inShell, std::string_view inArguments) {
@@ -93,7 +95,7 @@ CommandAnswer Help(Shell& inShell, std::string_view inArguments) {
     return CommandAnswer::Given;
 }
 
-}  // namespace
+} // namespace
 
 std::span<const DotCommand> GetDotCommands() { return kCommands; }
 
@@ -116,4 +118,4 @@ CommandAnswer RunDotCommand(Shell& inShell, std::string_view inLine) {
     }
 }
 
-}  // namespace orsql
+} // namespace orsql

@@ -21,16 +21,15 @@ constexpr std::array<std::string_view, 2> kCursors = {"server", "client"};
 constexpr std::array<std::string_view, 2> kSwitches = {"on", "off"};
 
 /// The commands whose arguments are files or folders.
-constexpr std::array<std::string_view, 6> kFileCommands = {"open", "read", "rows", "output", "backup", "restore"};
+constexpr std::array<std::string_view, 6> kFileCommands = {"open",   "read",   "rows",
+                                                           "output", "backup", "restore"};
 
-constexpr const char* kNames =
-    "SELECT DISTINCT name FROM ("
-    "SELECT table_name AS name FROM duckdb_tables() WHERE NOT internal"
-    " UNION ALL SELECT view_name FROM duckdb_views() WHERE NOT internal"
-    " UNION ALL SELECT column_name FROM duckdb_columns() WHERE NOT internal)";
-constexpr const char* kTableNames =
-    "SELECT table_name AS name FROM duckdb_tables() WHERE NOT internal"
-    " UNION ALL SELECT view_name FROM duckdb_views() WHERE NOT internal";
+constexpr const char* kNames = "SELECT DISTINCT name FROM ("
+                               "SELECT table_name AS name FROM duckdb_tables() WHERE NOT internal"
+                               " UNION ALL SELECT view_name FROM duckdb_views() WHERE NOT internal"
+                               " UNION ALL SELECT column_name FROM duckdb_columns() WHERE NOT internal)";
+constexpr const char* kTableNames = "SELECT table_name AS name FROM duckdb_tables() WHERE NOT internal"
+                                    " UNION ALL SELECT view_name FROM duckdb_views() WHERE NOT internal";
 constexpr const char* kKeywords = "SELECT upper(keyword_name) FROM duckdb_keywords()";
 
 bool IsNamePart(char c) {
@@ -51,7 +50,8 @@ void AddAll(Completions& ioFound, std::string_view inTyped, const Words& inWords
     }
 }
 
-/// The first column of a query. A database that doesn't answer (closed, or in an aborted transaction) has none.
+/// The first column of a query. A database that doesn't answer (closed, or in an aborted transaction) has
+/// none.
 std::vector<std::string> Ask(Session& inSession, const char* inSql) {
     std::vector<std::string> names;
     try {
@@ -139,17 +139,19 @@ void CompleteSql(Session& inSession, std::string_view inBefore, Completions& ioF
     if (typed.empty()) {
         return;
     }
-    const bool isLower = std::none_of(typed.begin(), typed.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
+    const bool isLower =
+        std::none_of(typed.begin(), typed.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
     for (std::string word : Ask(inSession, kKeywords)) {
         if (isLower) {
-            std::transform(word.begin(), word.end(), word.begin(),
-                           [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+            std::transform(word.begin(), word.end(), word.begin(), [](char c) {
+                return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+            });
         }
         AddMatching(ioFound, typed, word);
     }
 }
 
-}  // namespace
+} // namespace
 
 Completions Complete(Session& inSession, std::string_view inBefore) {
     Completions found;
@@ -163,4 +165,4 @@ Completions Complete(Session& inSession, std::string_view inBefore) {
     return found;
 }
 
-}  // namespace orsql
+} // namespace orsql

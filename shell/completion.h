@@ -13,4 +13,4 @@ namespace orsql {
 /// answers.
 Completions Complete(Session& inSession, std::string_view inBefore);
 
-}  // namespace orsql
+} // namespace orsql

@@ -84,7 +84,7 @@ private:
     std::size_t mLine = 1;
 };
 
-}  // namespace
+} // namespace
 
 std::vector<CsvRecord> ReadCsv(std::string_view inText) {
     std::vector<CsvRecord> records;
@@ -95,4 +95,4 @@ std::vector<CsvRecord> ReadCsv(std::string_view inText) {
     return records;
 }
 
-}  // namespace orsql
+} // namespace orsql

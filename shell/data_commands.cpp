@@ -40,7 +40,8 @@ constexpr const char* kSchema =
     " WHERE $1 IS NULL OR lower(name) = lower($1) ORDER BY kind, schema_name, name";
 
 /// Answers with the rows of a query of the shell's own, which takes one value.
-CommandAnswer AnswerQuery(Shell& inShell, const char* inSql, const smart_ptr<orkit::orsql::I_Value>& inValue) {
+CommandAnswer AnswerQuery(Shell& inShell, const char* inSql,
+                          const smart_ptr<orkit::orsql::I_Value>& inValue) {
     const smart_ptr<ValueArray> values = new ValueArray(1);
     values->Append(inValue);
     CursorRows cursor(inShell.get_Session().Select(inSql, values));
@@ -49,8 +50,8 @@ CommandAnswer AnswerQuery(Shell& inShell, const char* inSql, const smart_ptr<ork
     return CommandAnswer::Given;
 }
 
-const standin::RegisteredProcedure& FindProcedure(const std::vector<standin::RegisteredProcedure>& inProcedures,
-                                                  const std::string& inName) {
+const standin::RegisteredProcedure&
+FindProcedure(const std::vector<standin::RegisteredProcedure>& inProcedures, const std::string& inName) {
     const auto found = std::find_if(inProcedures.begin(), inProcedures.end(),
                                     [&](const auto& procedure) { return procedure.name == inName; });
     if (found == inProcedures.end()) {
@@ -67,7 +68,7 @@ std::string Joined(const std::vector<std::string>& inTexts) {
     return joined;
 }
 
-}  // namespace
+} // namespace
 
 CommandAnswer Bind(Shell& inShell, std::string_view inArguments) {
     const std::vector<Literal> literals = ParseLiterals(inArguments);
@@ -117,8 +118,9 @@ CommandAnswer Call(Shell& inShell, std::string_view inArguments) {
     const standin::RegisteredProcedure& procedure = FindProcedure(procedures, name);
     const auto count = static_cast<std::int64_t>(arguments.size());
     if (count < procedure.minimumArguments || count > procedure.maximumArguments) {
-        throw ShellError(fmt::format("{} takes {} to {} arguments ({}), not {}", name, procedure.minimumArguments,
-                                     procedure.maximumArguments, procedure.signature, count));
+        throw ShellError(fmt::format("{} takes {} to {} arguments ({}), not {}", name,
+                                     procedure.minimumArguments, procedure.maximumArguments,
+                                     procedure.signature, count));
     }
     standin::ProcedureAnswer answer;
     {
@@ -140,7 +142,8 @@ CommandAnswer Tables(Shell& inShell, std::string_view inArguments) {
 
 CommandAnswer Schema(Shell& inShell, std::string_view inArguments) {
     const std::vector<std::string> words = TakeWords(inArguments, 0, 1);
-    return AnswerQuery(inShell, kSchema, words.empty() ? MakeNullValue() : MakeTextValue(ToHost(words.front())));
+    return AnswerQuery(inShell, kSchema,
+                       words.empty() ? MakeNullValue() : MakeTextValue(ToHost(words.front())));
 }
 
 CommandAnswer Procedures(Shell& inShell, std::string_view inArguments) {
@@ -155,4 +158,4 @@ CommandAnswer Procedures(Shell& inShell, std::string_view inArguments) {
     return CommandAnswer::Given;
 }
 
-}  // namespace orsql::command
+} // namespace orsql::command

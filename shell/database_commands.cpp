@@ -25,7 +25,7 @@ bool TakeOption(std::vector<std::string>& ioWords, std::string_view inOption, st
     return isThere;
 }
 
-}  // namespace
+} // namespace
 
 CommandAnswer Open(Shell& inShell, std::string_view inArguments) {
     std::vector<std::string> words = TakeWords(inArguments, 1, 2);
@@ -75,7 +75,8 @@ CommandAnswer Backup(Shell& inShell, std::string_view inArguments) {
     }
     const std::chrono::duration<double> elapsed = Clock::now() - start;
     TableRows rows({"path", "seconds"});
-    rows.Add({TextCell(ToUtf8(orkit::standin::get_LastBackupLocation()->get_Path())), DoubleCell(elapsed.count())});
+    rows.Add({TextCell(ToUtf8(orkit::standin::get_LastBackupLocation()->get_Path())),
+              DoubleCell(elapsed.count())});
     inShell.get_Answers().Rows(rows);
     return CommandAnswer::Given;
 }
@@ -101,4 +102,4 @@ CommandAnswer Databases(Shell& inShell, std::string_view inArguments) {
     return CommandAnswer::Given;
 }
 
-}  // namespace orsql::command
+} // namespace orsql::command

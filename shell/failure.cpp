@@ -137,7 +137,7 @@ std::string ShowPlace(std::string_view inStatement, std::size_t inPosition, std:
                        kIndent, std::string(column, ' '));
 }
 
-}  // namespace
+} // namespace
 
 Failure CurrentFailure() {
     Failure failure;
@@ -205,7 +205,8 @@ std::string DescribeFailure(const Failure& inFailure, const ErrorStyle& inStyle)
     const ErrorParts parts = PartsOf(inFailure);
     std::string message = parts.readable;
     if (message.empty()) {
-        message = inFailure.code ? fmt::format("{} {}", inFailure.className, *inFailure.code) : inFailure.className;
+        message =
+            inFailure.code ? fmt::format("{} {}", inFailure.className, *inFailure.code) : inFailure.className;
     }
     std::string details;
     if (!parts.type.empty() && !message.starts_with(parts.type)) {
@@ -225,4 +226,4 @@ std::string DescribeFailure(const Failure& inFailure, const ErrorStyle& inStyle)
     return text;
 }
 
-}  // namespace orsql
+} // namespace orsql

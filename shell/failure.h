@@ -34,14 +34,14 @@ struct Failure {
     std::string className;
     std::optional<std::uint32_t> code;
     std::optional<std::string> context;
-    std::string message;    ///< as the module gave it
-    std::string statement;  ///< the SQL that failed, for the caret; empty if there is none
+    std::string message;   ///< as the module gave it
+    std::string statement; ///< the SQL that failed, for the caret; empty if there is none
 };
 
 /// What DuckDB's error text tells, taken apart for people to read.
 struct ErrorParts {
     std::string readable;
-    std::string type;  ///< such as "Binder"; empty where the text has none
+    std::string type; ///< such as "Binder"; empty where the text has none
     std::optional<std::int64_t> position;
 };
 
@@ -58,12 +58,12 @@ ErrorParts PartsOf(const Failure& inFailure);
 
 /// How standard error shows failures.
 struct ErrorStyle {
-    bool isTerminal = false;  ///< the place in the statement is shown with a caret
+    bool isTerminal = false; ///< the place in the statement is shown with a caret
     bool hasColor = false;
-    std::size_t width = 0;  ///< of the terminal in columns; 0 without one
+    std::size_t width = 0; ///< of the terminal in columns; 0 without one
 };
 
 /// The text for standard error: "error: MESSAGE" and what else is known, with a line feed behind it.
 std::string DescribeFailure(const Failure& inFailure, const ErrorStyle& inStyle);
 
-}  // namespace orsql
+} // namespace orsql

@@ -77,7 +77,7 @@ smart_ptr<I_Value> Filled(I_Value* inValue, Setter inSetter, Content inContent) 
 }
 
 orkit::standin::ProcedureDate PackableDate(const CalendarDate& inDate) {
-    constexpr std::int32_t kYears = 1 << 22;  // 23 bits with a sign
+    constexpr std::int32_t kYears = 1 << 22; // 23 bits with a sign
     if (inDate.year < -kYears || inDate.year >= kYears) {
         throw ShellError("a procedure's date has no room for the year of " + FormatDate(inDate));
     }
@@ -88,7 +88,7 @@ orkit::standin::ProcedureTime PackableTime(const ClockTime& inTime) {
     return {inTime.hour, inTime.minute, inTime.second, inTime.millisecond};
 }
 
-}  // namespace
+} // namespace
 
 smart_ptr<I_Value> MakeTextValue(const orkit::String& inText) {
     smart_ptr<I_Value> value = orkit::orsql::CreateValueString(false, nullptr, nullptr);
@@ -137,7 +137,8 @@ smart_ptr<I_Value> MakeHostValue(const Literal& inLiteral) {
     case Kind::Time: {
         smart_ptr<I_Value> value = CreateValueTime(false, nullptr, nullptr);
         const ClockTime& time = inLiteral.time;
-        QueryAspect<I_ValueTime>(value.get())->put_Time(time.hour, time.minute, time.second, time.millisecond);
+        QueryAspect<I_ValueTime>(value.get())
+            ->put_Time(time.hour, time.minute, time.second, time.millisecond);
         return value;
     }
     case Kind::DateTime: {
@@ -188,4 +189,4 @@ ProcedureValue MakeProcedureValue(const Literal& inLiteral) {
     return {};
 }
 
-}  // namespace orsql
+} // namespace orsql

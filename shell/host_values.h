@@ -19,4 +19,4 @@ orkit::smart_ptr<orkit::orsql::I_Value> MakeNullValue();
 /// raises ShellError.
 orkit::standin::ProcedureValue MakeProcedureValue(const Literal& inLiteral);
 
-}  // namespace orsql
+} // namespace orsql

@@ -13,14 +13,15 @@ namespace {
 constexpr const char* kPrompt = "orsql> ";
 constexpr const char* kContinuation = "  ...> ";
 
-}  // namespace
+} // namespace
 
 void RunInteractive(Shell& inShell) {
     Session& session = inShell.get_Session();
     Answers& answers = inShell.get_Answers();
-    answers.Notice(fmt::format("orsql {}, DuckDB {}. .help lists the commands, .quit leaves.\n", ShellVersion(),
-                               session.get_Extension().get_LibraryVersion()));
-    LineEditor editor(HistoryPath(), [&session](std::string_view before) { return Complete(session, before); });
+    answers.Notice(fmt::format("orsql {}, DuckDB {}. .help lists the commands, .quit leaves.\n",
+                               ShellVersion(), session.get_Extension().get_LibraryVersion()));
+    LineEditor editor(HistoryPath(),
+                      [&session](std::string_view before) { return Complete(session, before); });
     Splitter splitter;
     std::string line;
     while (!inShell.IsLeaving()) {
@@ -40,4 +41,4 @@ void RunInteractive(Shell& inShell) {
     }
 }
 
-}  // namespace orsql
+} // namespace orsql

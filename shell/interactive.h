@@ -9,4 +9,4 @@ namespace orsql {
 /// Reads lines with editing, history and completion, and runs what they hold, until the user leaves.
 void RunInteractive(Shell& inShell);
 
-}  // namespace orsql
+} // namespace orsql

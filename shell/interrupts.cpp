@@ -43,14 +43,14 @@ extern "C" void OnInterrupt(int) {
     errno = before;
 }
 
-}  // namespace
+} // namespace
 
 void InstallInterrupts() {
     if (pipe2(gPipe.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
-        gPipe = {-1, -1};  // poll passes over it
+        gPipe = {-1, -1}; // poll passes over it
     }
     struct sigaction action = {};
-    action.sa_handler = OnInterrupt;  // without SA_RESTART: a read that waits for input ends
+    action.sa_handler = OnInterrupt; // without SA_RESTART: a read that waits for input ends
     sigemptyset(&action.sa_mask);
     sigaction(SIGINT, &action, nullptr);
     action.sa_handler = SIG_IGN;
@@ -80,4 +80,4 @@ ActivityScope::ActivityScope(Activity inActivity) : mBefore(gActivity.exchange(i
 
 ActivityScope::~ActivityScope() { gActivity.store(mBefore); }
 
-}  // namespace orsql
+} // namespace orsql

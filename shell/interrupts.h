@@ -6,9 +6,9 @@ namespace orsql {
 
 /// What a Ctrl-C meets.
 enum class Activity {
-    Idle,       ///< the shell waits for input or does short work
-    Prompting,  ///< at the prompt, where no number of Ctrl-C leaves
-    Computing,  ///< inside the module, which can't be stopped: the first Ctrl-C says so
+    Idle,      ///< the shell waits for input or does short work
+    Prompting, ///< at the prompt, where no number of Ctrl-C leaves
+    Computing, ///< inside the module, which can't be stopped: the first Ctrl-C says so
 };
 
 /// Takes over SIGINT, and has SIGPIPE ignored so that writing tells it. Once, at the start. The second Ctrl-C
@@ -33,4 +33,4 @@ private:
     Activity mBefore;
 };
 
-}  // namespace orsql
+} // namespace orsql

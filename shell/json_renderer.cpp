@@ -258,10 +258,14 @@ private:
     bool mHasBegun = false;
 };
 
-}  // namespace
+} // namespace
 
-std::unique_ptr<Renderer> MakeJsonRenderer(Output& inOutput) { return std::make_unique<JsonRenderer>(inOutput); }
+std::unique_ptr<Renderer> MakeJsonRenderer(Output& inOutput) {
+    return std::make_unique<JsonRenderer>(inOutput);
+}
 
-std::unique_ptr<Renderer> MakeJsonlRenderer(Output& inOutput) { return std::make_unique<JsonlRenderer>(inOutput); }
+std::unique_ptr<Renderer> MakeJsonlRenderer(Output& inOutput) {
+    return std::make_unique<JsonlRenderer>(inOutput);
+}
 
-}  // namespace orsql
+} // namespace orsql

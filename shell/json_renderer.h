@@ -11,4 +11,4 @@ namespace orsql {
 std::unique_ptr<Renderer> MakeJsonRenderer(Output& inOutput);
 std::unique_ptr<Renderer> MakeJsonlRenderer(Output& inOutput);
 
-}  // namespace orsql
+} // namespace orsql

@@ -43,7 +43,7 @@ std::string CommonStart(const std::vector<std::string>& inTexts) {
         common.erase(end, common.end());
     }
     while (!common.empty() && (static_cast<unsigned char>(common.back()) & 0xC0) == 0x80) {
-        common.pop_back();  // a character that is cut in two
+        common.pop_back(); // a character that is cut in two
     }
     return common;
 }
@@ -70,9 +70,9 @@ bool IsLineEmpty(EditLine* inEditor) {
     return line->lastchar == line->buffer;
 }
 
-/// One character from the terminal. Ctrl-C ends the line, which the library is told as a failure. Ctrl-D on an empty
-/// line is the end of the input here: typed while the terminal changes over to a new line, it may miss the library's
-/// own binding and would become a part of the line.
+/// One character from the terminal. Ctrl-C ends the line, which the library is told as a failure. Ctrl-D on
+/// an empty line is the end of the input here: typed while the terminal changes over to a new line, it may
+/// miss the library's own binding and would become a part of the line.
 int ReadCharacter(EditLine* inEditor, wchar_t* outCharacter) {
     std::array<utf8proc_uint8_t, 4> bytes{};
     std::size_t count = 0;
@@ -101,7 +101,7 @@ int ReadCharacter(EditLine* inEditor, wchar_t* outCharacter) {
     return 1;
 }
 
-}  // namespace
+} // namespace
 
 struct LineEditor::Imp {
     EditLine* editor = nullptr;
@@ -167,7 +167,7 @@ LineEditor::LineEditor(std::string inHistory, Completer inCompleter) : mImp(std:
     el_wset(editor, EL_ADDFN, L"orsql-complete", L"Complete", &Imp::Complete);
     el_set(editor, EL_BIND, "^I", "orsql-complete", nullptr);
     el_set(editor, EL_BIND, "^R", "em-inc-search-prev", nullptr);
-    el_source(editor, nullptr);  // what the user has in .editrc
+    el_source(editor, nullptr); // what the user has in .editrc
 }
 
 LineEditor::~LineEditor() {
@@ -214,4 +214,4 @@ std::string HistoryPath() {
     return home && *home ? std::string(home) + "/.orsql_history" : std::string();
 }
 
-}  // namespace orsql
+} // namespace orsql

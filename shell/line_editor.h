@@ -42,4 +42,4 @@ private:
 /// Where the history is kept: in XDG_STATE_HOME, else in the home folder. Empty where there is neither.
 std::string HistoryPath();
 
-}  // namespace orsql
+} // namespace orsql

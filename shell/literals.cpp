@@ -115,7 +115,7 @@ bool ReadTime(Reader& ioReader, ClockTime& outTime) {
     std::array<std::int64_t, 3> parts{};
     for (std::size_t i = 0; i < parts.size(); ++i) {
         if (i == 2 && ioReader.IsAtEnd()) {
-            break;  // the seconds may be left out
+            break; // the seconds may be left out
         }
         const auto part = i == 0 || ioReader.Accept(':') ? ioReader.Number(2, 2) : std::nullopt;
         if (!part) {
@@ -142,7 +142,10 @@ bool ReadTime(Reader& ioReader, ClockTime& outTime) {
 
 bool MakeBinary(const std::string& inText, Literal& outLiteral) {
     const auto digit = [](char c) {
-        return IsDigit(c) ? c - '0' : c >= 'a' && c <= 'f' ? c - 'a' + 10 : c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
+        return IsDigit(c)             ? c - '0'
+               : c >= 'a' && c <= 'f' ? c - 'a' + 10
+               : c >= 'A' && c <= 'F' ? c - 'A' + 10
+                                      : -1;
     };
     if (inText.size() % 2 != 0) {
         return false;
@@ -264,7 +267,8 @@ Literal MakeWord(std::string_view inWord) {
     if (form == 2) {
         literal.kind = Kind::Double;
         const std::size_t skip = inWord.front() == '+' ? 1 : 0;
-        const auto result = std::from_chars(inWord.data() + skip, inWord.data() + inWord.size(), literal.real);
+        const auto result =
+            std::from_chars(inWord.data() + skip, inWord.data() + inWord.size(), literal.real);
         if (result.ec != std::errc()) {
             // Too small rounds to 0, which strtod gives; too large has no double.
             literal.real = std::strtod(std::string(inWord).c_str(), nullptr);
@@ -296,7 +300,8 @@ std::optional<Literal> ReadPrefixed(Reader& ioReader) {
         literal.kind = prefix.kind;
         const std::string text = behind.Quoted();
         if (!prefix.make(text, literal)) {
-            throw ShellError(fmt::format("'{}' is no {} value", text, prefix.word == "x" ? "binary" : prefix.word));
+            throw ShellError(
+                fmt::format("'{}' is no {} value", text, prefix.word == "x" ? "binary" : prefix.word));
         }
         ioReader = behind;
         return literal;
@@ -416,7 +421,7 @@ std::string ReadWord(Reader& ioReader) {
     return word;
 }
 
-}  // namespace
+} // namespace
 
 std::vector<Literal> ParseLiterals(std::string_view inText) {
     std::vector<Literal> literals;
@@ -458,11 +463,12 @@ std::string FormatDate(const CalendarDate& inDate) {
 }
 
 std::string FormatTime(const ClockTime& inTime) {
-    return fmt::format("{:02}:{:02}:{:02}.{:03}", inTime.hour, inTime.minute, inTime.second, inTime.millisecond);
+    return fmt::format("{:02}:{:02}:{:02}.{:03}", inTime.hour, inTime.minute, inTime.second,
+                       inTime.millisecond);
 }
 
 std::string FormatDateTime(const CalendarDate& inDate, const ClockTime& inTime) {
     return FormatDate(inDate) + 'T' + FormatTime(inTime);
 }
 
-}  // namespace orsql
+} // namespace orsql

@@ -26,17 +26,31 @@ struct ClockTime {
 
 /// One value as it was written. Whole numbers are in the narrowest of the three kinds that holds them.
 struct Literal {
-    enum class Kind { Null, Boolean, Long, LLong, ULLong, Double, Text, Binary, Date, Time, DateTime, Json, Array };
+    enum class Kind {
+        Null,
+        Boolean,
+        Long,
+        LLong,
+        ULLong,
+        Double,
+        Text,
+        Binary,
+        Date,
+        Time,
+        DateTime,
+        Json,
+        Array
+    };
     Kind kind = Kind::Null;
     bool boolean = false;
-    std::int64_t number = 0;     ///< of Long and LLong
-    std::uint64_t unsignedNumber = 0;  ///< of ULLong
+    std::int64_t number = 0;          ///< of Long and LLong
+    std::uint64_t unsignedNumber = 0; ///< of ULLong
     double real = 0;
-    std::string text;  ///< of Text and Json, in UTF-8; the bytes of Binary
+    std::string text; ///< of Text and Json, in UTF-8; the bytes of Binary
     CalendarDate date;
     ClockTime time;
-    std::vector<Literal> items;     ///< of Array: each of `itemKind` or NULL
-    Kind itemKind = Kind::Text;     ///< of Array
+    std::vector<Literal> items; ///< of Array: each of `itemKind` or NULL
+    Kind itemKind = Kind::Text; ///< of Array
     bool operator==(const Literal&) const = default;
 };
 
@@ -60,4 +74,4 @@ std::string FormatTime(const ClockTime& inTime);
 /// "2024-01-31T12:30:00.250"
 std::string FormatDateTime(const CalendarDate& inDate, const ClockTime& inTime);
 
-}  // namespace orsql
+} // namespace orsql

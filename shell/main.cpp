@@ -73,14 +73,14 @@ int RunAll(Options& ioOptions, Answers& inAnswers) {
     return status;
 }
 
-}  // namespace
+} // namespace
 
-/// A stream that the caller closed would give its number to the next file that is opened, and be taken for it: an
-/// end of input, or an output that refuses, stands in.
+/// A stream that the caller closed would give its number to the next file that is opened, and be taken for
+/// it: an end of input, or an output that refuses, stands in.
 void OpenMissingStreams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(stream, F_GETFD) < 0) {
-            open("/dev/null", O_RDONLY);  // takes the lowest free number, which is this one
+            open("/dev/null", O_RDONLY); // takes the lowest free number, which is this one
         }
     }
 }

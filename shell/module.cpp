@@ -25,7 +25,7 @@ Function FindExport(void* inLibrary, const std::string& inPath, const char* inNa
     return reinterpret_cast<Function>(symbol);
 }
 
-}  // namespace
+} // namespace
 
 std::string_view ShellVersion() { return ORSQL_VERSION; }
 
@@ -61,4 +61,4 @@ Module::~Module() {
     orkit::standin::ForgetProcedures();
 }
 
-}  // namespace orsql
+} // namespace orsql

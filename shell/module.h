@@ -32,4 +32,4 @@ private:
     orkit::smart_ptr<orkit::orsql::I_DuckDBExtension> mExtension;
 };
 
-}  // namespace orsql
+} // namespace orsql

@@ -19,21 +19,25 @@ void AddScriptOptions(CLI::App& ioApp, Options& outOptions) {
     const auto add = [&](const char* name, Script::Kind kind, const char* value, const char* help) {
         ioApp
             .add_option_function<std::string>(
-                name, [&outOptions, kind](const std::string& text) { outOptions.scripts.push_back({kind, text}); },
+                name,
+                [&outOptions, kind](const std::string& text) {
+                    outOptions.scripts.push_back({kind, text});
+                },
                 help)
             ->type_name(value)
             ->trigger_on_parse()
             ->expected(1)
             ->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     };
-    add("-c,--command", Script::Kind::Command, "TEXT", "run TEXT: SQL, or a dot command; repeatable, in order");
+    add("-c,--command", Script::Kind::Command, "TEXT",
+        "run TEXT: SQL, or a dot command; repeatable, in order");
     add("-f,--file", Script::Kind::File, "FILE", "run a file of SQL and dot commands; - is standard input");
 }
 
 /// A choice of words that are the values of an enumeration, in its order.
 template <class Choice, std::size_t Count, class Set>
-void AddChoice(CLI::App& ioApp, const char* inName, const std::array<std::string_view, Count>& inWords, Set inSet,
-               const char* inHelp) {
+void AddChoice(CLI::App& ioApp, const char* inName, const std::array<std::string_view, Count>& inWords,
+               Set inSet, const char* inHelp) {
     std::string words;
     for (const std::string_view word : inWords) {
         words += (words.empty() ? "" : "|") + std::string(word);
@@ -62,19 +66,21 @@ void AddOutputOptions(CLI::App& ioApp, Options& outOptions) {
         "colour on a terminal, always or never");
     ioApp.add_option("--max-rows", outOptions.maxRows, "rows shown of a table in box mode; 0 shows all")
         ->check(CLI::Validator(
-            [](std::string& text) { return text.starts_with('-') ? text + " is below 0" : std::string(); }, ""))
+            [](std::string& text) { return text.starts_with('-') ? text + " is below 0" : std::string(); },
+            ""))
         ->type_name("N");
     ioApp.add_option("--null", outOptions.nullText, "what NULL is shown as")->type_name("TEXT");
     ioApp.add_flag_callback(
-        "--no-header", [&outOptions] { outOptions.hasHeader = false; }, "without the columns' names in box and csv mode");
+        "--no-header", [&outOptions] { outOptions.hasHeader = false; },
+        "without the columns' names in box and csv mode");
     ioApp.add_flag("--timer", outOptions.showsTimer, "show the time that each statement takes");
     ioApp.add_flag("--bail", outOptions.stopsAtFailure, "stop at the first failure");
 }
 
 void AddDatabaseOptions(CLI::App& ioApp, Options& outOptions) {
     AddChoice<CursorLocation>(
-        ioApp, "--cursor", kCursorNames,
-        [&](CursorLocation cursor) { outOptions.cursor = cursor; }, "cursor location for queries");
+        ioApp, "--cursor", kCursorNames, [&](CursorLocation cursor) { outOptions.cursor = cursor; },
+        "cursor location for queries");
     ioApp.add_option("--module", outOptions.module, "the module; by default the one beside the program")
         ->type_name("PATH");
     ioApp.add_flag("--readonly", outOptions.isReadOnly, "open for reading alone");
@@ -90,12 +96,17 @@ void AddDatabaseOptions(CLI::App& ioApp, Options& outOptions) {
     ioApp.add_flag_callback(
         "--no-external-access", [&outOptions] { outOptions.hasExternalAccess = false; },
         "let DuckDB touch nothing outside the database");
-    ioApp.add_option("--token-file", outOptions.tokenFile,
-                     "file with the token for an md: database; else motherduck_token of the environment counts")
+    ioApp
+        .add_option(
+            "--token-file", outOptions.tokenFile,
+            "file with the token for an md: database; else motherduck_token of the environment counts")
         ->type_name("FILE");
-    ioApp.add_option("--user-agent", outOptions.userAgent, "user agent for an md: database")->type_name("TEXT");
-    ioApp.add_option("--block-size", outOptions.blockSize, "block size of a new file in bytes")->type_name("N");
-    ioApp.add_option("--storage-version", outOptions.storageVersion, "DuckDB's storage version of a new file")
+    ioApp.add_option("--user-agent", outOptions.userAgent, "user agent for an md: database")
+        ->type_name("TEXT");
+    ioApp.add_option("--block-size", outOptions.blockSize, "block size of a new file in bytes")
+        ->type_name("N");
+    ioApp
+        .add_option("--storage-version", outOptions.storageVersion, "DuckDB's storage version of a new file")
         ->type_name("V");
 }
 
@@ -106,8 +117,8 @@ bool IsVersionText(const std::string& inText) {
     });
 }
 
-/// The arguments as the parser takes them, the last first. It overlooks an empty value behind "=": such a value is
-/// handed over as an argument of its own.
+/// The arguments as the parser takes them, the last first. It overlooks an empty value behind "=": such a
+/// value is handed over as an argument of its own.
 std::vector<std::string> ArgumentsInReverse(int inCount, const char* const* inArguments) {
     std::vector<std::string> arguments;
     bool areOptions = true;
@@ -127,7 +138,7 @@ std::vector<std::string> ArgumentsInReverse(int inCount, const char* const* inAr
     return arguments;
 }
 
-}  // namespace
+} // namespace
 
 bool IsMemoryPath(const std::string& inPath) { return inPath == ":memory:"; }
 
@@ -162,7 +173,8 @@ std::optional<Options> ReadCommandLine(int inCount, const char* const* inArgumen
         if (!IsVersionText(options.storageVersion)) {
             throw CLI::ValidationError("--storage-version", options.storageVersion + " is no version");
         }
-        if (const auto refusal = RefuseFileOptions(options, options.database); refusal && !options.showsVersion) {
+        if (const auto refusal = RefuseFileOptions(options, options.database);
+            refusal && !options.showsVersion) {
             throw CLI::ValidationError(*refusal);
         }
     } catch (const CLI::CallForHelp&) {
@@ -177,4 +189,4 @@ std::optional<Options> ReadCommandLine(int inCount, const char* const* inArgumen
     return options;
 }
 
-}  // namespace orsql
+} // namespace orsql

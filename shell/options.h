@@ -21,13 +21,13 @@ inline constexpr int kFailed = 1;
 inline constexpr int kWrongUse = 2;
 inline constexpr int kNotOpened = 3;
 inline constexpr int kInterrupted = 130;
-}  // namespace exit_status
+} // namespace exit_status
 
 /// What the command line asks to be run, in its order.
 struct Script {
     enum class Kind { Command, File };
     Kind kind;
-    std::string text;  ///< the SQL or dot command; the file's path, "-" for standard input
+    std::string text; ///< the SQL or dot command; the file's path, "-" for standard input
     bool operator==(const Script&) const = default;
 };
 
@@ -36,11 +36,11 @@ struct Options {
     std::vector<Script> scripts;
     std::optional<Mode> mode;
     CursorLocation cursor = CursorLocation::Server;
-    std::string module;  ///< empty: the one beside the program
+    std::string module; ///< empty: the one beside the program
 
     bool isReadOnly = false;
     std::uint32_t threads = 0;
-    std::uint32_t maxMemory = 0;  ///< megabytes
+    std::uint32_t maxMemory = 0; ///< megabytes
     std::string tempDirectory;
     std::string homeDirectory;
     std::string secretDirectory;
@@ -49,7 +49,7 @@ struct Options {
 
     std::string tokenFile;
     std::string userAgent;
-    std::uint32_t blockSize = 0;  ///< bytes
+    std::uint32_t blockSize = 0; ///< bytes
     std::string storageVersion;
 
     bool stopsAtFailure = false;
@@ -74,4 +74,4 @@ std::optional<Options> ReadCommandLine(int inCount, const char* const* inArgumen
 /// without external access. @return what is wrong, else nothing.
 std::optional<std::string> RefuseFileOptions(const Options& inOptions, const std::string& inDatabase);
 
-}  // namespace orsql
+} // namespace orsql

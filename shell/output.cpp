@@ -12,7 +12,8 @@
 namespace orsql {
 
 OutputError::OutputError(int inErrno)
-    : std::runtime_error(std::string("can't write: ") + std::strerror(inErrno)), mIsReaderGone(inErrno == EPIPE) {}
+    : std::runtime_error(std::string("can't write: ") + std::strerror(inErrno)),
+      mIsReaderGone(inErrno == EPIPE) {}
 
 Output::Output() : mFile(STDOUT_FILENO), mIsOwned(false), mIsTerminal(isatty(STDOUT_FILENO) == 1) {}
 
@@ -52,4 +53,4 @@ void Output::Close() {
     }
 }
 
-}  // namespace orsql
+} // namespace orsql

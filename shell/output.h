@@ -53,4 +53,4 @@ private:
     bool mIsTerminal;
 };
 
-}  // namespace orsql
+} // namespace orsql

@@ -162,7 +162,7 @@ private:
     }
 };
 
-}  // namespace
+} // namespace
 
 std::unique_ptr<Renderer> MakeCsvRenderer(Output& inOutput, const RenderSettings& inSettings) {
     return std::make_unique<CsvRenderer>(inOutput, inSettings);
@@ -176,4 +176,4 @@ std::unique_ptr<Renderer> MakeMarkdownRenderer(Output& inOutput, const RenderSet
     return std::make_unique<MarkdownRenderer>(inOutput, inSettings);
 }
 
-}  // namespace orsql
+} // namespace orsql

@@ -12,4 +12,4 @@ std::unique_ptr<Renderer> MakeCsvRenderer(Output& inOutput, const RenderSettings
 std::unique_ptr<Renderer> MakeLineRenderer(Output& inOutput, const RenderSettings& inSettings);
 std::unique_ptr<Renderer> MakeMarkdownRenderer(Output& inOutput, const RenderSettings& inSettings);
 
-}  // namespace orsql
+} // namespace orsql

@@ -15,7 +15,7 @@ namespace orsql {
 namespace {
 
 using namespace std::chrono_literals;
-constexpr auto kFirstWait = 1s;  // a short export shows nothing
+constexpr auto kFirstWait = 1s; // a short export shows nothing
 constexpr auto kInterval = 200ms;
 
 std::uintmax_t BytesIn(const std::filesystem::path& inFolder) {
@@ -30,7 +30,7 @@ std::uintmax_t BytesIn(const std::filesystem::path& inFolder) {
     return bytes;
 }
 
-}  // namespace
+} // namespace
 
 ExportProgress::ExportProgress() {
     if (isatty(STDERR_FILENO) == 1) {
@@ -55,9 +55,11 @@ void ExportProgress::Show() {
     bool hasShown = false;
     while (!mIsOver.wait_for(lock, hasShown ? kInterval : kFirstWait, [this] { return mIsStopping; })) {
         const auto location = orkit::standin::get_LastBackupLocation();
-        const double megabytes = location ? static_cast<double>(BytesIn(ToUtf8(location->get_Path()))) / 1e6 : 0;
+        const double megabytes =
+            location ? static_cast<double>(BytesIn(ToUtf8(location->get_Path()))) / 1e6 : 0;
         const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-        std::cerr << fmt::format("\r\x1b[Kbacking up: {:.0f} s, {:.1f} MB written", elapsed.count(), megabytes)
+        std::cerr << fmt::format("\r\x1b[Kbacking up: {:.0f} s, {:.1f} MB written", elapsed.count(),
+                                 megabytes)
                   << std::flush;
         hasShown = true;
     }
@@ -66,4 +68,4 @@ void ExportProgress::Show() {
     }
 }
 
-}  // namespace orsql
+} // namespace orsql

@@ -26,4 +26,4 @@ private:
     std::thread mThread;
 };
 
-}  // namespace orsql
+} // namespace orsql

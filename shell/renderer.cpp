@@ -32,4 +32,4 @@ std::optional<Mode> FindMode(std::string_view inName) {
                                      : std::optional(static_cast<Mode>(found - kModeNames.begin()));
 }
 
-}  // namespace orsql
+} // namespace orsql

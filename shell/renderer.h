@@ -18,15 +18,16 @@ namespace orsql {
 enum class Mode { Box, Csv, Json, Jsonl, Line, Markdown };
 
 /// The names of the modes, in the order of `Mode`.
-inline constexpr std::array<std::string_view, 6> kModeNames = {"box", "csv", "json", "jsonl", "line", "markdown"};
+inline constexpr std::array<std::string_view, 6> kModeNames = {"box",   "csv",  "json",
+                                                               "jsonl", "line", "markdown"};
 
 /// What the user chose about the forms; can change between two answers.
 struct RenderSettings {
-    std::optional<std::string> nullText;  ///< instead of the mode's own
-    std::uint64_t maxRows = 40;           ///< of a box; 0 shows all
+    std::optional<std::string> nullText; ///< instead of the mode's own
+    std::uint64_t maxRows = 40;          ///< of a box; 0 shows all
     bool hasHeader = true;
     bool hasColor = false;
-    std::size_t width = 0;  ///< of the terminal in columns; 0 without one
+    std::size_t width = 0; ///< of the terminal in columns; 0 without one
 };
 
 /// How the reading of rows ended.
@@ -58,4 +59,4 @@ std::unique_ptr<Renderer> MakeRenderer(Mode inMode, Output& inOutput, const Rend
 /// The mode of a name.
 std::optional<Mode> FindMode(std::string_view inName);
 
-}  // namespace orsql
+} // namespace orsql

@@ -101,9 +101,10 @@ void MoveIntoPlace(const std::string& inNew, const std::string& inPath, bool inR
     }
 }
 
-}  // namespace
+} // namespace
 
-void RestoreBackup(Session& inSession, const std::string& inBackup, const std::string& inPath, bool inReplaces) {
+void RestoreBackup(Session& inSession, const std::string& inBackup, const std::string& inPath,
+                   bool inReplaces) {
     const smart_ptr<I_Location> target = LocationOf(inPath);
     const smart_ptr<I_Location> backup = LocationOf(inBackup);
     const std::string path = ToUtf8(target->get_Path());
@@ -116,7 +117,8 @@ void RestoreBackup(Session& inSession, const std::string& inBackup, const std::s
     const TemporaryDatabase made(NameBeside(path));
     {
         const ActivityScope computing(Activity::Computing);
-        inSession.get_Extension().RestoreDatabase(orkit::standin::MakeLocation(ToHost(made.get_Path())), backup);
+        inSession.get_Extension().RestoreDatabase(orkit::standin::MakeLocation(ToHost(made.get_Path())),
+                                                  backup);
     }
     inSession.Close();
     if (isOpenHere) {
@@ -126,4 +128,4 @@ void RestoreBackup(Session& inSession, const std::string& inBackup, const std::s
     inSession.OpenExisting(target);
 }
 
-}  // namespace orsql
+} // namespace orsql

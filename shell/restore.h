@@ -12,6 +12,7 @@ namespace orsql {
 /// beside its place and moves there when it is complete: whatever fails before leaves everything as it was.
 /// A path that exists is refused with ShellError unless `inReplaces` is set, and always if it isn't a DuckDB
 /// file; the module's failures go to the caller.
-void RestoreBackup(Session& inSession, const std::string& inBackup, const std::string& inPath, bool inReplaces);
+void RestoreBackup(Session& inSession, const std::string& inBackup, const std::string& inPath,
+                   bool inReplaces);
 
-}  // namespace orsql
+} // namespace orsql

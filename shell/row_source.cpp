@@ -16,7 +16,7 @@ constexpr std::uint64_t kNumberTypes = [] {
     constexpr std::uint32_t kUHugeInt = 32;
     constexpr std::uint32_t kBignum = 35;
     std::uint64_t types = 0;
-    for (std::uint32_t id = 2; id <= 11; ++id) {  // TINYINT to DOUBLE
+    for (std::uint32_t id = 2; id <= 11; ++id) { // TINYINT to DOUBLE
         types |= std::uint64_t{1} << id;
     }
     for (const std::uint32_t id : {kHugeInt, kDecimal, kUHugeInt, kBignum}) {
@@ -25,9 +25,9 @@ constexpr std::uint64_t kNumberTypes = [] {
     return types;
 }();
 
-constexpr std::array<std::string_view, 14> kHostTypeNames = {
-    "unknown", "array", "bool", "binary", "date", "datetime", "double",
-    "int64",   "money", "null", "text",   "time", "uint64",   "variant"};
+constexpr std::array<std::string_view, 14> kHostTypeNames = {"unknown",  "array",  "bool",   "binary", "date",
+                                                             "datetime", "double", "int64",  "money",  "null",
+                                                             "text",     "time",   "uint64", "variant"};
 
 bool IsNumberType(std::uint32_t inId) { return inId < 64 && (kNumberTypes >> inId & 1) != 0; }
 
@@ -35,18 +35,22 @@ bool IsHostNumber(std::int32_t inType) {
     return inType == HOST_TYPE_INT64 || inType == HOST_TYPE_UINT64 || inType == HOST_TYPE_DOUBLE;
 }
 
-}  // namespace
+} // namespace
 
 std::string_view HostTypeName(std::int32_t inType) {
     const auto index = static_cast<std::size_t>(inType);
     return inType >= 0 && index < kHostTypeNames.size() ? kHostTypeNames[index] : kHostTypeNames[0];
 }
 
-CursorRows::CursorRows(orkit::smart_ptr<orkit::orsql::I_DuckDBCursor> inCursor) : mCursor(std::move(inCursor)) {
+CursorRows::CursorRows(orkit::smart_ptr<orkit::orsql::I_DuckDBCursor> inCursor)
+    : mCursor(std::move(inCursor)) {
     for (std::uint32_t i = 0; i < mCursor->get_ColumnCount(); ++i) {
         const std::uint32_t id = mCursor->get_ColumnType(i);
-        mColumns.push_back(
-            {ToUtf8(mCursor->get_ColumnName(i)), ToUtf8(mCursor->get_ColumnTypeName(i)), id, {}, IsNumberType(id)});
+        mColumns.push_back({ToUtf8(mCursor->get_ColumnName(i)),
+                            ToUtf8(mCursor->get_ColumnTypeName(i)),
+                            id,
+                            {},
+                            IsNumberType(id)});
     }
 }
 
@@ -67,7 +71,8 @@ ProcedureRows::ProcedureRows(orkit::standin::ProcedureCursor inCursor) : mCursor
         if (type == 0) {
             // A cursor of given rows declares no types: its first row shows them.
             mIsOnFirstRow = mIsOnFirstRow || mCursor.NextRow();
-            type = mIsOnFirstRow ? mCursor.ReadValue(static_cast<std::int32_t>(i)).get_Type() : HOST_TYPE_VARIANT;
+            type = mIsOnFirstRow ? mCursor.ReadValue(static_cast<std::int32_t>(i)).get_Type()
+                                 : HOST_TYPE_VARIANT;
         }
         mColumns.push_back({ValidUtf8(mCursor.get_ColumnName(i)), std::nullopt, 0,
                             std::string(HostTypeName(type)), IsHostNumber(type)});
@@ -112,4 +117,4 @@ UntypedRows::UntypedRows(RowSource& inSource) : mSource(inSource) {
     }
 }
 
-}  // namespace orsql
+} // namespace orsql

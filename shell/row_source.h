@@ -17,10 +17,10 @@ namespace orsql {
 /// What is known of a column. Names are UTF-8.
 struct Column {
     std::string name;
-    std::optional<std::string> type;  ///< DuckDB's full text of the type
-    std::uint32_t typeId = 0;         ///< goes with `type`
-    std::optional<std::string> hostType;  ///< of a procedure's column
-    bool isNumber = false;            ///< to be shown flush right
+    std::optional<std::string> type;     ///< DuckDB's full text of the type
+    std::uint32_t typeId = 0;            ///< goes with `type`
+    std::optional<std::string> hostType; ///< of a procedure's column
+    bool isNumber = false;               ///< to be shown flush right
 };
 
 /// Rows that are read once, front to back.
@@ -54,7 +54,7 @@ public:
 
 private:
     orkit::standin::ProcedureCursor mCursor;
-    bool mIsOnFirstRow = false;  // it was gone to for the columns' types
+    bool mIsOnFirstRow = false; // it was gone to for the columns' types
 };
 
 /// Rows that the shell itself made.
@@ -83,4 +83,4 @@ private:
 /// The host's name of a number of `host_type`.
 std::string_view HostTypeName(std::int32_t inType);
 
-}  // namespace orsql
+} // namespace orsql

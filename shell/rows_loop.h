@@ -7,8 +7,8 @@
 
 namespace orsql {
 
-/// Reads rows to their end, to a failure or to Ctrl-C, and hands each to `inOnRow`. A failure to read is told;
-/// a failure to write goes to the caller.
+/// Reads rows to their end, to a failure or to Ctrl-C, and hands each to `inOnRow`. A failure to read is
+/// told; a failure to write goes to the caller.
 template <class OnRow>
 RowsEnd ReadRows(RowSource& inRows, OnRow inOnRow) {
     RowsEnd end;
@@ -44,4 +44,4 @@ inline std::string ChangedText(std::int64_t inCount) {
 /// NULL where nothing else was asked for.
 inline constexpr std::string_view kNullText = "NULL";
 
-}  // namespace orsql
+} // namespace orsql

@@ -64,7 +64,7 @@ void Rollback(I_DuckDBDatabase& inDatabase) {
     }
 }
 
-}  // namespace
+} // namespace
 
 smart_ptr<orkit::I_Location> LocationOf(const std::string& inPath) {
     try {
@@ -214,4 +214,4 @@ smart_ptr<orkit::orsql::I_DuckDBCursor> Session::Select(const char* inSql,
     return get_OpenDatabase().SqlSelect(inSql, orkit::orsql::kCursorLocationServer, std::move(inValues));
 }
 
-}  // namespace orsql
+} // namespace orsql

@@ -28,8 +28,8 @@ public:
     /// Both must outlive the session. Nothing is open at the start.
     Session(Module& inModule, const Options& inOptions);
 
-    /// Closes what is open, then opens a database or makes a new one, as the options ask. If it fails, there is
-    /// no database.
+    /// Closes what is open, then opens a database or makes a new one, as the options ask. If it fails, there
+    /// is no database.
     void Open(const std::string& inPath, bool inIsReadOnly);
     /// Opens the file at a place that was made just now.
     void OpenExisting(const orkit::smart_ptr<orkit::I_Location>& inLocation);
@@ -51,12 +51,12 @@ public:
     /// Rows, for each of which every statement from now on runs once.
     void HoldRows(orkit::smart_ptr<orkit::orsql::RowArray> inRows);
 
-    /// Runs one statement with what is held. Where DuckDB makes several of it, the outcome is the last with rows
-    /// or a count; a failure takes back what they did, unless a transaction was open before.
+    /// Runs one statement with what is held. Where DuckDB makes several of it, the outcome is the last with
+    /// rows or a count; a failure takes back what they did, unless a transaction was open before.
     Outcome Run(const std::string& inSql, CursorLocation inLocation);
     /// Runs a query of the shell's own. @param inValues may be null.
-    orkit::smart_ptr<orkit::orsql::I_DuckDBCursor> Select(const char* inSql,
-                                                          orkit::smart_ptr<orkit::orsql::ValueArray> inValues);
+    orkit::smart_ptr<orkit::orsql::I_DuckDBCursor>
+    Select(const char* inSql, orkit::smart_ptr<orkit::orsql::ValueArray> inValues);
 
 private:
     orkit::orsql::DuckDBSettings MakeSettings(bool inIsReadOnly) const;
@@ -77,4 +77,4 @@ orkit::smart_ptr<orkit::I_Location> LocationOf(const std::string& inPath);
 /// A whole file. Raises ShellError.
 std::string ReadFile(const std::string& inPath);
 
-}  // namespace orsql
+} // namespace orsql

@@ -61,4 +61,4 @@ CommandAnswer Output(Shell& inShell, std::string_view inArguments) {
     return CommandAnswer::Pending;
 }
 
-}  // namespace orsql::command
+} // namespace orsql::command

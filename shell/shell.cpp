@@ -19,7 +19,7 @@ namespace {
 
 constexpr int kDeepest = 64;
 
-}  // namespace
+} // namespace
 
 Shell::Shell(Options& ioOptions, Session& inSession, Answers& inAnswers)
     : mOptions(ioOptions), mSession(inSession), mAnswers(inAnswers) {}
@@ -159,4 +159,4 @@ void Shell::RunCommand(const std::string& inLine) {
     }
 }
 
-}  // namespace orsql
+} // namespace orsql

@@ -48,7 +48,7 @@ private:
     Answers& mAnswers;
     bool mIsLeaving = false;
     bool mIsInteractive = false;
-    int mDepth = 0;  // of files that run files
+    int mDepth = 0; // of files that run files
 };
 
-}  // namespace orsql
+} // namespace orsql

@@ -32,7 +32,7 @@ std::size_t SpaceAtEnd(std::string_view inText) {
     return found == kUnicodeSpaces.end() ? 0 : found->size();
 }
 
-}  // namespace
+} // namespace
 
 void Splitter::Feed(std::string_view inText) {
     Forget();
@@ -204,7 +204,7 @@ Splitter::Step Splitter::ScanDollar() {
         mState = State::DollarQuoted;
         mPosition = mBodyStart = end + 1;
     } else {
-        ++mPosition;  // a parameter, or a lone "$"; a name behind it is scanned as a name
+        ++mPosition; // a parameter, or a lone "$"; a name behind it is scanned as a name
     }
     return Step::Go;
 }
@@ -334,4 +334,4 @@ void Splitter::Forget() {
     }
 }
 
-}  // namespace orsql
+} // namespace orsql

@@ -60,15 +60,15 @@ private:
 
     std::string mText;
     std::size_t mPosition = 0;
-    bool mAtLineStart = true;  // of the text's first byte
+    bool mAtLineStart = true; // of the text's first byte
     bool mIsFinished = false;
     State mState = State::Plain;
     Continuation mContinuation = Continuation::None;
     char mQuote = 0;
     std::size_t mDepth = 0;
-    std::string mTag;                   // with both dollars
-    std::size_t mBodyStart = 0;         // of the dollar quote
-    std::optional<std::size_t> mStart;  // of the open statement
+    std::string mTag;                  // with both dollars
+    std::size_t mBodyStart = 0;        // of the dollar quote
+    std::optional<std::size_t> mStart; // of the open statement
 };
 
-}  // namespace orsql
+} // namespace orsql

@@ -29,4 +29,4 @@ ErrorStyle StandardErrorStyle(ColorChoice inChoice) {
     return {isTerminal, UsesColor(inChoice, isTerminal), TerminalWidth(STDERR_FILENO)};
 }
 
-}  // namespace orsql
+} // namespace orsql

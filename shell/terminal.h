@@ -16,4 +16,4 @@ bool UsesColor(ColorChoice inChoice, bool inIsTerminal);
 /// How failures are shown on standard error.
 ErrorStyle StandardErrorStyle(ColorChoice inChoice);
 
-}  // namespace orsql
+} // namespace orsql

@@ -10,7 +10,8 @@ namespace orsql {
 namespace {
 
 char LowerAscii(char inCharacter) {
-    return inCharacter >= 'A' && inCharacter <= 'Z' ? static_cast<char>(inCharacter - 'A' + 'a') : inCharacter;
+    return inCharacter >= 'A' && inCharacter <= 'Z' ? static_cast<char>(inCharacter - 'A' + 'a')
+                                                    : inCharacter;
 }
 
 /// Walks the code points of a text; an invalid byte counts as U+FFFD of one byte.
@@ -42,7 +43,7 @@ bool IsAscii(std::string_view inText) {
                        [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-}  // namespace
+} // namespace
 
 std::string ToUtf8(const orkit::String& inText) {
     const orkit::StFromUTF16 converted(inText, orkit::GetConverter_UTF8());
@@ -113,9 +114,7 @@ std::string OneLine(std::string_view inText) {
     return line;
 }
 
-bool IsBlank(char inCharacter) {
-    return inCharacter == ' ' || (inCharacter >= '\t' && inCharacter <= '\r');
-}
+bool IsBlank(char inCharacter) { return inCharacter == ' ' || (inCharacter >= '\t' && inCharacter <= '\r'); }
 
 std::string_view Trim(std::string_view inText) {
     while (!inText.empty() && IsBlank(inText.front())) {
@@ -137,4 +136,4 @@ bool StartsIgnoringCase(std::string_view inText, std::string_view inPrefix) {
                       [](char left, char right) { return LowerAscii(left) == LowerAscii(right); });
 }
 
-}  // namespace orsql
+} // namespace orsql

@@ -33,4 +33,4 @@ bool EqualsIgnoringCase(std::string_view inLeft, std::string_view inRight);
 /// `inText` begins with `inPrefix`, the case of ASCII letters aside.
 bool StartsIgnoringCase(std::string_view inText, std::string_view inPrefix);
 
-}  // namespace orsql
+} // namespace orsql

@@ -72,7 +72,7 @@ duckdb_value CreateTimeTz(std::int64_t inMicros, std::int32_t inOffset) {
 // value has, with which DuckDB would later read past their end: those give no value.
 
 duckdb_value CreateBit(const std::uint8_t* inData, std::uint64_t inSize) {
-    constexpr std::uint64_t kMinSize = 2;  // the padding, and at least one bit
+    constexpr std::uint64_t kMinSize = 2; // the padding, and at least one bit
     constexpr std::uint8_t kMaxPadding = 7;
     if (!inData || inSize < kMinSize || inData[0] > kMaxPadding) {
         return nullptr;

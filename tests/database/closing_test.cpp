@@ -105,5 +105,5 @@ TEST_F(Closing, ReadOnlyBesideReadWriteMixesTheCount) {
     EXPECT_EQ(SelectOne(writer, "SELECT 1"), "1");
 }
 
-}  // namespace
-}  // namespace orkit::orsql::test
+} // namespace
+} // namespace orkit::orsql::test

@@ -47,7 +47,7 @@ TEST_F(Concurrency, ThreadsRaceForTheFirstAndLastHandleOfAPath) {
             const smart_ptr<I_DuckDBDatabase> database = MakeDatabase("raced.duckdb");
             database->Open();
             EXPECT_EQ(SelectOne(database, "SELECT 1"), "1");
-        }  // the last reference closes
+        } // the last reference closes
     });
     EXPECT_EQ(MakeDatabase("raced.duckdb")->get_ConnectionCount(), 0u);
 }
@@ -99,7 +99,7 @@ TEST_F(Concurrency, LastReleaseOfADatabaseMeetsItsCursors) {
             try {
                 while (cursor->NextRecord()) {
                     cursor->get_Value(0);
-                    cursor->get_Database();  // the database or null, never one that is gone
+                    cursor->get_Database(); // the database or null, never one that is gone
                 }
             } catch (const xDuckDBError& error) {
                 EXPECT_EQ(Text(*error.get_Text(1)), "DuckDBCursor is invalid");
@@ -145,5 +145,5 @@ TEST_F(Concurrency, AskingForTheStateDoesNotWaitForALongQuery) {
     worker.join();
 }
 
-}  // namespace
-}  // namespace orkit::orsql::test
+} // namespace
+} // namespace orkit::orsql::test

@@ -109,12 +109,16 @@ TEST_F(DirectExecution, FailuresCarryDuckDBsJsonText) {
 TEST_F(DirectExecution, AFailureAtExecutionRollsBackAnOpenTransaction) {
     Execute(mDatabase, "CREATE TABLE t (i INTEGER)");
     ExpectDuckDBErrorWith(
-        [&] { Execute(mDatabase, "BEGIN; INSERT INTO t VALUES (1); SELECT 'x'::INTEGER; INSERT INTO t VALUES (2)"); },
+        [&] {
+            Execute(mDatabase,
+                    "BEGIN; INSERT INTO t VALUES (1); SELECT 'x'::INTEGER; INSERT INTO t VALUES (2)");
+        },
         "direct", "Conversion");
     EXPECT_EQ(Count("t"), "0");
-    Execute(mDatabase, "BEGIN; ROLLBACK");  // no transaction is open
-    ExpectDuckDBErrorWith([&] { Execute(mDatabase, "INSERT INTO t VALUES (1); SELECT 'x'::INTEGER; DELETE FROM t"); },
-                          "direct", "Conversion");
+    Execute(mDatabase, "BEGIN; ROLLBACK"); // no transaction is open
+    ExpectDuckDBErrorWith(
+        [&] { Execute(mDatabase, "INSERT INTO t VALUES (1); SELECT 'x'::INTEGER; DELETE FROM t"); }, "direct",
+        "Conversion");
     EXPECT_EQ(Count("t"), "1") << "without a transaction the first statement stays, and the third never runs";
 }
 
@@ -152,5 +156,5 @@ TEST_F(DirectExecution, AnEmptyArrayOfValuesRunsAScript) {
               1);
 }
 
-}  // namespace
-}  // namespace orkit::orsql::test
+} // namespace
+} // namespace orkit::orsql::test

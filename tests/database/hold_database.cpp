@@ -1,5 +1,5 @@
-// hold_database PATH READ_ONLY|READ_WRITE: opens a database, prints "ready" (or "refused"), and holds it until its
-// standard input ends.
+// hold_database PATH READ_ONLY|READ_WRITE: opens a database, prints "ready" (or "refused"), and holds it
+// until its standard input ends.
 
 #include <cstdio>
 

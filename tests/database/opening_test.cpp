@@ -37,7 +37,8 @@ public:
         ::close(fromChild[1]);
         mInput = toChild[1];
         std::array<char, 16> answer = {};
-        mIsHolding = ::read(fromChild[0], answer.data(), answer.size()) > 0 && answer[0] == 'r' && answer[2] == 'a';
+        mIsHolding =
+            ::read(fromChild[0], answer.data(), answer.size()) > 0 && answer[0] == 'r' && answer[2] == 'a';
         ::close(fromChild[0]);
     }
     ~HoldDatabase() {
@@ -103,7 +104,7 @@ TEST_F(Opening, StorageOptionsShapeTheNewFile) {
     const struct {
         const char* mVersion;
         std::uint32_t mBlockSize;
-        const char* mExpected;  // block size and storage version
+        const char* mExpected; // block size and storage version
     } kCases[] = {
         {"", 0, "262144, v1.0.0+"},
         {"", 16384, "16384, v1.0.0+"},
@@ -118,8 +119,8 @@ TEST_F(Opening, StorageOptionsShapeTheNewFile) {
         database->put_BlockSize(test.mBlockSize);
         database->Create();
         const std::string blockSize = SelectOne(database, "SELECT block_size FROM pragma_database_size()");
-        const std::string version = SelectOne(
-            database, "SELECT tags['storage_version'] FROM duckdb_databases() WHERE NOT internal");
+        const std::string version =
+            SelectOne(database, "SELECT tags['storage_version'] FROM duckdb_databases() WHERE NOT internal");
         EXPECT_EQ(blockSize + ", " + version, test.mExpected) << number;
         EXPECT_EQ(SelectOne(database, "SELECT count(*) FROM duckdb_databases() WHERE NOT internal"), "1");
     }
@@ -216,11 +217,11 @@ TEST_F(Opening, OpenOfAnotherFileRaisesDuckDBsTextAndHarmsNothing) {
 TEST_F(Opening, UnknownRemoteAccessRaisesAtTheOpen) {
     const smart_ptr<I_DuckDBDatabase> database = MakeDatabase("missing.duckdb");
     database->put_MotherDuckAccess("token", "agent/1.0");
-    const Raised raised = Catch([&] { database->Open(); });  // no "File does not exist"
+    const Raised raised = Catch([&] { database->Open(); }); // no "File does not exist"
     EXPECT_EQ(raised.mClass, "xException");
     EXPECT_NE(raised.mContext.value_or("").find("motherduck_token"), std::string::npos)
         << raised.mContext.value_or("none");
-    database->Create();  // ignores the token
+    database->Create(); // ignores the token
     EXPECT_TRUE(database->get_IsOpen());
 }
 
@@ -307,7 +308,8 @@ TEST_F(Opening, RaisesWhereAnotherProcessWrites) {
         const Raised raised = Catch([&] { database->Open(); });
         EXPECT_EQ(raised.mClass, "xException");
         EXPECT_EQ(raised.mCode, 626688u);
-        EXPECT_NE(raised.mContext.value_or("").find("lock"), std::string::npos) << raised.mContext.value_or("none");
+        EXPECT_NE(raised.mContext.value_or("").find("lock"), std::string::npos)
+            << raised.mContext.value_or("none");
         EXPECT_FALSE(database->get_IsOpen());
         // A file that another process holds can't be deleted, and so isn't replaced by Create.
         ExpectDuckDBErrorWith([&] { database->Create(); }, "a", "lock");
@@ -328,5 +330,5 @@ TEST_F(Opening, TwoSpellingsOfOneFileAreOneDatabase) {
     }
 }
 
-}  // namespace
-}  // namespace orkit::orsql::test
+} // namespace
+} // namespace orkit::orsql::test

@@ -9,15 +9,18 @@ class DatabaseProperties : public ObjectTest {};
 TEST_F(DatabaseProperties, ObjectsAnswerForTheirInterfaces) {
     const smart_ptr<I_DuckDBDatabase> database = CreateDatabase();
     const smart_ptr<I_DuckDBCursor> cursor = OpenCursor(database, "SELECT 1", kCursorLocationServer);
-    const smart_ptr<I_DuckDBQueryResult> result = database->SqlQuery("SELECT 1", kCursorLocationServer, nullptr);
+    const smart_ptr<I_DuckDBQueryResult> result =
+        database->SqlQuery("SELECT 1", kCursorLocationServer, nullptr);
     const std::pair<I_Unknown*, std::uint32_t> kObjects[] = {
         {database.get(), 406}, {cursor.get(), 408}, {result.get(), 409}};
     for (const auto& [object, id] : kObjects) {
         for (std::uint32_t asked = 0; asked < 1000; ++asked) {
-            EXPECT_EQ(object->QueryInterface(asked) != nullptr, asked == id || asked == interface_id::kForeignPlugin)
+            EXPECT_EQ(object->QueryInterface(asked) != nullptr,
+                      asked == id || asked == interface_id::kForeignPlugin)
                 << asked << " of " << id;
         }
-        auto* const plugin = static_cast<I_ForeignPlugin*>(object->QueryInterface(interface_id::kForeignPlugin));
+        auto* const plugin =
+            static_cast<I_ForeignPlugin*>(object->QueryInterface(interface_id::kForeignPlugin));
         int xtra = 0;
         plugin->put_Xtra(&xtra);
         EXPECT_EQ(plugin->get_Xtra(), &xtra);
@@ -58,8 +61,8 @@ TEST_F(DatabaseProperties, RegistriesGrowAndLoseNothing) {
     for (int i = 0; i < 25; ++i) {
         cursors.push_back(OpenCursor(database, "SELECT 1", kCursorLocationServer));
     }
-    database->RemoveCursor(nullptr);                // not there: no error
-    database->RemoveQueryResult(nullptr);           // nothing was ever entered
+    database->RemoveCursor(nullptr);      // not there: no error
+    database->RemoveQueryResult(nullptr); // nothing was ever entered
     cursors.erase(cursors.begin(), cursors.begin() + 5);
     database->Close();
     for (const auto& cursor : cursors) {
@@ -92,7 +95,8 @@ TEST_F(DatabaseProperties, TakeTheGuardWhereTheySay) {
     };
     EXPECT_EQ(locks([&] { database->SyncEngineLock(); }), 1u);
     EXPECT_EQ(locks([&] { database->Close(); }), 0u) << "on a closed object";
-    EXPECT_EQ(locks([&] { database->get_IsOpen(), database->get_IsReadOnly(), database->get_RefsCount(); }), 0u);
+    EXPECT_EQ(locks([&] { database->get_IsOpen(), database->get_IsReadOnly(), database->get_RefsCount(); }),
+              0u);
     database->Create();
     const smart_ptr<I_DuckDBCursor> client = OpenCursor(database, "SELECT 1", kCursorLocationClient);
     const smart_ptr<I_DuckDBCursor> server = OpenCursor(database, "SELECT 1", kCursorLocationServer);
@@ -107,5 +111,5 @@ TEST_F(DatabaseProperties, TakeTheGuardWhereTheySay) {
               0u);
 }
 
-}  // namespace
-}  // namespace orkit::orsql::test
+} // namespace
+} // namespace orkit::orsql::test

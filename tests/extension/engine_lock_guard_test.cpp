@@ -48,7 +48,7 @@ TEST(EngineLockGuard, GivesTheLockBackWhileAnExceptionPasses) {
     EXPECT_FALSE(gIsGlobalLockTaken.get());
     Thread_Mutex_Win* const lock = GetGlobalEngineLock();
     std::thread([lock] {
-        lock->lock();  // would hang if it were still held
+        lock->lock(); // would hang if it were still held
         lock->unlock();
     }).join();
 }
@@ -84,5 +84,5 @@ TEST(EngineLockGuard, FlagsBelongToTheirThread) {
     EXPECT_FALSE(isTakenThere);
 }
 
-}  // namespace
-}  // namespace orkit::orsql::test
+} // namespace
+} // namespace orkit::orsql::test

@@ -57,5 +57,5 @@ TEST(Module, GivesItsRootObjectAndProceduresWhenItIsLoaded) {
     standin::ForgetProcedures();
 }
 
-}  // namespace
-}  // namespace orkit::orsql::test
+} // namespace
+} // namespace orkit::orsql::test

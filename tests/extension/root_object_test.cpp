@@ -62,7 +62,7 @@ TEST_F(RootObject, TellsADuckDBFileByItsMagic) {
 TEST_F(RootObject, TellsARealDatabaseWhileItIsOpenAndAfter) {
     const smart_ptr<I_DuckDBDatabase> database = CreateDatabase("real.duckdb");
     Execute(database, "CREATE TABLE t AS SELECT 42 AS i; CHECKPOINT");
-    Extension()->get_IsDuckDBFile(At("real.duckdb"));  // whatever it says of a file in use, it does no harm
+    Extension()->get_IsDuckDBFile(At("real.duckdb")); // whatever it says of a file in use, it does no harm
     Execute(database, "INSERT INTO t VALUES (43)");
     database->Close();
     EXPECT_TRUE(Extension()->get_IsDuckDBFile(At("real.duckdb")));
@@ -71,8 +71,11 @@ TEST_F(RootObject, TellsARealDatabaseWhileItIsOpenAndAfter) {
 }
 
 TEST_F(RootObject, KnowsTheMemoryPathByItsWholeText) {
-    for (const auto& [path, isMemory] : {std::pair{":memory:", true}, {":memory:x", false}, {"", false},
-                                         {":MEMORY:", false}, {"memory", false}}) {
+    for (const auto& [path, isMemory] : {std::pair{":memory:", true},
+                                         {":memory:x", false},
+                                         {"", false},
+                                         {":MEMORY:", false},
+                                         {"memory", false}}) {
         EXPECT_EQ(Extension()->get_IsMemoryPath(path), isMemory) << path;
     }
 }
@@ -89,5 +92,5 @@ TEST_F(RootObject, KnowsADatabaseOnceItWasUsed) {
     EXPECT_TRUE(Extension()->get_IsKnownDatabase(path)) << "it stays known";
 }
 
-}  // namespace
-}  // namespace orkit::orsql::test
+} // namespace
+} // namespace orkit::orsql::test

@@ -1,4 +1,5 @@
-// What docs/procedures.md tells of the edges: files that names reach, far dates, and failures of no known kind.
+// What docs/procedures.md tells of the edges: files that names reach, far dates, and failures of no known
+// kind.
 
 #include <filesystem>
 #include <fstream>

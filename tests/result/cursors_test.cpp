@@ -29,8 +29,8 @@ protected:
 
 TEST_F(Cursors, ListTheirColumnsOnce) {
     for (const std::uint32_t location : {1u, 2u}) {
-        const smart_ptr<I_DuckDBCursor> cursor =
-            OpenCursor(mDatabase, "SELECT 1::DECIMAL(5,2) AS \"größe\", [1] AS l, {'a': 1} AS s, NULL AS n", location);
+        const smart_ptr<I_DuckDBCursor> cursor = OpenCursor(
+            mDatabase, "SELECT 1::DECIMAL(5,2) AS \"größe\", [1] AS l, {'a': 1} AS s, NULL AS n", location);
         ASSERT_EQ(cursor->get_ColumnCount(), 4u);
         EXPECT_EQ(Text(cursor->get_ColumnName(0)), "größe");
         EXPECT_EQ(Text(cursor->get_ColumnTypeName(0)), "DECIMAL(5,2)");
@@ -100,7 +100,8 @@ TEST_F(Cursors, AResultWithoutRowsHasNoRecord) {
     const char* const kEmpty = "SELECT 1 WHERE false";
     const smart_ptr<I_DuckDBCursor> client = Client(kEmpty);
     EXPECT_EQ(client->get_RecordCount(), 0u);
-    EXPECT_FALSE(client->FirstRecord() || client->LastRecord() || client->NextRecord() || client->PrevRecord());
+    EXPECT_FALSE(client->FirstRecord() || client->LastRecord() || client->NextRecord() ||
+                 client->PrevRecord());
     EXPECT_EQ(client->get_CurrentRecord(), 0u);
     ExpectDuckDBError([&] { client->get_Value(0); }, "cursors", "No current record.");
     const smart_ptr<I_DuckDBCursor> server = Server(kEmpty);
@@ -199,7 +200,7 @@ TEST_F(Cursors, DisposeCutsOffOnce) {
         ExpectDuckDBError([&] { cursor->NextRecord(); }, "unknown", "DuckDBCursor is invalid");
         EXPECT_EQ(cursor->get_ColumnCount(), 1u);
     }
-    mDatabase->Close();  // meets no pointer to them
+    mDatabase->Close(); // meets no pointer to them
 }
 
 TEST_F(Cursors, ServerHoldsOneChunkUntilItGoes) {
@@ -249,5 +250,5 @@ TEST_F(Cursors, WhatDuckDBRaisesForACellBecomesTheHosts) {
     EXPECT_EQ(SelectOne(mDatabase, "SELECT 1"), "1");
 }
 
-}  // namespace
-}  // namespace orkit::orsql::test
+} // namespace
+} // namespace orkit::orsql::test

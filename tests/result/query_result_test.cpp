@@ -9,8 +9,8 @@ namespace support = orlimbara::duckdb_support;
 
 class QueryResult : public ObjectTest {
 protected:
-    /// The outcome of a failed statement, run on DuckDB directly: the runs of a database raise before a failed
-    /// result gets to a query result.
+    /// The outcome of a failed statement, run on DuckDB directly: the runs of a database raise before a
+    /// failed result gets to a query result.
     static smart_ptr<I_DuckDBQueryResult> ResultOf(const char* inSql, bool inErrorsAsJson) {
         support::OwnedDatabase database;
         support::OwnedConnection connection;
@@ -79,7 +79,8 @@ TEST_F(QueryResult, AFailingCursorLeavesNoTrace) {
     const smart_ptr<I_DuckDBDatabase> database = CreateDatabase("failing.duckdb");
     ExpectDuckDBErrorWith(
         [&] {
-            database->SqlQuery("SELECT 'infinity'::TIMESTAMP_MS::VARIANT; SELECT 1", kCursorLocationClient, nullptr);
+            database->SqlQuery("SELECT 'infinity'::TIMESTAMP_MS::VARIANT; SELECT 1", kCursorLocationClient,
+                               nullptr);
         },
         "failing", "timestamp");
     // A later statement of the chain fails when its turn comes.
@@ -89,5 +90,5 @@ TEST_F(QueryResult, AFailingCursorLeavesNoTrace) {
     EXPECT_EQ(ReadAll(result->get_Cursor()), (Rows{{"1"}}));
 }
 
-}  // namespace
-}  // namespace orkit::orsql::test
+} // namespace
+} // namespace orkit::orsql::test

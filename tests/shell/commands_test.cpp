@@ -34,21 +34,23 @@ protected:
 };
 
 TEST_F(Commands, EachGivesOneLine) {
-    EXPECT_EQ(Answers(".help\n.help open\n.help .open\n.print a b\n.timer on\n.timer off\n.null x\n.maxrows 3\n"
-                      ".cursor client\n.mode jsonl\n.procedures\n.close\n.tables\n.nope\n.help nope\n.mode x\n"
-                      ".maxrows x\n.open\n.quit\n.print not reached\n"),
-              "text|text|text|text|done|done|done|done|done|done|fetch_parquet parquet_schema parquet_metadata "
-              "parquet_count fetch_duckdb|done|error|error|error|error|error|error|done|");
+    EXPECT_EQ(
+        Answers(".help\n.help open\n.help .open\n.print a b\n.timer on\n.timer off\n.null x\n.maxrows 3\n"
+                ".cursor client\n.mode jsonl\n.procedures\n.close\n.tables\n.nope\n.help nope\n.mode x\n"
+                ".maxrows x\n.open\n.quit\n.print not reached\n"),
+        "text|text|text|text|done|done|done|done|done|done|fetch_parquet parquet_schema parquet_metadata "
+        "parquet_count fetch_duckdb|done|error|error|error|error|error|error|done|");
     EXPECT_EQ(Line({"-c", ".print  it's \"so\" ;"}), R"({"kind":"text","text":" it's \"so\" ;"})");
     EXPECT_EQ(Line({"-c", ".nope"}), R"({"kind":"error","class":"orsql",)"
                                      R"("message":"there is no command .nope; .help lists them"})");
 }
 
 TEST_F(Commands, OpenCloseAndDropTheDatabase) {
-    EXPECT_EQ(Answers("SELECT 1;\n.open a.db\nCREATE TABLE t AS SELECT 42 AS a;\n.close\nSELECT 1;\n.open a.db\n"
-                      "SELECT * FROM t;\n.open --readonly 'a.db'\nSELECT * FROM t;\nDROP TABLE t;\n"
-                      ".open no/folder/a.db\nSELECT 1;\n.drop\n.open a.db\n.drop\nSELECT 1;\n.drop\n"),
-              "1|done|done|done|error|done|42|done|42|error|error|error|error|done|done|error|error|");
+    EXPECT_EQ(
+        Answers("SELECT 1;\n.open a.db\nCREATE TABLE t AS SELECT 42 AS a;\n.close\nSELECT 1;\n.open a.db\n"
+                "SELECT * FROM t;\n.open --readonly 'a.db'\nSELECT * FROM t;\nDROP TABLE t;\n"
+                ".open no/folder/a.db\nSELECT 1;\n.drop\n.open a.db\n.drop\nSELECT 1;\n.drop\n"),
+        "1|done|done|done|error|done|42|done|42|error|error|error|error|done|done|error|error|");
     EXPECT_FALSE(std::filesystem::exists("a.db"));
     EXPECT_EQ(Line({"-c", ".info x"}),
               R"({"kind":"error","class":"orsql","message":"too many arguments; use: .info"})");
@@ -57,24 +59,28 @@ TEST_F(Commands, OpenCloseAndDropTheDatabase) {
 TEST_F(Commands, InfoTellsOfTheDatabase) {
     const std::vector<std::string> lines = RunJsonl({"a.db", "-c", ".info", "-c", ".close", "-c", ".info"});
     const std::string path = std::filesystem::canonical(mFolder.get_Path()) / "a.db";
-    EXPECT_TRUE(lines[0].starts_with(R"({"kind":"rows","columns":[{"name":"name"},{"name":"value"}],"rows":[["path",")" +
-                                     path + R"("],["name","a"],["open",true],["read_only",false],["connections",1],)"))
+    EXPECT_TRUE(lines[0].starts_with(
+        R"({"kind":"rows","columns":[{"name":"name"},{"name":"value"}],"rows":[["path",")" + path +
+        R"("],["name","a"],["open",true],["read_only",false],["connections",1],)"))
         << lines[0];
-    EXPECT_NE(lines[2].find(R"(["open",false],["read_only",false],["connections",0])"), std::string::npos) << lines[2];
+    EXPECT_NE(lines[2].find(R"(["open",false],["read_only",false],["connections",0])"), std::string::npos)
+        << lines[2];
 }
 
 TEST_F(Commands, DatabasesListsThePathsOfThisRun) {
     const std::vector<std::string> lines =
         RunJsonl({"a.db", "-c", ".open b.db", "-c", ".open a.db", "-c", ".databases"});
     const std::string folder = std::filesystem::canonical(mFolder.get_Path());
-    EXPECT_EQ(lines.back(), R"({"kind":"rows","columns":[{"name":"path"},{"name":"connections"}],"rows":[[")" + folder +
-                                R"(/a.db",1],[")" + folder + R"(/b.db",0]],"count":2})");
+    EXPECT_EQ(lines.back(),
+              R"({"kind":"rows","columns":[{"name":"path"},{"name":"connections"}],"rows":[[")" + folder +
+                  R"(/a.db",1],[")" + folder + R"(/b.db",0]],"count":2})");
 }
 
 TEST_F(Commands, BindHoldsValuesUntilTheyAreCleared) {
-    EXPECT_EQ(Answers(".bind 7 'it''s' NULL\nSELECT $1;\nSELECT $1, $2, $3;\nSELECT $2 || '!', $1, $3;\n.bind\n"
-                      "SELECT 1;\nSELECT $1;\n.bind 'open\n.bind 18446744073709551616\n"),
-              "done|error|7|it's!|done|1|error|error|error|");
+    EXPECT_EQ(
+        Answers(".bind 7 'it''s' NULL\nSELECT $1;\nSELECT $1, $2, $3;\nSELECT $2 || '!', $1, $3;\n.bind\n"
+                "SELECT 1;\nSELECT $1;\n.bind 'open\n.bind 18446744073709551616\n"),
+        "done|error|7|it's!|done|1|error|error|error|");
 }
 
 TEST_F(Commands, BindGivesEachLiteralItsType) {
@@ -94,7 +100,9 @@ TEST_F(Commands, BindGivesEachLiteralItsType) {
         {"[]", "VARCHAR[] []"},
     };
     for (const auto& [literal, expected] : examples) {
-        EXPECT_EQ(Answers(".bind " + literal + "\nSELECT typeof(p) || ' ' || p::VARCHAR FROM (SELECT $1 AS p);"), "done|" + expected + "|")
+        EXPECT_EQ(
+            Answers(".bind " + literal + "\nSELECT typeof(p) || ' ' || p::VARCHAR FROM (SELECT $1 AS p);"),
+            "done|" + expected + "|")
             << literal;
     }
 }
@@ -103,7 +111,8 @@ TEST_F(Commands, RowsRunAStatementOncePerRow) {
     WriteFile("rows.csv", "1,one\n2,\n3,\"\"\n");
     WriteFile("twice.csv", "8,x\n1,again\n9,y\n");
     WriteFile("broken.csv", "1,\"x\n");
-    EXPECT_EQ(Answers("CREATE TABLE t(a INTEGER PRIMARY KEY, b VARCHAR);\n.rows rows.csv\nINSERT INTO t VALUES (?, ?);\n"
+    EXPECT_EQ(Answers("CREATE TABLE t(a INTEGER PRIMARY KEY, b VARCHAR);\n.rows rows.csv\nINSERT INTO t "
+                      "VALUES (?, ?);\n"
                       "SELECT ?::INTEGER, ?;\n.bind\nSELECT coalesce(b, 'none') FROM t ORDER BY a;\n"
                       ".rows twice.csv\nINSERT INTO t VALUES (?, ?);\n.bind\nSELECT a FROM t ORDER BY a;\n"
                       ".rows missing.csv\n.rows broken.csv\n"),
@@ -111,28 +120,33 @@ TEST_F(Commands, RowsRunAStatementOncePerRow) {
 }
 
 TEST_F(Commands, CallRunsTableProcedures) {
-    ASSERT_EQ(RunShell({"-c", "COPY (SELECT i AS a, 'x' || i AS b FROM range(5) t(i)) TO 'p.parquet'"}).status, 0);
-    EXPECT_EQ(Line({"-c", ".call fetch_parquet p.parquet [b] 'a > 1' 2"}),
-              R"({"kind":"rows","columns":[{"name":"b","host_type":"text"}],"rows":[["x2"],["x3"]],"count":2})");
+    ASSERT_EQ(
+        RunShell({"-c", "COPY (SELECT i AS a, 'x' || i AS b FROM range(5) t(i)) TO 'p.parquet'"}).status, 0);
+    EXPECT_EQ(
+        Line({"-c", ".call fetch_parquet p.parquet [b] 'a > 1' 2"}),
+        R"({"kind":"rows","columns":[{"name":"b","host_type":"text"}],"rows":[["x2"],["x3"]],"count":2})");
     EXPECT_EQ(Line({"-c", ".call parquet_count p.parquet"}),
               R"({"kind":"rows","columns":[{"name":"count","host_type":"int64"}],"rows":[[5]],"count":1})");
     EXPECT_EQ(FirstCells(Line({"-c", ".call parquet_schema p.parquet"})), "1 2");
     EXPECT_TRUE(Line({"-c", ".call parquet_count missing.parquet"})
                     .starts_with(R"({"kind":"error","class":"procedure","message":"IO Error: )"));
-    EXPECT_EQ(Line({"-c", ".call parquet_count"}),
-              R"({"kind":"error","class":"orsql","message":"parquet_count takes 1 to 2 arguments (uri [, where]), not 0"})");
-    EXPECT_EQ(Answers(".call nope 1\n.call parquet_count a b c\n.call\n.close\n.call parquet_count p.parquet\n"),
-              "error|error|error|done|5|");
+    EXPECT_EQ(
+        Line({"-c", ".call parquet_count"}),
+        R"({"kind":"error","class":"orsql","message":"parquet_count takes 1 to 2 arguments (uri [, where]), not 0"})");
+    EXPECT_EQ(
+        Answers(".call nope 1\n.call parquet_count a b c\n.call\n.close\n.call parquet_count p.parquet\n"),
+        "error|error|error|done|5|");
 }
 
 TEST_F(Commands, TablesAndSchemaTellWhatIsThere) {
-    const std::vector<std::string> lines =
-        RunJsonl({"-c",
-                  "CREATE SCHEMA s; CREATE TABLE s.books(a INTEGER); CREATE VIEW v AS SELECT 1 AS one; "
-                  "CREATE TEMP TABLE tt(b INTEGER)",
-                  "-c", ".tables", "-c", ".tables b%", "-c", ".schema", "-c", ".schema BOOKS", "-c", ".schema nope"});
-    EXPECT_EQ(lines[4], R"({"kind":"rows","columns":[{"name":"schema"},{"name":"name"},{"name":"type"}],)"
-                        R"("rows":[["main","tt","table"],["main","v","view"],["s","books","table"]],"count":3})");
+    const std::vector<std::string> lines = RunJsonl(
+        {"-c",
+         "CREATE SCHEMA s; CREATE TABLE s.books(a INTEGER); CREATE VIEW v AS SELECT 1 AS one; "
+         "CREATE TEMP TABLE tt(b INTEGER)",
+         "-c", ".tables", "-c", ".tables b%", "-c", ".schema", "-c", ".schema BOOKS", "-c", ".schema nope"});
+    EXPECT_EQ(lines[4],
+              R"({"kind":"rows","columns":[{"name":"schema"},{"name":"name"},{"name":"type"}],)"
+              R"("rows":[["main","tt","table"],["main","v","view"],["s","books","table"]],"count":3})");
     EXPECT_EQ(FirstCells(lines[5]), "s");
     EXPECT_EQ(FirstCells(lines[6]), "CREATE TEMP TABLE tt(b INTEGER); CREATE TABLE s.books(a INTEGER); "
                                     "CREATE VIEW v AS SELECT 1 AS one;");
@@ -150,10 +164,11 @@ TEST_F(Commands, BackupAndRestoreBringADatabaseBack) {
     EXPECT_NE(backup.find("/Backup/"), std::string::npos) << backup;
     EXPECT_GT(document["rows"][0][1].GetDouble(), 0);
     WriteFile("text.txt", "not a database at all");
-    EXPECT_EQ(Answers(".restore '" + backup + "' b.db\nSELECT a FROM t;\nUPDATE t SET a = 1;\n.restore '" + backup +
-                      "' b.db\nSELECT a FROM t;\n.restore --replace '" + backup + "' b.db\nSELECT a FROM t;\n" +
-                      ".restore --replace '" + backup + "' text.txt\n.restore missing c.db\n.restore missing b.db\n" +
-                      ".restore '" + backup + "' :memory:\nSELECT a FROM t;\n"),
+    EXPECT_EQ(Answers(".restore '" + backup + "' b.db\nSELECT a FROM t;\nUPDATE t SET a = 1;\n.restore '" +
+                      backup + "' b.db\nSELECT a FROM t;\n.restore --replace '" + backup +
+                      "' b.db\nSELECT a FROM t;\n" + ".restore --replace '" + backup +
+                      "' text.txt\n.restore missing c.db\n.restore missing b.db\n" + ".restore '" + backup +
+                      "' :memory:\nSELECT a FROM t;\n"),
               "done|42|changed|error|1|done|42|error|error|error|error|42|");
     EXPECT_EQ(ReadWhole("text.txt"), "not a database at all");
     EXPECT_FALSE(std::filesystem::exists("c.db"));
@@ -169,7 +184,8 @@ TEST_F(Commands, ABrokenBackupLeavesTheOldDatabase) {
     ASSERT_EQ(RunShell({"a.db", "-c", "CREATE TABLE t AS SELECT 42 AS a", "-c", ".backup ."}).status, 0);
     ASSERT_EQ(RunScript("rm */*.parquet && mv 2* broken").status, 0);
     EXPECT_EQ(Answers(".restore --replace broken a.db\nSELECT 1;\n", "other.db"), "error|1|");
-    EXPECT_EQ(Answers("SELECT a FROM t;\n.restore --replace broken a.db\nSELECT a FROM t;\n", "a.db"), "42|error|42|");
+    EXPECT_EQ(Answers("SELECT a FROM t;\n.restore --replace broken a.db\nSELECT a FROM t;\n", "a.db"),
+              "42|error|42|");
 }
 
 TEST_F(Commands, OutputGoesToAFileAndBack) {
@@ -185,10 +201,12 @@ TEST_F(Commands, OutputGoesToAFileAndBack) {
 }
 
 TEST_F(Commands, ModeChangesTheFormOfWhatFollows) {
-    WriteFile("script.sql", "SELECT 1 AS a;\n.mode csv\nSELECT 2 AS b;\n.mode json\nSELECT 3 AS c;\n.mode line\n"
-                            "SELECT 4 AS d;\n");
+    WriteFile("script.sql",
+              "SELECT 1 AS a;\n.mode csv\nSELECT 2 AS b;\n.mode json\nSELECT 3 AS c;\n.mode line\n"
+              "SELECT 4 AS d;\n");
     const ShellRun run = RunShell({"-m", "jsonl", "-f", "script.sql"});
-    EXPECT_TRUE(run.out.find("\n{\"kind\":\"done\"}\nb\n2\n[\n  {\n    \"kind\": \"rows\"") != std::string::npos)
+    EXPECT_TRUE(run.out.find("\n{\"kind\":\"done\"}\nb\n2\n[\n  {\n    \"kind\": \"rows\"") !=
+                std::string::npos)
         << run.out;
     EXPECT_TRUE(run.out.ends_with("    \"kind\": \"done\"\n  }\n]\nd = 4\n")) << run.out;
 }
@@ -196,7 +214,8 @@ TEST_F(Commands, ModeChangesTheFormOfWhatFollows) {
 TEST_F(Commands, ReadRunsAFile) {
     WriteFile("inner.sql", "SELECT 2;\nSELECT nope;\n");
     WriteFile("loop.sql", ".read loop.sql\n");
-    EXPECT_EQ(Answers("SELECT 1;\n.read inner.sql\nSELECT 3;\n.read missing.sql\n"), "1|2|error|done|3|error|");
+    EXPECT_EQ(Answers("SELECT 1;\n.read inner.sql\nSELECT 3;\n.read missing.sql\n"),
+              "1|2|error|done|3|error|");
     EXPECT_EQ(RunShell({"-c", ".read loop.sql"}).status, 1) << "ends";
 }
 
@@ -206,5 +225,5 @@ TEST_F(Commands, TimerTellsTheTimeOnStandardError) {
     EXPECT_TRUE(run.err.starts_with("time: ")) << run.err;
 }
 
-}  // namespace
-}  // namespace orsql_test
+} // namespace
+} // namespace orsql_test

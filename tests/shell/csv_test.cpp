@@ -68,5 +68,5 @@ TEST(CsvReader, ReadsBackWhatCsvModeWrites) {
     });
 }
 
-}  // namespace
-}  // namespace orsql
+} // namespace
+} // namespace orsql

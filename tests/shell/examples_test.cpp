@@ -11,7 +11,7 @@ namespace {
 
 struct Example {
     std::string command;
-    std::vector<std::string> shown;  // in this order
+    std::vector<std::string> shown; // in this order
 };
 
 TEST(Examples, RunAndShowWhatTheySay) {
@@ -21,8 +21,8 @@ TEST(Examples, RunAndShowWhatTheySay) {
          {"│ A Field Guide to Clouds    │    96 │ NULL       │", "read_on = (not yet)", "main,books,table",
           "CREATE TABLE books(", "books\n3\n"}},
         {"$ORSQL -f " + folder + "/2_parquet_procedures.sql",
-         {"│ fetch_duckdb     │", "│       3 │ value │ DECIMAL     │ DOUBLE       │", "│  1000 │", "│   100 │",
-          "│ 903 │ reading 903 │", "│ 1000 │ reading 1000 │ 500.0 │"}},
+         {"│ fetch_duckdb     │", "│       3 │ value │ DECIMAL     │ DOUBLE       │", "│  1000 │",
+          "│   100 │", "│ 903 │ reading 903 │", "│ 1000 │ reading 1000 │ 500.0 │"}},
         {"$ORSQL -f " + folder + "/3_parameters_and_variant.sql",
          {"│ harbour │ 2024-01-31 12:30:00.25 │    -3.5 │", "│ UUID │ 1b671a64-40d5-491e-99b0-da01ff1f3341 │",
           R"([[{"date":"2024-01-31"},{"json":"{\"duckdb_variant\":true,)", "[\"DECIMAL(3,2)\",1.25]"}},
@@ -43,5 +43,5 @@ TEST(Examples, RunAndShowWhatTheySay) {
     }
 }
 
-}  // namespace
-}  // namespace orsql_test
+} // namespace
+} // namespace orsql_test

@@ -9,13 +9,14 @@
 namespace orsql {
 namespace {
 
-constexpr const char* kBinder = R"({"exception_type":"Binder","exception_message":"no é here","position":"7"})";
+constexpr const char* kBinder =
+    R"({"exception_type":"Binder","exception_message":"no é here","position":"7"})";
 
 struct PartsCase {
     std::string message;
     std::string readable;
     std::string type;
-    std::int64_t position;  // -1: none
+    std::int64_t position; // -1: none
 };
 
 TEST(Failure, TakesDuckDBsTextApart) {
@@ -88,5 +89,5 @@ TEST(Failure, ShowsThePlaceOnATerminal) {
     EXPECT_EQ(shown.find(std::string(40, 'y')), std::string::npos);
 }
 
-}  // namespace
-}  // namespace orsql
+} // namespace
+} // namespace orsql

@@ -72,15 +72,17 @@ TEST(Literals, AreReadAsTheHostKnowsThem) {
         {"0 -1 +5 007", "long 0 | long -1 | long 5 | long 7"},
         {"2147483647 -2147483648", "long 2147483647 | long -2147483648"},
         {"2147483648 -2147483649", "llong 2147483648 | llong -2147483649"},
-        {"9223372036854775807 -9223372036854775808", "llong 9223372036854775807 | llong -9223372036854775808"},
-        {"9223372036854775808 18446744073709551615", "ullong 9223372036854775808 | ullong 18446744073709551615"},
+        {"9223372036854775807 -9223372036854775808",
+         "llong 9223372036854775807 | llong -9223372036854775808"},
+        {"9223372036854775808 18446744073709551615",
+         "ullong 9223372036854775808 | ullong 18446744073709551615"},
         {"1.5 -.5 5. 1e3 2E-1 1e-999",
          "double 1.500000 | double -0.500000 | double 5.000000 | double 1000.000000 | double 0.200000 | "
          "double 0.000000"},
         {"'it''s; [a]' '' a'b", "text <it's; [a]> | text <> | text <a'b>"},
-        {"word 1x e5 . - 1_000 0x10 NaN dates 'x'",
-         "text <word> | text <1x> | text <e5> | text <.> | text <-> | text <1_000> | text <0x10> | text <NaN> | "
-         "text <dates> | text <x>"},
+        {"word 1x e5 . - 1_000 0x10 NaN dates 'x'", "text <word> | text <1x> | text <e5> | text <.> | text "
+                                                    "<-> | text <1_000> | text <0x10> | text <NaN> | "
+                                                    "text <dates> | text <x>"},
         {"x'4a4B' X''", "binary 2 <JK> | binary 0 <>"},
         {"date '2024-02-29' date'0000-01-01' date '-0044-03-15' date '+12345-12-31'",
          "date 2024-02-29 | date 0000-01-01 | date -0044-03-15 | date +12345-12-31"},
@@ -97,7 +99,8 @@ TEST(Literals, AreReadAsTheHostKnowsThem) {
         {"[1, 18446744073709551615]", ArrayOf(Kind::ULLong, "ullong 1,ullong 18446744073709551615,")},
         {"[date '2024-01-31']", ArrayOf(Kind::Date, "date 2024-01-31,")},
         {"[[1],[2,3]] x", ArrayOf(Kind::Array, ArrayOf(Kind::Long, "long 1,") + "," +
-                                                   ArrayOf(Kind::Long, "long 2,long 3,") + ",") + " | text <x>"},
+                                                   ArrayOf(Kind::Long, "long 2,long 3,") + ",") +
+                              " | text <x>"},
     };
     for (const auto& [text, expected] : examples) {
         EXPECT_EQ(Describe(text), expected) << text;
@@ -105,18 +108,40 @@ TEST(Literals, AreReadAsTheHostKnowsThem) {
 }
 
 TEST(Literals, ArraysNestOnlySoDeep) {
-    const auto nested = [](std::size_t depth) { return std::string(depth, '[') + "1" + std::string(depth, ']'); };
+    const auto nested = [](std::size_t depth) {
+        return std::string(depth, '[') + "1" + std::string(depth, ']');
+    };
     EXPECT_EQ(ParseLiterals(nested(1000)).size(), 1u);
     EXPECT_THROW(ParseLiterals(nested(1001)), ShellError);
     EXPECT_THROW(ParseLiterals(nested(100000)), ShellError);
 }
 
 TEST(Literals, ThatAreNoneAreRefused) {
-    for (const std::string text :
-         {"18446744073709551616", "-9223372036854775809", "1e999", "'open", "'a'b", "x'ABC'", "x'AG'",
-          "date '2023-02-29'", "date '2024-13-01'", "date '24-01-01'", "date '12345-01-01'", "time '24:00:00'",
-          "time '12:60'", "time '12:30:00.2501'", "time '1:2:3'", "datetime '2024-01-31'", "json '{a'",
-          "json ''", "[1, a]", "[1, 1.5]", "[1", "[1,]", "[1] x [", "[-1, 18446744073709551615]", "[1]x"}) {
+    for (const std::string text : {"18446744073709551616",
+                                   "-9223372036854775809",
+                                   "1e999",
+                                   "'open",
+                                   "'a'b",
+                                   "x'ABC'",
+                                   "x'AG'",
+                                   "date '2023-02-29'",
+                                   "date '2024-13-01'",
+                                   "date '24-01-01'",
+                                   "date '12345-01-01'",
+                                   "time '24:00:00'",
+                                   "time '12:60'",
+                                   "time '12:30:00.2501'",
+                                   "time '1:2:3'",
+                                   "datetime '2024-01-31'",
+                                   "json '{a'",
+                                   "json ''",
+                                   "[1, a]",
+                                   "[1, 1.5]",
+                                   "[1",
+                                   "[1,]",
+                                   "[1] x [",
+                                   "[-1, 18446744073709551615]",
+                                   "[1]x"}) {
         EXPECT_THROW(ParseLiterals(text), ShellError) << text;
     }
 }
@@ -130,5 +155,5 @@ TEST(Words, AreBareOrQuoted) {
     EXPECT_EQ(rest, " [1, 2]");
 }
 
-}  // namespace
-}  // namespace orsql
+} // namespace
+} // namespace orsql

@@ -32,8 +32,8 @@ long PeakMemory(const std::vector<std::string>& inCommand) {
 }
 
 TEST(Memory, StaysNearThatOfAPlainProgram) {
-    const std::string query =
-        "SELECT i, i * 1.5::DOUBLE AS d, 'text number ' || i AS s, NULL::INTEGER AS n FROM range(2000000) t(i)";
+    const std::string query = "SELECT i, i * 1.5::DOUBLE AS d, 'text number ' || i AS s, NULL::INTEGER AS n "
+                              "FROM range(2000000) t(i)";
     const long plain = PeakMemory({PLAIN_QUERY, query});
     for (const std::string mode : {"csv", "jsonl", "line"}) {
         const long shell = PeakMemory({ORSQL_PROGRAM, "--threads", "1", "-m", mode, "-c", query});
@@ -41,4 +41,4 @@ TEST(Memory, StaysNearThatOfAPlainProgram) {
     }
 }
 
-}  // namespace
+} // namespace

@@ -57,10 +57,9 @@ TEST_F(Orsql, LeavesWithTheStatusThatTellsWhatHappened) {
 
 TEST_F(Orsql, RunsCommandsAndFilesInTheirOrder) {
     WriteFile("2.sql", "SELECT 2 AS c;\n.print two\n");
-    const ShellRun run =
-        RunShell({"--no-header", "-c", "SELECT 1", "-f", "2.sql", "-c", "SELECT 3; SELECT 4", "-f", "-", "-c",
-                  "SELECT 6", "-c", "-- nothing", "-c", ""},
-                 "SELECT 5\n");
+    const ShellRun run = RunShell({"--no-header", "-c", "SELECT 1", "-f", "2.sql", "-c", "SELECT 3; SELECT 4",
+                                   "-f", "-", "-c", "SELECT 6", "-c", "-- nothing", "-c", ""},
+                                  "SELECT 5\n");
     EXPECT_EQ(run.out, "1\n2\ntwo\n3\n4\n5\n6\n");
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(RunShell({"--no-header"}, "SELECT 1;\n.print two\nSELECT 3").out, "1\ntwo\n3\n");
@@ -106,10 +105,12 @@ BEGIN; COMMIT
     EXPECT_EQ(run.err, "");
     const std::vector<std::string> lines = JsonLines(run.out);
     ASSERT_EQ(lines.size(), 9U);
-    EXPECT_EQ(lines[0], R"({"kind":"rows","columns":[{"name":"i","type":"INTEGER","id":4}],"rows":[[1]],"count":1})");
+    EXPECT_EQ(lines[0],
+              R"({"kind":"rows","columns":[{"name":"i","type":"INTEGER","id":4}],"rows":[[1]],"count":1})");
     EXPECT_EQ(lines[1], R"({"kind":"done"})");
     EXPECT_EQ(lines[2], R"({"kind":"changed","count":2})");
-    EXPECT_EQ(lines[3], R"({"kind":"rows","columns":[{"name":"a","type":"INTEGER","id":4}],"rows":[[3]],"count":1})");
+    EXPECT_EQ(lines[3],
+              R"({"kind":"rows","columns":[{"name":"a","type":"INTEGER","id":4}],"rows":[[3]],"count":1})");
     EXPECT_EQ(lines[4], R"({"kind":"changed","count":3})");
     EXPECT_TRUE(lines[5].starts_with(R"({"kind":"error","class":"xDuckDBError","code":468225,)"
                                      R"("context":":memory:","message":"{\"exception_type\":\"Binder\",)"))
@@ -189,15 +190,16 @@ TEST_F(Orsql, RefusesAPieceWithAZeroByte) {
 }
 
 TEST_F(Orsql, LeavesAFailedTransactionAborted) {
-    const std::vector<std::string> lines =
-        RunJsonl({"x.db", "-c", "CREATE TABLE t(a INTEGER PRIMARY KEY); BEGIN; INSERT INTO t VALUES (1);",
-                  "-c", "INSERT INTO t VALUES (1); SELECT 1; ROLLBACK; SELECT count(*) FROM t; BEGIN; DROP TABLE t"});
+    const std::vector<std::string> lines = RunJsonl(
+        {"x.db", "-c", "CREATE TABLE t(a INTEGER PRIMARY KEY); BEGIN; INSERT INTO t VALUES (1);", "-c",
+         "INSERT INTO t VALUES (1); SELECT 1; ROLLBACK; SELECT count(*) FROM t; BEGIN; DROP TABLE t"});
     std::string kinds;
     for (const std::string& line : lines) {
         kinds += FirstCells(line) + "|";
     }
     EXPECT_EQ(kinds, "done|done|changed|error|error|done|0|done|done|");
-    EXPECT_EQ(FirstCells(RunJsonl({"x.db", "-c", "SELECT count(*) FROM t"})[0]), "0") << "left without a commit";
+    EXPECT_EQ(FirstCells(RunJsonl({"x.db", "-c", "SELECT count(*) FROM t"})[0]), "0")
+        << "left without a commit";
 }
 
 TEST_F(Orsql, TakesBackWhatAnExpandedStatementDid) {
@@ -213,8 +215,10 @@ TEST_F(Orsql, TakesBackWhatAnExpandedStatementDid) {
         return text;
     };
     EXPECT_EQ(kinds({"-c", "IMPORT DATABASE 'made'; SELECT count(*) FROM duckdb_tables();"}), "error|0|");
-    EXPECT_EQ(kinds({"-c", "BEGIN; CREATE TABLE u(a INTEGER); IMPORT DATABASE 'made'; SELECT 1; ROLLBACK; SELECT 2"}),
-              "done|done|error|error|done|2|");
+    EXPECT_EQ(
+        kinds(
+            {"-c", "BEGIN; CREATE TABLE u(a INTEGER); IMPORT DATABASE 'made'; SELECT 1; ROLLBACK; SELECT 2"}),
+        "done|done|error|error|done|2|");
     EXPECT_EQ(kinds({"-c", "PIVOT (VALUES ('a', 1), ('b', 2)) v(k, n) ON k USING sum(n)"}), "1|");
 }
 
@@ -231,10 +235,12 @@ TEST_F(Orsql, GivesSettingsToDuckDB) {
                     "current_setting('secret_directory'), current_setting('extension_directory')"),
               "tmp,home,secret,ext\n");
     EXPECT_EQ(cells({"--no-external-access"}, "SELECT current_setting('enable_external_access')"), "false\n");
-    EXPECT_EQ(cells({"--block-size", "16384", "x.db"}, "SELECT block_size FROM pragma_database_size()"), "16384\n");
+    EXPECT_EQ(cells({"--block-size", "16384", "x.db"}, "SELECT block_size FROM pragma_database_size()"),
+              "16384\n");
     EXPECT_EQ(cells({"x.db"}, "SELECT block_size FROM pragma_database_size()"), "16384\n");
-    EXPECT_EQ(cells({"--storage-version", "v1.2.0", "y.db"}, "SELECT tags['storage_version'] FROM duckdb_databases() "
-                                                             "WHERE database_name = 'y'"),
+    EXPECT_EQ(cells({"--storage-version", "v1.2.0", "y.db"},
+                    "SELECT tags['storage_version'] FROM duckdb_databases() "
+                    "WHERE database_name = 'y'"),
               "v1.2.0+\n");
     const ShellRun run = RunShell({"--readonly", "x.db", "-c", "CREATE TABLE t(a INTEGER)"});
     EXPECT_NE(run.err.find("read-only"), std::string::npos) << run.err;
@@ -258,7 +264,8 @@ TEST_F(Orsql, ManPageAndCompletionKnowEveryOption) {
         EXPECT_NE(manual.find(std::regex_replace(name, std::regex("-"), "\\-")), std::string::npos) << name;
     }
     EXPECT_GT(count, 20);
-    EXPECT_EQ(RunScript("bash -c '. \"" SOURCE_FOLDER "/shell/completion/orsql.bash\"; COMP_WORDS=(orsql --mode js); "
+    EXPECT_EQ(RunScript("bash -c '. \"" SOURCE_FOLDER
+                        "/shell/completion/orsql.bash\"; COMP_WORDS=(orsql --mode js); "
                         "COMP_CWORD=2; _orsql; echo ${COMPREPLY[@]}'")
                   .out,
               "json jsonl\n");
@@ -268,8 +275,9 @@ TEST_F(Orsql, TellsAFailureToOpenAsALine) {
     WriteFile("text.txt", "no database, and longer than twelve bytes");
     const std::vector<std::string> lines = RunJsonl({"text.txt", "-c", "SELECT 1"});
     ASSERT_EQ(lines.size(), 1U);
-    EXPECT_TRUE(lines[0].starts_with(R"({"kind":"error","class":"xException","code":626688,"message":")")) << lines[0];
+    EXPECT_TRUE(lines[0].starts_with(R"({"kind":"error","class":"xException","code":626688,"message":")"))
+        << lines[0];
 }
 
-}  // namespace
-}  // namespace orsql_test
+} // namespace
+} // namespace orsql_test

@@ -42,4 +42,4 @@ inline std::string Rendered(Mode inMode, const RenderSettings& inSettings, RowSo
     return Written(inMode, inSettings, [&](Renderer& renderer) { renderer.WriteRows(inRows); });
 }
 
-}  // namespace orsql
+} // namespace orsql

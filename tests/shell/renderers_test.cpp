@@ -126,8 +126,9 @@ TEST(Markdown, EscapesWhatWouldEndACell) {
 
 TEST(Json, IsValidWhateverTheCells) {
     rc::check([] {
-        const auto texts = *rc::gen::container<std::vector<std::string>>(rc::gen::container<std::string>(
-            rc::gen::oneOf(rc::gen::character<char>(), rc::gen::elementOf(std::string("\"\\\x01\x1F/\n\xC3\xA9")))));
+        const auto texts =
+            *rc::gen::container<std::vector<std::string>>(rc::gen::container<std::string>(rc::gen::oneOf(
+                rc::gen::character<char>(), rc::gen::elementOf(std::string("\"\\\x01\x1F/\n\xC3\xA9")))));
         TableRows rows({"text", "json"});
         for (const std::string& text : texts) {
             rows.Add({TextCell(text), {Cell::Kind::Json, ValidUtf8(text)}});
@@ -216,5 +217,5 @@ TEST(Json, IsOneArrayOfAllAnswers) {
     EXPECT_EQ(Written(Mode::Json, {}, [](Renderer&) {}), "[]\n");
 }
 
-}  // namespace
-}  // namespace orsql
+} // namespace
+} // namespace orsql

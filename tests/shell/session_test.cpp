@@ -36,8 +36,9 @@ TEST_F(Pipes, AnswerEachStatementAtOnce) {
 }
 
 TEST_F(Pipes, AReaderThatLeavesEndsTheRunQuietly) {
-    const ShellRun run = RunScript("{ $ORSQL -c 'SELECT * FROM range(3000000)' -c 'CREATE TABLE t(a INTEGER)' a.db; "
-                                   "echo \"status $?\" >&2; } | head -n 2");
+    const ShellRun run =
+        RunScript("{ $ORSQL -c 'SELECT * FROM range(3000000)' -c 'CREATE TABLE t(a INTEGER)' a.db; "
+                  "echo \"status $?\" >&2; } | head -n 2");
     EXPECT_EQ(run.out, "range\n0\n");
     EXPECT_EQ(run.err, "status 0\n");
 }
@@ -51,7 +52,8 @@ TEST_F(Pipes, AFullDiskIsAFailure) {
 }
 
 TEST_F(Pipes, CtrlCWhileRowsAreWrittenEndsTheLineAsValidJson) {
-    RunningShell shell(Way::Pipes, {"-m", "jsonl", "-c", "SELECT * FROM range(20000000) t(a)", "-c", "SELECT 2"});
+    RunningShell shell(Way::Pipes,
+                       {"-m", "jsonl", "-c", "SELECT * FROM range(20000000) t(a)", "-c", "SELECT 2"});
     std::string line = shell.WaitFor("[1000]");
     shell.Signal(SIGINT);
     std::string rest;
@@ -142,7 +144,7 @@ TEST_F(Terminal, CtrlCClearsWhatIsTyped) {
     shell.WaitFor(kPrompt);
     shell.Send("SELECT 7 AS kept;\n");
     const std::string shown = shell.WaitFor("└");
-    shell.WaitFor(kPrompt);  // Ctrl-D counts only while a line is read
+    shell.WaitFor(kPrompt); // Ctrl-D counts only while a line is read
     EXPECT_NE(shown.find("kept"), std::string::npos);
     EXPECT_EQ(shown.find("error"), std::string::npos) << shown;
     EXPECT_EQ(shell.WaitPressing("\x04"), 0);
@@ -204,7 +206,7 @@ TEST_F(Terminal, KeepsTheHistoryAcrossRuns) {
     }
     RunningShell shell(Way::Terminal, {"-m", "csv"});
     shell.WaitFor(kPrompt);
-    shell.Send("\x10\n");  // the line before
+    shell.Send("\x10\n"); // the line before
     shell.WaitFor("sum\n42");
     shell.Send(".quit\n");
     EXPECT_EQ(shell.Wait(), 0);
@@ -213,7 +215,8 @@ TEST_F(Terminal, KeepsTheHistoryAcrossRuns) {
 TEST_F(Terminal, ShowsTheProgressOfALongBackup) {
     RunningShell shell(Way::Terminal, {"-m", "csv", "--threads", "1"});
     shell.WaitFor(kPrompt);
-    shell.Send("CREATE TABLE t AS SELECT i, hash(i)::VARCHAR AS h, random() AS r FROM range(16000000) t(i);\n");
+    shell.Send(
+        "CREATE TABLE t AS SELECT i, hash(i)::VARCHAR AS h, random() AS r FROM range(16000000) t(i);\n");
     shell.WaitFor("t(i);");
     shell.WaitFor(kPrompt);
     shell.Send(".backup .\n");
@@ -226,8 +229,9 @@ TEST_F(Terminal, ShowsTheProgressOfALongBackup) {
 
 TEST_F(Terminal, UsesColourOnlyWhereItIsWelcome) {
     EXPECT_EQ(RunShell({"-m", "box", "-c", "SELECT 1"}).out.find('\x1b'), std::string::npos);
-    EXPECT_NE(RunShell({"-m", "box", "--color", "always", "-c", "SELECT 1"}).out.find('\x1b'), std::string::npos);
+    EXPECT_NE(RunShell({"-m", "box", "--color", "always", "-c", "SELECT 1"}).out.find('\x1b'),
+              std::string::npos);
 }
 
-}  // namespace
-}  // namespace orsql_test
+} // namespace
+} // namespace orsql_test

@@ -21,7 +21,7 @@ namespace orsql_test {
 
 namespace {
 
-constexpr int kPatience = 60'000;  // milliseconds
+constexpr int kPatience = 60'000; // milliseconds
 
 std::array<int, 2> MakePipe() {
     std::array<int, 2> ends{};
@@ -134,7 +134,7 @@ std::string CellText(const rapidjson::Value& inCell) {
     return inCell.IsInt64() ? std::to_string(inCell.GetInt64()) : "?";
 }
 
-}  // namespace
+} // namespace
 
 ShellRun RunShell(const Arguments& inArguments, std::string_view inInput) {
     return RunToEnd(WithProgram(inArguments), inInput);
@@ -274,7 +274,9 @@ void RunningShell::CloseOutput() {
 
 std::string RunningShell::WaitFor(std::string_view inText) { return WaitOn(mOutput, mUnread, inText); }
 
-std::string RunningShell::WaitForError(std::string_view inText) { return WaitOn(mError, mUnreadError, inText); }
+std::string RunningShell::WaitForError(std::string_view inText) {
+    return WaitOn(mError, mUnreadError, inText);
+}
 
 std::string RunningShell::WaitOn(int inFile, std::string& ioUnread, std::string_view inText) const {
     for (;;) {
@@ -293,7 +295,7 @@ std::string RunningShell::WaitOn(int inFile, std::string& ioUnread, std::string_
 }
 
 int RunningShell::WaitPressing(std::string_view inKey) {
-    constexpr int kPause = 200;  // milliseconds
+    constexpr int kPause = 200; // milliseconds
     constexpr int kMostPresses = 100;
     for (int press = 0; press < kMostPresses && write(mInput, inKey.data(), inKey.size()) > 0; ++press) {
         pollfd file = {mOutput, POLLIN, 0};
@@ -329,4 +331,4 @@ int RunningShell::Wait(std::string* outRest) {
     return StatusOf(waited);
 }
 
-}  // namespace orsql_test
+} // namespace orsql_test

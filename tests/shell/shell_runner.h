@@ -63,8 +63,8 @@ public:
     void Signal(int inSignal) const;
     void CloseInput();
     void CloseOutput();
-    /// Reads until the output since the last wait holds `inText`. @return that output, escapes of the terminal
-    /// taken out; what follows on `inText` is kept for the next wait.
+    /// Reads until the output since the last wait holds `inText`. @return that output, escapes of the
+    /// terminal taken out; what follows on `inText` is kept for the next wait.
     std::string WaitFor(std::string_view inText);
     /// The same on standard error.
     std::string WaitForError(std::string_view inText);
@@ -85,4 +85,4 @@ private:
     std::string mUnreadError;
 };
 
-}  // namespace orsql_test
+} // namespace orsql_test

@@ -10,7 +10,8 @@
 namespace orsql {
 
 void PrintTo(const Piece& inPiece, std::ostream* outStream) {
-    *outStream << (inPiece.kind == Piece::Kind::DotCommand ? "command" : "statement") << " <" << inPiece.text << ">";
+    *outStream << (inPiece.kind == Piece::Kind::DotCommand ? "command" : "statement") << " <" << inPiece.text
+               << ">";
 }
 
 bool operator==(const Piece& inLeft, const Piece& inRight) {
@@ -47,7 +48,7 @@ std::vector<Piece> Statements(const std::vector<std::string>& inTexts) {
 
 struct SplitCase {
     std::string text;
-    std::vector<std::string> pieces;  // a text that begins with a dot is a dot command
+    std::vector<std::string> pieces; // a text that begins with a dot is a dot command
 };
 
 std::vector<SplitCase> SplitCases() {
@@ -172,13 +173,14 @@ private:
 
 TEST(Splitter, FindsAsManyStatementsAsDuckDB) {
     const DuckDBCounter counter;
-    const std::vector<std::string> items = {
-        "1",     "'a;b'",     "'it''s; \\'",  R"(E'\';\\')", "e'''\\';'", "$$;'$$",  "$t$;$$;$u$t$", "$1",
-        "\"c;\"", "x'0A'",    "a$t$",         "1.5e3",       "'--;'",     "'/*;'",   "E'a' \n'\\';'", "a.b",
-        "$é$;$é$", "ünïcode", "\"it's\"",     "E'a'  -- ';\n  '\\''"};
+    const std::vector<std::string> items = {"1",         "'a;b'",   "'it''s; \\'",   R"(E'\';\\')",
+                                            "e'''\\';'", "$$;'$$",  "$t$;$$;$u$t$",  "$1",
+                                            "\"c;\"",    "x'0A'",   "a$t$",          "1.5e3",
+                                            "'--;'",     "'/*;'",   "E'a' \n'\\';'", "a.b",
+                                            "$é$;$é$",   "ünïcode", "\"it's\"",      "E'a'  -- ';\n  '\\''"};
     // No blanks beyond ASCII: DuckDB looks for those before it knows quotes from comments.
-    const std::vector<std::string> gaps = {
-        " ", "\n", " /* ; */ ", " -- ;'\n", "/* /* ; */ ' */", "\t", " -- $$\r\n", " /**/ "};
+    const std::vector<std::string> gaps = {" ",  "\n",         " /* ; */ ", " -- ;'\n", "/* /* ; */ ' */",
+                                           "\t", " -- $$\r\n", " /**/ "};
     rc::check([&] {
         const auto count = *rc::gen::inRange(1, 5);
         std::string script = *rc::gen::elementOf(gaps);
@@ -211,5 +213,5 @@ TEST(Splitter, GivesTheSamePiecesHoweverTheTextComes) {
     });
 }
 
-}  // namespace
-}  // namespace orsql
+} // namespace
+} // namespace orsql

@@ -9,9 +9,11 @@ protected:
     Rows Read(const std::string& inJson) const {
         return RunWith("SELECT $1::VARCHAR, typeof($1)", {JsonValue(inJson)});
     }
-    static std::string Envelope(const char* inForm, const std::string& inType, const std::string& inJsonText) {
+    static std::string Envelope(const char* inForm, const std::string& inType,
+                                const std::string& inJsonText) {
         const std::string form = inForm;
-        return "{\"duckdb_" + form + "\":true,\"" + form + "_type\":\"" + inType + "\",\"value\":" + inJsonText + "}";
+        return "{\"duckdb_" + form + "\":true,\"" + form + "_type\":\"" + inType +
+               "\",\"value\":" + inJsonText + "}";
     }
 };
 
@@ -19,7 +21,7 @@ struct Named {
     const char* mName;
     const char* mText;
     const char* mType;
-    const char* mResult = nullptr;  ///< where the text comes back otherwise
+    const char* mResult = nullptr; ///< where the text comes back otherwise
 };
 
 constexpr Named kNamed[] = {
@@ -86,7 +88,8 @@ TEST_F(EnvelopeReading, NestedValuesAreVariants) {
 }
 
 TEST_F(EnvelopeReading, MembersAreFoundByName) {
-    EXPECT_EQ(Read(R"({"value":"7","more":[1],"value_type":"INT8","duckdb_value":true})"), (Rows{{"7", "TINYINT"}}));
+    EXPECT_EQ(Read(R"({"value":"7","more":[1],"value_type":"INT8","duckdb_value":true})"),
+              (Rows{{"7", "TINYINT"}}));
     EXPECT_EQ(Read(R"({"duckdb_variant":true,"duckdb_value":true,"value_type":"INT8","variant_type":"INT16",)"
                    R"("value":"7"})"),
               (Rows{{"7", "TINYINT"}}))
@@ -115,7 +118,8 @@ TEST_F(EnvelopeReading, MalformedEnvelopesAreRefused) {
         {R"({"duckdb_variant":true,"value_type":"INT32","value":"1"})", "variant", kNoVariantField},
         {Envelope("value", "int32", "\"1\""), "value", "Unsupported DuckDB typed value in envelope: int32"},
         {Envelope("variant", "BLOB", "\"1\""), "value", "Unsupported DuckDB typed value in envelope: BLOB"},
-        {Envelope("value", "UNKNOWN", "\"1\""), "value", "Unsupported DuckDB typed value in envelope: UNKNOWN"},
+        {Envelope("value", "UNKNOWN", "\"1\""), "value",
+         "Unsupported DuckDB typed value in envelope: UNKNOWN"},
         {Envelope("value", "TIMESTAMP_MILLIS", "\"1\""), "value",
          "Unsupported DuckDB typed value in envelope: TIMESTAMP_MILLIS"},
         {Envelope("value", "", "\"1\""), "value", "Unsupported DuckDB typed value in envelope: "},
@@ -135,7 +139,7 @@ TEST_F(EnvelopeReading, TextsThatTheTypeDoesNotTakeAreRefused) {
         {"DECIMAL", "1e5"},
         {"DECIMAL", "1." + std::string(300, ' ')},
         {"DECIMAL", std::string(300, '1')},
-        {"DECIMAL", std::string(256, '0')},  // the width counts modulo 256, and DuckDB has no width 0
+        {"DECIMAL", std::string(256, '0')}, // the width counts modulo 256, and DuckDB has no width 0
         {"BITSTRING", "2"},
         {"GEOMETRY", "POINT (1"},
     };
@@ -150,5 +154,5 @@ TEST_F(EnvelopeReading, TextsThatTheTypeDoesNotTakeAreRefused) {
                           "Could not convert string '300' to INT8");
 }
 
-}  // namespace
-}  // namespace orkit::orsql::test
+} // namespace
+} // namespace orkit::orsql::test

@@ -34,8 +34,11 @@ TEST_F(HeldBindings, ValuesAreBoundAtOnceOnAPreparedStatement) {
     statement->BindInteger(2, 9);
     statement->BindValues(Values({Number(1), nullptr}));
     EXPECT_EQ(Run(statement), (Rows{{"1", "NULL"}}));
-    ExpectDuckDBErrorWith([&] { statement->BindValues(Values({Number(1), Number(2), Number(3)})); }, mName,
-                          "Can not bind to parameter number 3");
+    ExpectDuckDBErrorWith(
+        [&] {
+            statement->BindValues(Values({Number(1), Number(2), Number(3)}));
+        },
+        mName, "Can not bind to parameter number 3");
     ExpectDuckDBErrorWith([&] { Run(statement); }, mName, "Can not bind to parameter number 3");
     statement->BindValues(Values({}));
     ExpectDuckDBErrorWith([&] { Run(statement); }, mName, kNotProvided);
@@ -46,9 +49,9 @@ TEST_F(HeldBindings, ArraysLiveAsLongAsTheStatementHoldsThem) {
     const smart_ptr<RowArray> rows = RowsOf({values});
     Statement statement = Prepare("SELECT ?");
     const std::function<void()> kWaysOut[] = {
-        [&] { statement->ClearBindings(); }, [&] { statement->BindInteger(1, 2); },
+        [&] { statement->ClearBindings(); },         [&] { statement->BindInteger(1, 2); },
         [&] { statement->BindValue(1, Number(2)); }, [&] { statement->BindRows(nullptr); },
-        [&] { statement->BindValues(nullptr); }, [&] { statement.reset(); }};
+        [&] { statement->BindValues(nullptr); },     [&] { statement.reset(); }};
     for (const auto& wayOut : kWaysOut) {
         statement->BindValues(values);
         EXPECT_EQ(values->get_RefsCount(), 3u);
@@ -110,7 +113,8 @@ TEST_F(HeldBindings, NoRowsRunNothing) {
     statement->ClearBindings();
     statement->SqlExecute();
     statement->BindRows(RowsOf({}));
-    EXPECT_EQ(statement->SqlQuery(kCursorLocationServer)->get_RowsChanged(), 1) << "the old result is still there";
+    EXPECT_EQ(statement->SqlQuery(kCursorLocationServer)->get_RowsChanged(), 1)
+        << "the old result is still there";
     EXPECT_EQ(Content(), "[1]");
 }
 
@@ -152,5 +156,5 @@ TEST_F(HeldBindings, FailedRowStopsTheRunAndTakesNothingBack) {
     EXPECT_EQ(Content(), "[1, 2]");
 }
 
-}  // namespace
-}  // namespace orkit::orsql::test
+} // namespace
+} // namespace orkit::orsql::test

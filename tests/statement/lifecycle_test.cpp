@@ -88,7 +88,7 @@ constexpr const char* kInvalid = "DuckDBDatabase is invalid";
 struct Transition {
     const char* mStart;
     const char* mOperation;
-    const char* mOutcome;  ///< what it tells, or the message that it raises
+    const char* mOutcome; ///< what it tells, or the message that it raises
     const char* mState;
 };
 
@@ -177,7 +177,7 @@ TEST_F(StatementLifecycle, EveryOperationLeadsFromStateToState) {
         EXPECT_EQ(raised.mContext.value_or("none"), isRaised ? "unknown" : "none");
         EXPECT_EQ(StateOf(statement), transition.mState);
         EXPECT_EQ(Text(statement->get_OriginalSql()), "SELECT 1 AS a; SELECT 2 AS b");
-        database->Close();  // meets no pointer to an invalidated statement
+        database->Close(); // meets no pointer to an invalidated statement
     }
 }
 
@@ -238,7 +238,8 @@ TEST_F(StatementLifecycle, TextWithoutStatementRunsToItsEnd) {
 TEST_F(StatementLifecycle, FailedSplitLeavesNoWalk) {
     const Statement statement = Make("SELECT 1; SELEC 2");
     for (int i = 0; i < 2; ++i) {
-        ExpectDuckDBErrorWith([&] { statement->PrepareNext(); }, mName, "syntax error at or near \\\"SELEC\\\"");
+        ExpectDuckDBErrorWith([&] { statement->PrepareNext(); }, mName,
+                              "syntax error at or near \\\"SELEC\\\"");
         EXPECT_EQ(StateOf(statement), "text");
     }
 }
@@ -263,7 +264,8 @@ constexpr const char* kFailingRun = "SELECT 'no number'::VARCHAR::INTEGER";
 constexpr const char* kFailingRunText = "Could not convert string 'no number' to INT32";
 
 TEST_F(StatementLifecycle, FailedRunIsPassedBy) {
-    const std::string script = std::string("CREATE TABLE t (i INTEGER);") + kFailingRun + ";INSERT INTO t VALUES (1)";
+    const std::string script =
+        std::string("CREATE TABLE t (i INTEGER);") + kFailingRun + ";INSERT INTO t VALUES (1)";
     const Statement statement = Make(script);
     ExpectDuckDBErrorWith([&] { statement->ExecuteAll(); }, mName, kFailingRunText);
     EXPECT_EQ(StateOf(statement), "ran") << "the failed result stays";
@@ -280,8 +282,9 @@ TEST_F(StatementLifecycle, ScriptTellsItsFailure) {
         const char* mPart;
         const char* mState;
     };
-    for (const Case& failure : {Case{kFailingRun, kFailingRunText, "ran, no walk"},
-                                Case{"SELECT * FROM missing", "Table with name missing does not exist", "text"}}) {
+    for (const Case& failure :
+         {Case{kFailingRun, kFailingRunText, "ran, no walk"},
+          Case{"SELECT * FROM missing", "Table with name missing does not exist", "text"}}) {
         SCOPED_TRACE(failure.mFailing);
         const Statement statement =
             Make(std::string("CREATE OR REPLACE TABLE t (i INTEGER);") + failure.mFailing + ";DROP TABLE t");
@@ -293,7 +296,8 @@ TEST_F(StatementLifecycle, ScriptTellsItsFailure) {
         EXPECT_EQ(StateOf(statement), failure.mState);
         EXPECT_EQ(statement->get_RemainingStatements(), 0u);
         EXPECT_EQ(Text(statement->get_Sql()), failure.mFailing);
-        EXPECT_EQ(statement->ExecuteScript().mStatementCount, 0u) << "a later walk has the failed statement alone";
+        EXPECT_EQ(statement->ExecuteScript().mStatementCount, 0u)
+            << "a later walk has the failed statement alone";
     }
     Execute(mDatabase, "DROP TABLE t");
 }
@@ -335,7 +339,8 @@ TEST_F(StatementLifecycle, DatabaseKnowsItsStatements) {
     EXPECT_TRUE(Make("SELECT 1")->get_Database() == mDatabase);
     mDatabase->Close();
     ExpectDuckDBError([&] { Make("SELECT 1"); }, mName, "DuckDBDatabase is not open");
-    ExpectDuckDBError([&] { mDatabase->RemoveStatement(foreign.get()); }, mName, "DuckDBDatabase is not open");
+    ExpectDuckDBError([&] { mDatabase->RemoveStatement(foreign.get()); }, mName,
+                      "DuckDBDatabase is not open");
 }
 
 TEST_F(StatementLifecycle, StatementOutlivesItsDatabase) {
@@ -365,11 +370,11 @@ TEST_F(StatementLifecycle, GuardAndThreadAreTakenCareOf) {
         bool mIsGuarded;
         std::uint64_t mInits;
     };
-    for (const Case& row : {Case{"PrepareNext", true, 1}, Case{"SqlExecute", true, 1}, Case{"SqlSelect", true, 1},
-                            Case{"SqlQuery", true, 1}, Case{"BindInteger", true, 0}, Case{"BindValue", true, 0},
-                            Case{"ClearBindings", true, 0},
-                            Case{"get_RemainingStatements", true, 0}, Case{"BindValues", false, 0},
-                            Case{"BindRows", false, 0}}) {
+    for (const Case& row :
+         {Case{"PrepareNext", true, 1}, Case{"SqlExecute", true, 1}, Case{"SqlSelect", true, 1},
+          Case{"SqlQuery", true, 1}, Case{"BindInteger", true, 0}, Case{"BindValue", true, 0},
+          Case{"ClearBindings", true, 0}, Case{"get_RemainingStatements", true, 0},
+          Case{"BindValues", false, 0}, Case{"BindRows", false, 0}}) {
         const Statement statement = Make("SELECT 1");
         const std::uint64_t locks = standin::get_EngineLockCount();
         const std::uint64_t inits = standin::get_Init3Count();
@@ -380,5 +385,5 @@ TEST_F(StatementLifecycle, GuardAndThreadAreTakenCareOf) {
     }
 }
 
-}  // namespace
-}  // namespace orkit::orsql::test
+} // namespace
+} // namespace orkit::orsql::test

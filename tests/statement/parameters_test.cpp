@@ -19,7 +19,8 @@ Value DateValue(std::int32_t inYear, std::uint16_t inMonth, std::uint16_t inDay)
     return value;
 }
 
-Value TimeValue(std::uint16_t inHour, std::uint16_t inMinute, std::uint16_t inSecond, std::uint16_t inMillisecond) {
+Value TimeValue(std::uint16_t inHour, std::uint16_t inMinute, std::uint16_t inSecond,
+                std::uint16_t inMillisecond) {
     Value value(CreateValueTime(true, nullptr, nullptr));
     QueryAspect<I_ValueTime>(value.get())->put_Time(inHour, inMinute, inSecond, inMillisecond);
     return value;
@@ -64,9 +65,7 @@ private:
     std::uint32_t mType;
 };
 
-Value Odd(std::uint32_t inType) {
-    return new OddValue(inType);
-}
+Value Odd(std::uint32_t inType) { return new OddValue(inType); }
 
 TEST_F(Parameters, EachHostTypeHasItsType) {
     using namespace value_type;
@@ -133,14 +132,14 @@ TEST_F(Parameters, EachHostTypeHasItsType) {
 TEST_F(Parameters, ArraysTakeTheTypeOfTheirItems) {
     using namespace value_type;
     const std::pair<std::uint32_t, const char*> types[] = {
-        {kBoolean, "BOOLEAN[]"},   {kByte, "UTINYINT[]"},       {kShort, "SMALLINT[]"},
-        {kUShort, "USMALLINT[]"},  {kMedium, "INTEGER[]"},      {kUMedium, "UINTEGER[]"},
-        {kLong, "INTEGER[]"},      {kULong, "UINTEGER[]"},      {kLLong, "BIGINT[]"},
-        {kULLong, "UBIGINT[]"},    {kFloat, "FLOAT[]"},         {kDouble, "DOUBLE[]"},
-        {kDecimal, "DOUBLE[]"},    {kNumeric, "DOUBLE[]"},      {kDate, "DATE[]"},
-        {kTime, "TIME[]"},         {kDateTime, "TIMESTAMP_MS[]"}, {kFixedBinary, "BLOB[]"},
-        {kVarBinary, "BLOB[]"},    {kLongBinary, "BLOB[]"},     {kExternalBinary, "BLOB[]"},
-        {kString, "VARCHAR[]"},    {kHolder, "VARCHAR[]"},      {77, "VARCHAR[]"},
+        {kBoolean, "BOOLEAN[]"},  {kByte, "UTINYINT[]"},         {kShort, "SMALLINT[]"},
+        {kUShort, "USMALLINT[]"}, {kMedium, "INTEGER[]"},        {kUMedium, "UINTEGER[]"},
+        {kLong, "INTEGER[]"},     {kULong, "UINTEGER[]"},        {kLLong, "BIGINT[]"},
+        {kULLong, "UBIGINT[]"},   {kFloat, "FLOAT[]"},           {kDouble, "DOUBLE[]"},
+        {kDecimal, "DOUBLE[]"},   {kNumeric, "DOUBLE[]"},        {kDate, "DATE[]"},
+        {kTime, "TIME[]"},        {kDateTime, "TIMESTAMP_MS[]"}, {kFixedBinary, "BLOB[]"},
+        {kVarBinary, "BLOB[]"},   {kLongBinary, "BLOB[]"},       {kExternalBinary, "BLOB[]"},
+        {kString, "VARCHAR[]"},   {kHolder, "VARCHAR[]"},        {77, "VARCHAR[]"},
     };
     for (const auto& [code, type] : types) {
         ExpectParameter(ArrayValue(code, {nullptr}), "[NULL]", type);
@@ -164,9 +163,9 @@ TEST_F(Parameters, TextOfAnyKindSurvives) {
 }
 
 TEST_F(Parameters, EnumsAreRefused) {
-    for (const Value& value : {EnumValue(), Odd(value_type::kEnumSet), ArrayValue(value_type::kEnum, {}),
-                               ArrayValue(value_type::kEnumSet, {nullptr}), ArrayValue(20, {EnumValue()}),
-                               Holder(EnumValue())}) {
+    for (const Value& value :
+         {EnumValue(), Odd(value_type::kEnumSet), ArrayValue(value_type::kEnum, {}),
+          ArrayValue(value_type::kEnumSet, {nullptr}), ArrayValue(20, {EnumValue()}), Holder(EnumValue())}) {
         ExpectDuckDBError([&] { RunWith("SELECT $1", {value}); }, "value",
                           "Orlimbara enum values are not supported by DuckDB binding");
     }
@@ -175,9 +174,11 @@ TEST_F(Parameters, EnumsAreRefused) {
 TEST_F(Parameters, WhatDuckDBCannotMakeIsAFailedBinding) {
     const Value misfit = ArrayValue(value_type::kLong, {Number(1), TextValue("two")});
     for (const Value& value : {misfit, ArrayValue(value_type::kArray, {Holder(misfit)})}) {
-        ExpectDuckDBError([&] { RunWith("SELECT $1", {value}); }, mName, "Failed to bind statement parameter");
+        ExpectDuckDBError([&] { RunWith("SELECT $1", {value}); }, mName,
+                          "Failed to bind statement parameter");
     }
-    ExpectDuckDBErrorWith([&] { RunWith("SELECT $1", {DateValue(2023, 2, 29)}); }, mName, "Date out of range");
+    ExpectDuckDBErrorWith([&] { RunWith("SELECT $1", {DateValue(2023, 2, 29)}); }, mName,
+                          "Date out of range");
     ExpectDuckDBErrorWith([&] { RunWith("SELECT $1", {DateTimeValue(400000, 1, 1)}); }, mName, "range");
 }
 
@@ -191,13 +192,16 @@ TEST_F(Parameters, ValuesGoWithOneStatement) {
 
     ExpectDuckDBErrorWith([&] { RunWith("SELECT 1; SELECT ?", {Number(1)}); }, mName, "multiple statements");
     ExpectDuckDBErrorWith([&] { RunWith("SELEC ?", {Number(1)}); }, mName, "syntax error");
-    ExpectDuckDBErrorWith([&] { RunWith("SELECT $1", {Number(1), Number(2)}); }, mName,
-                          "Can not bind to parameter number 2");
+    ExpectDuckDBErrorWith(
+        [&] {
+            RunWith("SELECT $1", {Number(1), Number(2)});
+        },
+        mName, "Can not bind to parameter number 2");
     ExpectDuckDBErrorWith([&] { RunWith("SELECT $1, $2", {Number(1)}); }, mName, "Values were not provided");
     ExpectDuckDBErrorWith([&] { RunWith("SELECT $1::INTEGER", {TextValue("x")}); }, mName,
                           "Could not convert string 'x' to INT32");
     EXPECT_EQ(SelectOne(mDatabase, "SELECT count(*) FROM t"), "2");
 }
 
-}  // namespace
-}  // namespace orkit::orsql::test
+} // namespace
+} // namespace orkit::orsql::test

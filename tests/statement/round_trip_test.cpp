@@ -1,4 +1,5 @@
-// A VARIANT goes out through a cursor and comes back as a parameter. docs/values.md lists what these tests show.
+// A VARIANT goes out through a cursor and comes back as a parameter. docs/values.md lists what these tests
+// show.
 
 #include "statement_fixture.h"
 
@@ -105,8 +106,8 @@ TEST_F(RoundTrip, ComesBackAsItWas) {
 
 struct Changed {
     const char* mSql;
-    const char* mPath;        ///< of the part that changes; null for the whole
-    const char* mTypeBefore;  ///< DuckDB's words for it
+    const char* mPath;       ///< of the part that changes; null for the whole
+    const char* mTypeBefore; ///< DuckDB's words for it
     const char* mTypeAfter;
     const char* mTextAfter;
 };
@@ -128,7 +129,8 @@ constexpr Changed kChanged[] = {
     {"['-5'::BIGNUM]", "1::UINTEGER", "BIGNUM", "INT64", "-5"},
     {"{'a': DATE '2024-01-31'}", "'a'", "DATE", "VARCHAR", "2024-01-31"},
     {"[TIME '12:30:00']", "1::UINTEGER", "TIME_MICROS", "VARCHAR", "12:30:00"},
-    {"['2024-01-31 12:30:00'::TIMESTAMP_MS]", "1::UINTEGER", "TIMESTAMP_MILIS", "VARCHAR", "2024-01-31 12:30:00"},
+    {"['2024-01-31 12:30:00'::TIMESTAMP_MS]", "1::UINTEGER", "TIMESTAMP_MILIS", "VARCHAR",
+     "2024-01-31 12:30:00"},
     {"[INTERVAL '1 day']", "1::UINTEGER", "INTERVAL", "VARCHAR", "1 day"},
     {"['fedcba98-7654-3210-0123-456789abcdef'::UUID]", "1::UINTEGER", "UUID", "VARCHAR",
      "fedcba98-7654-3210-0123-456789abcdef"},
@@ -153,11 +155,11 @@ TEST_F(RoundTrip, ComesBackChanged) {
 }
 
 TEST_F(RoundTrip, InfinityHasNoCalendar) {
-    const Value date = Leave("'infinity'::DATE");  // a date that the calendar doesn't reach
+    const Value date = Leave("'infinity'::DATE"); // a date that the calendar doesn't reach
     ExpectDuckDBErrorWith([&] { RunWith("SELECT $1", {date}); }, mName, "Date out of range");
     const Raised raised = Catch([&] { Leave("'infinity'::TIMESTAMP_MS"); });
     EXPECT_NE(raised.mMessage.value_or("").find("out of range"), std::string::npos);
 }
 
-}  // namespace
-}  // namespace orkit::orsql::test
+} // namespace
+} // namespace orkit::orsql::test

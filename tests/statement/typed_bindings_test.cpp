@@ -11,11 +11,11 @@ class TypedBindings : public StatementTest {};
 struct Binding {
     const char* mName;
     std::function<void(I_DuckDBStatement&, std::uint32_t)> mBind;
-    const char* mType;  ///< what DuckDB says of the parameter
+    const char* mType; ///< what DuckDB says of the parameter
     const char* mText;
 };
 
-const std::uint8_t kBits[] = {3, 0b11100101};  // three bits of padding, which are set
+const std::uint8_t kBits[] = {3, 0b11100101}; // three bits of padding, which are set
 const std::uint8_t kBadBits[] = {8, 0};
 const std::uint8_t kMagnitude[] = {1, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
 constexpr std::int64_t kMicros = 1'700'000'000'123'456;
@@ -27,8 +27,8 @@ const std::vector<Binding> kBindings = {
     {"UTinyInt", [](auto& s, auto i) { s.BindUTinyInt(i, 255); }, "UTINYINT", "255"},
     {"SmallInt", [](auto& s, auto i) { s.BindSmallInt(i, -32768); }, "SMALLINT", "-32768"},
     {"USmallInt", [](auto& s, auto i) { s.BindUSmallInt(i, 65535); }, "USMALLINT", "65535"},
-    {"Integer", [](auto& s, auto i) { s.BindInteger(i, std::numeric_limits<std::int32_t>::min()); }, "INTEGER",
-     "-2147483648"},
+    {"Integer", [](auto& s, auto i) { s.BindInteger(i, std::numeric_limits<std::int32_t>::min()); },
+     "INTEGER", "-2147483648"},
     {"UInteger", [](auto& s, auto i) { s.BindUInteger(i, 4294967295u); }, "UINTEGER", "4294967295"},
     {"BigInt", [](auto& s, auto i) { s.BindBigInt(i, std::numeric_limits<std::int64_t>::min()); }, "BIGINT",
      "-9223372036854775808"},
@@ -46,12 +46,14 @@ const std::vector<Binding> kBindings = {
     {"TimeNs", [](auto& s, auto i) { s.BindTimeNs(i, 3'600'000'000'001); }, "TIME_NS", "01:00:00.000000001"},
     {"TimeTz", [](auto& s, auto i) { s.BindTimeTz(i, 3'600'000'000, -5400); }, "TIME WITH TIME ZONE",
      "01:00:00-01:30"},
-    {"Timestamp", [](auto& s, auto i) { s.BindTimestamp(i, kMicros); }, "TIMESTAMP", "2023-11-14 22:13:20.123456"},
+    {"Timestamp", [](auto& s, auto i) { s.BindTimestamp(i, kMicros); }, "TIMESTAMP",
+     "2023-11-14 22:13:20.123456"},
     {"TimestampTz", [](auto& s, auto i) { s.BindTimestampTz(i, kMicros); }, "TIMESTAMP WITH TIME ZONE",
      "2023-11-14 22:13:20.123456+00"},
     {"TimestampS", [](auto& s, auto i) { s.BindTimestampS(i, 1'700'000'000); }, "TIMESTAMP_S",
      "2023-11-14 22:13:20"},
-    {"TimestampMs", [](auto& s, auto i) { s.BindTimestampMs(i, -1); }, "TIMESTAMP_MS", "1969-12-31 23:59:59.999"},
+    {"TimestampMs", [](auto& s, auto i) { s.BindTimestampMs(i, -1); }, "TIMESTAMP_MS",
+     "1969-12-31 23:59:59.999"},
     {"TimestampNs", [](auto& s, auto i) { s.BindTimestampNs(i, 1); }, "TIMESTAMP_NS",
      "1970-01-01 00:00:00.000000001"},
     {"Interval", [](auto& s, auto i) { s.BindInterval(i, 14, -3, 4'000'000); }, "INTERVAL",
@@ -109,7 +111,8 @@ TEST_F(TypedBindings, ValuesBeyondTheRangesOfDuckDBAreRefused) {
     const Binding kBeyond[] = {
         {"month 13", [](auto& s, auto i) { s.BindDate(i, 2024, 13, 1); }, "", "Date out of range"},
         {"width 200", [](auto& s, auto i) { s.BindDecimal(i, 200, 2, 125, 0); }, "", "width"},
-        {"no bits", [](auto& s, auto i) { s.BindBit(i, kBits, 1); }, "", "Failed to bind BIT statement parameter"},
+        {"no bits", [](auto& s, auto i) { s.BindBit(i, kBits, 1); }, "",
+         "Failed to bind BIT statement parameter"},
         {"no bytes for bits", [](auto& s, auto i) { s.BindBit(i, nullptr, 0); }, "", "Failed to bind BIT"},
         {"padding 8", [](auto& s, auto i) { s.BindBit(i, kBadBits, 2); }, "", "Failed to bind BIT"},
         {"no magnitude", [](auto& s, auto i) { s.BindBignum(i, kMagnitude, 0, false); }, "",
@@ -149,5 +152,5 @@ TEST_F(TypedBindings, LastAsLongAsThePreparedStatement) {
     ExpectDuckDBErrorWith([&] { Run(statement); }, mName, "Values were not provided");
 }
 
-}  // namespace
-}  // namespace orkit::orsql::test
+} // namespace
+} // namespace orkit::orsql::test

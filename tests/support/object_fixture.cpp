@@ -16,11 +16,11 @@
 namespace orkit::standin {
 
 void PrintTo(const LiveObjects& inLive, std::ostream* ioStream) {
-    *ioStream << inLive.mValues << " values, " << inLive.mLocations << " locations, " << inLive.mFiles << " files, "
-              << inLive.mArrays << " arrays, " << inLive.mForeignPlugins << " plug-in objects";
+    *ioStream << inLive.mValues << " values, " << inLive.mLocations << " locations, " << inLive.mFiles
+              << " files, " << inLive.mArrays << " arrays, " << inLive.mForeignPlugins << " plug-in objects";
 }
 
-}  // namespace orkit::standin
+} // namespace orkit::standin
 
 namespace orkit::orsql::test {
 
@@ -70,7 +70,7 @@ void ExpectNothingAlive() {
     EXPECT_EQ(standin::CountProcedureHandles(), standin::ProcedureHandles{});
 }
 
-}  // namespace
+} // namespace
 
 std::string Text(const String& inText) {
     const StFromUTF16 narrow(inText, GetConverter_UTF8());
@@ -120,7 +120,8 @@ Raised Catch(const std::function<void()>& inCall) {
     return {};
 }
 
-void ExpectDuckDBError(const std::function<void()>& inCall, std::string_view inContext, std::string_view inMessage) {
+void ExpectDuckDBError(const std::function<void()>& inCall, std::string_view inContext,
+                       std::string_view inMessage) {
     const Raised raised = Catch(inCall);
     EXPECT_EQ(raised.mClass, "xDuckDBError") << "expected: " << inMessage;
     EXPECT_EQ(raised.mCode, 468225u);
@@ -158,12 +159,11 @@ void ObjectTest::TearDown() {
     std::filesystem::remove_all(mFolder, ignored);
 }
 
-smart_ptr<I_DuckDBExtension> ObjectTest::Extension() {
-    return GetDuckDBExtension();
-}
+smart_ptr<I_DuckDBExtension> ObjectTest::Extension() { return GetDuckDBExtension(); }
 
 smart_ptr<I_Location> ObjectTest::At(std::string_view inName) const {
-    return standin::MakeLocation(inName == ":memory:" ? String(":memory:") : Wide((mFolder / inName).string()));
+    return standin::MakeLocation(inName == ":memory:" ? String(":memory:")
+                                                      : Wide((mFolder / inName).string()));
 }
 
 smart_ptr<I_DuckDBDatabase> ObjectTest::MakeDatabase(std::string_view inName) const {
@@ -203,4 +203,4 @@ String Wide(std::string_view inText) {
     return String(inText.data(), static_cast<std::ptrdiff_t>(inText.size()));
 }
 
-}  // namespace orkit::orsql::test
+} // namespace orkit::orsql::test

@@ -32,18 +32,20 @@ Rows ReadAll(const smart_ptr<I_DuckDBCursor>& inCursor);
 
 /// What a call raised, as far as it was one of the host's exceptions.
 struct Raised {
-    std::string mClass;  ///< "xDuckDBError", "xFeatureError", "xDBError", "xException", "std::exception", or "" for nothing
+    std::string mClass; ///< "xDuckDBError", "xFeatureError", "xDBError", "xException", "std::exception", or
+                        ///< "" for nothing
     std::uint32_t mCode = 0;
-    std::optional<std::string> mContext;  ///< the first text
-    std::optional<std::string> mMessage;  ///< the second text; of a std::exception its `what`
-    bool mHasMoreTexts = false;           ///< a third or fourth text was given
+    std::optional<std::string> mContext; ///< the first text
+    std::optional<std::string> mMessage; ///< the second text; of a std::exception its `what`
+    bool mHasMoreTexts = false;          ///< a third or fourth text was given
 };
 
 /// Calls and tells what was raised.
 Raised Catch(const std::function<void()>& inCall);
 
 /// Checks that a call raises xDuckDBError, code 468225, with these two texts and no others.
-void ExpectDuckDBError(const std::function<void()>& inCall, std::string_view inContext, std::string_view inMessage);
+void ExpectDuckDBError(const std::function<void()>& inCall, std::string_view inContext,
+                       std::string_view inMessage);
 /// The same where the message is DuckDB's: it must contain `inPart`.
 void ExpectDuckDBErrorWith(const std::function<void()>& inCall, std::string_view inContext,
                            std::string_view inPart);
@@ -83,4 +85,4 @@ private:
 /// A String of UTF-8.
 String Wide(std::string_view inText);
 
-}  // namespace orkit::orsql::test
+} // namespace orkit::orsql::test
