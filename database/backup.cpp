@@ -10,7 +10,7 @@
 #include "extension/engine_lock_guard.h"
 #include "host/backup.h"
 #include "host/file.h"
-#include "result/text.h"
+#include "object_support/text.h"
 
 namespace orkit::orsql {
 
@@ -62,7 +62,7 @@ void DuckDBDatabase::Backup(smart_ptr<I_Location> inFolder) {
         connection = mConnection;
         const smart_ptr<I_Location> folder = ChooseFolder(std::move(inFolder), *mLocation);
         if (!IsAvailable(folder)) {
-            RaiseError("DuckDBDatabase backup folder is not available");
+            ThrowError("DuckDBDatabase backup folder is not available");
         }
         const smart_ptr<I_Location> backup = gCreateBackupLocation(folder);
         WriteMarker(*backup, *mLocation);
@@ -78,7 +78,7 @@ void DuckDBDatabase::Backup(smart_ptr<I_Location> inFolder) {
         error = TextOr(duckdb_result_error(result.Get()), "Unknown DuckDB backup error");
     }
     const EngineLockGuard guard;
-    RaiseError(error.c_str());
+    ThrowError(error.c_str());
 }
 
 } // namespace orkit::orsql

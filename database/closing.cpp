@@ -6,7 +6,7 @@
 #include "extension/engine_lock_guard.h"
 #include "host/file.h"
 #include "host/runtime.h"
-#include "result/text.h"
+#include "object_support/errors.h"
 
 namespace orkit::orsql {
 
@@ -63,7 +63,7 @@ void DuckDBDatabase::Drop() {
     if (count != 0) {
         String message = "Can not be dropped. ";
         message << count << " connections are alive.";
-        throw xDuckDBError(error_code::kDuckDB, get_Name().c_str(), message.c_str(), nullptr, nullptr);
+        ThrowDuckDBError(get_Name(), message);
     }
     const smart_ptr<I_DuckDBExtension> extension = GetDuckDBExtension();
     if (!extension || extension->get_IsMemoryPath(mPath)) {

@@ -5,9 +5,12 @@
 
 #include "extension/engine_lock_guard.h"
 #include "host/runtime.h"
-#include "result/text.h"
+#include "object_support/errors.h"
+#include "statement/duckdb_statement.h"
 
 namespace orkit::orsql {
+
+std::map<String, SharedDatabaseEntry> gSharedDatabases;
 
 DuckDBDatabase::DuckDBDatabase(smart_ptr<I_Location> inLocation)
     : mPath(inLocation->get_Path()), mLocation(std::move(inLocation)) {}
@@ -20,24 +23,18 @@ DuckDBDatabase::~DuckDBDatabase() {
 }
 
 smart_ptr<I_DuckDBDatabase> DuckDBDatabase::Acquire(DuckDBDatabase* inDatabase) noexcept {
-    if (!inDatabase) {
+    if (!inDatabase || !inDatabase->mRefCount.AddUnlessZero()) {
         return nullptr;
     }
-    std::uint32_t count = inDatabase->mRefCount.load();
-    do {
-        if (count == 0) {
-            return nullptr;
-        }
-    } while (!inDatabase->mRefCount.compare_exchange_weak(count, count + 1));
     smart_ptr<I_DuckDBDatabase> database(inDatabase);
-    inDatabase->Release(); // the reference that the loop took
+    inDatabase->Release(); // the reference that AddUnlessZero took
     return database;
 }
 
-std::uint32_t DuckDBDatabase::AddRef() { return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1; }
+std::uint32_t DuckDBDatabase::AddRef() { return mRefCount.Add(); }
 
 std::uint32_t DuckDBDatabase::Release() {
-    const std::uint32_t left = mRefCount.fetch_sub(1, std::memory_order_acq_rel) - 1;
+    const std::uint32_t left = mRefCount.Drop();
     if (left == 0) {
         delete this;
     }
@@ -53,7 +50,7 @@ void* DuckDBDatabase::QueryInterface(std::uint32_t inInterfaceId) {
     return InterfaceTableQueryInterface(this, kTable.data(), inInterfaceId);
 }
 
-std::uint32_t DuckDBDatabase::get_RefsCount() const { return mRefCount.load(std::memory_order_relaxed); }
+std::uint32_t DuckDBDatabase::get_RefsCount() const { return mRefCount.Get(); }
 
 void DuckDBDatabase::put_BlockSize(std::uint32_t inBlockSize) {
     const EngineLockGuard guard;
@@ -108,6 +105,29 @@ void DuckDBDatabase::put_Settings(const DuckDBSettings& inSettings) {
     mHasSettings = true;
 }
 
+smart_ptr<I_DuckDBStatement> DuckDBDatabase::CreateStatement(const String& inSql) {
+    const EngineLockGuard guard;
+    OrlimbaraInit3();
+    if (!mHandle) {
+        ThrowError("DuckDBDatabase is not open");
+    }
+    smart_ptr<I_DuckDBStatement> statement(new DuckDBStatement(this, inSql));
+    Register(mStatements, statement.get());
+    return statement;
+}
+
+void DuckDBDatabase::ForgetStatement(const I_DuckDBStatement* inStatement) noexcept {
+    Unregister(mStatements, inStatement);
+}
+
+void DuckDBDatabase::RemoveStatement(I_DuckDBStatement* inStatement) {
+    const EngineLockGuard guard;
+    RequireOpen();
+    if (!Unregister(mStatements, inStatement)) {
+        ThrowError("DuckDBStatement does not belong to this database");
+    }
+}
+
 void DuckDBDatabase::AddCursor(I_DuckDBCursor* inCursor) {
     const EngineLockGuard guard;
     Register(mCursors, inCursor);
@@ -130,11 +150,11 @@ void DuckDBDatabase::RemoveQueryResult(I_DuckDBQueryResult* inQueryResult) {
 
 void DuckDBDatabase::SyncEngineLock() { const EngineLockGuard guard; }
 
-void DuckDBDatabase::RaiseError(const char* inMessage) const { RaiseDuckDBError(get_Name(), inMessage); }
+void DuckDBDatabase::ThrowError(const char* inMessage) const { ThrowDuckDBError(get_Name(), inMessage); }
 
 void DuckDBDatabase::RequireOpen() const {
     if (!mHandle || !mConnection) {
-        RaiseError("DuckDBDatabase is not open");
+        ThrowError("DuckDBDatabase is not open");
     }
 }
 

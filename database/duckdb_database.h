@@ -13,6 +13,7 @@
 
 #include "database/shared_handles.h"
 #include "host/duckdb_objects.h"
+#include "object_support/ref_count.h"
 #include "result/query_result.h"
 
 namespace orkit::orsql {
@@ -25,7 +26,7 @@ class EngineLockGuard;
 /// Create or Open; Close leads from the last two to the first.
 ///
 /// Its sources: duckdb_database.cpp (object, properties, registries), opening.cpp, closing.cpp,
-/// execution.cpp, execution_with_values.cpp, statements.cpp, backup.cpp.
+/// execution.cpp, backup.cpp.
 class DuckDBDatabase final : public I_DuckDBDatabase, public ForeignPlugin_imp, noncopyable {
 public:
     /// Copies the path; touches neither DuckDB nor the disk. @param inLocation not null.
@@ -80,7 +81,7 @@ public:
     /// reference keeps the cell, not the connection in it.
     std::shared_ptr<ConnectionCell> get_Connection() const { return mConnection; }
     /// Raises xDuckDBError with this database's name first. @param inMessage UTF-8.
-    [[noreturn]] void RaiseError(const char* inMessage) const;
+    [[noreturn]] void ThrowError(const char* inMessage) const;
     /// Raises "DuckDBDatabase is not open" unless there are a handle and a connection. The guard must be
     /// held.
     void RequireOpen() const;
@@ -117,7 +118,6 @@ private:
     /// followed by a ROLLBACK.
     static Failure RunExtracted(duckdb_connection inConnection, duckdb_extracted_statements inStatements,
                                 idx_t inIndex, ResultList& ioResults);
-    // execution_with_values.cpp; the guard must be held
     /// Runs a text of one statement with values, the first for parameter 1. Raises with nothing left alive.
     /// @param inSql UTF-8. @param inParams not null.
     orlimbara::duckdb_support::OwnedResult RunWithParameters(const char* inSql,
@@ -128,7 +128,7 @@ private:
     /// The guard must be held.
     void SetHandle(std::shared_ptr<DatabaseCell> inHandle);
 
-    std::atomic<std::uint32_t> mRefCount{0};
+    RefCount mRefCount;
     const String mPath; // as it was at construction
     const smart_ptr<I_Location> mLocation;
     String mMotherDuckToken;

@@ -6,7 +6,8 @@
 #include "database/duckdb_database.h"
 #include "extension/engine_lock_guard.h"
 #include "host/runtime.h"
-#include "result/text.h"
+#include "object_support/text.h"
+#include "statement/parameters.h"
 
 namespace orkit::orsql {
 
@@ -49,7 +50,7 @@ ResultList DuckDBDatabase::RunSql(const String& inSql, const smart_ptr<ValueArra
     }
     if (failure) {
         results.clear();
-        RaiseError(failure->c_str());
+        ThrowError(failure->c_str());
     }
     return results;
 }
@@ -75,6 +76,23 @@ DuckDBDatabase::Failure DuckDBDatabase::RunExtracted(duckdb_connection inConnect
     return std::nullopt;
 }
 
+support::OwnedResult DuckDBDatabase::RunWithParameters(const char* inSql,
+                                                       const smart_ptr<ValueArray>& inParams) {
+    const std::shared_ptr<ConnectionCell> connection = mConnection;
+    support::OwnedPreparedStatement prepared;
+    if (duckdb_prepare(connection->Get(), inSql, prepared.Put()) != DuckDBSuccess) {
+        ThrowError(TextOr(duckdb_prepare_error(prepared.Get()), "Failed to prepare statement"));
+    }
+    BindParameters(prepared.Get(), inParams, get_Name());
+    support::OwnedResult result;
+    const duckdb_state state = duckdb_execute_prepared(prepared.Get(), result.Put());
+    prepared.Reset();
+    if (state != DuckDBSuccess) {
+        ThrowError(TextOr(duckdb_result_error(result.Get()), "Failed to execute prepared statement"));
+    }
+    return result;
+}
+
 smart_ptr<I_DuckDBCursor> DuckDBDatabase::SqlSelect(const String& inSql, std::uint32_t inCursorLocation,
                                                     smart_ptr<ValueArray> inParams) {
     const EngineLockGuard guard;
@@ -82,12 +100,12 @@ smart_ptr<I_DuckDBCursor> DuckDBDatabase::SqlSelect(const String& inSql, std::ui
     ResultList results = RunSql(inSql, inParams);
     if (results.size() != 1) {
         results.clear();
-        RaiseError("Query doesn't return a single result");
+        ThrowError("Query doesn't return a single result");
     }
     support::OwnedResult result = std::move(results.front());
     if (duckdb_result_return_type(result.Struct()) != DUCKDB_RESULT_TYPE_QUERY_RESULT) {
         result.Reset();
-        RaiseError("Query doesn't return a result");
+        ThrowError("Query doesn't return a result");
     }
     return MakeCursor(this, std::move(result), inCursorLocation);
 }

@@ -9,8 +9,9 @@
 
 #include "database/duckdb_database.h"
 #include "extension/engine_lock_guard.h"
+#include "host/exceptions.h"
 #include "host/runtime.h"
-#include "result/text.h"
+#include "object_support/text.h"
 
 namespace orkit::orsql {
 
@@ -69,7 +70,7 @@ void DuckDBDatabase::Create() {
         failure = "Unknown DuckDB database creation error";
     }
     if (failure) {
-        RaiseError(failure->c_str());
+        ThrowError(failure->c_str());
     }
     FinishOpening();
 }
@@ -79,7 +80,7 @@ void DuckDBDatabase::Open() {
     const EngineLockGuard guard;
     Close(); // another thread may have opened this object meanwhile
     if (IsFile() && !get_Exists()) {
-        RaiseError("File does not exist");
+        ThrowError("File does not exist");
     }
     JoinSharedHandle();
     if (!mHandle) {

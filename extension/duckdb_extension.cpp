@@ -32,10 +32,10 @@ DuckDBCursor_client* AsClientCursor(const smart_ptr<I_DuckDBCursor>& inCursor) {
 
 } // namespace
 
-std::uint32_t DuckDBExtension::AddRef() { return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1; }
+std::uint32_t DuckDBExtension::AddRef() { return mRefCount.Add(); }
 
 std::uint32_t DuckDBExtension::Release() {
-    const std::uint32_t left = mRefCount.fetch_sub(1, std::memory_order_acq_rel) - 1;
+    const std::uint32_t left = mRefCount.Drop();
     if (left == 0) {
         delete this;
     }
@@ -50,7 +50,7 @@ void* DuckDBExtension::QueryInterface(std::uint32_t inInterfaceId) {
     return InterfaceTableQueryInterface(this, kTable.data(), inInterfaceId);
 }
 
-std::uint32_t DuckDBExtension::get_RefsCount() const { return mRefCount.load(std::memory_order_relaxed); }
+std::uint32_t DuckDBExtension::get_RefsCount() const { return mRefCount.Get(); }
 
 const char* DuckDBExtension::get_LibraryVersion() const { return duckdb_library_version(); }
 

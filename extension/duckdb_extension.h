@@ -2,10 +2,10 @@
 /// The module's root object.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 
 #include "host/duckdb_objects.h"
+#include "object_support/ref_count.h"
 
 /// The object behind I_DuckDBExtension. Has no state but its count; the module keeps no pointer to it and
 /// asks the host with GetDuckDBExtension. Stands in the global namespace, where the host looks for it.
@@ -30,5 +30,5 @@ public:
                     orkit::smart_ptr<orkit::I_Location> inBackupLocation) override;
 
 private:
-    std::atomic<std::uint32_t> mRefCount{0};
+    orkit::orsql::RefCount mRefCount;
 };

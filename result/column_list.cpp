@@ -2,7 +2,7 @@
 
 #include "duckdb_support/handles.h"
 #include "duckdb_support/supplement.h"
-#include "result/text.h"
+#include "object_support/text.h"
 
 namespace orkit::orsql {
 

@@ -5,7 +5,7 @@
 
 #include "database/duckdb_database.h"
 #include "extension/engine_lock_guard.h"
-#include "result/text.h"
+#include "object_support/errors.h"
 
 namespace orkit::orsql {
 
@@ -24,7 +24,7 @@ DuckDBDatabase* RequireDatabase(DuckDBDatabase* inDatabase) {
 
 void RaiseInvalidCursor() {
     // Not the database's name: the database may be gone.
-    RaiseDuckDBError(kUnknownContext, "DuckDBCursor is invalid");
+    ThrowDuckDBError(kUnknownContext, "DuckDBCursor is invalid");
 }
 
 DuckDBCursor_imp::DuckDBCursor_imp(DuckDBDatabase* inDatabase, support::OwnedResult inResult)
@@ -35,10 +35,10 @@ DuckDBCursor_imp::DuckDBCursor_imp(DuckDBDatabase* inDatabase, support::OwnedRes
 
 DuckDBCursor_imp::~DuckDBCursor_imp() { Detach(); }
 
-std::uint32_t DuckDBCursor_imp::AddRef() { return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1; }
+std::uint32_t DuckDBCursor_imp::AddRef() { return mRefCount.Add(); }
 
 std::uint32_t DuckDBCursor_imp::Release() {
-    const std::uint32_t left = mRefCount.fetch_sub(1, std::memory_order_acq_rel) - 1;
+    const std::uint32_t left = mRefCount.Drop();
     if (left == 0) {
         // Before the destruction begins: a Close on another thread must not meet a half-destroyed object.
         Detach();
@@ -56,7 +56,7 @@ void* DuckDBCursor_imp::QueryInterface(std::uint32_t inInterfaceId) {
     return InterfaceTableQueryInterface(this, kTable.data(), inInterfaceId);
 }
 
-std::uint32_t DuckDBCursor_imp::get_RefsCount() const { return mRefCount.load(std::memory_order_relaxed); }
+std::uint32_t DuckDBCursor_imp::get_RefsCount() const { return mRefCount.Get(); }
 
 std::uint32_t DuckDBCursor_imp::get_ColumnCount() const {
     return static_cast<std::uint32_t>(mColumns.size());
@@ -91,7 +91,7 @@ void DuckDBCursor_imp::RaiseError(const char* inMessage) const {
     if (!database) {
         RaiseInvalidCursor();
     }
-    RaiseDuckDBError(database->get_Name(), inMessage);
+    ThrowDuckDBError(database->get_Name(), inMessage);
 }
 
 support::OwnedDataChunk DuckDBCursor_imp::FetchChunk() {

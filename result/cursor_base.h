@@ -9,6 +9,7 @@
 
 #include "duckdb_support/handles.h"
 #include "host/duckdb_objects.h"
+#include "object_support/ref_count.h"
 #include "result/column_list.h"
 
 namespace orkit::orsql {
@@ -67,7 +68,7 @@ private:
     /// Destroys the result and leaves the database's registry, once. Takes the guard. Raises nothing.
     void Detach() noexcept;
 
-    std::atomic<std::uint32_t> mRefCount{0};
+    RefCount mRefCount;
     std::atomic<DuckDBDatabase*> mDatabase; // null once cut off; written under the guard, read without it
     orlimbara::duckdb_support::OwnedResult mResult;
     ColumnList mColumns;

@@ -1,6 +1,6 @@
 #include "result/envelope.h"
 
-#include "result/text.h"
+#include "object_support/text.h"
 
 namespace orkit::orsql {
 

@@ -6,9 +6,9 @@
 #include "database/duckdb_database.h"
 #include "extension/engine_lock_guard.h"
 #include "host/json.h"
+#include "object_support/text.h"
 #include "result/client_cursor.h"
 #include "result/server_cursor.h"
-#include "result/text.h"
 
 namespace orkit::orsql {
 
@@ -73,10 +73,10 @@ void DuckDBQueryResult::ReadError(const char* inText) {
     }
 }
 
-std::uint32_t DuckDBQueryResult::AddRef() { return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1; }
+std::uint32_t DuckDBQueryResult::AddRef() { return mRefCount.Add(); }
 
 std::uint32_t DuckDBQueryResult::Release() {
-    const std::uint32_t left = mRefCount.fetch_sub(1, std::memory_order_acq_rel) - 1;
+    const std::uint32_t left = mRefCount.Drop();
     if (left == 0) {
         // Before the destruction begins: a Close on another thread must not meet a half-destroyed object.
         Detach();
@@ -94,7 +94,7 @@ void* DuckDBQueryResult::QueryInterface(std::uint32_t inInterfaceId) {
     return InterfaceTableQueryInterface(this, kTable.data(), inInterfaceId);
 }
 
-std::uint32_t DuckDBQueryResult::get_RefsCount() const { return mRefCount.load(std::memory_order_relaxed); }
+std::uint32_t DuckDBQueryResult::get_RefsCount() const { return mRefCount.Get(); }
 
 std::int64_t DuckDBQueryResult::get_RowsChanged() const { return mRowsChanged; }
 

@@ -4,12 +4,12 @@
 /// Knows DuckDBDatabase, which knows query results by their interface.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <vector>
 
 #include "duckdb_support/handles.h"
 #include "host/duckdb_objects.h"
+#include "object_support/ref_count.h"
 
 namespace orkit::orsql {
 
@@ -51,7 +51,7 @@ private:
     /// Destroys the results and leaves the database's registry, once. Takes the guard. Raises nothing.
     void Detach() noexcept;
 
-    std::atomic<std::uint32_t> mRefCount{0};
+    RefCount mRefCount;
     std::int64_t mRowsChanged = 0;
     const std::uint32_t mCursorLocation;
     std::uint32_t mFlags = 0;

@@ -5,7 +5,6 @@
 #include "duckdb_support/handles.h"
 #include "duckdb_support/supplement.h"
 #include "result/envelope.h"
-#include "result/text.h"
 
 namespace orkit::orsql {
 

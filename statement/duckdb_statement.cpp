@@ -4,7 +4,8 @@
 
 #include "database/duckdb_database.h"
 #include "extension/engine_lock_guard.h"
-#include "result/text.h"
+#include "object_support/errors.h"
+#include "object_support/text.h"
 
 namespace orkit::orsql {
 
@@ -13,10 +14,10 @@ DuckDBStatement::DuckDBStatement(DuckDBDatabase* inDatabase, const String& inSql
 
 DuckDBStatement::~DuckDBStatement() { Detach(); }
 
-std::uint32_t DuckDBStatement::AddRef() { return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1; }
+std::uint32_t DuckDBStatement::AddRef() { return mRefCount.Add(); }
 
 std::uint32_t DuckDBStatement::Release() {
-    const std::uint32_t left = mRefCount.fetch_sub(1, std::memory_order_acq_rel) - 1;
+    const std::uint32_t left = mRefCount.Drop();
     if (left == 0) {
         // Before the destruction begins: a Close on another thread must not meet a half-destroyed object.
         Detach();
@@ -34,7 +35,7 @@ void* DuckDBStatement::QueryInterface(std::uint32_t inInterfaceId) {
     return InterfaceTableQueryInterface(this, kTable.data(), inInterfaceId);
 }
 
-std::uint32_t DuckDBStatement::get_RefsCount() const { return mRefCount.load(std::memory_order_relaxed); }
+std::uint32_t DuckDBStatement::get_RefsCount() const { return mRefCount.Get(); }
 
 const String& DuckDBStatement::get_OriginalSql() const { return mOriginalSql; }
 
@@ -55,15 +56,15 @@ void DuckDBStatement::Invalidate() { Detach(); }
 DuckDBDatabase& DuckDBStatement::RequireDatabase() const {
     DuckDBDatabase* const database = mDatabase.load();
     if (!database) {
-        RaiseDuckDBError(kUnknownContext, "DuckDBDatabase is invalid");
+        ThrowDuckDBError(kUnknownContext, "DuckDBDatabase is invalid");
     }
     return *database;
 }
 
-void DuckDBStatement::RaiseBindError(const char* inMessage) const {
+void DuckDBStatement::ThrowBindError(const char* inMessage) const {
     const char* const text = mPrepared ? TextOr(duckdb_prepare_error(mPrepared.Get()), inMessage) : inMessage;
     const DuckDBDatabase* const database = mDatabase.load();
-    RaiseDuckDBError(database ? database->get_Name() : String(kUnknownContext), text);
+    ThrowDuckDBError(database ? database->get_Name() : String(kUnknownContext), text);
 }
 
 void DuckDBStatement::ReleaseHandles() noexcept {

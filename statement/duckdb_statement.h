@@ -9,6 +9,7 @@
 
 #include "duckdb_support/handles.h"
 #include "host/duckdb_objects.h"
+#include "object_support/ref_count.h"
 
 namespace orkit::orsql {
 
@@ -98,7 +99,7 @@ private:
     DuckDBDatabase& RequireDatabase() const;
     /// Raises with DuckDB's text of what went wrong with the prepared statement, else with the fixed text.
     /// @param inMessage UTF-8. Context: the database's name, or "unknown".
-    [[noreturn]] void RaiseBindError(const char* inMessage) const;
+    [[noreturn]] void ThrowBindError(const char* inMessage) const;
     /// Destroys the result and the prepared statement.
     void ReleaseHandles() noexcept;
     /// Ends the walk: no split script, count and index 0.
@@ -132,7 +133,7 @@ private:
     template <class Row, class... Args>
     void Bind(const Row& inRow, std::uint32_t inIndex, const Args&... inArgs);
 
-    std::atomic<std::uint32_t> mRefCount{0};
+    RefCount mRefCount;
     std::atomic<DuckDBDatabase*> mDatabase; // null once cut off; written under the guard, read without it
     const String mOriginalSql;
     String mCurrentSql;

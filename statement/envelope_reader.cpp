@@ -7,7 +7,8 @@
 #include <string>
 
 #include "duckdb_support/supplement.h"
-#include "result/text.h"
+#include "object_support/errors.h"
+#include "object_support/text.h"
 
 namespace orkit::orsql {
 
@@ -15,7 +16,6 @@ namespace support = orlimbara::duckdb_support;
 
 namespace {
 
-constexpr const char* kValueContext = "value";
 constexpr const char* kVariantContext = "variant";
 
 /// One of the two forms of an envelope.
@@ -95,13 +95,13 @@ const NamedType* FindType(std::string_view inName) noexcept {
     return found == kNamedTypes.end() ? nullptr : found;
 }
 
-[[noreturn]] void Raise(const char* inContext, const std::string& inMessage) {
-    throw xDuckDBError(error_code::kDuckDB, inContext, inMessage.c_str(), nullptr, nullptr);
+[[noreturn]] void Throw(const char* inContext, const std::string& inMessage) {
+    ThrowDuckDBError(inContext, inMessage.c_str());
 }
 
-[[noreturn]] void RaiseUnparsed(const support::OwnedText& inError, std::string_view inTypeName,
+[[noreturn]] void ThrowUnparsed(const support::OwnedText& inError, std::string_view inTypeName,
                                 std::string_view inText) {
-    Raise(kValueContext,
+    Throw(kValueContext,
           inError ? inError.Get()
                   : "Cannot parse " + std::string(inTypeName) + " typed value: " + std::string(inText));
 }
@@ -118,7 +118,7 @@ support::OwnedValue CastTextToType(std::string_view inTypeName, std::string_view
     support::OwnedText error;
     const support::OwnedValue text = MakeText(inText);
     if (duckdb_cast_value(text.Get(), inType.Get(), value.Put(), error.Put()) != DuckDBSuccess || !value) {
-        RaiseUnparsed(error, inTypeName, inText);
+        ThrowUnparsed(error, inTypeName, inText);
     }
     return value;
 }
@@ -146,7 +146,7 @@ support::OwnedValue NestedToDuckDB(std::string_view inTypeName, std::string_view
     support::OwnedText error;
     if (duckdb_cast_value(json.Get(), variantType.Get(), variant.Put(), error.Put()) != DuckDBSuccess ||
         !variant) {
-        Raise(kValueContext, error
+        Throw(kValueContext, error
                                  ? error.Get()
                                  : "Malformed " + std::string(inTypeName) + " value: " + std::string(inText));
     }
@@ -178,13 +178,13 @@ support::OwnedValue EnvelopeToDuckDB(const I_ValueJSON& inEnvelope) {
     const Form& form = HasMarker(inEnvelope, kValueForm) ? kValueForm : kVariantForm;
     const smart_ptr<I_Value> type = inEnvelope.get_Member(form.mTypeMember);
     if (!type || !value) {
-        Raise(form.mContext, form.mMissingMember);
+        Throw(form.mContext, form.mMissingMember);
     }
     const StFromUTF16 typeName = TextOf(*type);
     const StFromUTF16 text = TextOf(*value);
     const NamedType* const named = FindType(ViewOf(typeName));
     if (named && named->mReading == Reading::Nested && !form.mTakesNested) {
-        Raise(form.mContext,
+        Throw(form.mContext,
               "Use duckdb_variant with variant_type ARRAY or OBJECT for DuckDB VARIANT values");
     }
     return TypedTextToDuckDB(ViewOf(typeName), ViewOf(text));
@@ -193,7 +193,7 @@ support::OwnedValue EnvelopeToDuckDB(const I_ValueJSON& inEnvelope) {
 support::OwnedValue TypedTextToDuckDB(std::string_view inTypeName, std::string_view inText) {
     const NamedType* const type = FindType(inTypeName);
     if (!type) {
-        Raise(kValueContext, "Unsupported DuckDB typed value in envelope: " + std::string(inTypeName));
+        Throw(kValueContext, "Unsupported DuckDB typed value in envelope: " + std::string(inTypeName));
     }
     try {
         switch (type->mReading) {
@@ -205,7 +205,7 @@ support::OwnedValue TypedTextToDuckDB(std::string_view inTypeName, std::string_v
         case Reading::Text: {
             support::OwnedValue value = MakeText(inText);
             if (!value) {
-                RaiseUnparsed({}, inTypeName, inText);
+                ThrowUnparsed({}, inTypeName, inText);
             }
             return value;
         }
@@ -219,7 +219,7 @@ support::OwnedValue TypedTextToDuckDB(std::string_view inTypeName, std::string_v
         }
         return NestedToDuckDB(inTypeName, inText);
     } catch (const std::exception& failure) {
-        Raise(kValueContext, failure.what());
+        Throw(kValueContext, failure.what());
     }
 }
 

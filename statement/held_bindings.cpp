@@ -61,7 +61,7 @@ void DuckDBStatement::BindHeldValues() {
 
 void DuckDBStatement::ClearPreparedBindings() {
     if (duckdb_clear_bindings(mPrepared.Get()) != DuckDBSuccess) {
-        RaiseBindError("Failed to clear statement bindings");
+        ThrowBindError("Failed to clear statement bindings");
     }
 }
 

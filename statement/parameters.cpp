@@ -5,7 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "result/text.h"
+#include "object_support/errors.h"
+#include "object_support/text.h"
 #include "statement/envelope_reader.h"
 
 namespace orkit::orsql {
@@ -90,8 +91,7 @@ OwnedValue ReadArray(I_Value& inValue) {
 }
 
 [[noreturn]] void RefuseEnum() {
-    throw xDuckDBError(error_code::kDuckDB, "value",
-                       "Orlimbara enum values are not supported by DuckDB binding", nullptr, nullptr);
+    ThrowDuckDBError(kValueContext, "Orlimbara enum values are not supported by DuckDB binding");
 }
 
 OwnedValue ReadEnum(I_Value&) { RefuseEnum(); }
@@ -192,7 +192,7 @@ duckdb_state BindOwnedValue(duckdb_prepared_statement inPrepared, idx_t inIndex,
 void BindOneValue(duckdb_prepared_statement inPrepared, idx_t inIndex, I_Value* inValue,
                   const String& inDatabaseName) {
     const auto raise = [&inDatabaseName](const char* inMessage) {
-        RaiseDuckDBError(inDatabaseName.isEmpty() ? String(kUnknownContext) : inDatabaseName, inMessage);
+        ThrowDuckDBError(inDatabaseName.isEmpty() ? String(kUnknownContext) : inDatabaseName, inMessage);
     };
     duckdb_state state = DuckDBError;
     try {

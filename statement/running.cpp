@@ -9,8 +9,8 @@
 #include "extension/engine_lock_guard.h"
 #include "host/exceptions.h"
 #include "host/runtime.h"
+#include "object_support/text.h"
 #include "result/query_result.h"
-#include "result/text.h"
 #include "statement/duckdb_statement.h"
 
 namespace orkit::orsql {
@@ -36,7 +36,7 @@ void DuckDBStatement::PrepareNext() {
         DuckDBSuccess) {
         const support::OwnedPreparedStatement failed = std::move(mPrepared);
         ReleaseHandles();
-        database.RaiseError(TextOr(duckdb_prepare_error(failed.Get()), "Failed to prepare statement"));
+        database.ThrowError(TextOr(duckdb_prepare_error(failed.Get()), "Failed to prepare statement"));
     }
     ReapplyValues();
     ++mNextStatement;
@@ -52,7 +52,7 @@ void DuckDBStatement::Split(duckdb_connection inConnection) {
     const support::OwnedExtractedStatements failed = std::move(mExtracted);
     const char* const error = duckdb_extract_statements_error(failed.Get());
     if (error && *error) {
-        RequireDatabase().RaiseError(error);
+        RequireDatabase().ThrowError(error);
     }
 }
 
@@ -81,7 +81,7 @@ void DuckDBStatement::RunPrepared(std::uint64_t* outRowsChanged) {
         }
         mResult.Reset();
         if (duckdb_execute_prepared(mPrepared.Get(), mResult.Put()) != DuckDBSuccess) {
-            database.RaiseError(TextOr(duckdb_result_error(mResult.Get()), "Unknown execute error"));
+            database.ThrowError(TextOr(duckdb_result_error(mResult.Get()), "Unknown execute error"));
         }
         if (outRowsChanged &&
             duckdb_result_return_type(mResult.Struct()) == DUCKDB_RESULT_TYPE_CHANGED_ROWS) {

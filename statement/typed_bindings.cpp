@@ -6,7 +6,7 @@
 
 #include "database/duckdb_database.h"
 #include "extension/engine_lock_guard.h"
-#include "result/text.h"
+#include "object_support/text.h"
 #include "statement/duckdb_statement.h"
 #include "statement/parameters.h"
 
@@ -132,10 +132,10 @@ void DuckDBStatement::Bind(const Row& inRow, std::uint32_t inIndex, const Args&.
     try {
         state = inRow.mBind(mPrepared.Get(), inIndex, inArgs...);
     } catch (const std::exception& failure) { // DuckDB lets these out for values beyond its ranges
-        RequireDatabase().RaiseError(failure.what());
+        RequireDatabase().ThrowError(failure.what());
     }
     if (state != DuckDBSuccess) {
-        RaiseBindError((std::string("Failed to bind ") + inRow.mTypeName + " statement parameter").c_str());
+        ThrowBindError((std::string("Failed to bind ") + inRow.mTypeName + " statement parameter").c_str());
     }
 }
 
