@@ -3,11 +3,13 @@
 
 PRESETS ?= release asan tsan
 
-.PHONY: help setup build run test bench clean distclean
+.PHONY: help setup build run test check format measure bench clean distclean
 
 help:
 	@echo 'make run    set up, build, and show the demonstration on three million flights'
 	@echo 'make test   set up, build, and run all tests (PRESETS="$(PRESETS)" can be narrowed)'
+	@echo 'make check  look at format, at faults that clang-tidy finds, and at the scripts'
+	@echo 'make format format every source'
 	@echo 'make bench  set up, build, and run the benchmarks (BENCHMARKS, BENCHMARK_ARGS)'
 	@echo 'make build  set up and build build/release/bin'
 	@echo 'make clean  remove build/; make distclean also removes what was fetched (.deps/)'
@@ -28,6 +30,17 @@ run: build
 
 test: setup
 	@scripts/test.sh $(PRESETS)
+
+check: setup
+	@scripts/get_packages.sh check
+	@scripts/check.sh
+
+format:
+	@scripts/get_packages.sh check
+	@scripts/check.sh fix
+
+measure:
+	@scripts/measure_sources.py
 
 bench: build
 	@scripts/run_benchmarks.sh

@@ -1,14 +1,21 @@
 #!/bin/bash
-# Installs the Debian packages that the project needs and does not find. Does nothing where all are there.
+# get_packages.sh [check]: installs the Debian packages that the project needs and that aren't installed; with
+# "check" also the tools of "make check". Does nothing where all are there.
 source "$(dirname "$0")/common.sh"
 
 packages=(
-    g++ cmake ninja-build pkg-config ca-certificates
+    g++ cmake ninja-build ccache pkg-config ca-certificates
     rapidjson-dev libicu-dev
     libfmt-dev libcli11-dev libedit-dev libutf8proc-dev
     libgtest-dev librapidcheck-dev libbenchmark-dev
     python3
 )
+for group in "$@"; do
+    case $group in
+    check) packages+=(clang-format-14 clang-tidy-14 clang-14 shellcheck) ;;
+    *) die "no group of packages is named $group" ;;
+    esac
+done
 # A machine may have these two from elsewhere, and Debian's npm conflicts with other builds of Node.js.
 command -v npm >/dev/null || packages+=(npm)
 python3 -m pip --version >/dev/null 2>&1 || packages+=(python3-pip)
