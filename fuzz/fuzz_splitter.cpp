@@ -12,8 +12,8 @@
 
 namespace {
 
-using orsql::Piece;
-using orsql::Splitter;
+using orlimbara::shell::Piece;
+using orlimbara::shell::Splitter;
 
 /// @param inPart bytes that are fed at a time.
 std::vector<Piece> Split(std::string_view inText, std::size_t inPart) {

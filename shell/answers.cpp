@@ -7,7 +7,7 @@
 
 #include "shell/terminal.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 Answers::Answers(Mode inMode, ColorChoice inColor, const RenderSettings& inSettings)
     : mSettings(inSettings), mColor(inColor), mMode(inMode), mNextMode(inMode) {}
@@ -109,4 +109,4 @@ void Answers::Finish() {
     mStandard.output.Close();
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -12,18 +12,19 @@
 #include "shell/output.h"
 #include "shell/renderer.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
-/// Writes each answer in the mode in force and notes failures. What standard output can't take raises
-/// OutputError; a file that can't be written is a failure, after which answers go to standard output again.
+/// Writes each answer in the current mode and remembers failures. Throws OutputError when standard output
+/// can't be written. A redirection file that can't be written is a failure, and answers go to standard output
+/// again.
 class Answers {
 public:
     Answers(Mode inMode, ColorChoice inColor, const RenderSettings& inSettings);
 
-    /// Of the answers behind the next one, so that a change of mode is itself answered in the old mode.
+    /// Takes effect after the next answer, so that a change of mode is itself answered in the old mode.
     void put_Mode(Mode inMode) { mNextMode = inMode; }
     RenderSettings& get_Settings() { return mSettings; }
-    /// Sends the answers behind the next one to a new file. What the system refuses raises ShellError.
+    /// Sends the answers after the next one to a new file. Throws ShellError if it can't be created.
     void Redirect(const std::string& inPath);
     /// Sends the answers to standard output again.
     void RedirectBack();
@@ -33,11 +34,11 @@ public:
     void Changed(std::int64_t inCount);
     void Done();
     void Text(std::string_view inText);
-    /// In modes that have no failures of their own it goes to standard error.
+    /// Goes to standard error in modes whose output has no form for failures.
     void Fail(const Failure& inFailure);
-    /// A word beside the answers: to standard error.
+    /// Writes a message that is no answer to standard error.
     void Notice(std::string_view inText);
-    /// Ends the output. No answer comes behind it.
+    /// Ends the output; no answer may follow.
     void Finish();
 
     /// Whether a failure was answered since the start.
@@ -63,8 +64,8 @@ private:
     Mode mNextMode;
     Sink mStandard;
     std::unique_ptr<Sink> mFile;
-    bool mAnswersOnStandard = false; // the next answer, wherever the others go
+    bool mAnswersOnStandard = false; // the next answer, even if a file takes the others
     bool mHasFailed = false;
 };
 
-} // namespace orsql
+} // namespace orlimbara::shell

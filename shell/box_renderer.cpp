@@ -1,4 +1,4 @@
-#include "shell/box_renderer.h"
+#include "shell/renderers.h"
 
 #include <algorithm>
 #include <deque>
@@ -10,7 +10,7 @@
 #include "shell/rows_loop.h"
 #include "shell/text.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 namespace {
 
@@ -21,7 +21,7 @@ class ShownRows {
 public:
     explicit ShownRows(std::uint64_t inMaxRows) : mMaxRows(inMaxRows), mHeadRows(inMaxRows - inMaxRows / 2) {}
 
-    /// Keeps a row; `ioRow` gets another one to be filled.
+    /// Keeps a row; `ioRow` gets another one to fill.
     void Add(Row& ioRow) {
         const std::uint64_t tailRows = mMaxRows - mHeadRows;
         if (mMaxRows == 0 || mHead.size() < mHeadRows) {
@@ -55,7 +55,7 @@ private:
     bool mIsCut = false;
 };
 
-/// The lines of a cell, free of control characters; a line feed at the end begins no new one.
+/// The lines of a cell without control characters; a final line feed begins no new line.
 std::vector<std::string> LinesOf(std::string_view inText) {
     std::vector<std::string> lines;
     do {
@@ -226,7 +226,7 @@ void FitColumns(std::vector<std::size_t>& ioWidths, std::size_t inTotal) {
             high = middle - 1;
         }
     }
-    // What the cap leaves goes to the columns that it cut, a character each from the left.
+    // The rest goes to the columns that were cut, one character each from the left.
     const std::size_t used = widthAt(low);
     std::size_t left = inTotal > used ? inTotal - used : 0;
     for (std::size_t& width : ioWidths) {
@@ -241,4 +241,4 @@ std::unique_ptr<Renderer> MakeBoxRenderer(Output& inOutput, const RenderSettings
     return std::make_unique<BoxRenderer>(inOutput, inSettings);
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

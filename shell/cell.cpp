@@ -8,7 +8,7 @@
 #include "shell/literals.h"
 #include "shell/text.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 namespace {
 
@@ -202,4 +202,4 @@ Cell DoubleCell(double inNumber) {
     return cell;
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -1,5 +1,5 @@
 /// @file
-/// One cell of a result as the shell writes it, whatever it comes from.
+/// One cell of a result as the shell writes it, from a query, a procedure or the shell itself.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 #include "host/value.h"
 #include "host_standin/procedure_table.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 struct Cell {
     enum class Kind {
@@ -34,9 +34,9 @@ struct Cell {
 
 using Row = std::vector<Cell>;
 
-/// The cell of a host value. What reading it raises goes to the caller.
+/// Reads a host value. Exceptions of the value pass through.
 void ReadCell(const orkit::orsql::I_Value& inValue, Cell& outCell);
-/// The cell of a procedure's value; no value is NULL.
+/// Reads a procedure's value; a missing one is NULL.
 void ReadCell(const orkit::standin::ProcedureValue& inValue, Cell& outCell);
 
 Cell TextCell(std::string_view inText);
@@ -45,4 +45,4 @@ Cell NumberCell(std::int64_t inNumber);
 /// The shortest digits that read back as the same double, with a point or an exponent.
 Cell DoubleCell(double inNumber);
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -1,12 +1,18 @@
 /// @file
-/// The dot commands.
+/// The dot commands: one row of a table each, which help, completion and the tests of the documents walk.
+///
+/// To add a command, write its function and its row in the file of its kind (`*_commands.cpp`).
 #pragma once
 
+#include <cstddef>
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
-namespace orsql {
+#include "shell/completion.h"
+
+namespace orlimbara::shell {
 
 class Shell;
 
@@ -18,14 +24,28 @@ struct DotCommand {
     std::string_view name;      ///< without the dot
     std::string_view arguments; ///< as help shows them
     std::string_view help;
-    /// @param inArguments the rest of the line, blanks around it included.
+    CompleteArgument complete; ///< what an argument can be; null if there is nothing to offer
+    /// @param inArguments the rest of the line, with the whitespace around it.
     CommandAnswer (*run)(Shell& inShell, std::string_view inArguments);
 };
 
-/// All dot commands, in the order that help lists them.
-std::span<const DotCommand> GetDotCommands();
+/// The rows of each kind, in the files of the same name.
+std::span<const DotCommand> SessionCommands();
+std::span<const DotCommand> DatabaseCommands();
+std::span<const DotCommand> DataCommands();
+std::span<const DotCommand> SettingsCommands();
 
-/// Runs a line that begins with a dot. Failures go to the caller.
+/// All dot commands, in the order that help lists them.
+const std::vector<DotCommand>& GetDotCommands();
+/// The command of a name. Throws ShellError if there is none.
+const DotCommand& FindCommand(std::string_view inName);
+/// How a command is written, such as ".open [--readonly] PATH".
+std::string UseOf(const DotCommand& inCommand);
+
+/// Runs a line that begins with a dot. Exceptions of the command pass through.
 CommandAnswer RunDotCommand(Shell& inShell, std::string_view inLine);
 
-} // namespace orsql
+/// The words of a command's arguments. Fewer than `inFewest` or more than `inMost` throw UsageError.
+std::vector<std::string> TakeWords(std::string_view inArguments, std::size_t inFewest, std::size_t inMost);
+
+} // namespace orlimbara::shell

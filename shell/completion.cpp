@@ -1,28 +1,19 @@
 #include "shell/completion.h"
 
 #include <algorithm>
-#include <array>
 #include <filesystem>
-#include <span>
 
 #include "host_standin/procedure_table.h"
 #include "shell/commands.h"
-#include "shell/renderer.h"
 #include "shell/row_source.h"
+#include "shell/session.h"
 #include "shell/text.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr std::array<std::string_view, 2> kCursors = {"server", "client"};
-constexpr std::array<std::string_view, 2> kSwitches = {"on", "off"};
-
-/// The commands whose arguments are files or folders.
-constexpr std::array<std::string_view, 6> kFileCommands = {"open",   "read",   "rows",
-                                                           "output", "backup", "restore"};
 
 constexpr const char* kNames = "SELECT DISTINCT name FROM ("
                                "SELECT table_name AS name FROM duckdb_tables() WHERE NOT internal"
@@ -37,16 +28,10 @@ bool IsNamePart(char c) {
            static_cast<unsigned char>(c) >= 0x80;
 }
 
-void AddMatching(Completions& ioFound, std::string_view inTyped, std::string_view inText) {
-    if (StartsIgnoringCase(inText, inTyped)) {
-        ioFound.texts.emplace_back(inText);
-    }
-}
-
 template <class Words>
 void AddAll(Completions& ioFound, std::string_view inTyped, const Words& inWords) {
     for (const std::string_view word : inWords) {
-        AddMatching(ioFound, inTyped, word);
+        ioFound.Add(inTyped, word);
     }
 }
 
@@ -81,47 +66,29 @@ void AddFiles(Completions& ioFound, std::string_view inTyped) {
     }
 }
 
-void AddProcedures(Completions& ioFound, std::string_view inTyped) {
-    for (const orkit::standin::RegisteredProcedure& procedure : orkit::standin::ListProcedures()) {
-        AddMatching(ioFound, inTyped, procedure.name);
-    }
-}
-
-void CompleteArgument(Session& inSession, std::string_view inCommand, std::string_view inTyped,
-                      Completions& ioFound) {
-    if (std::find(kFileCommands.begin(), kFileCommands.end(), inCommand) != kFileCommands.end()) {
-        AddFiles(ioFound, inTyped);
-    } else if (inCommand == "mode") {
-        AddAll(ioFound, inTyped, kModeNames);
-    } else if (inCommand == "cursor") {
-        AddAll(ioFound, inTyped, kCursors);
-    } else if (inCommand == "timer") {
-        AddAll(ioFound, inTyped, kSwitches);
-    } else if (inCommand == "schema" || inCommand == "tables") {
-        AddAll(ioFound, inTyped, Ask(inSession, kTableNames));
-    } else if (inCommand == "call") {
-        AddProcedures(ioFound, inTyped);
-        AddFiles(ioFound, inTyped);
-    } else if (inCommand == "help") {
-        for (const DotCommand& command : GetDotCommands()) {
-            AddMatching(ioFound, inTyped, command.name);
-        }
-    }
+/// Null if there is no such command.
+const DotCommand* TryToFind(std::string_view inName) {
+    const std::vector<DotCommand>& commands = GetDotCommands();
+    const auto found = std::find_if(commands.begin(), commands.end(),
+                                    [&](const DotCommand& command) { return command.name == inName; });
+    return found == commands.end() ? nullptr : &*found;
 }
 
 void CompleteCommand(Session& inSession, std::string_view inBefore, Completions& ioFound) {
-    const auto firstBlank = std::find_if(inBefore.begin(), inBefore.end(), IsBlank);
+    const auto firstBlank = std::find_if(inBefore.begin(), inBefore.end(), IsWhitespace);
     const auto nameLength = static_cast<std::size_t>(firstBlank - inBefore.begin());
     if (nameLength == inBefore.size()) {
         ioFound.start = 0;
         for (const DotCommand& command : GetDotCommands()) {
-            AddMatching(ioFound, inBefore, "." + std::string(command.name));
+            ioFound.Add(inBefore, "." + std::string(command.name));
         }
         return;
     }
-    const std::size_t blank = inBefore.find_last_of(" \t'");
-    ioFound.start = blank + 1;
-    CompleteArgument(inSession, inBefore.substr(1, nameLength - 1), inBefore.substr(ioFound.start), ioFound);
+    const DotCommand* const command = TryToFind(inBefore.substr(1, nameLength - 1));
+    ioFound.start = inBefore.find_last_of(" \t'") + 1;
+    if (command && command->complete) {
+        command->complete(inSession, inBefore.substr(ioFound.start), ioFound);
+    }
 }
 
 void CompleteSql(Session& inSession, std::string_view inBefore, Completions& ioFound) {
@@ -147,11 +114,36 @@ void CompleteSql(Session& inSession, std::string_view inBefore, Completions& ioF
                 return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
             });
         }
-        AddMatching(ioFound, typed, word);
+        ioFound.Add(typed, word);
     }
 }
 
 } // namespace
+
+void Completions::Add(std::string_view inTyped, std::string_view inText) {
+    if (StartsIgnoringCase(inText, inTyped)) {
+        texts.emplace_back(inText);
+    }
+}
+
+void CompleteFiles(Session&, std::string_view inTyped, Completions& ioFound) { AddFiles(ioFound, inTyped); }
+
+void CompleteTables(Session& inSession, std::string_view inTyped, Completions& ioFound) {
+    AddAll(ioFound, inTyped, Ask(inSession, kTableNames));
+}
+
+void CompleteCommandNames(Session&, std::string_view inTyped, Completions& ioFound) {
+    for (const DotCommand& command : GetDotCommands()) {
+        ioFound.Add(inTyped, command.name);
+    }
+}
+
+void CompleteCall(Session&, std::string_view inTyped, Completions& ioFound) {
+    for (const orkit::standin::RegisteredProcedure& procedure : orkit::standin::ListProcedures()) {
+        ioFound.Add(inTyped, procedure.name);
+    }
+    AddFiles(ioFound, inTyped);
+}
 
 Completions Complete(Session& inSession, std::string_view inBefore) {
     Completions found;
@@ -165,4 +157,4 @@ Completions Complete(Session& inSession, std::string_view inBefore) {
     return found;
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -6,7 +6,7 @@
 
 #include "shell/failure.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 namespace {
 
@@ -95,4 +95,4 @@ std::vector<CsvRecord> ReadCsv(std::string_view inText) {
     return records;
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

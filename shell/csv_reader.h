@@ -1,5 +1,5 @@
 /// @file
-/// Reading CSV as RFC 4180 tells, with lines that end in LF or CRLF.
+/// Reading CSV as defined by RFC 4180, with lines that end in LF or CRLF.
 #pragma once
 
 #include <optional>
@@ -7,14 +7,14 @@
 #include <string_view>
 #include <vector>
 
-namespace orsql {
+namespace orlimbara::shell {
 
-/// One record: a cell is nothing if it was empty and not quoted.
+/// One record. A cell that is empty and not quoted has no value.
 using CsvRecord = std::vector<std::optional<std::string>>;
 
 /// All records of a text, which may begin with a byte order mark. An empty line is a record of one empty
-/// cell. A quote that isn't closed, and text before or behind a quoted cell, raise ShellError, which names
+/// cell. An unclosed quote, or text before or after a quoted cell, throws ShellError, which names
 /// the line.
 std::vector<CsvRecord> ReadCsv(std::string_view inText);
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -1,18 +1,22 @@
+// The dot commands about tables, values for statements, and table procedures.
 #include <algorithm>
+#include <array>
 
 #include <fmt/format.h>
 
 #include "host_standin/procedure_table.h"
-#include "shell/command_support.h"
+#include "shell/commands.h"
 #include "shell/csv_reader.h"
 #include "shell/failure.h"
+#include "shell/files.h"
 #include "shell/host_values.h"
 #include "shell/interrupts.h"
 #include "shell/literals.h"
 #include "shell/row_source.h"
+#include "shell/shell.h"
 #include "shell/text.h"
 
-namespace orsql::command {
+namespace orlimbara::shell {
 
 namespace {
 
@@ -39,7 +43,7 @@ constexpr const char* kSchema =
     " WHERE database_name IN (current_database(), 'temp') AND NOT internal)"
     " WHERE $1 IS NULL OR lower(name) = lower($1) ORDER BY kind, schema_name, name";
 
-/// Answers with the rows of a query of the shell's own, which takes one value.
+/// Answers with the rows of one of the shell's queries, which takes one value.
 CommandAnswer AnswerQuery(Shell& inShell, const char* inSql,
                           const smart_ptr<orkit::orsql::I_Value>& inValue) {
     const smart_ptr<ValueArray> values = new ValueArray(1);
@@ -67,8 +71,6 @@ std::string Joined(const std::vector<std::string>& inTexts) {
     }
     return joined;
 }
-
-} // namespace
 
 CommandAnswer Bind(Shell& inShell, std::string_view inArguments) {
     const std::vector<Literal> literals = ParseLiterals(inArguments);
@@ -158,4 +160,19 @@ CommandAnswer Procedures(Shell& inShell, std::string_view inArguments) {
     return CommandAnswer::Given;
 }
 
-} // namespace orsql::command
+constexpr auto kRows = std::to_array<DotCommand>({
+    {"tables", "[PATTERN]", "list tables and views whose name is like PATTERN", CompleteTables, Tables},
+    {"schema", "[TABLE]", "show the SQL that makes the tables and views", CompleteTables, Schema},
+    {"bind", "[VALUE...]", "hold values for the parameters of the next statements; without values, hold none",
+     nullptr, Bind},
+    {"rows", "FILE.csv", "hold rows of text values; the next statements run once per row", CompleteFiles,
+     Rows},
+    {"call", "PROCEDURE [ARG...]", "call a table procedure and show its rows", CompleteCall, Call},
+    {"procedures", "", "list the table procedures", nullptr, Procedures},
+});
+
+} // namespace
+
+std::span<const DotCommand> DataCommands() { return kRows; }
+
+} // namespace orlimbara::shell

@@ -1,15 +1,19 @@
+// The dot commands about databases: opening, closing, backups.
+#include <array>
 #include <chrono>
 
 #include "host_standin/locations.h"
-#include "shell/command_support.h"
+#include "shell/commands.h"
 #include "shell/failure.h"
+#include "shell/files.h"
 #include "shell/interrupts.h"
 #include "shell/progress.h"
 #include "shell/restore.h"
 #include "shell/row_source.h"
+#include "shell/shell.h"
 #include "shell/text.h"
 
-namespace orsql::command {
+namespace orlimbara::shell {
 
 namespace {
 
@@ -24,8 +28,6 @@ bool TakeOption(std::vector<std::string>& ioWords, std::string_view inOption, st
     }
     return isThere;
 }
-
-} // namespace
 
 CommandAnswer Open(Shell& inShell, std::string_view inArguments) {
     std::vector<std::string> words = TakeWords(inArguments, 1, 2);
@@ -102,4 +104,21 @@ CommandAnswer Databases(Shell& inShell, std::string_view inArguments) {
     return CommandAnswer::Given;
 }
 
-} // namespace orsql::command
+constexpr auto kRows = std::to_array<DotCommand>({
+    {"open", "[--readonly] PATH",
+     "close what is open, then open a database; a file that doesn't exist is created", CompleteFiles, Open},
+    {"close", "", "close the database", nullptr, Close},
+    {"drop", "", "close the database and delete its file", nullptr, Drop},
+    {"info", "", "show the database, DuckDB's version and orsql's own", nullptr, Info},
+    {"databases", "", "list the databases used in this run and their connections", nullptr, Databases},
+    {"backup", "[DIR]", "back the database up into a new folder in DIR, or in Backup beside the database",
+     CompleteFiles, Backup},
+    {"restore", "[--replace] BACKUP_DIR PATH", "make the database PATH from a backup and open it",
+     CompleteFiles, Restore},
+});
+
+} // namespace
+
+std::span<const DotCommand> DatabaseCommands() { return kRows; }
+
+} // namespace orlimbara::shell

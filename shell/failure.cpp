@@ -10,11 +10,11 @@
 #include "host/exceptions.h"
 #include "shell/text.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 namespace {
 
-/// What stands before " Error: " in DuckDB's plain error texts.
+/// The words before " Error: " in DuckDB's plain error texts.
 constexpr std::array<std::string_view, 42> kErrorTypes = {
     "Invalid",
     "Out of Range",
@@ -226,4 +226,4 @@ std::string DescribeFailure(const Failure& inFailure, const ErrorStyle& inStyle)
     return text;
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

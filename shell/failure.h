@@ -1,5 +1,5 @@
 /// @file
-/// Failures as the shell tells them to people and programs.
+/// Failures as the shell shows them to people and programs.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-namespace orsql {
+namespace orlimbara::shell {
 
 /// A failure of the shell's own: an unknown command, a file that can't be read. Shown with the class "orsql".
 class ShellError : public std::runtime_error {
@@ -17,13 +17,13 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// A dot command that was given wrong arguments; it is shown with the command's use.
+/// Wrong arguments of a dot command; shown with the command's use.
 class UsageError : public ShellError {
 public:
     using ShellError::ShellError;
 };
 
-/// A table procedure's failure, with the text it reported.
+/// A table procedure's failure, with the text that it reported.
 class ProcedureError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -38,22 +38,22 @@ struct Failure {
     std::string statement; ///< the SQL that failed, for the caret; empty if there is none
 };
 
-/// What DuckDB's error text tells, taken apart for people to read.
+/// The parts of DuckDB's error text.
 struct ErrorParts {
     std::string readable;
     std::string type; ///< such as "Binder"; empty where the text has none
     std::optional<std::int64_t> position;
 };
 
-/// The failure that an exception stands for. To be called inside a catch block.
+/// The exception being handled as a failure. Call it inside a catch block.
 Failure CurrentFailure();
-/// A failure of the shell's own that nobody raised.
+/// The failure of a ShellError that was never thrown.
 Failure FailureOf(const ShellError& inError);
 
 /// Takes DuckDB's text apart: a JSON object, a kind of error followed by such an object, or plain words that
 /// begin with the kind of error. Other text is readable as it is.
 ErrorParts TakeApart(const std::string& inMessage);
-/// The same for a failure: only what the module and the procedures report is DuckDB's text.
+/// The same for a failure. Only those of the module and the procedures have DuckDB's text.
 ErrorParts PartsOf(const Failure& inFailure);
 
 /// How standard error shows failures.
@@ -63,7 +63,7 @@ struct ErrorStyle {
     std::size_t width = 0; ///< of the terminal in columns; 0 without one
 };
 
-/// The text for standard error: "error: MESSAGE" and what else is known, with a line feed behind it.
+/// The text for standard error: "error: MESSAGE" and what else is known, ending in a line feed.
 std::string DescribeFailure(const Failure& inFailure, const ErrorStyle& inStyle);
 
-} // namespace orsql
+} // namespace orlimbara::shell

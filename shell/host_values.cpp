@@ -5,7 +5,7 @@
 #include "shell/failure.h"
 #include "shell/text.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 namespace {
 
@@ -68,7 +68,7 @@ smart_ptr<I_Value> MakeArrayValue(const Literal& inLiteral) {
     return value;
 }
 
-/// Sets a new value through its own setter and gives it.
+/// A new value, set through its own setter.
 template <class Setter, class Content>
 smart_ptr<I_Value> Filled(I_Value* inValue, Setter inSetter, Content inContent) {
     smart_ptr<I_Value> value = inValue;
@@ -189,4 +189,4 @@ ProcedureValue MakeProcedureValue(const Literal& inLiteral) {
     return {};
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -6,7 +6,7 @@
 #include "host_standin/procedure_table.h"
 #include "shell/literals.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 /// The value object of a literal, for the object side.
 orkit::smart_ptr<orkit::orsql::I_Value> MakeHostValue(const Literal& inLiteral);
@@ -15,8 +15,8 @@ orkit::smart_ptr<orkit::orsql::I_Value> MakeTextValue(const orkit::String& inTex
 /// The value that says it is null.
 orkit::smart_ptr<orkit::orsql::I_Value> MakeNullValue();
 
-/// The value of a literal for a table procedure's argument. A year that the packed form has no room for
-/// raises ShellError.
+/// The value of a literal for a table procedure's argument. Throws ShellError for a year that the packed form
+/// can't hold.
 orkit::standin::ProcedureValue MakeProcedureValue(const Literal& inLiteral);
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -6,7 +6,7 @@
 #include "shell/interrupts.h"
 #include "shell/line_editor.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 namespace {
 
@@ -41,4 +41,4 @@ void RunInteractive(Shell& inShell) {
     }
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -4,9 +4,9 @@
 
 #include "shell/shell.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 /// Reads lines with editing, history and completion, and runs what they hold, until the user leaves.
 void RunInteractive(Shell& inShell);
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -10,7 +10,7 @@
 #include <poll.h>
 #include <unistd.h>
 
-namespace orsql {
+namespace orlimbara::shell {
 
 namespace {
 
@@ -26,7 +26,7 @@ static_assert(std::atomic<int>::is_always_lock_free && std::atomic<Activity>::is
 /// A byte for each Ctrl-C, so that a wait ends even if the signal came just before it or on another thread.
 std::array<int, 2> gPipe = {-1, -1};
 
-void WriteAll(int inFile, std::string_view inText) {
+void TryToWrite(int inFile, std::string_view inText) {
     [[maybe_unused]] const ssize_t written = write(inFile, inText.data(), inText.size());
 }
 
@@ -37,9 +37,9 @@ extern "C" void OnInterrupt(int) {
         _exit(kInterruptedStatus);
     }
     if (activity == Activity::Computing) {
-        WriteAll(STDERR_FILENO, kCantStop);
+        TryToWrite(STDERR_FILENO, kCantStop);
     }
-    WriteAll(gPipe[1], "!");
+    TryToWrite(gPipe[1], "!");
     errno = before;
 }
 
@@ -80,4 +80,4 @@ ActivityScope::ActivityScope(Activity inActivity) : mBefore(gActivity.exchange(i
 
 ActivityScope::~ActivityScope() { gActivity.store(mBefore); }
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -1,4 +1,4 @@
-#include "shell/json_renderer.h"
+#include "shell/renderers.h"
 
 #include <fmt/format.h>
 #include <rapidjson/prettywriter.h>
@@ -8,7 +8,7 @@
 #include "shell/rows_loop.h"
 #include "shell/text.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 namespace {
 
@@ -120,7 +120,7 @@ void PutFailureMembers(Writer& ioWriter, const Failure& inFailure) {
     }
 }
 
-/// Writes objects of answers one after another; what stands around them is the derived classes' matter.
+/// Writes one object per answer; derived classes write what surrounds them.
 template <class Writer>
 class JsonObjects : public Renderer {
 public:
@@ -222,7 +222,7 @@ private:
     CompactWriter mScratchWriter{mScratch};
 };
 
-/// An object a line, each handed on at once.
+/// One object per line, each flushed at once.
 class JsonlRenderer final : public JsonObjects<rapidjson::Writer<OutputStream>> {
 public:
     using JsonObjects::JsonObjects;
@@ -268,4 +268,4 @@ std::unique_ptr<Renderer> MakeJsonlRenderer(Output& inOutput) {
     return std::make_unique<JsonlRenderer>(inOutput);
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -20,7 +20,7 @@
 #include "shell/terminal.h"
 #include "shell/text.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 namespace {
 
@@ -70,9 +70,9 @@ bool IsLineEmpty(EditLine* inEditor) {
     return line->lastchar == line->buffer;
 }
 
-/// One character from the terminal. Ctrl-C ends the line, which the library is told as a failure. Ctrl-D on
-/// an empty line is the end of the input here: typed while the terminal changes over to a new line, it may
-/// miss the library's own binding and would become a part of the line.
+/// Reads one character from the terminal. Ctrl-C is reported to the library as a failure, which ends the
+/// line. Ctrl-D on an empty line ends the input here, because while the terminal switches to a new line the
+/// library's own binding can miss it.
 int ReadCharacter(EditLine* inEditor, wchar_t* outCharacter) {
     std::array<utf8proc_uint8_t, 4> bytes{};
     std::size_t count = 0;
@@ -163,7 +163,7 @@ LineEditor::LineEditor(std::string inHistory, Completer inCompleter) : mImp(std:
     el_set(editor, EL_EDITOR, "emacs");
     el_set(editor, EL_HIST, history, mImp->history);
     el_wset(editor, EL_GETCFN, &ReadCharacter);
-    // The wide form keeps these pointers; the narrow one would make copies that nobody frees.
+    // The wide form keeps these pointers; the narrow one makes copies that are never freed.
     el_wset(editor, EL_ADDFN, L"orsql-complete", L"Complete", &Imp::Complete);
     el_set(editor, EL_BIND, "^I", "orsql-complete", nullptr);
     el_set(editor, EL_BIND, "^R", "em-inc-search-prev", nullptr);
@@ -214,4 +214,4 @@ std::string HistoryPath() {
     return home && *home ? std::string(home) + "/.orsql_history" : std::string();
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

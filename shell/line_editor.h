@@ -2,20 +2,14 @@
 /// Reading lines at a terminal, with editing, history and completion.
 #pragma once
 
-#include <cstddef>
 #include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
-namespace orsql {
+#include "shell/completion.h"
 
-/// What completion offers: texts that can take the place of what stands from `start` on.
-struct Completions {
-    std::size_t start = 0;
-    std::vector<std::string> texts;
-};
+namespace orlimbara::shell {
 
 /// Finds completions for the text before the cursor.
 using Completer = std::function<Completions(std::string_view)>;
@@ -31,7 +25,7 @@ public:
     /// Writes the history; that it can't be written stops nothing.
     ~LineEditor();
 
-    /// Reads a line, with its line feed unless the input ended in it, and enters it into the history.
+    /// Reads a line, including its line feed unless the input ended without one, and adds it to the history.
     Answer Read(const std::string& inPrompt, std::string& outLine);
 
 private:
@@ -42,4 +36,4 @@ private:
 /// Where the history is kept: in XDG_STATE_HOME, else in the home folder. Empty where there is neither.
 std::string HistoryPath();
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -7,24 +7,11 @@
 #include <string_view>
 #include <vector>
 
-namespace orsql {
+#include "shell/calendar.h"
 
-struct CalendarDate {
-    std::int32_t year = 0;
-    std::uint16_t month = 1;
-    std::uint16_t day = 1;
-    bool operator==(const CalendarDate&) const = default;
-};
+namespace orlimbara::shell {
 
-struct ClockTime {
-    std::uint16_t hour = 0;
-    std::uint16_t minute = 0;
-    std::uint16_t second = 0;
-    std::uint16_t millisecond = 0;
-    bool operator==(const ClockTime&) const = default;
-};
-
-/// One value as it was written. Whole numbers are in the narrowest of the three kinds that holds them.
+/// One value as it was written. A whole number has the narrowest of the three kinds that holds it.
 struct Literal {
     enum class Kind {
         Null,
@@ -54,24 +41,14 @@ struct Literal {
     bool operator==(const Literal&) const = default;
 };
 
-/// The literals of a text, separated by blanks. What is no literal raises ShellError.
+/// The literals of a text, separated by whitespace. Throws ShellError for anything else.
 std::vector<Literal> ParseLiterals(std::string_view inText);
 
-/// The words of a text, separated by blanks; a word in '…' may hold blanks, and quotes doubled. A quote that
-/// isn't closed raises ShellError.
+/// The words of a text, separated by whitespace; a word in '…' may contain whitespace, and quotes doubled. An
+/// unclosed quote throws ShellError.
 std::vector<std::string> ParseWords(std::string_view inText);
 
-/// The first word of a text, and what stands behind it in `outRest`. Empty if there is none.
+/// The first word of a text, empty if there is none. `outRest` gets what follows it.
 std::string TakeWord(std::string_view inText, std::string_view& outRest);
 
-/// Days of a month of the proleptic Gregorian calendar; year 0 is 1 BC.
-std::uint16_t DaysInMonth(std::int32_t inYear, std::uint16_t inMonth);
-
-/// "2024-01-31"; years outside 0000 to 9999 with a sign.
-std::string FormatDate(const CalendarDate& inDate);
-/// "12:30:00.250"
-std::string FormatTime(const ClockTime& inTime);
-/// "2024-01-31T12:30:00.250"
-std::string FormatDateTime(const CalendarDate& inDate, const ClockTime& inTime);
-
-} // namespace orsql
+} // namespace orlimbara::shell

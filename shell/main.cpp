@@ -1,5 +1,5 @@
 /// @file
-/// The program: options, the module, the database, then what is to be run.
+/// The program: reads options, loads the module, opens the database, runs the scripts.
 #include <cstdio>
 #include <iostream>
 #include <memory>
@@ -19,13 +19,13 @@
 
 namespace {
 
-using namespace orsql;
+using namespace orlimbara::shell;
 
 bool IsInteractive(const Options& inOptions) {
     return inOptions.scripts.empty() && isatty(STDIN_FILENO) == 1 && isatty(STDOUT_FILENO) == 1;
 }
 
-/// Runs what is to be run. @return the exit status.
+/// Runs the scripts, standard input or an interactive session. @return the exit status.
 int Run(Options& ioOptions, Session& inSession, Answers& inAnswers) {
     Shell shell(ioOptions, inSession, inAnswers);
     if (IsInteractive(ioOptions)) {
@@ -75,8 +75,8 @@ int RunAll(Options& ioOptions, Answers& inAnswers) {
 
 } // namespace
 
-/// A stream that the caller closed would give its number to the next file that is opened, and be taken for
-/// it: an end of input, or an output that refuses, stands in.
+/// Opens the standard streams that the caller closed, so that no other file gets their numbers. Reading them
+/// gives the end of input, writing fails.
 void OpenMissingStreams() {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (fcntl(stream, F_GETFD) < 0) {

@@ -9,7 +9,7 @@
 #include "host_standin/procedure_table.h"
 #include "shell/failure.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 namespace {
 
@@ -61,4 +61,4 @@ Module::~Module() {
     orkit::standin::ForgetProcedures();
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -1,5 +1,5 @@
 /// @file
-/// The plug-in module, found and started as a host does it.
+/// The plug-in module, found and started the way a host does.
 #pragma once
 
 #include <string>
@@ -7,7 +7,7 @@
 
 #include "host/duckdb_objects.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 /// The version of the shell itself.
 std::string_view ShellVersion();
@@ -15,11 +15,11 @@ std::string_view ShellVersion();
 /// The module beside the running program.
 std::string DefaultModulePath();
 
-/// The loaded module. There is at most one at a time. Its end gives up the root object and the procedures;
+/// The loaded module, at most one at a time. The destructor releases the root object and the procedures;
 /// the code stays mapped. All objects of the module must be gone by then.
 class Module {
 public:
-    /// Loads and starts the module. What the loader says raises ShellError.
+    /// Loads and starts the module. Throws ShellError with the loader's message.
     explicit Module(const std::string& inPath);
     Module(const Module&) = delete;
     Module& operator=(const Module&) = delete;
@@ -32,4 +32,4 @@ private:
     orkit::smart_ptr<orkit::orsql::I_DuckDBExtension> mExtension;
 };
 
-} // namespace orsql
+} // namespace orlimbara::shell

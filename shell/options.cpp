@@ -7,15 +7,14 @@
 
 #include <CLI/CLI.hpp>
 
-namespace orsql {
+namespace orlimbara::shell {
 
 namespace {
 
 constexpr std::array<std::string_view, 3> kColorNames = {"auto", "always", "never"};
-constexpr std::array<std::string_view, 2> kCursorNames = {"server", "client"};
 
 void AddScriptOptions(CLI::App& ioApp, Options& outOptions) {
-    // Each occurrence is taken as it is met, so that the order across both options is kept.
+    // Each occurrence is stored when it is parsed, which keeps the order across both options.
     const auto add = [&](const char* name, Script::Kind kind, const char* value, const char* help) {
         ioApp
             .add_option_function<std::string>(
@@ -34,7 +33,7 @@ void AddScriptOptions(CLI::App& ioApp, Options& outOptions) {
     add("-f,--file", Script::Kind::File, "FILE", "run a file of SQL and dot commands; - is standard input");
 }
 
-/// A choice of words that are the values of an enumeration, in its order.
+/// An option whose words are the values of an enumeration, in its order.
 template <class Choice, std::size_t Count, class Set>
 void AddChoice(CLI::App& ioApp, const char* inName, const std::array<std::string_view, Count>& inWords,
                Set inSet, const char* inHelp) {
@@ -110,15 +109,15 @@ void AddDatabaseOptions(CLI::App& ioApp, Options& outOptions) {
         ->type_name("V");
 }
 
-/// The version goes into DuckDB's SQL as it is.
+/// The version becomes part of DuckDB's SQL, so its characters are restricted.
 bool IsVersionText(const std::string& inText) {
     return std::all_of(inText.begin(), inText.end(), [](unsigned char c) {
         return std::isalnum(c) != 0 || c == '.' || c == '_' || c == '-';
     });
 }
 
-/// The arguments as the parser takes them, the last first. It overlooks an empty value behind "=": such a
-/// value is handed over as an argument of its own.
+/// The arguments in the order that the parser expects, last first. It ignores an empty value after "=", so
+/// that becomes an argument of its own.
 std::vector<std::string> ArgumentsInReverse(int inCount, const char* const* inArguments) {
     std::vector<std::string> arguments;
     bool areOptions = true;
@@ -189,4 +188,4 @@ std::optional<Options> ReadCommandLine(int inCount, const char* const* inArgumen
     return options;
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

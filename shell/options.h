@@ -2,16 +2,22 @@
 /// The command line.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "shell/renderer.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 enum class CursorLocation { Server, Client };
+/// The names of the locations, in the order of `CursorLocation`.
+inline constexpr std::array<std::string_view, 2> kCursorNames = {"server", "client"};
+/// The names of a switch's states, off being 0.
+inline constexpr std::array<std::string_view, 2> kSwitches = {"off", "on"};
 enum class ColorChoice { Auto, Always, Never };
 
 /// Exit statuses.
@@ -67,11 +73,11 @@ bool IsMemoryPath(const std::string& inPath);
 bool IsRemotePath(const std::string& inPath);
 
 /// Reads the command line. @param outStatus the status to leave with, where nothing is returned: help was
-/// asked for and printed, or the use was wrong, which standard error tells.
+/// asked for and printed, or the use was wrong, which was reported on standard error.
 std::optional<Options> ReadCommandLine(int inCount, const char* const* inArguments, int& outStatus);
 
 /// Whether the options for a new file go with this database: DuckDB can't make such a file in memory or
 /// without external access. @return what is wrong, else nothing.
 std::optional<std::string> RefuseFileOptions(const Options& inOptions, const std::string& inDatabase);
 
-} // namespace orsql
+} // namespace orlimbara::shell

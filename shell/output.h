@@ -1,34 +1,35 @@
 /// @file
-/// Where results go: standard output or a file, through one buffer.
+/// Buffered output to standard output or a file.
 #pragma once
 
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
-namespace orsql {
+#include "shell/files.h"
 
-/// Output couldn't be written: a full disk, or a reader that is gone.
+namespace orlimbara::shell {
+
+/// Output couldn't be written: the disk is full, or the reader has closed the pipe.
 class OutputError : public std::runtime_error {
 public:
     explicit OutputError(int inErrno);
-    /// Whether nobody reads any more, which is no failure: the run ends without a word.
+    /// Whether the reader has closed the pipe. That is no failure: the run ends silently.
     bool IsReaderGone() const { return mIsReaderGone; }
 
 private:
     bool mIsReaderGone;
 };
 
-/// Buffered writing. A write that fails raises OutputError and drops the buffer.
+/// Buffered writing. A failed write throws OutputError and drops the buffer.
 class Output {
 public:
     /// Standard output.
     Output();
-    /// A new file in place of an old one. What the system refuses raises ShellError.
+    /// Creates or truncates a file. Throws ShellError if that fails.
     explicit Output(const std::string& inPath);
     Output(const Output&) = delete;
     Output& operator=(const Output&) = delete;
-    ~Output();
 
     void Write(std::string_view inText) {
         mBuffer += inText;
@@ -37,20 +38,20 @@ public:
         }
     }
     void Put(char inCharacter) { mBuffer += inCharacter; }
-    /// Hands everything to the system.
+    /// Writes the buffer out.
     void Flush();
-    /// Flushes and closes; a file that can't be closed raises OutputError.
+    /// Flushes and closes. Throws OutputError.
     void Close();
-    /// Whether a terminal shows it.
+    /// Whether it is a terminal.
     bool IsTerminal() const { return mIsTerminal; }
 
 private:
     static constexpr std::size_t kBufferSize = 1 << 16;
 
     std::string mBuffer;
+    FileDescriptor mOwned; // of a file; nothing of standard output
     int mFile;
-    bool mIsOwned;
     bool mIsTerminal;
 };
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -1,15 +1,15 @@
-#include "shell/plain_renderers.h"
+#include "shell/renderers.h"
 
 #include <algorithm>
 
 #include "shell/rows_loop.h"
 #include "shell/text.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 namespace {
 
-/// What the three have in common: the words around the rows.
+/// What the three share: everything but rows.
 class PlainRenderer : public Renderer {
 public:
     PlainRenderer(Output& inOutput, const RenderSettings& inSettings)
@@ -31,7 +31,7 @@ protected:
     const RenderSettings& mSettings;
 };
 
-/// Rows for other programs, so there is nothing else on the way: no counts.
+/// For other programs, so it writes rows alone and no counts.
 class CsvRenderer final : public PlainRenderer {
 public:
     using PlainRenderer::PlainRenderer;
@@ -72,7 +72,7 @@ private:
         return inCharacter == ',' || inCharacter == '"' || inCharacter == '\r' || inCharacter == '\n';
     }
 
-    /// A text that looks like NULL is quoted, so that reading it back tells them apart.
+    /// A text that looks like NULL is quoted, so that a reader can distinguish them.
     void PutField(bool inIsFirst, std::string_view inText, std::string_view inNullText) {
         PutSeparator(inIsFirst);
         PutPlainOrQuoted(inText, inText == inNullText);
@@ -94,7 +94,7 @@ private:
     }
 };
 
-/// A line a cell, with a blank line between rows.
+/// One line per cell, with an empty line between rows.
 class LineRenderer final : public PlainRenderer {
 public:
     using PlainRenderer::PlainRenderer;
@@ -176,4 +176,4 @@ std::unique_ptr<Renderer> MakeMarkdownRenderer(Output& inOutput, const RenderSet
     return std::make_unique<MarkdownRenderer>(inOutput, inSettings);
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

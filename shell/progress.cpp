@@ -10,7 +10,7 @@
 #include "host_standin/locations.h"
 #include "shell/text.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 namespace {
 
@@ -68,4 +68,4 @@ void ExportProgress::Show() {
     }
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <thread>
 
-namespace orsql {
+namespace orlimbara::shell {
 
 /// Shows for its lifetime how long it has lived and how many bytes the newest backup location holds, on
 /// standard error if that is a terminal. The line is gone afterwards.
@@ -26,4 +26,4 @@ private:
     std::thread mThread;
 };
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -1,12 +1,8 @@
 #include "shell/renderer.h"
 
-#include <algorithm>
+#include "shell/renderers.h"
 
-#include "shell/box_renderer.h"
-#include "shell/json_renderer.h"
-#include "shell/plain_renderers.h"
-
-namespace orsql {
+namespace orlimbara::shell {
 
 std::unique_ptr<Renderer> MakeRenderer(Mode inMode, Output& inOutput, const RenderSettings& inSettings) {
     switch (inMode) {
@@ -26,10 +22,4 @@ std::unique_ptr<Renderer> MakeRenderer(Mode inMode, Output& inOutput, const Rend
     return MakeBoxRenderer(inOutput, inSettings);
 }
 
-std::optional<Mode> FindMode(std::string_view inName) {
-    const auto found = std::find(kModeNames.begin(), kModeNames.end(), inName);
-    return found == kModeNames.end() ? std::nullopt
-                                     : std::optional(static_cast<Mode>(found - kModeNames.begin()));
-}
-
-} // namespace orsql
+} // namespace orlimbara::shell

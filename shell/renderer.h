@@ -1,5 +1,5 @@
 /// @file
-/// The forms of output. Each form writes one answer per statement and dot command.
+/// The forms of output: each writes one answer per statement and dot command.
 #pragma once
 
 #include <array>
@@ -13,7 +13,7 @@
 #include "shell/output.h"
 #include "shell/row_source.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 enum class Mode { Box, Csv, Json, Jsonl, Line, Markdown };
 
@@ -21,9 +21,9 @@ enum class Mode { Box, Csv, Json, Jsonl, Line, Markdown };
 inline constexpr std::array<std::string_view, 6> kModeNames = {"box",   "csv",  "json",
                                                                "jsonl", "line", "markdown"};
 
-/// What the user chose about the forms; can change between two answers.
+/// The user's choices; they can change between two answers.
 struct RenderSettings {
-    std::optional<std::string> nullText; ///< instead of the mode's own
+    std::optional<std::string> nullText; ///< replaces the mode's default
     std::uint64_t maxRows = 40;          ///< of a box; 0 shows all
     bool hasHeader = true;
     bool hasColor = false;
@@ -37,26 +37,23 @@ struct RowsEnd {
     std::optional<Failure> failure;
 };
 
-/// One form of output. What can't be written raises OutputError.
+/// One form of output. All writing throws OutputError.
 class Renderer {
 public:
     virtual ~Renderer() = default;
-    /// Whether failures are part of the output. Else they go to standard error, which is the caller's work.
+    /// Whether failures are part of the output. Otherwise the caller writes them to standard error.
     virtual bool WritesFailures() const { return false; }
-    /// Reads all rows and writes them as they come. A failure on the way is told in the answer.
+    /// Reads all rows and writes them as they come. A failure to read ends the answer and is returned.
     virtual RowsEnd WriteRows(RowSource& inRows) = 0;
     virtual void WriteChanged(std::int64_t inCount) = 0;
     virtual void WriteDone() {}
     virtual void WriteText(std::string_view inText) = 0;
     virtual void WriteFailure(const Failure&) {}
-    /// Ends the output; nothing comes behind it.
+    /// Ends the output; nothing may follow.
     virtual void Finish() {}
 };
 
-/// @param inSettings is read at every answer. Both must outlive the renderer.
+/// @param inSettings is read for every answer. Both must outlive the renderer.
 std::unique_ptr<Renderer> MakeRenderer(Mode inMode, Output& inOutput, const RenderSettings& inSettings);
 
-/// The mode of a name.
-std::optional<Mode> FindMode(std::string_view inName);
-
-} // namespace orsql
+} // namespace orlimbara::shell

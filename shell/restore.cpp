@@ -9,13 +9,13 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include "host/file.h"
 #include "host_standin/locations.h"
 #include "shell/failure.h"
+#include "shell/files.h"
 #include "shell/interrupts.h"
 #include "shell/text.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 namespace {
 
@@ -25,7 +25,7 @@ using orkit::smart_ptr;
 
 std::string WalOf(const std::string& inPath) { return inPath + ".wal"; }
 
-/// Deletes a database's files at the end, wherever they are then.
+/// Deletes a database's files at the end, if they are still there.
 class TemporaryDatabase {
 public:
     explicit TemporaryDatabase(std::string inPath) : mPath(std::move(inPath)) {}
@@ -82,8 +82,8 @@ void Rename(const std::string& inFrom, const std::string& inTo, bool inReplaces)
     }
 }
 
-/// Moves the complete database to its place. A log that the old database left would be taken for the new
-/// one's, so it goes out of the way first, and comes back if the move fails.
+/// Moves the complete database to its place. DuckDB would take the old database's log for the new one's, so
+/// the log is moved away first, and back if the move fails.
 void MoveIntoPlace(const std::string& inNew, const std::string& inPath, bool inReplaces) {
     std::error_code ignored;
     const TemporaryDatabase oldLog(NameBeside(WalOf(inPath)));
@@ -128,4 +128,4 @@ void RestoreBackup(Session& inSession, const std::string& inBackup, const std::s
     inSession.OpenExisting(target);
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

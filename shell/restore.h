@@ -1,12 +1,12 @@
 /// @file
-/// Making a database from a backup without putting an existing one at risk.
+/// Making a database from a backup without risk to an existing one.
 #pragma once
 
 #include <string>
 
 #include "shell/session.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 /// Makes the database `inPath` from a backup folder and opens it in the session. The new database is made
 /// beside its place and moves there when it is complete: whatever fails before leaves everything as it was.
@@ -15,4 +15,4 @@ namespace orsql {
 void RestoreBackup(Session& inSession, const std::string& inBackup, const std::string& inPath,
                    bool inReplaces);
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -5,7 +5,7 @@
 
 #include "shell/text.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 namespace {
 
@@ -117,4 +117,4 @@ UntypedRows::UntypedRows(RowSource& inSource) : mSource(inSource) {
     }
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -1,5 +1,5 @@
 /// @file
-/// Rows on their way to a renderer: from a cursor of DuckDB's, from a table procedure's, or the shell's own.
+/// Sources of rows for the renderers: a query's cursor, a table procedure's cursor, or the shell itself.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@
 #include "host_standin/procedure_table.h"
 #include "shell/cell.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 /// What is known of a column. Names are UTF-8.
 struct Column {
@@ -28,15 +28,15 @@ class RowSource {
 public:
     virtual ~RowSource() = default;
     const std::vector<Column>& get_Columns() const { return mColumns; }
-    /// Reads the next row into `outRow`, which has one cell a column. @return false past the last. What the
-    /// cursor raises goes to the caller.
+    /// Reads the next row into `outRow`, one cell per column. @return false after the last row. Exceptions of
+    /// the cursor pass through.
     virtual bool Next(Row& outRow) = 0;
 
 protected:
     std::vector<Column> mColumns;
 };
 
-/// The rows of a cursor, from where it stands.
+/// The rows of a cursor, from its current position.
 class CursorRows final : public RowSource {
 public:
     explicit CursorRows(orkit::smart_ptr<orkit::orsql::I_DuckDBCursor> inCursor);
@@ -54,10 +54,10 @@ public:
 
 private:
     orkit::standin::ProcedureCursor mCursor;
-    bool mIsOnFirstRow = false; // it was gone to for the columns' types
+    bool mIsOnFirstRow = false; // it was read early, for the columns' types
 };
 
-/// Rows that the shell itself made.
+/// Rows that the shell makes.
 class TableRows final : public RowSource {
 public:
     explicit TableRows(std::vector<std::string> inNames);
@@ -70,7 +70,7 @@ private:
     std::size_t mNext = 0;
 };
 
-/// Rows of another source, whose columns lose their types: they answer a dot command.
+/// Rows of another source without its columns' types, as answers of dot commands have them.
 class UntypedRows final : public RowSource {
 public:
     explicit UntypedRows(RowSource& inSource);
@@ -83,4 +83,4 @@ private:
 /// The host's name of a number of `host_type`.
 std::string_view HostTypeName(std::int32_t inType);
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -1,14 +1,14 @@
 /// @file
-/// The loop over rows that all renderers share.
+/// The loop over rows and the texts that all renderers share.
 #pragma once
 
 #include "shell/interrupts.h"
 #include "shell/renderer.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
-/// Reads rows to their end, to a failure or to Ctrl-C, and hands each to `inOnRow`. A failure to read is
-/// told; a failure to write goes to the caller.
+/// Reads rows up to the end, a failure or Ctrl-C, and passes each to `inOnRow`. A failure to read is
+/// returned; exceptions of `inOnRow` pass through.
 template <class OnRow>
 RowsEnd ReadRows(RowSource& inRows, OnRow inOnRow) {
     RowsEnd end;
@@ -31,17 +31,17 @@ RowsEnd ReadRows(RowSource& inRows, OnRow inOnRow) {
     }
 }
 
-/// The text of a cell in the forms for people, which show what stands inside JSON's objects.
+/// The text of a cell in the forms for people, which show the inner value of JSON's objects.
 inline std::string_view CellText(const Cell& inCell, std::string_view inNullText) {
     return inCell.kind == Cell::Kind::Null ? inNullText : std::string_view(inCell.text);
 }
 
-/// What an answer that is a count reads like.
+/// The text of an answer that is a count.
 inline std::string ChangedText(std::int64_t inCount) {
     return std::to_string(inCount) + (inCount == 1 ? " row changed" : " rows changed");
 }
 
-/// NULL where nothing else was asked for.
+/// The default text of NULL in the forms for people.
 inline constexpr std::string_view kNullText = "NULL";
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -1,22 +1,15 @@
 #include "shell/session.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <utility>
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include "host/exceptions.h"
-#include "host_standin/locations.h"
 #include "shell/failure.h"
+#include "shell/files.h"
 #include "shell/interrupts.h"
 #include "shell/text.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 namespace {
 
@@ -65,33 +58,6 @@ void Rollback(I_DuckDBDatabase& inDatabase) {
 }
 
 } // namespace
-
-smart_ptr<orkit::I_Location> LocationOf(const std::string& inPath) {
-    try {
-        return orkit::standin::MakeLocation(ToHost(inPath));
-    } catch (const orkit::xException&) {
-        throw ShellError("'" + inPath + "': " + CurrentFailure().message);
-    }
-}
-
-std::string ReadFile(const std::string& inPath) {
-    const int file = open(inPath.c_str(), O_RDONLY | O_CLOEXEC);
-    std::string text;
-    std::array<char, 1 << 16> part;
-    ssize_t count = file < 0 ? -1 : 1;
-    while (count > 0) {
-        count = read(file, part.data(), part.size());
-        text.append(part.data(), static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-    }
-    const int error = errno;
-    if (file >= 0) {
-        close(file);
-    }
-    if (count < 0) {
-        throw ShellError("can't read " + inPath + ": " + std::strerror(error));
-    }
-    return text;
-}
 
 Session::Session(Module& inModule, const Options& inOptions) : mModule(inModule), mOptions(inOptions) {}
 
@@ -214,4 +180,4 @@ smart_ptr<orkit::orsql::I_DuckDBCursor> Session::Select(const char* inSql,
     return get_OpenDatabase().SqlSelect(inSql, orkit::orsql::kCursorLocationServer, std::move(inValues));
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -1,5 +1,5 @@
 /// @file
-/// The database that the shell works on, and what goes through it.
+/// The shell's one open database, the values held for it, and running statements.
 #pragma once
 
 #include <cstdint>
@@ -10,17 +10,17 @@
 #include "shell/module.h"
 #include "shell/options.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
-/// What a statement came to. At most one of cursor and count is there.
+/// The outcome of a statement: a cursor, a count, or neither.
 struct Outcome {
     orkit::smart_ptr<orkit::orsql::I_DuckDBCursor> cursor;
     bool hasCount = false;
     std::int64_t count = 0;
 };
 
-/// At most one database at a time, with the values held for its statements. Failures of the module go to the
-/// caller as it raises them.
+/// At most one database at a time, with the values held for its statements. Exceptions of the module pass
+/// through.
 class Session {
 public:
     using Database = orkit::smart_ptr<orkit::orsql::I_DuckDBDatabase>;
@@ -31,16 +31,16 @@ public:
     /// Closes what is open, then opens a database or makes a new one, as the options ask. If it fails, there
     /// is no database.
     void Open(const std::string& inPath, bool inIsReadOnly);
-    /// Opens the file at a place that was made just now.
+    /// Opens a file that was just created.
     void OpenExisting(const orkit::smart_ptr<orkit::I_Location>& inLocation);
     /// Nothing happens when nothing is open.
     void Close();
-    /// Closes and deletes. Without a database, also a closed one, raises ShellError.
+    /// Closes and deletes the database, which may be closed already. Throws ShellError if there is none.
     void Drop();
 
     /// The database, open or closed; may be null.
     const Database& get_Database() const { return mDatabase; }
-    /// The open database. Raises ShellError if nothing is open.
+    /// The open database. Throws ShellError if nothing is open.
     orkit::orsql::I_DuckDBDatabase& get_OpenDatabase() const;
     orkit::orsql::I_DuckDBExtension& get_Extension() const { return mModule.get_Extension(); }
     /// The paths that Open was called with in this run, each once, in their order.
@@ -51,10 +51,10 @@ public:
     /// Rows, for each of which every statement from now on runs once.
     void HoldRows(orkit::smart_ptr<orkit::orsql::RowArray> inRows);
 
-    /// Runs one statement with what is held. Where DuckDB makes several of it, the outcome is the last with
-    /// rows or a count; a failure takes back what they did, unless a transaction was open before.
+    /// Runs one statement with the held values. If DuckDB expands it into several, the outcome is the last
+    /// one with rows or a count, and a failure undoes them all unless a transaction was open before.
     Outcome Run(const std::string& inSql, CursorLocation inLocation);
-    /// Runs a query of the shell's own. @param inValues may be null.
+    /// Runs one of the shell's own queries. @param inValues may be null.
     orkit::smart_ptr<orkit::orsql::I_DuckDBCursor>
     Select(const char* inSql, orkit::smart_ptr<orkit::orsql::ValueArray> inValues);
 
@@ -71,10 +71,4 @@ private:
     orkit::smart_ptr<orkit::orsql::RowArray> mRows;
 };
 
-/// The location of a path, whose faults raise ShellError.
-orkit::smart_ptr<orkit::I_Location> LocationOf(const std::string& inPath);
-
-/// A whole file. Raises ShellError.
-std::string ReadFile(const std::string& inPath);
-
-} // namespace orsql
+} // namespace orlimbara::shell

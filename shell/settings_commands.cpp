@@ -1,37 +1,45 @@
+// The dot commands that change a setting.
+#include <algorithm>
+#include <array>
 #include <charconv>
 
 #include <fmt/format.h>
 
-#include "shell/command_support.h"
+#include "shell/commands.h"
 #include "shell/failure.h"
+#include "shell/shell.h"
 
-namespace orsql::command {
+namespace orlimbara::shell {
 
-CommandAnswer Mode(Shell& inShell, std::string_view inArguments) {
+namespace {
+
+/// The place of the one word of the arguments in a list of words. Another word throws UsageError with
+/// `inWhat`.
+template <std::size_t Count>
+std::size_t TakeChoice(std::string_view inArguments, const std::array<std::string_view, Count>& inChoices,
+                       fmt::format_string<const std::string&> inWhat) {
     const std::string word = TakeWords(inArguments, 1, 1).front();
-    const auto mode = FindMode(word);
-    if (!mode) {
-        throw UsageError(fmt::format("there is no mode {}", word));
+    const auto found = std::find(inChoices.begin(), inChoices.end(), word);
+    if (found == inChoices.end()) {
+        throw UsageError(fmt::format(inWhat, word));
     }
-    inShell.get_Answers().put_Mode(*mode);
+    return static_cast<std::size_t>(found - inChoices.begin());
+}
+
+CommandAnswer SetMode(Shell& inShell, std::string_view inArguments) {
+    inShell.get_Answers().put_Mode(
+        static_cast<Mode>(TakeChoice(inArguments, kModeNames, "there is no mode {}")));
     return CommandAnswer::Pending;
 }
 
 CommandAnswer Cursor(Shell& inShell, std::string_view inArguments) {
-    const std::string word = TakeWords(inArguments, 1, 1).front();
-    if (word != "server" && word != "client") {
-        throw UsageError(fmt::format("{} is no cursor location", word));
-    }
-    inShell.get_Options().cursor = word == "client" ? CursorLocation::Client : CursorLocation::Server;
+    inShell.get_Options().cursor =
+        static_cast<CursorLocation>(TakeChoice(inArguments, kCursorNames, "{} is no cursor location"));
     return CommandAnswer::Pending;
 }
 
 CommandAnswer Timer(Shell& inShell, std::string_view inArguments) {
-    const std::string word = TakeWords(inArguments, 1, 1).front();
-    if (word != "on" && word != "off") {
-        throw UsageError(fmt::format("{} is neither on nor off", word));
-    }
-    inShell.get_Options().showsTimer = word == "on";
+    inShell.get_Options().showsTimer = TakeChoice(inArguments, kSwitches, "{} is neither on nor off") == 1;
     return CommandAnswer::Pending;
 }
 
@@ -51,7 +59,7 @@ CommandAnswer MaxRows(Shell& inShell, std::string_view inArguments) {
     return CommandAnswer::Pending;
 }
 
-CommandAnswer Output(Shell& inShell, std::string_view inArguments) {
+CommandAnswer SendOutput(Shell& inShell, std::string_view inArguments) {
     const std::vector<std::string> words = TakeWords(inArguments, 0, 1);
     if (words.empty()) {
         inShell.get_Answers().RedirectBack();
@@ -61,4 +69,19 @@ CommandAnswer Output(Shell& inShell, std::string_view inArguments) {
     return CommandAnswer::Pending;
 }
 
-} // namespace orsql::command
+constexpr auto kRows = std::to_array<DotCommand>({
+    {"mode", "box|csv|json|jsonl|line|markdown", "choose the form of the output", CompleteWords<kModeNames>,
+     SetMode},
+    {"cursor", "server|client", "choose the cursor location for queries", CompleteWords<kCursorNames>,
+     Cursor},
+    {"timer", "on|off", "show the time that each statement takes", CompleteWords<kSwitches>, Timer},
+    {"null", "TEXT", "choose what NULL is shown as", nullptr, Null},
+    {"maxrows", "N", "choose the rows shown of a table in box mode; 0 shows all", nullptr, MaxRows},
+    {"output", "[FILE]", "send what follows to FILE, or to standard output again", CompleteFiles, SendOutput},
+});
+
+} // namespace
+
+std::span<const DotCommand> SettingsCommands() { return kRows; }
+
+} // namespace orlimbara::shell

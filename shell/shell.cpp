@@ -5,15 +5,15 @@
 #include <chrono>
 #include <cstring>
 
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <unistd.h>
 
 #include "shell/commands.h"
 #include "shell/failure.h"
+#include "shell/files.h"
 #include "shell/interrupts.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 namespace {
 
@@ -61,20 +61,15 @@ void Shell::RunFile(const std::string& inPath) {
     if (mDepth == kDeepest) {
         throw ShellError(fmt::format("{}: files run each other more than {} deep", inPath, kDeepest));
     }
-    const int file = open(inPath.c_str(), O_RDONLY | O_CLOEXEC);
-    if (file < 0) {
-        throw ShellError(fmt::format("can't read {}: {}", inPath, std::strerror(errno)));
-    }
+    const FileDescriptor file = FileDescriptor::OpenToRead(inPath);
     ++mDepth;
     try {
-        RunOpenFile(file, inPath);
+        RunOpenFile(file.get(), inPath);
     } catch (...) {
         --mDepth;
-        close(file);
         throw;
     }
     --mDepth;
-    close(file);
 }
 
 void Shell::RunOpenFile(int inFile, const std::string& inPath) {
@@ -112,7 +107,7 @@ void Shell::RunPiece(const Piece& inPiece) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point start = Clock::now();
     if (inPiece.text.find('\0') != std::string::npos) {
-        // The module's texts end there: what stands before it alone may do something else.
+        // The module's texts end at a zero byte, and the text before it may be another statement.
         mAnswers.Fail(FailureOf(ShellError("the text holds a zero byte")));
         return;
     }
@@ -159,4 +154,4 @@ void Shell::RunCommand(const std::string& inLine) {
     }
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -1,5 +1,5 @@
 /// @file
-/// The shell as a whole: what runs scripts, statements and dot commands.
+/// The shell as a whole: it runs scripts, statements and dot commands.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@
 #include "shell/session.h"
 #include "shell/splitter.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 class Shell {
 public:
@@ -22,12 +22,12 @@ public:
     Options& get_Options() { return mOptions; }
 
     /// Runs text from the command line, a file ("-" is standard input), or all that the splitter holds. Each
-    /// stops early when the shell is to leave, at Ctrl-C, and with --bail at a failure. A file that can't be
-    /// read raises ShellError.
+    /// stops early when the shell is to leave, at Ctrl-C, and with --bail at a failure. Throws ShellError if
+    /// a file can't be read.
     void RunText(std::string_view inText);
     void RunFile(const std::string& inPath);
     void RunPieces(Splitter& ioSplitter);
-    /// Runs what the command line asks for, a missing file being a failure.
+    /// Runs what the command line asks for. A missing file is a failure.
     void RunScripts();
 
     /// Leaves after the running command.
@@ -51,4 +51,4 @@ private:
     int mDepth = 0; // of files that run files
 };
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -5,13 +5,12 @@
 
 #include "shell/text.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 namespace {
 
 using Byte = unsigned char;
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 bool IsTagStart(char c) {
     return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '_' || static_cast<Byte>(c) >= 0x80;
 }
@@ -19,13 +18,13 @@ bool IsTagPart(char c) { return IsTagStart(c) || IsDigit(c); }
 bool IsIdentifierPart(char c) { return IsTagPart(c) || c == '$'; }
 bool IsLineEnd(char c) { return c == '\n' || c == '\r'; }
 
-/// The characters beyond ASCII that DuckDB reads as a blank.
+/// The characters beyond ASCII that DuckDB reads as a space.
 constexpr std::array<std::string_view, 18> kUnicodeSpaces = {
     "\u00A0", "\u2000", "\u2001", "\u2002", "\u2003", "\u2004", "\u2005", "\u2006", "\u2007",
     "\u2008", "\u2009", "\u200A", "\u200B", "\u202F", "\u205F", "\u2060", "\u3000", "\uFEFF"};
 constexpr std::size_t kLongestSpace = 3;
 
-/// Bytes of the blank beyond ASCII that a text ends with, else 0.
+/// The length of the space beyond ASCII that ends a text, else 0.
 std::size_t SpaceAtEnd(std::string_view inText) {
     const auto found = std::find_if(kUnicodeSpaces.begin(), kUnicodeSpaces.end(),
                                     [&](std::string_view space) { return inText.ends_with(space); });
@@ -108,8 +107,23 @@ Splitter::Step Splitter::ScanPlain() {
     if (c == ';') {
         return Step::Statement;
     }
-    if (IsBlank(c)) {
-        SkipBlank(IsLineEnd(c), 1);
+    if (const std::optional<Step> gap = ScanGap()) {
+        return *gap;
+    }
+    if (c == '\'' && (mContinuation == Continuation::Adjacent || mContinuation == Continuation::NextLine)) {
+        mState = State::EscapedQuoted;
+        ++mPosition;
+        return Step::Go;
+    }
+    Begin();
+    return ScanToken();
+}
+
+/// Skips whitespace or enters a comment. Returns nothing if a token begins here.
+std::optional<Splitter::Step> Splitter::ScanGap() {
+    const char c = At(0);
+    if (IsWhitespace(c)) {
+        SkipWhitespace(IsLineEnd(c), 1);
         return Step::Go;
     }
     if (c == '-' || c == '/') {
@@ -124,11 +138,6 @@ Splitter::Step Splitter::ScanPlain() {
             return Step::Go;
         }
     }
-    if (c == '\'' && (mContinuation == Continuation::Adjacent || mContinuation == Continuation::NextLine)) {
-        mState = State::EscapedQuoted;
-        ++mPosition;
-        return Step::Go;
-    }
     if (static_cast<Byte>(c) >= 0x80) {
         std::size_t length = 0;
         const Step step = ScanUnicodeSpace(length);
@@ -136,11 +145,15 @@ Splitter::Step Splitter::ScanPlain() {
             return step;
         }
         if (length) {
-            SkipBlank(false, length);
+            SkipWhitespace(false, length);
             return Step::Go;
         }
     }
-    Begin();
+    return std::nullopt;
+}
+
+Splitter::Step Splitter::ScanToken() {
+    const char c = At(0);
     if (c == '\'' || c == '"') {
         mState = State::Quoted;
         mQuote = c;
@@ -158,7 +171,7 @@ Splitter::Step Splitter::ScanPlain() {
     return Step::Go;
 }
 
-/// Takes a whole name, and with it the quote behind a lone "e", which starts a text with escapes.
+/// Scans a whole name. After a lone "e" it includes the quote, which starts a text with escapes.
 Splitter::Step Splitter::ScanIdentifier() {
     std::size_t end = mPosition;
     while (end < mText.size() && IsIdentifierPart(mText[end])) {
@@ -204,12 +217,12 @@ Splitter::Step Splitter::ScanDollar() {
         mState = State::DollarQuoted;
         mPosition = mBodyStart = end + 1;
     } else {
-        ++mPosition; // a parameter, or a lone "$"; a name behind it is scanned as a name
+        ++mPosition; // a parameter, or a lone "$"; a name after it is scanned as a name
     }
     return Step::Go;
 }
 
-/// @param outLength the bytes of the blank that stands here, else 0.
+/// @param outLength the length of the space beyond ASCII at the current position, else 0.
 Splitter::Step Splitter::ScanUnicodeSpace(std::size_t& outLength) const {
     const std::string_view rest = std::string_view(mText).substr(mPosition);
     for (const std::string_view space : kUnicodeSpaces) {
@@ -220,7 +233,7 @@ Splitter::Step Splitter::ScanUnicodeSpace(std::size_t& outLength) const {
     return !outLength && rest.size() < kLongestSpace && !mIsFinished ? Step::NeedMore : Step::Go;
 }
 
-/// A doubled quote ends the text and starts it again, which comes to the same.
+/// A doubled quote ends the text and starts it again, with the same effect.
 void Splitter::ScanQuoted() {
     const std::size_t end = mText.find(mQuote, mPosition);
     if (end == std::string::npos) {
@@ -249,7 +262,7 @@ Splitter::Step Splitter::ScanEscaped() {
 }
 
 void Splitter::ScanDollarQuoted() {
-    // The tag may have come in part only, so the search goes back by its length.
+    // Only part of the tag may have been fed, so the search starts earlier by its length.
     const std::size_t back = std::min(mTag.size() - 1, mPosition - mBodyStart);
     const std::size_t found = mText.find(mTag, mPosition - back);
     if (found == std::string::npos) {
@@ -296,19 +309,19 @@ void Splitter::Begin() {
     }
 }
 
-void Splitter::SkipBlank(bool inIsNewLine, std::size_t inLength) {
+void Splitter::SkipWhitespace(bool inIsNewLine, std::size_t inLength) {
     if (mContinuation != Continuation::None && mContinuation != Continuation::NextLine) {
         mContinuation = inIsNewLine ? Continuation::NextLine : Continuation::SameLine;
     }
     mPosition += inLength;
 }
 
-/// Cuts the piece from the open statement's start to `inEnd`, and goes on at `inNext`.
+/// Takes the piece from the open statement's start to `inEnd`, and continues at `inNext`.
 Piece Splitter::Take(Piece::Kind inKind, std::size_t inEnd, std::size_t inNext) {
     const std::size_t start = mStart.value_or(inEnd);
     std::string text = mText.substr(start, inEnd - start);
     if (inKind == Piece::Kind::Statement && mState == State::Plain) {
-        // DuckDB doesn't know these blanks at the very end of a text.
+        // DuckDB doesn't accept these spaces at the very end of a text.
         for (std::size_t length = SpaceAtEnd(text); length != 0; length = SpaceAtEnd(text)) {
             text.resize(text.size() - length);
         }
@@ -319,7 +332,7 @@ Piece Splitter::Take(Piece::Kind inKind, std::size_t inEnd, std::size_t inNext) 
     return {inKind, std::move(text)};
 }
 
-/// Drops what no open piece needs. Done once for each part of the script, as it moves the rest.
+/// Drops what no open piece needs. It moves the rest, so it is done once per fed part.
 void Splitter::Forget() {
     const std::size_t count = mState == State::Plain || mStart ? mStart.value_or(mPosition) : 0;
     if (count == 0) {
@@ -334,4 +347,4 @@ void Splitter::Forget() {
     }
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

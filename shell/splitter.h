@@ -1,5 +1,5 @@
 /// @file
-/// Cutting a script into SQL statements and dot commands, by the rules of DuckDB's own scanner.
+/// Splitting a script into SQL statements and dot commands, by the rules of DuckDB's scanner.
 #pragma once
 
 #include <cstddef>
@@ -7,40 +7,42 @@
 #include <string>
 #include <string_view>
 
-namespace orsql {
+namespace orlimbara::shell {
 
 /// One piece of a script.
 struct Piece {
     enum class Kind { Statement, DotCommand };
     Kind kind;
-    /// A statement from its first character that is neither blank nor comment up to the ";", which isn't part
-    /// of it. A dot command's line without the end of line.
+    /// A statement from its first character that is neither whitespace nor comment up to the ";", which isn't
+    /// included; or a dot command's line without its line end.
     std::string text;
 };
 
-/// Cuts a script that may come in parts of any size. A statement is given as soon as its ";" has come, a dot
-/// command as soon as its line is complete.
+/// Splits a script that is fed in parts of any size. A statement is available as soon as its ";" was fed, a
+/// dot command as soon as its line is complete.
 class Splitter {
 public:
     /// Adds text.
     void Feed(std::string_view inText);
-    /// No more text comes: what is left is a piece, too.
+    /// Ends the text: the rest is a piece, too.
     void Finish();
     /// The next piece; nothing if it isn't complete yet.
     std::optional<Piece> Next();
     /// Whether a statement, a quote or a comment is open.
     bool IsOpen() const;
-    /// Forgets everything, as a new splitter.
+    /// Returns to the state of a new splitter.
     void Reset() { *this = Splitter(); }
 
 private:
     enum class State { Plain, Quoted, EscapedQuoted, DollarQuoted, LineComment, BlockComment };
-    /// What may still make a quote go on as part of the E'…' that has just ended.
+    /// Whether a following quote continues the E'…' that has just ended.
     enum class Continuation { None, Adjacent, SameLine, NextLine };
     enum class Step { Go, NeedMore, Statement, DotCommand };
 
     Step Scan();
     Step ScanPlain();
+    std::optional<Step> ScanGap();
+    Step ScanToken();
     void ScanQuoted();
     Step ScanEscaped();
     void ScanDollarQuoted();
@@ -54,7 +56,7 @@ private:
     char At(std::size_t inOffset) const { return mText[mPosition + inOffset]; }
     bool AtLineStart() const { return mPosition == 0 ? mAtLineStart : mText[mPosition - 1] == '\n'; }
     void Begin();
-    void SkipBlank(bool inIsNewLine, std::size_t inLength);
+    void SkipWhitespace(bool inIsNewLine, std::size_t inLength);
     Piece Take(Piece::Kind inKind, std::size_t inEnd, std::size_t inNext);
     void Forget();
 
@@ -71,4 +73,4 @@ private:
     std::optional<std::size_t> mStart; // of the open statement
 };
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -5,7 +5,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-namespace orsql {
+namespace orlimbara::shell {
 
 std::size_t TerminalWidth(int inFile) {
     constexpr std::size_t kUsualWidth = 80;
@@ -29,4 +29,4 @@ ErrorStyle StandardErrorStyle(ColorChoice inChoice) {
     return {isTerminal, UsesColor(inChoice, isTerminal), TerminalWidth(STDERR_FILENO)};
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

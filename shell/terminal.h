@@ -1,5 +1,5 @@
 /// @file
-/// What the terminals at the standard streams can do.
+/// The abilities of the terminals at the standard streams.
 #pragma once
 
 #include <cstddef>
@@ -7,13 +7,13 @@
 #include "shell/failure.h"
 #include "shell/options.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
-/// Columns of the terminal at a file; 0 if it is none, 80 if it doesn't say.
+/// The columns of a terminal: 0 if the file is none, 80 if it doesn't tell.
 std::size_t TerminalWidth(int inFile);
 /// Whether to write in colour to a file.
 bool UsesColor(ColorChoice inChoice, bool inIsTerminal);
 /// How failures are shown on standard error.
 ErrorStyle StandardErrorStyle(ColorChoice inChoice);
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -5,7 +5,7 @@
 #include <fmt/format.h>
 #include <utf8proc.h>
 
-namespace orsql {
+namespace orlimbara::shell {
 
 namespace {
 
@@ -114,13 +114,15 @@ std::string OneLine(std::string_view inText) {
     return line;
 }
 
-bool IsBlank(char inCharacter) { return inCharacter == ' ' || (inCharacter >= '\t' && inCharacter <= '\r'); }
+bool IsWhitespace(char inCharacter) {
+    return inCharacter == ' ' || (inCharacter >= '\t' && inCharacter <= '\r');
+}
 
 std::string_view Trim(std::string_view inText) {
-    while (!inText.empty() && IsBlank(inText.front())) {
+    while (!inText.empty() && IsWhitespace(inText.front())) {
         inText.remove_prefix(1);
     }
-    while (!inText.empty() && IsBlank(inText.back())) {
+    while (!inText.empty() && IsWhitespace(inText.back())) {
         inText.remove_suffix(1);
     }
     return inText;
@@ -136,4 +138,4 @@ bool StartsIgnoringCase(std::string_view inText, std::string_view inPrefix) {
                       [](char left, char right) { return LowerAscii(left) == LowerAscii(right); });
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

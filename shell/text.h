@@ -8,7 +8,7 @@
 
 #include "host/string.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 /// UTF-8 of a host text; unpaired surrogates become U+FFFD.
 std::string ToUtf8(const orkit::String& inText);
@@ -22,15 +22,17 @@ std::size_t DisplayWidth(std::string_view inText);
 /// `inText` itself if it is at most `inWidth` columns wide, else its beginning and "…", together at most
 /// `inWidth` columns. @param inWidth at least 1.
 std::string CutToWidth(std::string_view inText, std::size_t inWidth);
-/// Control characters written as escapes (line feed as \n, others as \xNN), so that the text is one line.
+/// The text with control characters as escapes (\n for a line feed, \xNN for others), which is one line.
 std::string OneLine(std::string_view inText);
 
-/// ASCII blanks: space, tab, line feed, carriage return, form feed, vertical tab.
-bool IsBlank(char inCharacter);
+/// ASCII whitespace: space, tab, line feed, carriage return, form feed, vertical tab.
+bool IsWhitespace(char inCharacter);
+inline bool IsDigit(char inCharacter) { return inCharacter >= '0' && inCharacter <= '9'; }
+/// Without the whitespace at both ends.
 std::string_view Trim(std::string_view inText);
 /// Equal but for the case of ASCII letters.
 bool EqualsIgnoringCase(std::string_view inLeft, std::string_view inRight);
 /// `inText` begins with `inPrefix`, the case of ASCII letters aside.
 bool StartsIgnoringCase(std::string_view inText, std::string_view inPrefix);
 
-} // namespace orsql
+} // namespace orlimbara::shell

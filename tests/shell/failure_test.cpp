@@ -6,7 +6,7 @@
 
 #include "host/exceptions.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 namespace {
 
 constexpr const char* kBinder =
@@ -90,4 +90,4 @@ TEST(Failure, ShowsThePlaceOnATerminal) {
 }
 
 } // namespace
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -10,7 +10,7 @@
 
 #include "shell/failure.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 using Kind = Literal::Kind;
 
@@ -156,4 +156,4 @@ TEST(Words, AreBareOrQuoted) {
 }
 
 } // namespace
-} // namespace orsql
+} // namespace orlimbara::shell

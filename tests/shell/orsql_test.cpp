@@ -252,18 +252,31 @@ TEST_F(Orsql, TellsItsVersions) {
     EXPECT_NE(run.out.find("\nDuckDB v"), std::string::npos) << run.out;
 }
 
-TEST_F(Orsql, ManPageAndCompletionKnowEveryOption) {
-    const std::string help = RunShell({"--help"}).out;
-    const std::string manual = ReadWhole(SOURCE_FOLDER "/docs/orsql.1");
+TEST_F(Orsql, DocumentsAndCompletionKnowEveryOptionAndCommand) {
     const std::string completion = ReadWhole(SOURCE_FOLDER "/shell/completion/orsql.bash");
-    const std::regex option("--[a-z-]+");
-    int count = 0;
-    for (std::sregex_iterator found(help.begin(), help.end(), option), end; found != end; ++found, ++count) {
-        const std::string name = found->str();
-        EXPECT_NE(completion.find(name), std::string::npos) << name;
-        EXPECT_NE(manual.find(std::regex_replace(name, std::regex("-"), "\\-")), std::string::npos) << name;
+    const std::string guide = ReadWhole(SOURCE_FOLDER "/docs/orsql.md");
+    const std::string manual =
+        std::regex_replace(ReadWhole(SOURCE_FOLDER "/docs/orsql.1"), std::regex("\\\\-"), "-");
+    const auto names = [](const std::string& text, const std::string& pattern) {
+        const std::regex name(pattern);
+        std::vector<std::string> found;
+        for (std::sregex_iterator match(text.begin(), text.end(), name), end; match != end; ++match) {
+            found.push_back(match->str(1));
+        }
+        return found;
+    };
+    const std::vector<std::string> options = names(RunShell({"--help"}).out, "(--[a-z-]+)");
+    const std::vector<std::string> commands = names("\n" + RunShell({"-c", ".help"}).out, "\n(\\.[a-z]+)");
+    EXPECT_GT(options.size(), 20U);
+    EXPECT_GT(commands.size(), 20U);
+    for (const std::string& option : options) {
+        EXPECT_NE(completion.find(option), std::string::npos) << option;
+        EXPECT_NE(manual.find(option), std::string::npos) << option;
     }
-    EXPECT_GT(count, 20);
+    for (const std::string& command : commands) {
+        EXPECT_NE(manual.find(command), std::string::npos) << command;
+        EXPECT_NE(guide.find('`' + command), std::string::npos) << command;
+    }
     EXPECT_EQ(RunScript("bash -c '. \"" SOURCE_FOLDER
                         "/shell/completion/orsql.bash\"; COMP_WORDS=(orsql --mode js); "
                         "COMP_CWORD=2; _orsql; echo ${COMPREPLY[@]}'")

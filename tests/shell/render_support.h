@@ -8,10 +8,10 @@
 
 #include <unistd.h>
 
+#include "shell/files.h"
 #include "shell/renderer.h"
-#include "shell/session.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 
 /// A file that is gone at the end.
 class ScratchFile {
@@ -42,4 +42,4 @@ inline std::string Rendered(Mode inMode, const RenderSettings& inSettings, RowSo
     return Written(inMode, inSettings, [&](Renderer& renderer) { renderer.WriteRows(inRows); });
 }
 
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -8,10 +8,10 @@
 #include <rapidjson/document.h>
 
 #include "render_support.h"
-#include "shell/box_renderer.h"
+#include "shell/renderers.h"
 #include "shell/text.h"
 
-namespace orsql {
+namespace orlimbara::shell {
 namespace {
 
 std::vector<std::string> Lines(const std::string& inText) {
@@ -218,4 +218,4 @@ TEST(Json, IsOneArrayOfAllAnswers) {
 }
 
 } // namespace
-} // namespace orsql
+} // namespace orlimbara::shell

@@ -7,7 +7,7 @@
 #include <gtest/gtest.h>
 #include <rapidcheck.h>
 
-namespace orsql {
+namespace orlimbara::shell {
 
 void PrintTo(const Piece& inPiece, std::ostream* outStream) {
     *outStream << (inPiece.kind == Piece::Kind::DotCommand ? "command" : "statement") << " <" << inPiece.text
@@ -214,4 +214,4 @@ TEST(Splitter, GivesTheSamePiecesHoweverTheTextComes) {
 }
 
 } // namespace
-} // namespace orsql
+} // namespace orlimbara::shell
