@@ -1,3 +1,5 @@
+/// @file
+/// Counts of the DuckDB handles that are held, for leak checks.
 #pragma once
 
 #include <array>
@@ -24,7 +26,7 @@ enum class HandleKind : std::size_t {
 };
 
 /// Names of the kinds, in the order of HandleKind, for messages of tests.
-inline constexpr std::array<std::string_view, 11> gHandleKindNames = {
+inline constexpr std::array<std::string_view, 11> kHandleKindNames = {
     "database", "connection", "config", "prepared statement", "extracted statements",
     "result",   "chunk",      "value",  "logical type",       "text",
     "bytes"};
@@ -32,7 +34,7 @@ inline constexpr std::array<std::string_view, 11> gHandleKindNames = {
 namespace detail {
 
 /// Counts are statistics and order nothing, so relaxed order is enough.
-inline std::array<std::atomic<std::int64_t>, gHandleKindNames.size()> gLiveHandles = {};
+inline std::array<std::atomic<std::int64_t>, kHandleKindNames.size()> gLiveHandles = {};
 
 inline void CountHandles(HandleKind inKind, std::int64_t inChange) noexcept {
     gLiveHandles[static_cast<std::size_t>(inKind)].fetch_add(inChange, std::memory_order_relaxed);
@@ -40,8 +42,8 @@ inline void CountHandles(HandleKind inKind, std::int64_t inChange) noexcept {
 
 } // namespace detail
 
-/// How many handles of one kind the owners and cells of handles.h hold now, in all threads. Handles that
-/// were released out of an owner don't count; the supplement's own instance (supplement.h) doesn't either.
+/// How many handles of one kind the owners and cells of handles.h hold now, in all threads. The supplement's
+/// own instance (supplement.h) doesn't count.
 inline std::int64_t LiveHandleCount(HandleKind inKind) noexcept {
     return detail::gLiveHandles[static_cast<std::size_t>(inKind)].load(std::memory_order_relaxed);
 }

@@ -1,77 +1,18 @@
+/// @file
+/// Owners of DuckDB's handles: each ends its handle with DuckDB's matching function, exactly once.
 #pragma once
 
 #include <duckdb.h>
 
 #include <atomic>
 #include <cassert>
-#include <cstddef>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 #include "duckdb_support/handle_count.h"
 
 namespace orlimbara::duckdb_support {
-
-/// What an owner needs to know of a kind of handle: its type, its kind and DuckDB's function that ends it.
-struct DatabasePolicy {
-    using Handle = duckdb_database;
-    static constexpr HandleKind kKind = HandleKind::Database;
-    static void Destroy(Handle* ioHandle) { duckdb_close(ioHandle); }
-};
-
-struct ConnectionPolicy {
-    using Handle = duckdb_connection;
-    static constexpr HandleKind kKind = HandleKind::Connection;
-    static void Destroy(Handle* ioHandle) { duckdb_disconnect(ioHandle); }
-};
-
-struct ConfigPolicy {
-    using Handle = duckdb_config;
-    static constexpr HandleKind kKind = HandleKind::Config;
-    static void Destroy(Handle* ioHandle) { duckdb_destroy_config(ioHandle); }
-};
-
-struct PreparedStatementPolicy {
-    using Handle = duckdb_prepared_statement;
-    static constexpr HandleKind kKind = HandleKind::PreparedStatement;
-    static void Destroy(Handle* ioHandle) { duckdb_destroy_prepare(ioHandle); }
-};
-
-struct ExtractedStatementsPolicy {
-    using Handle = duckdb_extracted_statements;
-    static constexpr HandleKind kKind = HandleKind::ExtractedStatements;
-    static void Destroy(Handle* ioHandle) { duckdb_destroy_extracted(ioHandle); }
-};
-
-struct DataChunkPolicy {
-    using Handle = duckdb_data_chunk;
-    static constexpr HandleKind kKind = HandleKind::DataChunk;
-    static void Destroy(Handle* ioHandle) { duckdb_destroy_data_chunk(ioHandle); }
-};
-
-struct ValuePolicy {
-    using Handle = duckdb_value;
-    static constexpr HandleKind kKind = HandleKind::Value;
-    static void Destroy(Handle* ioHandle) { duckdb_destroy_value(ioHandle); }
-};
-
-struct LogicalTypePolicy {
-    using Handle = duckdb_logical_type;
-    static constexpr HandleKind kKind = HandleKind::LogicalType;
-    static void Destroy(Handle* ioHandle) { duckdb_destroy_logical_type(ioHandle); }
-};
-
-struct TextPolicy {
-    using Handle = char*;
-    static constexpr HandleKind kKind = HandleKind::Text;
-    static void Destroy(Handle* ioHandle) { duckdb_free(*ioHandle); }
-};
-
-struct BytesPolicy {
-    using Handle = void*;
-    static constexpr HandleKind kKind = HandleKind::Bytes;
-    static void Destroy(Handle* ioHandle) { duckdb_free(*ioHandle); }
-};
 
 namespace detail {
 
@@ -83,18 +24,31 @@ template <typename Handle>
     return inResult.internal_data != nullptr;
 }
 
-} // namespace detail
+/// Calls the function that ends a handle: most of DuckDB's take its address, duckdb_free takes the pointer.
+/// Ignores what it throws: owners end in destructors, where nobody could take the failure.
+template <auto Destroy, typename Handle>
+void End(Handle& ioHandle) noexcept {
+    try {
+        if constexpr (std::is_invocable_v<decltype(Destroy), Handle*> &&
+                      !std::is_same_v<decltype(Destroy), void (*)(void*)>) {
+            Destroy(&ioHandle);
+        } else {
+            Destroy(ioHandle);
+        }
+    } catch (...) {
+    }
+}
 
 /// Stands for a C out-parameter while one call lasts: DuckDB writes to the owner through it, and when the
 /// full expression of the call ends, also by an exception, what DuckDB wrote is counted. The owner must not
-/// be moved, reset or released within that same expression.
+/// be moved or reset within that same expression.
 template <typename Handle>
 class OutParameter {
 public:
     OutParameter(Handle& ioTarget, HandleKind inKind) noexcept : mTarget(ioTarget), mKind(inKind) {}
     ~OutParameter() {
-        if (detail::IsHeld(mTarget)) {
-            detail::CountHandles(mKind, 1);
+        if (IsHeld(mTarget)) {
+            CountHandles(mKind, 1);
         }
     }
     OutParameter(const OutParameter&) = delete;
@@ -107,207 +61,134 @@ private:
     HandleKind mKind;
 };
 
-/// The one owner of a DuckDB handle, or of none. It ends the handle with DuckDB's matching function and
-/// swallows what that function should raise. Not synchronised.
-template <typename Policy>
+} // namespace detail
+
+/// The one owner of a DuckDB handle, or of none. Not synchronised.
+/// @tparam Type the handle's type. @tparam Kind what it counts as. @tparam Destroy the function that ends it;
+/// what it throws is ignored.
+template <typename Type, HandleKind Kind, auto Destroy>
 class OwnedHandle {
 public:
-    using Handle = typename Policy::Handle;
-
     OwnedHandle() noexcept = default;
 
-    /// Takes over a handle, which may be null.
-    explicit OwnedHandle(Handle inHandle) noexcept : mHandle(inHandle) { Count(1); }
+    /// Takes over a handle, which may be null. No copy of it may be ended elsewhere.
+    explicit OwnedHandle(const Type& inHandle) noexcept : mHandle(inHandle) { Count(1); }
 
-    OwnedHandle(OwnedHandle&& inOther) noexcept : mHandle(std::exchange(inOther.mHandle, nullptr)) {}
+    OwnedHandle(OwnedHandle&& inOther) noexcept : mHandle(std::exchange(inOther.mHandle, Type{})) {}
     OwnedHandle& operator=(OwnedHandle&& inOther) noexcept {
         if (this != &inOther) {
-            End();
-            mHandle = std::exchange(inOther.mHandle, nullptr);
+            Reset();
+            mHandle = std::exchange(inOther.mHandle, Type{});
         }
         return *this;
     }
-    ~OwnedHandle() { End(); }
+    ~OwnedHandle() { Reset(); }
 
     /// The handle for a call into DuckDB; it stays the owner's.
-    [[nodiscard]] Handle Get() const noexcept { return mHandle; }
-    explicit operator bool() const noexcept { return mHandle != nullptr; }
+    [[nodiscard]] Type Get() const noexcept { return mHandle; }
+    explicit operator bool() const noexcept { return detail::IsHeld(mHandle); }
 
     /// For a C out-parameter: `duckdb_connect(database.Get(), connection.Put())`. The owner must be empty.
-    [[nodiscard]] OutParameter<Handle> Put() noexcept {
-        assert(mHandle == nullptr);
-        return {mHandle, Policy::kKind};
+    [[nodiscard]] detail::OutParameter<Type> Put() noexcept {
+        assert(!*this);
+        return {mHandle, Kind};
     }
 
-    /// Ends the handle that is held, if any, and takes over another one, which may be null.
-    void Reset(Handle inHandle = nullptr) noexcept {
-        if (inHandle != mHandle) {
-            End();
-            mHandle = inHandle;
-            Count(1);
+    /// Ends the handle that is held, if any.
+    void Reset() noexcept {
+        if (*this) {
+            Count(-1);
+            detail::End<Destroy>(mHandle);
+            mHandle = Type{};
         }
     }
 
-    /// Gives the handle away: the caller ends it.
-    [[nodiscard]] Handle Release() noexcept {
-        Count(-1);
-        return std::exchange(mHandle, nullptr);
-    }
+protected:
+    Type mHandle = {};
 
 private:
     void Count(int inChange) const noexcept {
-        if (mHandle != nullptr) {
-            detail::CountHandles(Policy::kKind, inChange);
+        if (*this) {
+            detail::CountHandles(Kind, inChange);
         }
     }
-    void End() noexcept {
-        if (mHandle == nullptr) {
-            return;
-        }
-        Count(-1);
-        try {
-            Policy::Destroy(&mHandle);
-        } catch (...) { // an owner ends in destructors: nobody could take the failure
-        }
-        mHandle = nullptr;
-    }
-
-    Handle mHandle = nullptr;
 };
 
-using OwnedDatabase = OwnedHandle<DatabasePolicy>;
-using OwnedConnection = OwnedHandle<ConnectionPolicy>;
-using OwnedConfig = OwnedHandle<ConfigPolicy>;
-using OwnedPreparedStatement = OwnedHandle<PreparedStatementPolicy>;
-using OwnedExtractedStatements = OwnedHandle<ExtractedStatementsPolicy>;
-using OwnedDataChunk = OwnedHandle<DataChunkPolicy>;
-using OwnedValue = OwnedHandle<ValuePolicy>;
+using OwnedDatabase = OwnedHandle<duckdb_database, HandleKind::Database, duckdb_close>;
+using OwnedConnection = OwnedHandle<duckdb_connection, HandleKind::Connection, duckdb_disconnect>;
+using OwnedConfig = OwnedHandle<duckdb_config, HandleKind::Config, duckdb_destroy_config>;
+using OwnedPreparedStatement =
+    OwnedHandle<duckdb_prepared_statement, HandleKind::PreparedStatement, duckdb_destroy_prepare>;
+using OwnedExtractedStatements =
+    OwnedHandle<duckdb_extracted_statements, HandleKind::ExtractedStatements, duckdb_destroy_extracted>;
+using OwnedDataChunk = OwnedHandle<duckdb_data_chunk, HandleKind::DataChunk, duckdb_destroy_data_chunk>;
+using OwnedValue = OwnedHandle<duckdb_value, HandleKind::Value, duckdb_destroy_value>;
 /// Not for what `duckdb_get_value_type` gives: that type belongs to its value.
-using OwnedLogicalType = OwnedHandle<LogicalTypePolicy>;
+using OwnedLogicalType =
+    OwnedHandle<duckdb_logical_type, HandleKind::LogicalType, duckdb_destroy_logical_type>;
 /// Text that DuckDB allocated and that goes back through `duckdb_free`; UTF-8, ends with a zero byte.
-using OwnedText = OwnedHandle<TextPolicy>;
+using OwnedText = OwnedHandle<char*, HandleKind::Text, duckdb_free>;
 /// Bytes that DuckDB allocated and that go back through `duckdb_free`, such as the data of a blob.
-using OwnedBytes = OwnedHandle<BytesPolicy>;
+using OwnedBytes = OwnedHandle<void*, HandleKind::Bytes, duckdb_free>;
 
 /// The text up to its zero byte, empty for none; valid while the owner holds it.
 [[nodiscard]] inline std::string_view ViewOf(const OwnedText& inText) noexcept {
     return inText ? std::string_view(inText.Get()) : std::string_view();
 }
 
-/// The one owner of a `duckdb_result`, which travels by value, or of none. It destroys the result once.
-class OwnedResult {
+/// The one owner of a `duckdb_result`, which travels by value, or of none. A failed run leaves a result that
+/// holds the error. An empty owner's result is zero-filled: `duckdb_rows_changed` and `duckdb_row_count`
+/// crash on it.
+class OwnedResult : public OwnedHandle<duckdb_result, HandleKind::Result, duckdb_destroy_result> {
 public:
-    using Handle = duckdb_result;
+    using OwnedHandle::OwnedHandle;
 
-    OwnedResult() noexcept = default;
-
-    /// Takes over a result, which may be zero-filled. No copy of the struct may be destroyed elsewhere.
-    explicit OwnedResult(const duckdb_result& inResult) noexcept : mResult(inResult) { Count(1); }
-
-    OwnedResult(OwnedResult&& inOther) noexcept : mResult(std::exchange(inOther.mResult, duckdb_result{})) {}
-    OwnedResult& operator=(OwnedResult&& inOther) noexcept {
-        if (this != &inOther) {
-            End();
-            mResult = std::exchange(inOther.mResult, duckdb_result{});
-        }
-        return *this;
-    }
-    ~OwnedResult() { End(); }
-
-    /// The result for a call into DuckDB, never null; the struct stays the owner's and may be zero-filled.
-    /// Not for calls that fill a result: those take Put().
-    [[nodiscard]] duckdb_result* Get() noexcept { return &mResult; }
-    [[nodiscard]] const duckdb_result& Struct() const noexcept { return mResult; }
-
-    /// True when there is something to read or destroy. A failed run leaves a result that holds the error.
-    /// On an empty one `duckdb_rows_changed` and `duckdb_row_count` crash.
-    explicit operator bool() const noexcept { return detail::IsHeld(mResult); }
-
-    /// For a C out-parameter: `duckdb_query(connection.Get(), sql, result.Put())`. The owner must be empty.
-    [[nodiscard]] OutParameter<duckdb_result> Put() noexcept {
-        assert(!*this);
-        return {mResult, HandleKind::Result};
-    }
-
-    /// Destroys the result that is held, if any, and takes over another one.
-    void Reset(const duckdb_result& inResult = {}) noexcept {
-        if (inResult.internal_data == nullptr || inResult.internal_data != mResult.internal_data) {
-            End();
-            mResult = inResult;
-            Count(1);
-        }
-    }
-
-    /// Gives the struct away, for the caller to destroy, and zero-fills its own copy.
-    [[nodiscard]] duckdb_result Release() noexcept {
-        Count(-1);
-        return std::exchange(mResult, duckdb_result{});
-    }
-
-private:
-    void Count(int inChange) const noexcept {
-        if (*this) {
-            detail::CountHandles(HandleKind::Result, inChange);
-        }
-    }
-    void End() noexcept {
-        Count(-1);
-        try {
-            duckdb_destroy_result(&mResult);
-        } catch (...) { // an owner ends in destructors: nobody could take the failure
-        }
-        mResult = duckdb_result{};
-    }
-
-    duckdb_result mResult = {};
+    /// For calls into DuckDB that take the result's address; never null. Calls that fill a result take Put().
+    [[nodiscard]] duckdb_result* Get() noexcept { return &mHandle; }
+    /// For calls that take the result by value.
+    [[nodiscard]] const duckdb_result& Struct() const noexcept { return mHandle; }
 };
 
-/// A handle that several objects share through a `std::shared_ptr` to this cell, and that only Close()
-/// ends, for all of them at once. The destructor closes nothing: a cell that goes with an open handle
-/// leaves it open, and it stays in the count.
+/// A handle that several objects share through a `std::shared_ptr` to this cell, and that only Close() ends,
+/// for all of them at once. The destructor closes nothing: a cell that goes with an open handle leaves it
+/// open, and it stays in the count.
 ///
 /// Get() and the test for a handle may run on any thread; the other operations need a lock of the caller's.
-template <typename Policy>
+template <typename Type, HandleKind Kind, auto Destroy>
 class SharedCell {
 public:
-    using Handle = typename Policy::Handle;
-
     SharedCell() noexcept = default;
     SharedCell(const SharedCell&) = delete;
     SharedCell& operator=(const SharedCell&) = delete;
 
     /// The handle, null before it was opened and after Close().
-    [[nodiscard]] Handle Get() const noexcept {
+    [[nodiscard]] Type Get() const noexcept {
         return std::atomic_ref(mHandle).load(std::memory_order_acquire);
     }
     explicit operator bool() const noexcept { return Get() != nullptr; }
 
     /// For a C out-parameter, as OwnedHandle::Put(). The cell must be empty, and DuckDB writes to it as to
     /// any variable: no other thread may know the cell yet.
-    [[nodiscard]] OutParameter<Handle> Put() noexcept {
+    [[nodiscard]] detail::OutParameter<Type> Put() noexcept {
         assert(mHandle == nullptr);
-        return {mHandle, Policy::kKind};
+        return {mHandle, Kind};
     }
 
-    /// Closes the handle that is held, if any; every holder of the cell sees null from then on. Swallows
-    /// what DuckDB should raise.
+    /// Closes the handle that is held, if any; every holder of the cell sees null from then on. Ignores what
+    /// DuckDB throws.
     void Close() noexcept {
-        Handle handle = std::atomic_ref(mHandle).exchange(nullptr, std::memory_order_acq_rel);
-        if (handle == nullptr) {
-            return;
-        }
-        detail::CountHandles(Policy::kKind, -1);
-        try {
-            Policy::Destroy(&handle);
-        } catch (...) { // closing goes on to the next handle whatever happens to this one
+        Type handle = std::atomic_ref(mHandle).exchange(nullptr, std::memory_order_acq_rel);
+        if (handle != nullptr) {
+            detail::CountHandles(Kind, -1);
+            detail::End<Destroy>(handle);
         }
     }
 
 private:
-    alignas(std::atomic_ref<Handle>::required_alignment) mutable Handle mHandle = nullptr;
+    alignas(std::atomic_ref<Type>::required_alignment) mutable Type mHandle = nullptr;
 };
 
-using DatabaseCell = SharedCell<DatabasePolicy>;
-using ConnectionCell = SharedCell<ConnectionPolicy>;
+using DatabaseCell = SharedCell<duckdb_database, HandleKind::Database, duckdb_close>;
+using ConnectionCell = SharedCell<duckdb_connection, HandleKind::Connection, duckdb_disconnect>;
 
 } // namespace orlimbara::duckdb_support

@@ -7,18 +7,14 @@ namespace orlimbara::duckdb_support::test {
 namespace {
 
 /// A handle that counts how often each one is ended, for what the real handles can't tell.
-struct ProbePolicy {
-    using Handle = int*;
-    static constexpr HandleKind kKind = HandleKind::Bytes;
-    static void Destroy(Handle* ioHandle) {
-        ++**ioHandle;
-        throw 1; // an owner must bear that
-    }
-};
-using Probe = OwnedHandle<ProbePolicy>;
+void EndProbe(int** ioHandle) {
+    ++**ioHandle;
+    throw 1; // an owner must bear that
+}
+using Probe = OwnedHandle<int*, HandleKind::Bytes, EndProbe>;
 
 TEST(OwnedHandle, EndsEachHandleExactlyOnce) {
-    int ended[3] = {};
+    int ended[2] = {};
     const std::int64_t before = LiveHandleCount();
     {
         Probe first(&ended[0]);
@@ -30,11 +26,8 @@ TEST(OwnedHandle, EndsEachHandleExactlyOnce) {
         third = std::move(second);
         EXPECT_EQ(ended[1], 1) << "an assignment ends what was held";
         EXPECT_EQ(ended[0], 0);
-        third.Reset(third.Get());
-        EXPECT_EQ(ended[0], 0) << "a handle survives being given to its own owner";
-        third.Reset(&ended[2]);
+        third.Reset();
         EXPECT_EQ(ended[0], 1);
-        EXPECT_EQ(third.Release(), &ended[2]);
         EXPECT_EQ(LiveHandleCount(), before);
         EXPECT_FALSE(third);
         *third.Put() = &ended[1];
@@ -42,7 +35,6 @@ TEST(OwnedHandle, EndsEachHandleExactlyOnce) {
     }
     EXPECT_EQ(ended[0], 1);
     EXPECT_EQ(ended[1], 2);
-    EXPECT_EQ(ended[2], 0) << "a released handle is the caller's";
     EXPECT_EQ(LiveHandleCount(), before);
 }
 
@@ -60,7 +52,7 @@ TEST(OwnedHandle, CountsNothingForACallThatFailed) {
     OwnedText error;
     EXPECT_EQ(duckdb_open_ext("/no/such/folder/x.duckdb", database.Put(), nullptr, error.Put()), DuckDBError);
     EXPECT_FALSE(database);
-    EXPECT_NE(ViewOf(error).find("x.duckdb"), std::string_view::npos);
+    EXPECT_NE(std::string_view(error.Get()).find("x.duckdb"), std::string_view::npos);
     EXPECT_EQ(LiveHandleCount(HandleKind::Database), 0);
     EXPECT_EQ(LiveHandleCount(HandleKind::Text), 1);
 }
@@ -68,18 +60,12 @@ TEST(OwnedHandle, CountsNothingForACallThatFailed) {
 class OwnedResultTest : public SupportTest {};
 
 TEST_F(OwnedResultTest, HandsTheStructOnAndForgetsIt) {
-    OwnedResult result = Run("SELECT 42");
-    EXPECT_EQ(LiveHandleCount(HandleKind::Result), 1);
-    duckdb_result given = result.Release();
-    EXPECT_EQ(LiveHandleCount(HandleKind::Result), 0);
-    const duckdb_result zeros = {};
-    EXPECT_EQ(std::memcmp(&result.Struct(), &zeros, sizeof(zeros)), 0);
-
-    OwnedResult taker(given);
+    OwnedResult taker = Run("SELECT 42");
     EXPECT_EQ(duckdb_row_count(taker.Get()), 1);
     OwnedResult other = Run("SELECT 1 WHERE false");
     other = std::move(taker);
-    EXPECT_FALSE(taker);
+    const duckdb_result zeros = {};
+    EXPECT_EQ(std::memcmp(&taker.Struct(), &zeros, sizeof(zeros)), 0);
     EXPECT_EQ(duckdb_row_count(other.Get()), 1);
     EXPECT_EQ(LiveHandleCount(HandleKind::Result), 1);
 }

@@ -26,8 +26,8 @@ protected:
     void TearDown() override {
         mConnection.Reset();
         mDatabase.Reset();
-        for (std::size_t kind = 0; kind < gHandleKindNames.size(); ++kind) {
-            EXPECT_EQ(LiveHandleCount(static_cast<HandleKind>(kind)), 0) << gHandleKindNames[kind];
+        for (std::size_t kind = 0; kind < kHandleKindNames.size(); ++kind) {
+            EXPECT_EQ(LiveHandleCount(static_cast<HandleKind>(kind)), 0) << kHandleKindNames[kind];
         }
     }
 

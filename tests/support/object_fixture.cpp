@@ -62,9 +62,9 @@ void LoadOnce() {
 }
 
 void ExpectNothingAlive() {
-    for (std::size_t kind = 0; kind < support::gHandleKindNames.size(); ++kind) {
+    for (std::size_t kind = 0; kind < support::kHandleKindNames.size(); ++kind) {
         EXPECT_EQ(support::LiveHandleCount(static_cast<support::HandleKind>(kind)), 0)
-            << "DuckDB handles: " << support::gHandleKindNames[kind];
+            << "DuckDB handles: " << support::kHandleKindNames[kind];
     }
     EXPECT_EQ(standin::CountLiveObjects(), standin::LiveObjects{});
     EXPECT_EQ(standin::CountProcedureHandles(), standin::ProcedureHandles{});
