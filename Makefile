@@ -3,7 +3,7 @@
 
 PRESETS ?= release asan tsan
 
-.PHONY: help setup build run test check format measure bench clean distclean
+.PHONY: help setup build run test check format measure bench install uninstall clean distclean
 
 help:
 	@echo 'make run    set up, build, and show the demonstration on three million flights'
@@ -12,6 +12,7 @@ help:
 	@echo 'make format format every source'
 	@echo 'make bench  set up, build, and run the benchmarks (BENCHMARKS, BENCHMARK_ARGS)'
 	@echo 'make build  set up and build build/release/bin'
+	@echo 'make install, make uninstall  into and out of PREFIX (/usr/local), below DESTDIR'
 	@echo 'make clean  remove build/; make distclean also removes what was fetched (.deps/)'
 	@echo
 	@echo 'DUCKDB_ROOT=folder  take include/ and lib/ of DuckDB from there instead of fetching it'
@@ -44,6 +45,13 @@ measure:
 
 bench: build
 	@scripts/run_benchmarks.sh
+
+install: setup
+	@scripts/build.sh release orsql orlimbara_duckdb package_files
+	@PREFIX='$(PREFIX)' DESTDIR='$(DESTDIR)' scripts/install.sh
+
+uninstall:
+	@PREFIX='$(PREFIX)' DESTDIR='$(DESTDIR)' scripts/uninstall.sh
 
 clean:
 	rm -rf build

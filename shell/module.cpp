@@ -33,7 +33,19 @@ std::string DefaultModulePath() {
     constexpr const char* kModuleName = "orlimbara_duckdb.so";
     std::error_code error;
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
-    return error ? kModuleName : (program.parent_path() / kModuleName).string();
+    if (error) {
+        return kModuleName;
+    }
+    const std::filesystem::path beside = program.parent_path() / kModuleName;
+    const std::filesystem::path installed =
+        (program.parent_path() / ORSQL_INSTALLED_MODULES / kModuleName).lexically_normal();
+    for (const std::filesystem::path& path : {beside, installed}) {
+        if (std::filesystem::exists(path, error)) {
+            return path.string();
+        }
+    }
+    throw ShellError(fmt::format("can't find the module: neither {} nor {} is there (--module names another)",
+                                 beside.string(), installed.string()));
 }
 
 Module::Module(const std::string& inPath) {
@@ -51,7 +63,10 @@ Module::Module(const std::string& inPath) {
     init(context.get_Handle());
     mExtension = orkit::orsql::GetDuckDBExtension();
     if (!mExtension) {
-        throw ShellError(fmt::format("the module {} gave no root object", path));
+        orkit::standin::ForgetProcedures();
+        const std::vector<std::string>& errors = context.get_Errors();
+        throw ShellError(errors.empty() ? fmt::format("the module {} gave no root object", path)
+                                        : fmt::format("the module {}: {}", path, errors.front()));
     }
 }
 

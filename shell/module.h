@@ -12,7 +12,8 @@ namespace orlimbara::shell {
 /// The version of the shell itself.
 std::string_view ShellVersion();
 
-/// The module beside the running program.
+/// The module beside the running program, else in the folder of private libraries that it was installed
+/// with. Where neither is there, throws ShellError.
 std::string DefaultModulePath();
 
 /// The loaded module, at most one at a time. The destructor releases the root object and the procedures;

@@ -80,7 +80,9 @@ void AddDatabaseOptions(CLI::App& ioApp, Options& outOptions) {
     AddChoice<CursorLocation>(
         ioApp, "--cursor", kCursorNames, [&](CursorLocation cursor) { outOptions.cursor = cursor; },
         "cursor location for queries");
-    ioApp.add_option("--module", outOptions.module, "the module; by default the one beside the program")
+    ioApp
+        .add_option("--module", outOptions.module,
+                    "the module; by default the one beside the program, else the installed one")
         ->type_name("PATH");
     ioApp.add_flag("--readonly", outOptions.isReadOnly, "open for reading alone");
     ioApp.add_option("--threads", outOptions.threads, "DuckDB's threads")->type_name("N");
