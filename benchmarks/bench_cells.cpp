@@ -16,21 +16,19 @@
 /// on memory that was touched before. What is told is the shortest time.
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <fstream>
 #include <functional>
 #include <map>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
 #include <benchmark/benchmark.h>
 #include <duckdb.h>
 #include <malloc.h>
-#include <time.h>
 
 #include "benchmarks/bench_database.h"
+#include "benchmarks/bench_support.h"
 #include "benchmarks/cell_floor.h"
 #include "duckdb_support/handles.h"
 #include "result/client_cursor.h"
@@ -41,7 +39,6 @@ namespace orkit::orsql::bench {
 namespace {
 
 namespace support = orlimbara::duckdb_support;
-using Seconds = std::chrono::duration<double>;
 
 struct MeasuredType {
     const char* mName;
@@ -127,27 +124,6 @@ private:
 };
 
 CellDatabase* gDatabase = nullptr; // lives as long as main
-
-/// The time that this thread ran: on a busy machine the time that others took doesn't count.
-struct ThreadClock {
-    static Seconds Now() {
-        timespec time{};
-        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-        return Seconds(static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9);
-    }
-};
-
-/// For what is so short that to ask for a thread's time would show, and that hardly anything interrupts.
-struct WallClock {
-    static Seconds Now() { return std::chrono::steady_clock::now().time_since_epoch(); }
-};
-
-template <class Clock, class Call>
-Seconds Time(Call&& inCall) {
-    const Seconds start = Clock::Now();
-    inCall();
-    return Clock::Now() - start;
-}
 
 Seconds TimeFloor(const MeasuredType& inType, support::OwnedResult inResult) {
     return Time<ThreadClock>([&] { inType.mFloor->mDropAll(inResult.Struct()); });
@@ -278,20 +254,6 @@ void RegisterAll() {
     }
 }
 
-/// Reports with the names as they were registered, without the way of measuring behind them.
-template <class Reporter>
-class PlainNames : public Reporter {
-public:
-    void ReportRuns(const std::vector<benchmark::BenchmarkReporter::Run>& inRuns) override {
-        std::vector<benchmark::BenchmarkReporter::Run> runs = inRuns;
-        for (benchmark::BenchmarkReporter::Run& run : runs) {
-            run.run_name.iterations.clear();
-            run.run_name.time_type.clear();
-        }
-        Reporter::ReportRuns(runs);
-    }
-};
-
 /// The processor's name, for who reads the results.
 std::string CpuName() {
     std::ifstream file("/proc/cpuinfo");
@@ -303,12 +265,6 @@ std::string CpuName() {
     return "an unnamed processor";
 }
 
-bool HasOutputFile(int inCount, char** inArguments) {
-    return std::any_of(inArguments, inArguments + inCount, [](std::string_view inArgument) {
-        return inArgument.starts_with("--benchmark_out=");
-    });
-}
-
 } // namespace
 } // namespace orkit::orsql::bench
 
@@ -317,20 +273,11 @@ int main(int inCount, char** inArguments) {
     // What is freed stays mapped: the price of new pages is the system's, not the cursors'.
     mallopt(M_MMAP_THRESHOLD, 32 << 20); // the most it takes
     mallopt(M_TRIM_THRESHOLD, 1 << 30);
-    const bool hasOutputFile = HasOutputFile(inCount, inArguments);
-    benchmark::Initialize(&inCount, inArguments);
-    if (benchmark::ReportUnrecognizedArguments(inCount, inArguments)) {
-        return 1;
-    }
     benchmark::AddCustomContext("cpu", CpuName());
     benchmark::AddCustomContext("duckdb", std::string("DuckDB ") + duckdb_library_version());
     benchmark::AddCustomContext("compiler", "g++ " __VERSION__);
     CellDatabase database;
     gDatabase = &database;
     RegisterAll();
-    PlainNames<benchmark::ConsoleReporter> display;
-    PlainNames<benchmark::JSONReporter> file;
-    benchmark::RunSpecifiedBenchmarks(&display, hasOutputFile ? &file : nullptr);
-    benchmark::Shutdown();
-    return 0;
+    return RunBenchmarks(inCount, inArguments);
 }

@@ -28,6 +28,8 @@ public:
     Database& operator=(const Database&) = delete;
     ~Database() { mDatabase->Close(); }
 
+    DuckDBDatabase* operator->() { return mDatabase.get(); }
+
     /// Runs SQL straight on the database's connection, for what isn't measured. @return the whole result.
     orlimbara::duckdb_support::OwnedResult Run(const std::string& inSql) {
         orlimbara::duckdb_support::OwnedResult result;
