@@ -11,8 +11,8 @@
 
 #include "duckdb_support/handles.h"
 #include "host_standin/procedure_table.h"
-#include "procedures/procedure_api_binding.h"
-#include "procedures/registration.h"
+#include "procedures/host_boundary.h"
+#include "procedures/procedures.h"
 
 namespace {
 

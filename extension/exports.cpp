@@ -2,8 +2,8 @@
 
 #include "extension/duckdb_extension.h"
 #include "host/runtime.h"
-#include "procedures/procedure_api_binding.h"
-#include "procedures/registration.h"
+#include "procedures/host_boundary.h"
+#include "procedures/procedures.h"
 
 void orlimbara_extension_bind_api(const procedure_api* api) { orlimbara::procedures::BindProcedureApi(api); }
 

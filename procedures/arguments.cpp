@@ -4,9 +4,8 @@
 #include <cstdlib>
 #include <stdexcept>
 #include <string_view>
-#include <vector>
 
-#include "procedures/procedure_api_binding.h"
+#include "procedures/host_boundary.h"
 #include "procedures/quoting.h"
 
 namespace orlimbara::procedures {
@@ -17,9 +16,6 @@ bool IsAbsent(host_value value) { return value == nullptr || GetProcedureApi()->
 
 /// The text of a value, empty if there is none. Copied at once: the host's bytes don't last.
 std::string TextOf(call_context context, host_value value) {
-    if (IsAbsent(value)) {
-        return {};
-    }
     std::uint64_t length = 0;
     const char* text = GetProcedureApi()->value_text(context, value, &length);
     return text == nullptr ? std::string() : std::string(text, length);
@@ -29,7 +25,8 @@ std::vector<std::string> NamesOfArray(call_context context, host_value array) {
     std::vector<std::string> names;
     const std::int64_t size = GetProcedureApi()->array_size(array);
     for (std::int64_t index = 0; index < size; ++index) {
-        const std::string text = TextOf(context, GetProcedureApi()->array_element(array, index));
+        const host_value element = GetProcedureApi()->array_element(array, index);
+        const std::string text = IsAbsent(element) ? std::string() : TextOf(context, element);
         const std::string_view name = TrimText(text);
         if (!name.empty()) {
             names.emplace_back(name);
@@ -38,18 +35,25 @@ std::vector<std::string> NamesOfArray(call_context context, host_value array) {
     return names;
 }
 
-std::vector<std::string> NamesOfText(call_context context, host_value value) {
-    const std::string text = TextOf(context, value);
-    const std::string_view trimmed = TrimText(text);
-    if (trimmed == "*") {
-        return {};
+/// Splits at every comma: a name that holds one needs the array.
+std::vector<std::string> NamesOfText(std::string_view text) {
+    std::vector<std::string> names;
+    for (;;) {
+        const std::size_t comma = text.find(',');
+        const std::string_view name = TrimText(text.substr(0, comma));
+        if (!name.empty()) {
+            names.emplace_back(name);
+        }
+        if (comma == std::string_view::npos) {
+            return names;
+        }
+        text.remove_prefix(comma + 1);
     }
-    const std::vector<std::string_view> names = SplitColumnText(trimmed);
-    return {names.begin(), names.end()};
 }
 
-/// The limit of a text. The tests keep this order: it decides the message of a text with several faults.
-std::string ParseLimitText(const std::string& text) {
+/// The order of these tests decides the message of a text with several faults.
+std::string ParseLimitText(std::string_view limit) {
+    const std::string text(limit); // ends with a zero byte
     char* end = nullptr;
     errno = 0;
     const long long number = std::strtoll(text.c_str(), &end, 10);
@@ -70,39 +74,42 @@ std::string ParseLimitText(const std::string& text) {
 
 } // namespace
 
-std::string RequireTextArgument(call_context context, host_value value, const char* procedure_name) {
-    std::string text = TextOf(context, value);
+std::int32_t ArgumentView::Count() const {
+    if (!count_) {
+        count_ = GetProcedureApi()->argument_count(context_);
+    }
+    return *count_;
+}
+
+std::string ArgumentView::Text(std::int32_t position) const {
+    const host_value value = values_[position];
+    std::string text = IsAbsent(value) ? std::string() : TextOf(context_, value);
     if (text.empty()) {
-        throw std::runtime_error(std::string(procedure_name) + " requires a text argument.");
+        throw std::runtime_error(std::string(procedure_name_) + " requires a text argument.");
     }
     return text;
 }
 
-std::string OptionalTextArgument(call_context context, host_value value) {
-    const std::string text = TextOf(context, value);
-    return std::string(TrimText(text));
+std::string ArgumentView::OptionalText(std::int32_t position) const {
+    const host_value value = OptionalValue(position);
+    return value == nullptr ? std::string() : std::string(TrimText(TextOf(context_, value)));
 }
 
-std::string BuildColumnList(call_context context, host_value value) {
-    if (IsAbsent(value)) {
-        return "*";
+std::vector<std::string> ArgumentView::ColumnNames(std::int32_t position) const {
+    const host_value value = OptionalValue(position);
+    if (value == nullptr) {
+        return {};
     }
-    const bool is_array = GetProcedureApi()->value_type(value) == HOST_TYPE_ARRAY;
-    const std::vector<std::string> names =
-        is_array ? NamesOfArray(context, value) : NamesOfText(context, value);
-    if (names.empty()) {
-        return "*";
+    if (GetProcedureApi()->value_type(value) == HOST_TYPE_ARRAY) {
+        return NamesOfArray(context_, value);
     }
-    std::string list;
-    for (const std::string& name : names) {
-        list += list.empty() ? "" : ", ";
-        list += QuoteIdentifier(name);
-    }
-    return list;
+    const std::string text = TextOf(context_, value);
+    return TrimText(text) == "*" ? std::vector<std::string>() : NamesOfText(text);
 }
 
-std::string ParseLimit(call_context context, host_value value) {
-    if (IsAbsent(value)) {
+std::string ArgumentView::Limit(std::int32_t position) const {
+    const host_value value = OptionalValue(position);
+    if (value == nullptr) {
         return {};
     }
     switch (GetProcedureApi()->value_type(value)) {
@@ -116,8 +123,12 @@ std::string ParseLimit(call_context context, host_value value) {
     case HOST_TYPE_UINT64:
         return std::to_string(GetProcedureApi()->value_uint64(value));
     default:
-        return ParseLimitText(OptionalTextArgument(context, value));
+        return ParseLimitText(TrimText(TextOf(context_, value)));
     }
+}
+
+host_value ArgumentView::OptionalValue(std::int32_t position) const {
+    return position < Count() && !IsAbsent(values_[position]) ? values_[position] : nullptr;
 }
 
 } // namespace orlimbara::procedures

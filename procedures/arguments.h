@@ -1,30 +1,56 @@
 /// @file
-/// The arguments of a procedure call, read through the host's table. A handle may be null; a null handle and
-/// a value that is SQL NULL both mean an argument that is left out.
-///
-/// All texts are opaque bytes. Refusals raise std::runtime_error with the message for the user.
+/// The arguments of one procedure call, read through the host's table.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "host/procedure_api.h"
 
 namespace orlimbara::procedures {
 
-/// The text of a mandatory argument, untrimmed and never empty; a value of any kind is taken by the text that
-/// the host gives for it. Raises `procedure_name` and " requires a text argument." when there is none.
-[[nodiscard]] std::string RequireTextArgument(call_context context, host_value value,
-                                              const char* procedure_name);
+/// A view of the arguments; the host keeps them. Positions count from 0. An argument is absent when its
+/// handle is null or its value is SQL NULL; the optional ones are also absent when the call has fewer
+/// arguments.
+///
+/// Texts are opaque bytes. A value of any kind can be read as text: it is the text that the host gives for
+/// it. Bad arguments throw std::runtime_error with the message for the user.
+class ArgumentView {
+public:
+    /// `procedure_name` is the name that messages begin with, a static text.
+    ArgumentView(call_context context, const host_value* values, const char* procedure_name) noexcept
+        : context_(context), values_(values), procedure_name_(procedure_name) {}
 
-/// The trimmed text of an argument that may be left out; empty when it is.
-[[nodiscard]] std::string OptionalTextArgument(call_context context, host_value value);
+    [[nodiscard]] call_context Context() const noexcept { return context_; }
 
-/// The SELECT list of `fetch_parquet`: "*", or quoted column names. The argument is an array of names, or a
-/// text of names with commas between.
-[[nodiscard]] std::string BuildColumnList(call_context context, host_value value);
+    /// The number of arguments. The host is asked for it once, at the first use.
+    [[nodiscard]] std::int32_t Count() const;
 
-/// The limit as decimal digits; empty for no limit. Raises for a negative number and for a text that isn't a
-/// whole number of the signed 64-bit range.
-[[nodiscard]] std::string ParseLimit(call_context context, host_value value);
+    /// A mandatory text, untrimmed and never empty. Throws when it is absent or empty. Doesn't look at
+    /// Count(): the procedure's minimum must cover the position, or the caller must have tested it.
+    [[nodiscard]] std::string Text(std::int32_t position) const;
+
+    /// A trimmed text; empty when the argument is absent.
+    [[nodiscard]] std::string OptionalText(std::int32_t position) const;
+
+    /// The trimmed column names of an array of names, or of a text with commas between names. Empty names are
+    /// dropped. No names stand for all columns: the argument is absent, holds no name, or is the text "*".
+    [[nodiscard]] std::vector<std::string> ColumnNames(std::int32_t position) const;
+
+    /// A limit as decimal digits; empty when the argument is absent. Throws for a negative number and for a
+    /// text that isn't a whole number of the signed 64-bit range.
+    [[nodiscard]] std::string Limit(std::int32_t position) const;
+
+private:
+    /// The value of an optional argument; null when it is absent.
+    [[nodiscard]] host_value OptionalValue(std::int32_t position) const;
+
+    call_context context_;
+    const host_value* values_;
+    const char* procedure_name_;
+    mutable std::optional<std::int32_t> count_;
+};
 
 } // namespace orlimbara::procedures

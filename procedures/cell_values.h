@@ -1,12 +1,13 @@
 /// @file
-/// From a cell of a DuckDB vector to a value of the host. All inline: this is the inner loop of every fetch.
+/// From a cell of a DuckDB vector to a value of the host; inline, since this is the inner loop of every
+/// fetch.
 #pragma once
 
 #include <duckdb.h>
 
 #include <cstdint>
 
-#include "procedures/procedure_api_binding.h"
+#include "procedures/host_boundary.h"
 
 namespace orlimbara::procedures {
 
@@ -24,8 +25,8 @@ template <typename Element>
 
 } // namespace detail
 
-/// The host's packed forms; host/procedure_api.h tells the bits. What is below a millisecond is cut off,
-/// never carried.
+/// The host's packed forms; host/procedure_api.h has the bits. What is below a millisecond is cut off, never
+/// carried.
 [[nodiscard]] inline std::uint32_t PackDate(const duckdb_date_struct& date) noexcept {
     return detail::LowBits(date.day, 5) | detail::LowBits(date.month, 4) << 5 |
            static_cast<std::uint32_t>(date.year) << 9;
@@ -43,7 +44,7 @@ template <typename Element>
 namespace detail {
 
 [[nodiscard]] inline host_value MakeDateTime(call_context context, duckdb_timestamp timestamp) {
-    // DuckDB raises when it takes infinity apart.
+    // DuckDB throws when it takes infinity apart.
     if (!duckdb_is_finite_timestamp(timestamp)) {
         return nullptr;
     }
@@ -52,9 +53,9 @@ namespace detail {
 
 } // namespace detail
 
-/// Makes the value of a cell that isn't NULL. `data` is the data of a flat vector of the runtime type, `row`
-/// counts from 0 in it. The value is the host's. Null for a timestamp of infinity, which no packed form can
-/// tell.
+/// Makes the value of a cell that isn't NULL; the value is the host's. `data` is the data of a flat vector of
+/// the runtime type, and `row` counts from 0 in it. Null for a timestamp of infinity, which has no packed
+/// form.
 [[nodiscard]] inline host_value MakeCellValue(call_context context, duckdb_type runtime_type, void* data,
                                               std::uint64_t row) {
     const procedure_api& api = *GetProcedureApi();

@@ -1,42 +1,41 @@
-#include "procedures/fetch_parquet.h"
-
 #include <stdexcept>
+#include <vector>
 
 #include "procedures/arguments.h"
-#include "procedures/procedure_api_binding.h"
-#include "procedures/procedure_frame.h"
-#include "procedures/procedure_query.h"
+#include "procedures/procedures.h"
+#include "procedures/query_cursor.h"
 #include "procedures/quoting.h"
 
 namespace orlimbara::procedures {
 
-std::string BuildParquetSelect(call_context context, const host_value* arguments) {
-    const std::int32_t count = GetProcedureApi()->argument_count(context);
-    if (count < 1) {
-        throw std::runtime_error("fetch_parquet requires parquet file path.");
+namespace {
+
+std::string SelectList(const std::vector<std::string>& names) {
+    if (names.empty()) {
+        return "*";
     }
-    const std::string path = RequireTextArgument(context, arguments[0], "fetch_parquet");
-    std::string select = "SELECT ";
-    select += count < 2 ? "*" : BuildColumnList(context, arguments[1]);
-    select += " FROM ";
-    select += ParquetSource(path);
-    if (count > 2) {
-        const std::string where = OptionalTextArgument(context, arguments[2]);
-        if (!where.empty()) {
-            select += " WHERE ";
-            select += where;
-        }
+    std::string list;
+    for (const std::string& name : names) {
+        list += list.empty() ? "" : ", ";
+        list += QuoteIdentifier(name);
     }
-    return select;
+    return list;
 }
 
-host_cursor fetch_parquet(call_context context, const host_value* arguments) noexcept {
-    return RunInProcedureFrame(context, "Unexpected error while reading parquet file.", [&] {
-        const std::string select = BuildParquetSelect(context, arguments);
-        const bool has_limit = GetProcedureApi()->argument_count(context) > 3;
-        const std::string limit = has_limit ? ParseLimit(context, arguments[3]) : std::string();
-        return RunProcedureQuery(context, "", select, limit);
-    });
+} // namespace
+
+std::string BuildParquetSelect(const ArgumentView& arguments) {
+    if (arguments.Count() < 1) {
+        throw std::runtime_error("fetch_parquet requires parquet file path.");
+    }
+    const std::string path = arguments.Text(0);
+    const std::string list = SelectList(arguments.ColumnNames(1));
+    return "SELECT " + list + " FROM " + ParquetSource(path, arguments.OptionalText(2));
+}
+
+host_cursor fetch_parquet(const ArgumentView& arguments) {
+    const std::string select = BuildParquetSelect(arguments);
+    return QueryCursor::Open(arguments.Context(), "", select, arguments.Limit(3));
 }
 
 } // namespace orlimbara::procedures

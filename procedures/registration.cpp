@@ -1,34 +1,43 @@
-#include "procedures/registration.h"
-
-#include <array>
 #include <string>
+#include <utility>
 
-#include "procedures/fetch_duckdb.h"
-#include "procedures/fetch_parquet.h"
-#include "procedures/inspection.h"
-#include "procedures/procedure_frame.h"
+#include "procedures/arguments.h"
+#include "procedures/host_boundary.h"
+#include "procedures/procedures.h"
 
 namespace orlimbara::procedures {
 
 namespace {
 
-constexpr std::array gProcedures = {
-    procedure_descriptor{"fetch_parquet", 1, 4, "uri [, columns [, where [, limit]]]",
-                         "Reads a parquet file.", 0, 0, fetch_parquet},
-    procedure_descriptor{"parquet_schema", 1, 1, "uri", "Returns parquet column schema.", 0, 0,
-                         parquet_schema},
-    procedure_descriptor{"parquet_metadata", 1, 1, "uri", "Returns parquet file metadata.", 0, 0,
-                         parquet_metadata},
-    procedure_descriptor{"parquet_count", 1, 2, "uri [, where]", "Returns parquet row count.", 0, 0,
-                         parquet_count},
-    procedure_descriptor{"fetch_duckdb", 2, 3, "uri, table_or_view [, limit]",
-                         "Returns rows from a DuckDB table or view.", 0, 0, fetch_duckdb},
-};
+/// The callback that the host calls for the procedure of one row.
+template <std::size_t kRow>
+host_cursor Call(call_context context, const host_value* arguments) noexcept {
+    static constexpr const TableProcedure& kProcedure = kTableProcedures[kRow];
+    return RunAtProcedureBoundary(context, kProcedure.unexpected_message, [&] {
+        return kProcedure.body(ArgumentView(context, arguments, kProcedure.name));
+    });
+}
 
 void ReportRefusal(call_context context, const char* name) {
     try {
         ReportError(context, std::string("Cannot register ") + name + " procedure.");
     } catch (...) { // no memory for the text: the other procedures are still worth trying
+    }
+}
+
+template <std::size_t kRow>
+void Register(call_context context) {
+    const TableProcedure& procedure = kTableProcedures[kRow];
+    const procedure_descriptor descriptor = {procedure.name,
+                                             procedure.minimum_arguments,
+                                             procedure.maximum_arguments,
+                                             procedure.signature,
+                                             procedure.description,
+                                             0,
+                                             0,
+                                             Call<kRow>};
+    if (GetProcedureApi()->register_procedure(context, &descriptor) != 0) {
+        ReportRefusal(context, procedure.name);
     }
 }
 
@@ -38,11 +47,8 @@ void RegisterProcedures(call_context context) noexcept {
     if (!GetProcedureApi()) {
         return; // the host never bound its table: it gets no procedures
     }
-    for (const procedure_descriptor& descriptor : gProcedures) {
-        if (GetProcedureApi()->register_procedure(context, &descriptor) != 0) {
-            ReportRefusal(context, descriptor.name);
-        }
-    }
+    [&]<std::size_t... kRows>(std::index_sequence<kRows...>) { (Register<kRows>(context), ...); }
+    (std::make_index_sequence<kTableProcedures.size()>());
 }
 
 } // namespace orlimbara::procedures

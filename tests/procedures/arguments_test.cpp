@@ -8,6 +8,7 @@
 #include <rapidcheck/gtest.h>
 
 #include "procedure_test.h"
+#include "procedures/procedures.h"
 #include "procedures/quoting.h"
 
 namespace orlimbara::procedures::test {
@@ -26,13 +27,16 @@ std::string OutcomeOf(Operation&& operation) {
     }
 }
 
+ArgumentView ViewOf(const ProcedureContext& context) {
+    return {context.get_Handle(), context.get_ArgumentHandles(), "fetch_parquet"};
+}
+
 struct ValueCase {
     ProcedureValue value;
     std::string expected;
 };
 
 TEST_F(ArgumentsTest, MakeAColumnListOfTextsAndArrays) {
-    const ProcedureContext context;
     const auto array = ProcedureValue::Array;
     for (const ValueCase& each : {
              ValueCase{ProcedureValue(), "*"},
@@ -48,7 +52,8 @@ TEST_F(ArgumentsTest, MakeAColumnListOfTextsAndArrays) {
              {array({Text("*")}), R"("*")"},
              {array({Text(" a,b "), Null(), Int(7)}), R"("a,b", "7")"},
          }) {
-        EXPECT_EQ(BuildColumnList(context.get_Handle(), each.value.get_Handle()), each.expected);
+        const ProcedureContext context({Text("f"), each.value});
+        EXPECT_EQ(BuildParquetSelect(ViewOf(context)), "SELECT " + each.expected + " FROM read_parquet('f')");
     }
 }
 
@@ -57,7 +62,6 @@ TEST_F(ArgumentsTest, ReadALimitOrSayWhatIsWrongWithIt) {
     const char* const not_integer = "refused: limit must be an integer";
     const char* const no_number = "refused: invalid stoll argument";
     const char* const out_of_range = "refused: stoll argument out of range";
-    const ProcedureContext context;
     errno = ERANGE; // what an earlier call left must not matter
     for (const ValueCase& each : {
              ValueCase{ProcedureValue(), ""},
@@ -79,9 +83,8 @@ TEST_F(ArgumentsTest, ReadALimitOrSayWhatIsWrongWithIt) {
              {Text(""), no_number},
              {Text("- 1"), no_number},
          }) {
-        EXPECT_EQ(OutcomeOf([&] { return ParseLimit(context.get_Handle(), each.value.get_Handle()); }),
-                  each.expected)
-            << each.value;
+        const ProcedureContext context({each.value});
+        EXPECT_EQ(OutcomeOf([&] { return ViewOf(context).Limit(0); }), each.expected) << each.value;
     }
 }
 

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "host_standin/procedure_table.h"
-#include "procedures/procedure_api_binding.h"
-#include "procedures/registration.h"
+#include "procedures/host_boundary.h"
+#include "procedures/procedures.h"
 #include "tests_support/duck.h"
 #include "tests_support/temp_folder.h"
 

@@ -1,8 +1,7 @@
-#include "procedures/result_transfer.h"
-
 #include <limits>
 #include <random>
 
+#include "duckdb_faults.h"
 #include "procedure_test.h"
 #include "procedures/cell_values.h"
 #include "procedures/type_names.h"
@@ -210,12 +209,11 @@ TEST_F(ResultTransferTest, KeepsItsPlaceWhenAStepFails) {
 TEST_F(ResultTransferTest, StartsAnewWhenAChunkCannotBeFetched) {
     const std::string path = WriteParquet("SELECT range AS n FROM range(5000)");
     ProcedureCursor cursor = Open("fetch_parquet", {Text(path)});
-    auto& result = *static_cast<ProcedureResult*>(cursor.get_Descriptor()->state);
     ASSERT_TRUE(cursor.SeekRow(4999));
-    duckdb_support::OwnedResult kept = std::move(result.result);
+    gFailingFunction = "duckdb_result_get_chunk";
     EXPECT_FALSE(cursor.SeekRow(0));
+    gFailingFunction = {};
     EXPECT_TRUE(cursor.ReadValue(0).IsNull());
-    result.result = std::move(kept);
     ASSERT_TRUE(cursor.NextRow());
     EXPECT_EQ(cursor.ReadValue(0), Int(0));
 }

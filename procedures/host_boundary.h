@@ -1,0 +1,59 @@
+/// @file
+/// The boundary with the host: its table of functions, and the two wrappers that keep every exception inside.
+#pragma once
+
+#include <exception>
+#include <string_view>
+#include <utility>
+
+#include "host/procedure_api.h"
+
+namespace orlimbara::procedures {
+
+namespace detail {
+
+/// Inline, because it is read once per cell.
+inline const procedure_api* gProcedureApi = nullptr;
+
+} // namespace detail
+
+/// Keeps the host's table for all later calls. The table stays the host's and must outlive the module's last
+/// call. Call this once, before any other function of this folder; from then on the pointer is only read,
+/// from any thread, without a lock.
+inline void BindProcedureApi(const procedure_api* table) noexcept { detail::gProcedureApi = table; }
+
+/// Gives the table that was bound; null until then.
+[[nodiscard]] inline const procedure_api* GetProcedureApi() noexcept { return detail::gProcedureApi; }
+
+/// Reports a failure of the current call to the host.
+inline void ReportError(call_context context, std::string_view message) noexcept {
+    GetProcedureApi()->report_error(context, message.data(), message.size());
+}
+
+/// Runs the whole body of a procedure: a callable that returns a cursor, never null, or throws. A failure
+/// becomes one `report_error` and a null cursor. A std::exception is reported by its own text, anything else
+/// by `unexpected_message`.
+template <typename Body>
+[[nodiscard]] host_cursor RunAtProcedureBoundary(call_context context, std::string_view unexpected_message,
+                                                 Body&& body) noexcept {
+    try {
+        return std::forward<Body>(body)();
+    } catch (const std::exception& failure) {
+        ReportError(context, failure.what());
+    } catch (...) {
+        ReportError(context, unexpected_message);
+    }
+    return nullptr;
+}
+
+/// Runs the body of a cursor callback. A failure becomes `failure_answer`, without a message to the host.
+template <typename Answer, typename Body>
+[[nodiscard]] Answer RunAtCursorBoundary(Answer failure_answer, Body&& body) noexcept {
+    try {
+        return std::forward<Body>(body)();
+    } catch (...) {
+        return failure_answer;
+    }
+}
+
+} // namespace orlimbara::procedures

@@ -1,0 +1,187 @@
+#include "procedures/query_cursor.h"
+
+#include <algorithm>
+#include <iterator>
+#include <memory>
+#include <stdexcept>
+
+#include "procedures/cell_values.h"
+#include "procedures/host_boundary.h"
+#include "procedures/quoting.h"
+#include "procedures/type_names.h"
+
+namespace orlimbara::procedures {
+
+namespace {
+
+constexpr std::int32_t kPositioned = 0;
+constexpr std::int32_t kNotPositioned = -1;
+
+/// One SELECT item: the column alone, or cast to its runtime type under its own name.
+std::string ColumnProjection(std::string_view name, duckdb_type type) {
+    const std::string quoted = QuoteIdentifier(name);
+    const duckdb_type runtime_type = RuntimeType(type);
+    if (runtime_type == type) {
+        return quoted;
+    }
+    return "CAST(" + quoted + " AS " + DuckDBTypeName(runtime_type) + ") AS " + quoted;
+}
+
+} // namespace
+
+host_cursor QueryCursor::Open(call_context context, const std::string& path, const std::string& sql,
+                              std::string_view limit) {
+    std::unique_ptr<QueryCursor> state(new QueryCursor(path, sql, limit));
+    host_cursor cursor = nullptr;
+    if (GetProcedureApi()->make_callback_cursor(context, &state->descriptor_, &cursor) != 0) {
+        throw std::runtime_error("Unable to create DuckDB cursor.");
+    }
+    static_cast<void>(state.release()); // the host's now, until it calls `destroy`
+    return cursor;
+}
+
+QueryCursor::QueryCursor(const std::string& path, const std::string& sql, std::string_view limit)
+    : instance_(path) {
+    const std::string source = " FROM (" + sql + ") AS parquet_source";
+    std::string select = ProbeColumns(source) + source;
+    if (!limit.empty()) {
+        select += " LIMIT ";
+        select += limit;
+    }
+    result_ = instance_.Query(select);
+    RequireRuntimeTypes();
+    IndexChunks();
+    FillDescriptor();
+}
+
+std::string QueryCursor::ProbeColumns(const std::string& source) {
+    duckdb_support::OwnedResult probe = instance_.Query("SELECT *" + source + " LIMIT 0");
+    const idx_t count = duckdb_column_count(probe.Get());
+    columns_.reserve(count);
+    std::string select = "SELECT ";
+    for (idx_t index = 0; index < count; ++index) {
+        const char* name = duckdb_column_name(probe.Get(), index);
+        const duckdb_type type = duckdb_column_type(probe.Get(), index);
+        const Column& column = columns_.emplace_back(
+            Column{name != nullptr ? name : "Column" + std::to_string(index + 1), RuntimeType(type)});
+        select += index == 0 ? "" : ", ";
+        select += ColumnProjection(column.name, type);
+    }
+    return select;
+}
+
+/// Cells are read as raw memory of the runtime types, so these must be the types that really came: between
+/// probe and query another process may have put another file in the place of the one that was probed.
+void QueryCursor::RequireRuntimeTypes() {
+    bool is_as_probed = duckdb_column_count(result_.Get()) == columns_.size();
+    for (idx_t index = 0; is_as_probed && index < columns_.size(); ++index) {
+        is_as_probed = duckdb_column_type(result_.Get(), index) == columns_[index].runtime_type;
+    }
+    if (!is_as_probed) {
+        throw std::runtime_error("The columns of the DuckDB result have changed.");
+    }
+}
+
+void QueryCursor::IndexChunks() {
+    const idx_t count = duckdb_result_chunk_count(result_.Struct());
+    chunk_starts_.reserve(count);
+    for (idx_t index = 0; index < count; ++index) {
+        const duckdb_support::OwnedDataChunk chunk(duckdb_result_get_chunk(result_.Struct(), index));
+        if (!chunk) {
+            throw std::runtime_error("Unable to access DuckDB result chunk.");
+        }
+        chunk_starts_.push_back(row_count_);
+        row_count_ += duckdb_data_chunk_get_size(chunk.Get());
+    }
+}
+
+void QueryCursor::FillDescriptor() {
+    column_names_.reserve(columns_.size());
+    column_host_types_.reserve(columns_.size());
+    for (const Column& column : columns_) {
+        column_names_.push_back(column.name.c_str());
+        column_host_types_.push_back(HostTypeOf(column.runtime_type));
+    }
+    descriptor_.state = this;
+    descriptor_.column_count = columns_.size();
+    descriptor_.column_names = column_names_.data();
+    descriptor_.column_types = column_host_types_.data();
+    descriptor_.destroy = OnDestroy;
+    descriptor_.read_value = OnReadValue;
+    descriptor_.seek_row = OnSeekRow;
+    descriptor_.next_row = OnNextRow;
+    descriptor_.row_count = OnRowCount;
+}
+
+std::int32_t QueryCursor::SeekRow(std::uint64_t row) {
+    if (row >= row_count_) {
+        return kNotPositioned;
+    }
+    // The chunk that holds the row: the last one that starts at or before it, which passes over empty chunks.
+    const auto behind = std::ranges::upper_bound(chunk_starts_, row);
+    const auto index = static_cast<std::uint64_t>(std::distance(chunk_starts_.begin(), behind)) - 1;
+    if (!chunk_ || chunk_index_ != index) {
+        chunk_.Reset();
+        duckdb_support::OwnedDataChunk chunk(duckdb_result_get_chunk(result_.Struct(), index));
+        if (!chunk) {
+            return kNotPositioned;
+        }
+        for (idx_t column = 0; column < columns_.size(); ++column) {
+            duckdb_vector vector = duckdb_data_chunk_get_vector(chunk.Get(), column);
+            columns_[column].data = duckdb_vector_get_data(vector);
+            columns_[column].validity = duckdb_vector_get_validity(vector);
+        }
+        chunk_index_ = index;
+        chunk_size_ = duckdb_data_chunk_get_size(chunk.Get());
+        chunk_ = std::move(chunk);
+    }
+    row_in_chunk_ = row - chunk_starts_[index];
+    return kPositioned;
+}
+
+std::int32_t QueryCursor::NextRow() {
+    if (!chunk_) {
+        return SeekRow(0);
+    }
+    // The next row is mostly in the same chunk: no search then.
+    if (row_in_chunk_ + 1 < chunk_size_) {
+        ++row_in_chunk_;
+        return kPositioned;
+    }
+    return SeekRow(chunk_starts_[chunk_index_] + row_in_chunk_ + 1);
+}
+
+host_value QueryCursor::ReadValue(call_context context, std::int32_t column) const {
+    if (!chunk_ || column < 0 || static_cast<std::size_t>(column) >= columns_.size()) {
+        return nullptr;
+    }
+    const Column& cells = columns_[static_cast<std::size_t>(column)];
+    if (cells.validity != nullptr && !duckdb_validity_row_is_valid(cells.validity, row_in_chunk_)) {
+        return nullptr;
+    }
+    return MakeCellValue(context, cells.runtime_type, cells.data, row_in_chunk_);
+}
+
+void QueryCursor::OnDestroy(call_context, void* state) noexcept { delete static_cast<QueryCursor*>(state); }
+
+host_value QueryCursor::OnReadValue(call_context context, void* state, std::int32_t column) noexcept {
+    return RunAtCursorBoundary<host_value>(
+        nullptr, [&] { return static_cast<QueryCursor*>(state)->ReadValue(context, column); });
+}
+
+std::int32_t QueryCursor::OnSeekRow(call_context, void* state, std::int64_t row) noexcept {
+    return RunAtCursorBoundary(kNotPositioned, [&] {
+        // A negative row becomes one far past the end.
+        return static_cast<QueryCursor*>(state)->SeekRow(static_cast<std::uint64_t>(row));
+    });
+}
+
+std::int32_t QueryCursor::OnNextRow(call_context, void* state) noexcept {
+    return RunAtCursorBoundary(kNotPositioned, [&] { return static_cast<QueryCursor*>(state)->NextRow(); });
+}
+
+std::int64_t QueryCursor::OnRowCount(call_context, void* state) noexcept {
+    return static_cast<std::int64_t>(static_cast<QueryCursor*>(state)->row_count_);
+}
+
+} // namespace orlimbara::procedures
