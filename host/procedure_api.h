@@ -1,13 +1,14 @@
 /// @file
-/// The procedure side's boundary with the host: opaque handles, the two records that cross it, and the host's
-/// table of functions. Plain C (C99 and later) that also compiles as C++20. Layouts bind: every offset and
-/// size that the other side relies on is asserted below.
+/// The boundary between the table procedures and the host: opaque handles, two records, and a table of
+/// functions.
 ///
-/// Texts are byte strings. Where a length goes with a text it counts bytes, and the text need not be
-/// zero-terminated; the texts inside the records are zero-terminated. No character set is tested or
-/// converted.
+/// The header is plain C (C99 and later) and also compiles as C++20. Layouts are fixed: every offset and size
+/// that the other side relies on is asserted below.
 ///
-/// Nothing that is called through these types, in either direction, may raise or let an exception through.
+/// Texts are byte strings in no particular encoding. A length that goes with a text counts bytes, and such a
+/// text need not be zero-terminated; the texts inside the records are.
+///
+/// No function of this boundary, on either side, throws or lets an exception through.
 #pragma once
 
 #include <stddef.h>
@@ -25,18 +26,18 @@ extern "C" {
 #define ORLIMBARA_API_ASSERT(condition, name) typedef char orlimbara_assert_##name[(condition) ? 1 : -1]
 #endif
 
-/// One call of the host into the module. It comes with `orlimbara_extension_init` and with every callback,
-/// and is valid until the call returns.
+/// One call of the host into the module. The host passes it to `orlimbara_extension_init` and to every
+/// callback; it is valid until that call returns.
 typedef struct orlimbara_call_context* call_context;
 
-/// A value of the host. A null handle stands for SQL NULL, and for an argument that was left out.
+/// A value of the host. A null handle stands for SQL NULL and for an argument that was left out.
 typedef struct orlimbara_host_value* host_value;
 
-/// A cursor of the host: the rows that a procedure answers with. A null handle means failure.
+/// A cursor of the host over the rows that a procedure returns. A null handle means failure.
 typedef struct orlimbara_host_cursor* host_cursor;
 
-/// The host's numbers for the kinds of its values: what `value_type` reports and what a cursor's columns
-/// declare.
+/// The host's numbers for its kinds of values, as `value_type` reports them and the columns of a cursor
+/// declare them.
 enum host_type {
     HOST_TYPE_ARRAY = 1,
     HOST_TYPE_BOOL = 2,
@@ -53,13 +54,13 @@ enum host_type {
     HOST_TYPE_VARIANT = 13
 };
 
-/// The body of a procedure. `arguments` holds one handle per argument (`argument_count` tells how many), each
-/// possibly null; the host keeps them. Gives a cursor, which is the host's, or null after exactly one
+/// A procedure. `arguments` holds one handle per argument (`argument_count` gives their number), each
+/// possibly null; the host keeps them. Returns a cursor, which belongs to the host, or null after exactly one
 /// `report_error`.
 typedef host_cursor (*procedure_callback)(call_context context, const host_value* arguments);
 
-/// What `register_procedure` is told of one procedure. The texts are zero-terminated and static; the host
-/// copies the record.
+/// The description of one procedure for `register_procedure`. The texts are zero-terminated and static; the
+/// host copies the record.
 typedef struct procedure_descriptor {
     const char* name;
     int32_t minimum_arguments;
@@ -71,24 +72,24 @@ typedef struct procedure_descriptor {
     procedure_callback callback;
 } procedure_descriptor;
 
-/// Frees the state behind a cursor; a null state is ignored. The host calls it exactly once.
+/// Frees the state behind a cursor and ignores a null state. The host calls it exactly once.
 typedef void (*cursor_destroy)(call_context context, void* state);
 
-/// Makes the value of one cell of the current row through `context`. `column` counts from 0. Gives a value
-/// that is the host's; null for SQL NULL, and when there is no current row or no such column.
+/// Makes the value of one cell of the current row through `context`. `column` counts from 0. Returns a value
+/// that belongs to the host; null for SQL NULL, and when there is no current row or no such column.
 typedef host_value (*cursor_read_value)(call_context context, void* state, int32_t column);
 
-/// Goes to a row, counted from 0. Gives 0 when positioned there, -1 otherwise.
+/// Moves to a row, counted from 0. Returns 0 when positioned there, -1 otherwise.
 typedef int32_t (*cursor_seek_row)(call_context context, void* state, int64_t row);
 
-/// Goes to the next row; a fresh cursor stands before row 0. Gives 0 when positioned, -1 otherwise.
+/// Moves to the next row; a fresh cursor stands before row 0. Returns 0 when positioned, -1 otherwise.
 typedef int32_t (*cursor_next_row)(call_context context, void* state);
 
-/// Gives the number of rows, known from the start.
+/// Returns the number of rows, which is known from the start.
 typedef int64_t (*cursor_row_count)(call_context context, void* state);
 
-/// A cursor whose rows the module holds. The record and the two arrays it points to are the module's and stay
-/// valid until `destroy` has been called. The host must not be inside two callbacks of one cursor at the same
+/// A cursor whose rows the module holds. The record and the two arrays that it points to belong to the module
+/// and stay valid until `destroy` is called. The host must not run two callbacks of one cursor at the same
 /// time.
 typedef struct cursor_descriptor {
     void* state;
@@ -104,11 +105,11 @@ typedef struct cursor_descriptor {
     uint64_t zero_80[7];
 } cursor_descriptor;
 
-/// An entry of the table that the module never calls.
+/// A table entry that the module never calls.
 typedef void (*procedure_api_reserved)(void);
 
-/// The host's table of functions. An entry's index binds; the table may go on after the last entry named
-/// here. It stays valid, unchanged, for as long as the module is loaded.
+/// The host's table of functions. An entry is known by its index; the table may have more entries than are
+/// named here. It stays valid and unchanged as long as the module is loaded.
 ///
 /// The packed forms:
 /// - date, 32 bits: bits 0 to 4 day, 5 to 8 month, 9 up year;
@@ -117,93 +118,94 @@ typedef void (*procedure_api_reserved)(void);
 typedef struct procedure_api {
     procedure_api_reserved reserved_0[2];
 
-    /// [2] Makes a procedure known; copies the record. Gives 0 on success.
+    /// [2] Registers a procedure; copies the record. Returns 0 on success.
     int32_t (*register_procedure)(call_context context, const procedure_descriptor* descriptor);
 
     procedure_api_reserved reserved_3[3];
 
-    /// [6] Gives the number of arguments of the current call.
+    /// [6] Returns the number of arguments of the current call.
     int32_t (*argument_count)(call_context context);
 
     procedure_api_reserved reserved_7[3];
 
-    /// [10] Reports a failure of the current call. The text need only be valid during the call.
+    /// [10] Reports a failure of the current call. The text need be valid only during this function.
     void (*report_error)(call_context context, const char* text, uint64_t length);
 
     procedure_api_reserved reserved_11[4];
 
-    /// [15] Makes a cursor of rows that are already there: `names` holds one zero-terminated text per column,
-    /// `values` one array of `columns` values per row. The host copies the arrays and takes the values, also
-    /// when it refuses. Gives 0 on success and writes the cursor to `out`.
+    /// [15] Makes a cursor over rows given as a whole: `names` holds one zero-terminated text per column,
+    /// `values` one array of `columns` values per row. The host copies the arrays and takes the values, even
+    /// when it refuses. Returns 0 on success and writes the cursor to `out`.
     int32_t (*make_row_cursor)(call_context context, uint64_t columns, uint64_t rows,
                                const char* const* names, const host_value* const* values, host_cursor* out);
 
     procedure_api_reserved reserved_16[1];
 
-    /// [17] Makes a cursor of callbacks. Gives 0 on success and writes the cursor to `out`; the state is the
-    /// host's from then on, until it calls `destroy`. On any other answer it stays with the caller.
+    /// [17] Makes a cursor over callbacks. Returns 0 on success and writes the cursor to `out`; the state
+    /// then belongs to the host until it calls `destroy`. On any other return the state stays with the
+    /// caller.
     int32_t (*make_callback_cursor)(call_context context, const cursor_descriptor* descriptor,
                                     host_cursor* out);
 
     procedure_api_reserved reserved_18[2];
 
-    /// [20] Makes a binary value of `length` bytes, which are copied. `zero` is the host's: always 0.
+    /// [20] Makes a binary value of `length` bytes, which it copies. `zero` is always 0.
     host_value (*new_binary)(call_context context, const char* bytes, uint64_t length, uint64_t zero);
 
     /// [21] Makes a Boolean value, 0 for false.
     host_value (*new_bool)(call_context context, uint8_t value);
 
-    /// [22] Makes a date value of a packed date.
+    /// [22] Makes a date value from a packed date.
     host_value (*new_date)(call_context context, uint32_t packed);
 
-    /// [23] Makes a datetime value of a packed datetime.
+    /// [23] Makes a datetime value from a packed datetime.
     host_value (*new_datetime)(call_context context, uint64_t packed);
 
-    /// [24] Makes a floating value.
+    /// [24] Makes a floating-point value.
     host_value (*new_double)(call_context context, double value);
 
-    /// [25] Makes a signed number.
+    /// [25] Makes a signed integer value.
     host_value (*new_int64)(call_context context, int64_t value);
 
     procedure_api_reserved reserved_26[2];
 
-    /// [28] Makes a text value of `length` bytes, which are copied. `zero` is the host's: always 0.
+    /// [28] Makes a text value of `length` bytes, which it copies. `zero` is always 0.
     host_value (*new_text)(call_context context, const char* bytes, uint64_t length, uint64_t zero);
 
     procedure_api_reserved reserved_29[1];
 
-    /// [30] Makes a time value of a packed time.
+    /// [30] Makes a time value from a packed time.
     host_value (*new_time)(call_context context, uint32_t packed);
 
-    /// [31] Makes an unsigned number.
+    /// [31] Makes an unsigned integer value.
     host_value (*new_uint64)(call_context context, uint64_t value);
 
     procedure_api_reserved reserved_32[1];
 
-    /// [33] Gives non-zero when the value is SQL NULL.
+    /// [33] Returns non-zero when the value is SQL NULL.
     uint8_t (*value_is_null)(host_value value);
 
-    /// [34] Gives the kind of a value, a number of `host_type`.
+    /// [34] Returns the kind of a value, a number of `host_type`.
     int32_t (*value_type)(host_value value);
 
-    /// [35] Gives the number of elements of an array value.
+    /// [35] Returns the number of elements of an array value.
     int64_t (*array_size)(host_value value);
 
-    /// [36] Gives an element of an array value, counted from 0; may be null. The array keeps it.
+    /// [36] Returns an element of an array value, counted from 0; may be null. The array keeps it.
     host_value (*array_element)(host_value value, int64_t index);
 
     procedure_api_reserved reserved_37[5];
 
-    /// [42] Gives the number in a value of kind int64.
+    /// [42] Returns the number in a value of kind int64.
     int64_t (*value_int64)(host_value value);
 
     procedure_api_reserved reserved_43[1];
 
-    /// [44] Gives the number in a value of kind uint64.
+    /// [44] Returns the number in a value of kind uint64.
     uint64_t (*value_uint64)(host_value value);
 
-    /// [45] Gives the value's bytes as text and writes their number to `length`; null if it has none. The
-    /// host holds the bytes: copy them at once.
+    /// [45] Returns the value's bytes as text and writes their number to `length`; null if the value has
+    /// none. The bytes belong to the host and may change with its next function: copy them at once.
     const char* (*value_text)(call_context context, host_value value, uint64_t* length);
 } procedure_api;
 
