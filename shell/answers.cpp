@@ -62,7 +62,8 @@ void Answers::Emit(Write inWrite) {
     mMode = mNextMode;
 }
 
-void Answers::Rows(RowSource& inRows, const std::string& inStatement) {
+void Answers::Rows(RowSource& inRows) {
+    inRows.put_Origin(mOrigin);
     std::optional<Failure> failure;
     Emit([&](Renderer& renderer) {
         RowsEnd end = renderer.WriteRows(inRows);
@@ -72,7 +73,6 @@ void Answers::Rows(RowSource& inRows, const std::string& inStatement) {
         mHasFailed = mHasFailed || end.failure;
     });
     if (failure) {
-        failure->statement = inStatement;
         Notice(DescribeFailure(*failure, StandardErrorStyle(mColor)));
         mHasFailed = true;
     }
@@ -90,8 +90,11 @@ void Answers::Text(std::string_view inText) {
     Emit([&](Renderer& renderer) { renderer.WriteText(inText); });
 }
 
-void Answers::Fail(const Failure& inFailure) {
+void Answers::Fail(Failure inFailure) {
     mHasFailed = true;
+    if (mOrigin) {
+        mOrigin->Mark(inFailure);
+    }
     Emit([&](Renderer& renderer) {
         if (renderer.WritesFailures()) {
             renderer.WriteFailure(inFailure);

@@ -29,13 +29,16 @@ public:
     /// Sends the answers to standard output again.
     void RedirectBack();
 
-    /// Writes rows as they are read. @param inStatement the SQL that they answer, for a failure's place.
-    void Rows(RowSource& inRows, const std::string& inStatement = {});
+    /// Where failures come from, from now on; null for nowhere. It must outlive the answers.
+    void put_Origin(const Origin* inOrigin) { mOrigin = inOrigin; }
+
+    /// Writes rows as they are read.
+    void Rows(RowSource& inRows);
     void Changed(std::int64_t inCount);
     void Done();
     void Text(std::string_view inText);
     /// Goes to standard error in modes whose output has no form for failures.
-    void Fail(const Failure& inFailure);
+    void Fail(Failure inFailure);
     /// Writes a message that is no answer to standard error.
     void Notice(std::string_view inText);
     /// Ends the output; no answer may follow.
@@ -60,6 +63,7 @@ private:
 
     RenderSettings mSettings;
     ColorChoice mColor;
+    const Origin* mOrigin = nullptr;
     Mode mMode;
     Mode mNextMode;
     Sink mStandard;

@@ -139,6 +139,18 @@ std::string ShowPlace(std::string_view inStatement, std::size_t inPosition, std:
 
 } // namespace
 
+void Origin::Mark(Failure& ioFailure) const {
+    ioFailure.statement = statement;
+    ioFailure.places.assign(places.rbegin(), places.rend());
+    const std::int64_t position = PartsOf(ioFailure).position.value_or(0);
+    if (!places.empty() && !isOneLine && position > 0) {
+        const std::string_view before =
+            std::string_view(statement).substr(0, static_cast<std::size_t>(position));
+        ioFailure.places.front().line +=
+            static_cast<std::size_t>(std::count(before.begin(), before.end(), '\n'));
+    }
+}
+
 Failure CurrentFailure() {
     Failure failure;
     try {
@@ -222,6 +234,9 @@ std::string DescribeFailure(const Failure& inFailure, const ErrorStyle& inStyle)
     }
     if (inStyle.isTerminal && parts.position && *parts.position >= 0 && !inFailure.statement.empty()) {
         text += ShowPlace(inFailure.statement, static_cast<std::size_t>(*parts.position), inStyle.width);
+    }
+    for (const SourceLine& place : inFailure.places) {
+        text += fmt::format("{}at {}:{}\n", kIndent, place.source, place.line);
     }
     return text;
 }

@@ -2,12 +2,14 @@
 /// Failures as the shell shows them to people and programs.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace orlimbara::shell {
 
@@ -29,6 +31,12 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+/// A line of a script. The source is a file as it was named, "-c" or "-".
+struct SourceLine {
+    std::string source;
+    std::size_t line = 0; ///< from 1
+};
+
 /// One failure. All texts are UTF-8.
 struct Failure {
     std::string className;
@@ -36,6 +44,19 @@ struct Failure {
     std::optional<std::string> context;
     std::string message;   ///< as the module gave it
     std::string statement; ///< the SQL that failed, for the caret; empty if there is none
+    /// Where it came from: the script's line, then the lines that ran that script, innermost first. Empty for
+    /// what was typed at the prompt.
+    std::vector<SourceLine> places;
+};
+
+/// Where the statement or command that is running came from.
+struct Origin {
+    std::vector<SourceLine> places; ///< outermost first; empty at the prompt
+    std::string statement;          ///< empty for a dot command
+    bool isOneLine = false;         ///< the statement's line feeds aren't lines of the source
+
+    /// Adds the statement and the places, the innermost one being the line that the failure's position is on.
+    void Mark(Failure& ioFailure) const;
 };
 
 /// The parts of DuckDB's error text.

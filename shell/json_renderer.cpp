@@ -118,13 +118,32 @@ void PutFailureMembers(Writer& ioWriter, const Failure& inFailure) {
         PutKey(ioWriter, "position");
         ioWriter.Int64(*parts.position);
     }
+    for (std::size_t i = 0; i < inFailure.places.size(); ++i) {
+        if (i == 1) {
+            PutKey(ioWriter, "from");
+            ioWriter.StartArray();
+        }
+        if (i > 0) {
+            ioWriter.StartObject();
+        }
+        PutMember(ioWriter, "source", inFailure.places[i].source);
+        PutKey(ioWriter, "line");
+        ioWriter.Uint64(inFailure.places[i].line);
+        if (i > 0) {
+            ioWriter.EndObject();
+        }
+    }
+    if (inFailure.places.size() > 1) {
+        ioWriter.EndArray();
+    }
 }
 
 /// Writes one object per answer; derived classes write what surrounds them.
 template <class Writer>
 class JsonObjects : public Renderer {
 public:
-    explicit JsonObjects(Output& inOutput) : mOutput(inOutput), mStream(inOutput), mWriter(mStream) {}
+    JsonObjects(Output& inOutput, const RenderSettings& inSettings)
+        : mOutput(inOutput), mStream(inOutput), mWriter(mStream), mSettings(inSettings) {}
 
     bool WritesFailures() const override { return true; }
 
@@ -202,6 +221,10 @@ private:
         BeforeObject();
         mWriter.StartObject();
         PutMember(mWriter, "kind", inKind);
+        if (mSettings.requestId) {
+            PutKey(mWriter, "id");
+            PutRaw(mWriter, *mSettings.requestId, rapidjson::kNumberType);
+        }
     }
 
     void End() {
@@ -218,6 +241,7 @@ private:
         PutRaw(mWriter, {mScratch.GetString(), mScratch.GetSize()}, rapidjson::kObjectType);
     }
 
+    const RenderSettings& mSettings;
     Buffer mScratch;
     CompactWriter mScratchWriter{mScratch};
 };
@@ -238,7 +262,9 @@ private:
 /// One indented array of all objects.
 class JsonRenderer final : public JsonObjects<rapidjson::PrettyWriter<OutputStream>> {
 public:
-    explicit JsonRenderer(Output& inOutput) : JsonObjects(inOutput) { mWriter.SetIndent(' ', 2); }
+    JsonRenderer(Output& inOutput, const RenderSettings& inSettings) : JsonObjects(inOutput, inSettings) {
+        mWriter.SetIndent(' ', 2);
+    }
 
     void Finish() override {
         BeforeObject();
@@ -260,12 +286,12 @@ private:
 
 } // namespace
 
-std::unique_ptr<Renderer> MakeJsonRenderer(Output& inOutput) {
-    return std::make_unique<JsonRenderer>(inOutput);
+std::unique_ptr<Renderer> MakeJsonRenderer(Output& inOutput, const RenderSettings& inSettings) {
+    return std::make_unique<JsonRenderer>(inOutput, inSettings);
 }
 
-std::unique_ptr<Renderer> MakeJsonlRenderer(Output& inOutput) {
-    return std::make_unique<JsonlRenderer>(inOutput);
+std::unique_ptr<Renderer> MakeJsonlRenderer(Output& inOutput, const RenderSettings& inSettings) {
+    return std::make_unique<JsonlRenderer>(inOutput, inSettings);
 }
 
 } // namespace orlimbara::shell

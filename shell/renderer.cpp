@@ -9,9 +9,9 @@ std::unique_ptr<Renderer> MakeRenderer(Mode inMode, Output& inOutput, const Rend
     case Mode::Csv:
         return MakeCsvRenderer(inOutput, inSettings);
     case Mode::Json:
-        return MakeJsonRenderer(inOutput);
+        return MakeJsonRenderer(inOutput, inSettings);
     case Mode::Jsonl:
-        return MakeJsonlRenderer(inOutput);
+        return MakeJsonlRenderer(inOutput, inSettings);
     case Mode::Line:
         return MakeLineRenderer(inOutput, inSettings);
     case Mode::Markdown:

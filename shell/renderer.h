@@ -26,6 +26,7 @@ struct RenderSettings {
     std::optional<std::string> nullText; ///< replaces the mode's default
     std::uint64_t maxRows = 40;          ///< of a box; 0 shows all
     bool hasHeader = true;
+    std::optional<std::string> requestId; ///< JSON that answers in the forms of JSON carry as "id"
     bool hasColor = false;
     std::size_t width = 0; ///< of the terminal in columns; 0 without one
 };

@@ -15,9 +15,9 @@ std::unique_ptr<Renderer> MakeBoxRenderer(Output& inOutput, const RenderSettings
 /// For other programs: RFC 4180, lines ending in LF.
 std::unique_ptr<Renderer> MakeCsvRenderer(Output& inOutput, const RenderSettings& inSettings);
 /// For programs: one indented array of an object per answer.
-std::unique_ptr<Renderer> MakeJsonRenderer(Output& inOutput);
+std::unique_ptr<Renderer> MakeJsonRenderer(Output& inOutput, const RenderSettings& inSettings);
 /// For programs that drive the shell: an object per line, each flushed at once.
-std::unique_ptr<Renderer> MakeJsonlRenderer(Output& inOutput);
+std::unique_ptr<Renderer> MakeJsonlRenderer(Output& inOutput, const RenderSettings& inSettings);
 /// For wide rows: a line per cell.
 std::unique_ptr<Renderer> MakeLineRenderer(Output& inOutput, const RenderSettings& inSettings);
 /// For documents: a Markdown table.

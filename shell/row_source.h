@@ -11,6 +11,7 @@
 #include "host/duckdb_objects.h"
 #include "host_standin/procedure_table.h"
 #include "shell/cell.h"
+#include "shell/failure.h"
 
 namespace orlimbara::shell {
 
@@ -31,9 +32,15 @@ public:
     /// Reads the next row into `outRow`, one cell per column. @return false after the last row. Exceptions of
     /// the cursor pass through.
     virtual bool Next(Row& outRow) = 0;
+    /// What asked for the rows; may be null. It must outlive the reading.
+    void put_Origin(const Origin* inOrigin) { mOrigin = inOrigin; }
+    const Origin* get_Origin() const { return mOrigin; }
 
 protected:
     std::vector<Column> mColumns;
+
+private:
+    const Origin* mOrigin = nullptr;
 };
 
 /// The rows of a cursor, from its current position.

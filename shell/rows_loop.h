@@ -24,6 +24,9 @@ RowsEnd ReadRows(RowSource& inRows, OnRow inOnRow) {
             }
         } catch (...) {
             end.failure = CurrentFailure();
+            if (inRows.get_Origin()) {
+                inRows.get_Origin()->Mark(*end.failure);
+            }
             return end;
         }
         ++end.count;

@@ -12,17 +12,34 @@
 #include "shell/failure.h"
 #include "shell/files.h"
 #include "shell/interrupts.h"
+#include "shell/text.h"
 
 namespace orlimbara::shell {
 
 namespace {
 
-constexpr int kDeepest = 64;
+constexpr std::size_t kDeepest = 64;
+
+/// The source that pieces come from, for its lifetime.
+class SourceScope {
+public:
+    SourceScope(Origin& ioOrigin, std::string_view inSource) : mOrigin(ioOrigin) {
+        mOrigin.places.push_back({ValidUtf8(inSource), 0});
+    }
+    SourceScope(const SourceScope&) = delete;
+    SourceScope& operator=(const SourceScope&) = delete;
+    ~SourceScope() { mOrigin.places.pop_back(); }
+
+private:
+    Origin& mOrigin;
+};
 
 } // namespace
 
 Shell::Shell(Options& ioOptions, Session& inSession, Answers& inAnswers)
-    : mOptions(ioOptions), mSession(inSession), mAnswers(inAnswers) {}
+    : mOptions(ioOptions), mSession(inSession), mAnswers(inAnswers) {
+    mAnswers.put_Origin(&mOrigin);
+}
 
 bool Shell::IsToStop() const {
     const bool isBailing = mOptions.stopsAtFailure && !mIsInteractive && mAnswers.HasFailed();
@@ -47,6 +64,7 @@ void Shell::RunScripts() {
 }
 
 void Shell::RunText(std::string_view inText) {
+    const SourceScope source(mOrigin, "-c");
     Splitter splitter;
     splitter.Feed(inText);
     splitter.Finish();
@@ -55,21 +73,16 @@ void Shell::RunText(std::string_view inText) {
 
 void Shell::RunFile(const std::string& inPath) {
     if (inPath == "-") {
+        const SourceScope source(mOrigin, inPath);
         RunOpenFile(STDIN_FILENO, "standard input");
         return;
     }
-    if (mDepth == kDeepest) {
+    if (mOrigin.places.size() == kDeepest) {
         throw ShellError(fmt::format("{}: files run each other more than {} deep", inPath, kDeepest));
     }
     const FileDescriptor file = FileDescriptor::OpenToRead(inPath);
-    ++mDepth;
-    try {
-        RunOpenFile(file.get(), inPath);
-    } catch (...) {
-        --mDepth;
-        throw;
-    }
-    --mDepth;
+    const SourceScope source(mOrigin, inPath);
+    RunOpenFile(file.get(), inPath);
 }
 
 void Shell::RunOpenFile(int inFile, const std::string& inPath) {
@@ -106,6 +119,10 @@ void Shell::RunPieces(Splitter& ioSplitter) {
 void Shell::RunPiece(const Piece& inPiece) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point start = Clock::now();
+    if (!mOrigin.places.empty()) {
+        mOrigin.places.back().line = inPiece.line;
+    }
+    mOrigin.statement = inPiece.kind == Piece::Kind::Statement ? inPiece.text : "";
     if (inPiece.text.find('\0') != std::string::npos) {
         // The module's texts end at a zero byte, and the text before it may be another statement.
         mAnswers.Fail(FailureOf(ShellError("the text holds a zero byte")));
@@ -127,14 +144,12 @@ void Shell::RunStatement(const std::string& inSql) {
     try {
         outcome = mSession.Run(inSql, mOptions.cursor);
     } catch (...) {
-        Failure failure = CurrentFailure();
-        failure.statement = inSql;
-        mAnswers.Fail(failure);
+        mAnswers.Fail(CurrentFailure());
         return;
     }
     if (outcome.cursor) {
         CursorRows rows(std::move(outcome.cursor));
-        mAnswers.Rows(rows, inSql);
+        mAnswers.Rows(rows);
     } else if (outcome.hasCount) {
         mAnswers.Changed(outcome.count);
     } else {
@@ -150,6 +165,7 @@ void Shell::RunCommand(const std::string& inLine) {
     } catch (const OutputError&) {
         throw;
     } catch (...) {
+        mOrigin.statement.clear(); // of a script that the command ran
         mAnswers.Fail(CurrentFailure());
     }
 }

@@ -16,6 +16,9 @@ class Shell {
 public:
     /// All must outlive the shell.
     Shell(Options& ioOptions, Session& inSession, Answers& inAnswers);
+    Shell(const Shell&) = delete;
+    Shell& operator=(const Shell&) = delete;
+    ~Shell() { mAnswers.put_Origin(nullptr); }
 
     Session& get_Session() { return mSession; }
     Answers& get_Answers() { return mAnswers; }
@@ -33,6 +36,8 @@ public:
     /// Leaves after the running command.
     void Leave() { mIsLeaving = true; }
     bool IsLeaving() const { return mIsLeaving; }
+    /// Where the running piece came from.
+    const Origin& get_Origin() const { return mOrigin; }
     /// An interactive session goes on after a failure, also with --bail.
     void put_IsInteractive(bool inIsInteractive) { mIsInteractive = inIsInteractive; }
 
@@ -48,7 +53,7 @@ private:
     Answers& mAnswers;
     bool mIsLeaving = false;
     bool mIsInteractive = false;
-    int mDepth = 0; // of files that run files
+    Origin mOrigin;
 };
 
 } // namespace orlimbara::shell

@@ -23,6 +23,7 @@ constexpr std::array<std::string_view, 18> kUnicodeSpaces = {
     "\u00A0", "\u2000", "\u2001", "\u2002", "\u2003", "\u2004", "\u2005", "\u2006", "\u2007",
     "\u2008", "\u2009", "\u200A", "\u200B", "\u202F", "\u205F", "\u2060", "\u3000", "\uFEFF"};
 constexpr std::size_t kLongestSpace = 3;
+constexpr std::string_view kByteOrderMark = "\uFEFF";
 
 /// The length of the space beyond ASCII that ends a text, else 0.
 std::size_t SpaceAtEnd(std::string_view inText) {
@@ -302,6 +303,24 @@ Splitter::Step Splitter::ScanBlockComment() {
     return Step::Go;
 }
 
+/// A byte order mark at the start of the whole text doesn't count.
+bool Splitter::AtLineStart() const {
+    if (mPosition == 0) {
+        return mAtLineStart;
+    }
+    return mText[mPosition - 1] == '\n' ||
+           (mIsAtStart && std::string_view(mText).substr(0, mPosition) == kByteOrderMark);
+}
+
+void Splitter::CountLines(std::size_t inEnd) {
+    if (mCounted < inEnd) {
+        const auto begin = mText.begin();
+        mLine += static_cast<std::size_t>(std::count(begin + static_cast<std::ptrdiff_t>(mCounted),
+                                                     begin + static_cast<std::ptrdiff_t>(inEnd), '\n'));
+        mCounted = inEnd;
+    }
+}
+
 void Splitter::Begin() {
     mContinuation = Continuation::None;
     if (!mStart) {
@@ -329,7 +348,8 @@ Piece Splitter::Take(Piece::Kind inKind, std::size_t inEnd, std::size_t inNext) 
     mStart.reset();
     mContinuation = Continuation::None;
     mPosition = inNext;
-    return {inKind, std::move(text)};
+    CountLines(start);
+    return {inKind, std::move(text), mLine};
 }
 
 /// Drops what no open piece needs. It moves the rest, so it is done once per fed part.
@@ -339,7 +359,10 @@ void Splitter::Forget() {
         return;
     }
     mAtLineStart = mText[count - 1] == '\n';
+    mIsAtStart = false;
+    CountLines(count);
     mText.erase(0, count);
+    mCounted -= count;
     mPosition -= count;
     if (mStart) {
         mStart = 0;

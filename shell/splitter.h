@@ -16,6 +16,7 @@ struct Piece {
     /// A statement from its first character that is neither whitespace nor comment up to the ";", which isn't
     /// included; or a dot command's line without its line end.
     std::string text;
+    std::size_t line = 1; ///< of its first character, from 1
 };
 
 /// Splits a script that is fed in parts of any size. A statement is available as soon as its ";" was fed, a
@@ -54,7 +55,8 @@ private:
 
     bool Has(std::size_t inCount) const { return mPosition + inCount <= mText.size(); }
     char At(std::size_t inOffset) const { return mText[mPosition + inOffset]; }
-    bool AtLineStart() const { return mPosition == 0 ? mAtLineStart : mText[mPosition - 1] == '\n'; }
+    bool AtLineStart() const;
+    void CountLines(std::size_t inEnd);
     void Begin();
     void SkipWhitespace(bool inIsNewLine, std::size_t inLength);
     Piece Take(Piece::Kind inKind, std::size_t inEnd, std::size_t inNext);
@@ -63,6 +65,9 @@ private:
     std::string mText;
     std::size_t mPosition = 0;
     bool mAtLineStart = true; // of the text's first byte
+    bool mIsAtStart = true;   // nothing was dropped yet
+    std::size_t mLine = 1;    // at mCounted
+    std::size_t mCounted = 0;
     bool mIsFinished = false;
     State mState = State::Plain;
     Continuation mContinuation = Continuation::None;

@@ -42,7 +42,8 @@ TEST_F(Commands, EachGivesOneLine) {
         "parquet_count fetch_duckdb|done|error|error|error|error|error|error|done|");
     EXPECT_EQ(Line({"-c", ".print  it's \"so\" ;"}), R"({"kind":"text","text":" it's \"so\" ;"})");
     EXPECT_EQ(Line({"-c", ".nope"}), R"({"kind":"error","class":"orsql",)"
-                                     R"("message":"there is no command .nope; .help lists them"})");
+                                     R"("message":"there is no command .nope; .help lists them",)"
+                                     R"("source":"-c","line":1})");
 }
 
 TEST_F(Commands, OpenCloseAndDropTheDatabase) {
@@ -52,8 +53,9 @@ TEST_F(Commands, OpenCloseAndDropTheDatabase) {
                 ".open no/folder/a.db\nSELECT 1;\n.drop\n.open a.db\n.drop\nSELECT 1;\n.drop\n"),
         "1|done|done|done|error|done|42|done|42|error|error|error|error|done|done|error|error|");
     EXPECT_FALSE(std::filesystem::exists("a.db"));
-    EXPECT_EQ(Line({"-c", ".info x"}),
-              R"({"kind":"error","class":"orsql","message":"too many arguments; use: .info"})");
+    EXPECT_EQ(
+        Line({"-c", ".info x"}),
+        R"({"kind":"error","class":"orsql","message":"too many arguments; use: .info","source":"-c","line":1})");
 }
 
 TEST_F(Commands, InfoTellsOfTheDatabase) {
@@ -132,7 +134,7 @@ TEST_F(Commands, CallRunsTableProcedures) {
                     .starts_with(R"({"kind":"error","class":"procedure","message":"IO Error: )"));
     EXPECT_EQ(
         Line({"-c", ".call parquet_count"}),
-        R"({"kind":"error","class":"orsql","message":"parquet_count takes 1 to 2 arguments (uri [, where]), not 0"})");
+        R"({"kind":"error","class":"orsql","message":"parquet_count takes 1 to 2 arguments (uri [, where]), not 0","source":"-c","line":1})");
     EXPECT_EQ(
         Answers(".call nope 1\n.call parquet_count a b c\n.call\n.close\n.call parquet_count p.parquet\n"),
         "error|error|error|done|5|");
@@ -177,7 +179,7 @@ TEST_F(Commands, BackupAndRestoreBringADatabaseBack) {
     }
     EXPECT_EQ(FirstCells(RunJsonl({"b.db", "-c", "SELECT a FROM t"})[0]), "42");
     EXPECT_EQ(Line({"-c", ".restore missing c.db"}),
-              R"({"kind":"error","class":"xDBError","code":417792,"message":""})");
+              R"({"kind":"error","class":"xDBError","code":417792,"message":"","source":"-c","line":1})");
 }
 
 TEST_F(Commands, ABrokenBackupLeavesTheOldDatabase) {
@@ -217,6 +219,21 @@ TEST_F(Commands, ReadRunsAFile) {
     EXPECT_EQ(Answers("SELECT 1;\n.read inner.sql\nSELECT 3;\n.read missing.sql\n"),
               "1|2|error|done|3|error|");
     EXPECT_EQ(RunShell({"-c", ".read loop.sql"}).status, 1) << "ends";
+}
+
+TEST_F(Commands, AFailureInAScriptTellsItsPlace) {
+    WriteFile("inner.sql", "\uFEFF.print first\n\n-- a comment\nSELECT\n  1,\n  nope;\n");
+    WriteFile("outer.sql", "/* two\nlines */ SELECT 1; SELECT\n2;\n.read inner.sql\n.nope\n");
+    const ShellRun run = RunShell({"-f", "outer.sql"});
+    EXPECT_NE(
+        run.err.find("  at inner.sql:6\n  at outer.sql:4\nerror: there is no command .nope; .help lists "
+                     "them\n  at outer.sql:5\n"),
+        std::string::npos)
+        << run.err;
+    const std::vector<std::string> lines = RunJsonl({"-f", "outer.sql"});
+    EXPECT_TRUE(lines[3].ends_with(
+        R"("position":14,"source":"inner.sql","line":6,"from":[{"source":"outer.sql","line":4}]})"))
+        << lines[3];
 }
 
 TEST_F(Commands, TimerTellsTheTimeOnStandardError) {

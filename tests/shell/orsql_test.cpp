@@ -115,8 +115,8 @@ BEGIN; COMMIT
     EXPECT_TRUE(lines[5].starts_with(R"({"kind":"error","class":"xDuckDBError","code":468225,)"
                                      R"("context":":memory:","message":"{\"exception_type\":\"Binder\",)"))
         << lines[5];
-    EXPECT_TRUE(lines[5].ends_with(R"("type":"Binder","position":7})")) << lines[5];
-    EXPECT_TRUE(lines[6].ends_with(R"("type":"Parser","position":0})")) << lines[6];
+    EXPECT_TRUE(lines[5].ends_with(R"("type":"Binder","position":7,"source":"-","line":6})")) << lines[5];
+    EXPECT_TRUE(lines[6].ends_with(R"("type":"Parser","position":0,"source":"-","line":7})")) << lines[6];
     EXPECT_NE(lines[6].find(R"("message":"Parser Error: {)"), std::string::npos) << lines[6];
     EXPECT_EQ(lines[8], R"({"kind":"done"})");
 }
@@ -171,7 +171,7 @@ TEST_F(Orsql, GoesOnAfterAFailureUnlessItIsToStop) {
     const ShellRun run = RunShell(arguments);
     EXPECT_EQ(run.out, "1\n2\n3\n");
     EXPECT_EQ(run.err, "error: Referenced column \"nope\" was not found because the FROM clause is missing\n"
-                       "  type: Binder, position: 7\n");
+                       "  type: Binder, position: 7\n  at -c:1\n");
     Arguments stopping = arguments;
     stopping.push_back("--bail");
     EXPECT_EQ(RunShell(stopping).out, "1\n");
@@ -186,7 +186,8 @@ TEST_F(Orsql, RefusesAPieceWithAZeroByte) {
                                   ".print \0x\nSELECT count(*) FROM t"s);
     EXPECT_EQ(run.status, 1);
     EXPECT_EQ(run.out, "3\n");
-    EXPECT_EQ(run.err, "error: the text holds a zero byte\nerror: the text holds a zero byte\n");
+    EXPECT_EQ(run.err,
+              "error: the text holds a zero byte\n  at -:1\nerror: the text holds a zero byte\n  at -:2\n");
 }
 
 TEST_F(Orsql, LeavesAFailedTransactionAborted) {
