@@ -1,6 +1,6 @@
+/// @file
+/// DuckDB's C++ side, for the sources of this folder alone; everything else sees only DuckDB's C header.
 #pragma once
-
-// For the sources of this folder alone: everything else sees DuckDB's C header and nothing of its C++ side.
 
 #include <duckdb.hpp>
 #include <duckdb/main/capi/capi_internal.hpp>
@@ -11,7 +11,7 @@
 
 namespace orlimbara::duckdb_support::internals {
 
-/// What DuckDB's own C functions take their handles for.
+/// The objects behind DuckDB's C handles.
 inline duckdb::Value& Unwrap(duckdb_value inValue) { return *reinterpret_cast<duckdb::Value*>(inValue); }
 inline duckdb::LogicalType& Unwrap(duckdb_logical_type inType) {
     return *reinterpret_cast<duckdb::LogicalType*>(inType);
@@ -26,12 +26,12 @@ inline duckdb::Connection& Unwrap(duckdb_connection inConnection) {
     return *reinterpret_cast<duckdb::Connection*>(inConnection);
 }
 
-/// A new value for the caller of the C interface to destroy.
+/// A new value, which the caller destroys.
 inline duckdb_value WrapNew(duckdb::Value inValue) {
     return reinterpret_cast<duckdb_value>(new duckdb::Value(std::move(inValue)));
 }
 
-/// A copy of a text for the caller of the C interface to give back with duckdb_free; null without memory.
+/// A copy of a text, which the caller frees with duckdb_free; null if memory runs out.
 inline char* CopyText(const std::string& inText) noexcept {
     auto* copy = static_cast<char*>(duckdb_malloc(inText.size() + 1));
     if (copy != nullptr) {
@@ -40,7 +40,8 @@ inline char* CopyText(const std::string& inText) noexcept {
     return copy;
 }
 
-/// Gives what the function gives, or the fallback when it raises: no exception may reach a C caller.
+/// Calls the function and returns its result, or the fallback if it throws: no exception may reach a C
+/// caller.
 template <typename Result, typename Function>
 Result OrElse(Result inFallback, Function&& inFunction) noexcept {
     try {

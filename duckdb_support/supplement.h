@@ -1,3 +1,5 @@
+/// @file
+/// The functions of DuckDB's C interface that this project uses and that a stock build lacks.
 #pragma once
 
 #include <duckdb.h>
@@ -6,17 +8,16 @@
 
 #include "duckdb_support/supplement_config.h"
 
-/// The functions of DuckDB's C interface that this project uses and that a stock build lacks. CMake looks
-/// for each of them in the DuckDB at hand: what its header declares is not declared here, and what its
-/// library has is not defined here.
+/// CMake looks for each of these functions in the configured DuckDB: what its header declares is not declared
+/// here, and what its library defines is not defined here.
 ///
-/// No exception leaves any of them, and null arguments are safe: the answer is then null, or an error
-/// state. Each is safe to call from several threads on different handles.
+/// No exception leaves any of them, and null arguments are safe: the result is then null, or an error state.
+/// Each is safe to call from several threads on different handles.
 extern "C" {
 
 #if ORLIMBARA_DECLARE_DATA_CHUNK_GET_VALUE
 /// A new value of the cell at `column` and `row` (both from 0) of the chunk, which the caller destroys.
-/// Null when there is no such cell or no memory.
+/// Null if there is no such cell or no memory.
 duckdb_value duckdb_data_chunk_get_value(duckdb_data_chunk chunk, idx_t column, idx_t row);
 #endif
 
@@ -29,35 +30,34 @@ int32_t duckdb_value_variant_type(duckdb_value value);
 #if ORLIMBARA_DECLARE_VALUE_VARIANT_CHILD
 /// A new value of what a VARIANT value holds, of the type that its number names, which the caller
 /// destroys. SQL NULL for SQL NULL. An object or an array (29, 30) gives a value of type JSON, whose text
-/// casts back to a VARIANT; what JSON can't hold, such as a text that isn't UTF-8, gives it as a STRUCT or
-/// a LIST instead. Null for a null handle, a value of another type, what can't be read, and no memory.
+/// casts back to a VARIANT; if JSON can't hold it, as with a text that isn't UTF-8, a STRUCT or a LIST.
+/// Null for a null handle, a value of another type, what can't be read, and no memory.
 duckdb_value duckdb_value_variant_child(duckdb_value value);
 #endif
 
 #if ORLIMBARA_DECLARE_CAST_VALUE
-/// Casts a value to a type as SQL's CAST does, with no connection and so no settings: a TIMESTAMPTZ is read
-/// and written as UTC. Both stay the caller's. DuckDBSuccess with a new value in `out`, which the caller
-/// destroys; else DuckDBError with null in `out` and a text in `out_error`, which the caller gives back
-/// with duckdb_free. `out_error` may be null, and its text too when there is none to tell.
+/// Casts a value to a type as SQL's CAST does, without a connection and so without its settings: a
+/// TIMESTAMPTZ is read and written as UTC. Both stay the caller's. DuckDBSuccess with a new value in `out`,
+/// which the caller destroys; else DuckDBError with null in `out` and a text in `out_error`, which the caller
+/// frees with duckdb_free. `out_error` may be null, and its text is null if there is no message.
 ///
-/// Casts from text to JSON check the text, as SQL does. They go through an instance of DuckDB that this
-/// function keeps for itself, one at a time. A JSON text that is nested deeper than 1000 levels casts to
-/// text alone.
+/// Casts from text to JSON validate the text, as SQL does. They go through a private DuckDB instance, one at
+/// a time. A JSON text that is nested deeper than 1000 levels can only be cast to text.
 duckdb_state duckdb_cast_value(duckdb_value value, duckdb_logical_type type, duckdb_value* out,
                                char** out_error);
 #endif
 
 #if ORLIMBARA_DECLARE_EXTRACTED_STATEMENT_SQL
-/// The text of the statement at `index` (from 0), as DuckDB cut it out of the script or, where one
-/// statement became several, as DuckDB wrote it. The caller gives it back with duckdb_free. Null when
-/// there is no such statement or no memory, and when `duckdb_prepare_extracted_statement` has taken the
-/// statement out of the list.
+/// The text of the statement at `index` (from 0): its part of the script or, if DuckDB made several
+/// statements of one, the text that DuckDB generated. The caller frees it with duckdb_free. Null if there is
+/// no such statement or no memory, or if `duckdb_prepare_extracted_statement` has removed the statement from
+/// the list.
 char* duckdb_extracted_statement_sql(duckdb_extracted_statements statements, idx_t index);
 #endif
 
 #if ORLIMBARA_DECLARE_LOGICAL_TYPE_TO_STRING
-/// The type as SQL writes it, such as DECIMAL(18,3), or its alias. The caller gives it back with
-/// duckdb_free. Null for a null handle or no memory.
+/// The type as SQL writes it, such as DECIMAL(18,3), or its alias. The caller frees it with duckdb_free.
+/// Null for a null handle or no memory.
 char* duckdb_logical_type_to_string(duckdb_logical_type type);
 #endif
 
@@ -65,13 +65,13 @@ char* duckdb_logical_type_to_string(duckdb_logical_type type);
 
 namespace orlimbara::duckdb_support {
 
-/// Prepares the statement at `index` (from 0) as `duckdb_prepare_extracted_statement` does, but leaves it
-/// in the list, so that it can be prepared again and its text stays readable.
+/// Prepares the statement at `index` (from 0) as `duckdb_prepare_extracted_statement` does, but leaves it in
+/// the list, so that it can be prepared again and its text stays readable.
 ///
 /// On success DuckDBSuccess and the prepared statement in `out`. On failure DuckDBError; `out` then holds a
-/// statement from which `duckdb_prepare_error` gives DuckDB's text, or null when there is no text: for null
-/// arguments, no such statement, a statement that was taken out of the list, or no memory. Either way the
-/// caller ends what is in `out` with `duckdb_destroy_prepare`. No exception leaves it.
+/// statement whose `duckdb_prepare_error` is DuckDB's text, or null if there is no text: for null arguments,
+/// no such statement, a statement that was removed from the list, or no memory. In both cases the caller
+/// destroys `out` with `duckdb_destroy_prepare`. No exception leaves it.
 duckdb_state prepare_extracted_copy(duckdb_connection connection, duckdb_extracted_statements statements,
                                     idx_t index, duckdb_prepared_statement* out) noexcept;
 

@@ -16,15 +16,15 @@ using internals::Unwrap;
 
 namespace {
 
-/// An empty DuckDB that the casts to and from JSON need: they are not among the casts that work without an
-/// instance. It is made at the first such cast and lives until the process ends.
+/// An empty DuckDB for the casts to and from JSON, which don't work without an instance. It is opened at the
+/// first such cast and lives until the process ends.
 class CastInstance {
 public:
-    /// Casts in the context of a connection; may raise.
+    /// Casts in the context of a connection; may throw.
     static bool TryCast(const duckdb::Value& inValue, const duckdb::LogicalType& inType,
                         duckdb::Value& outValue, std::string& outError) {
-        // Never destroyed: at exit DuckDB's thread-local state of the main thread is gone before static
-        // objects are, and an instance that closes then writes into memory that was freed.
+        // Never destroyed: at exit DuckDB's thread-local state of the main thread is destroyed before static
+        // objects, and an instance that closes after it writes to freed memory.
         static CastInstance& instance = *new CastInstance;
         const std::lock_guard lock(instance.mMutex);
         duckdb::Connection connection(instance.Database());
@@ -32,17 +32,17 @@ public:
     }
 
 private:
-    /// Opened late, so that an opening that failed is tried again. The lock must be held.
+    /// Opened here, so that a failed opening is tried again. The lock must be held.
     duckdb::DuckDB& Database() {
         if (mDatabase == nullptr) {
             duckdb::DBConfig config;
-            config.SetOptionByName("threads", duckdb::Value::UBIGINT(1)); // none besides the caller's
+            config.SetOptionByName("threads", duckdb::Value::UBIGINT(1)); // the caller's only
             config.SetOptionByName("autoload_known_extensions", duckdb::Value::BOOLEAN(false));
             config.SetOptionByName("autoinstall_known_extensions", duckdb::Value::BOOLEAN(false));
             config.SetOptionByName("enable_external_access", duckdb::Value::BOOLEAN(false));
             auto database = std::make_unique<duckdb::DuckDB>(nullptr, &config);
             if (!database->ExtensionIsLoaded("json")) {
-                // Without it every text would pass for JSON.
+                // Without it every text would be accepted as JSON.
                 throw std::runtime_error("This build of DuckDB has no casts to JSON");
             }
             mDatabase = std::move(database);
@@ -59,8 +59,8 @@ bool HoldsJson(const duckdb::LogicalType& inType) {
         inType, [](const duckdb::LogicalType& inPart) { return inPart.IsJSONType(); });
 }
 
-/// Casts without an instance read and write everything as one with the time zone UTC would. So they are
-/// taken wherever they mean the same; of those with JSON, the ones that only take a JSON text over or apart.
+/// Casts without an instance give what an instance with the time zone UTC gives, and are used wherever they
+/// exist. Of the casts with JSON those are the ones that copy or split a JSON text.
 bool NeedsInstance(const duckdb::LogicalType& inFrom, const duckdb::LogicalType& inTo) {
     if (!HoldsJson(inFrom) && !HoldsJson(inTo)) {
         return false;
@@ -73,7 +73,7 @@ bool NeedsInstance(const duckdb::LogicalType& inFrom, const duckdb::LogicalType&
            !from_json_to(duckdb::LogicalTypeId::VARCHAR);
 }
 
-/// Types that DuckDB knows while it binds a query, but that no value can have.
+/// False for types that exist only while DuckDB binds a query: no value can have them.
 bool IsCastable(const duckdb::LogicalType& inType) {
     return !duckdb::TypeVisitor::Contains(inType, [](const duckdb::LogicalType& inPart) {
         switch (inPart.id()) {
@@ -91,7 +91,7 @@ bool IsCastable(const duckdb::LogicalType& inType) {
     });
 }
 
-/// VARIANT as `duckdb_create_logical_type` makes it: without the fields that its vectors are made of.
+/// VARIANT as `duckdb_create_logical_type` creates it: without the fields that its vectors consist of.
 bool IsBareVariant(const duckdb::LogicalType& inType) {
     return inType.id() == duckdb::LogicalTypeId::VARIANT && inType.AuxInfo() == nullptr;
 }
@@ -106,7 +106,7 @@ duckdb::LogicalType Complete(const duckdb::LogicalType& inType) {
     });
 }
 
-/// DuckDB takes a JSON text apart by recursion, which the stack of a host's thread must bear.
+/// DuckDB parses JSON recursively, on the stack of a host's thread.
 constexpr int kMaxJsonDepth = 1000;
 
 bool IsTooDeep(const duckdb::Value& inValue) {

@@ -12,7 +12,7 @@ using internals::Unwrap;
 
 namespace {
 
-/// The statement at an index, or null when there is none or it was taken out of the list.
+/// The statement at an index, or null if there is none or it was removed from the list.
 duckdb::SQLStatement* FindStatement(duckdb_extracted_statements inStatements, idx_t inIndex) {
     if (inStatements == nullptr || inIndex >= Unwrap(inStatements).statements.size()) {
         return nullptr;
@@ -31,7 +31,7 @@ char* duckdb_extracted_statement_sql(duckdb_extracted_statements statements, idx
         if (statement == nullptr) {
             return nullptr;
         }
-        // The parser has already cut the text down to the statement.
+        // The parser has already reduced the text to the statement's part.
         return internals::CopyText(statement->query.empty() ? statement->ToString() : statement->query);
     });
 }

@@ -14,14 +14,14 @@ struct VariantColumn::State {
     State(duckdb::Vector& ioColumn, duckdb::idx_t inCount)
         : mCount(inCount), mVector(ioColumn), mReader(mVector, inCount) {}
 
-    /// JSON of rows; may raise.
+    /// Casts rows to JSON; may throw.
     void CastToJson(duckdb::idx_t inFirst, duckdb::idx_t inCount) {
         mJson.reset();
         mJsonFirst = std::min(inFirst, mCount);
         mJsonCount = std::min(inCount, mCount - mJsonFirst);
         duckdb::Vector source(mVector);
         if (mJsonCount < mCount) {
-            // A copy, not a slice: a cast reads all that lies below the rows of a vector.
+            // A copy, not a slice: a cast reads the whole child vectors.
             duckdb::Vector rows(source.GetType(), std::max<duckdb::idx_t>(mJsonCount, 1));
             duckdb::VectorOperations::Copy(source, rows, mJsonFirst + mJsonCount, mJsonFirst, 0);
             source.Reference(rows);
@@ -35,15 +35,15 @@ struct VariantColumn::State {
         }
     }
 
-    /// Whether the row is one of those that CastToJson took last.
+    /// Whether the row was in the last CastToJson.
     bool WasJsonTried(duckdb::idx_t inRow) const { return inRow - mJsonFirst < mJsonCount; }
 
     duckdb::idx_t mCount;
-    duckdb::Vector mVector; // refers to the column, so that the column keeps its form
+    duckdb::Vector mVector; // a reference, so that the column itself stays as it is
     VariantReader mReader;
     duckdb::idx_t mJsonFirst = 0;
     duckdb::idx_t mJsonCount = 0;
-    std::optional<duckdb::Vector> mJson; // of these rows; none if they can't be cast
+    std::optional<duckdb::Vector> mJson; // of these rows; empty if they can't be cast
 };
 
 VariantColumn::VariantColumn() noexcept = default;

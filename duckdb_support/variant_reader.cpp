@@ -8,7 +8,7 @@ namespace orlimbara::duckdb_support::internals {
 VariantReader::VariantReader(duckdb::Vector& ioVector, duckdb::idx_t inCount) {
     const duckdb::VectorType form = ioVector.GetVectorType();
     if (form != duckdb::VectorType::FLAT_VECTOR && form != duckdb::VectorType::CONSTANT_VECTOR) {
-        ioVector.Flatten(inCount); // the unified form of a struct forgets a dictionary around it
+        ioVector.Flatten(inCount); // the unified form of a struct loses a dictionary around it
     }
     duckdb::Vector::RecursiveToUnifiedFormat(ioVector, inCount, mFormat);
     mData = duckdb::make_uniq<duckdb::UnifiedVariantVectorData>(mFormat);
@@ -29,7 +29,7 @@ const std::uint8_t* VariantReader::Address(duckdb::idx_t inRow) const {
 }
 
 std::string_view VariantReader::Bytes(duckdb::idx_t inRow) const {
-    // Not by DuckDB's own DecodeStringData: its string_t takes a copy of a short text along.
+    // Not DuckDB's own DecodeStringData: its string_t holds a copy of a short text.
     duckdb::const_data_ptr_t bytes = Address(inRow);
     const auto length = duckdb::VarintDecode<std::uint32_t>(bytes);
     return {duckdb::const_char_ptr_cast(bytes), length};
@@ -48,7 +48,7 @@ duckdb::Value VariantChild(const duckdb::Value& inVariant) {
     duckdb::Vector vector(inVariant);
     const VariantReader reader(vector, 1);
     if (VariantReader::IsNested(reader.Number(0))) {
-        // The text of a STRUCT or a LIST is nothing that a VARIANT can be made of again; JSON is.
+        // A VARIANT can be made of JSON again, but not of the text of a STRUCT or a LIST.
         duckdb::Value json;
         std::string error;
         if (inVariant.DefaultTryCastAs(duckdb::LogicalType::JSON(), json, &error) && !json.IsNull()) {

@@ -1,3 +1,5 @@
+/// @file
+/// Reading the rows of one VARIANT vector, on DuckDB's C++ side.
 #pragma once
 
 #include <cstdint>
@@ -9,17 +11,16 @@
 
 namespace orlimbara::duckdb_support::internals {
 
-/// Reads the rows of one VARIANT vector. Holds a view of the vector, whose buffers must stay.
+/// Reads the rows of one VARIANT vector. Holds a view of the vector, whose buffers must stay alive.
 ///
 /// DuckDB keeps a VARIANT as a struct of lists: the root of a row is the first entry of the row's list of
 /// values, a pair of a type number and an offset into the row's bytes.
 class VariantReader {
 public:
-    /// A number for what is no VARIANT, or one that can't be read.
+    /// The number of what isn't a VARIANT or can't be read.
     static constexpr std::int32_t kUnreadable = -1;
 
-    /// Takes the vector apart; may raise. `ioVector` must outlive the reader and may be brought into another
-    /// form of the same meaning.
+    /// Unpacks the vector; may throw. `ioVector` must outlive the reader and may be flattened.
     VariantReader(duckdb::Vector& ioVector, duckdb::idx_t inCount);
     VariantReader(const VariantReader&) = delete;
     VariantReader& operator=(const VariantReader&) = delete;
@@ -27,14 +28,14 @@ public:
     /// The number of what the row holds, as `duckdb_value_variant_type` gives it.
     [[nodiscard]] std::int32_t Number(duckdb::idx_t inRow) const;
 
-    /// The first byte of what the row holds, in the row's bytes. The row's number must be above 0.
+    /// The first byte of what the row holds, in the row's bytes. The row's number must be positive.
     [[nodiscard]] const std::uint8_t* Address(duckdb::idx_t inRow) const;
 
-    /// The bytes of a payload that is kept as a string, where they lie in the row's bytes. The row's number
-    /// must be one of VARCHAR, BLOB, BIGNUM, BITSTRING or GEOMETRY.
+    /// The bytes of a payload that is stored as a string, inside the row's bytes. The row's number must be
+    /// one of VARCHAR, BLOB, BIGNUM, BITSTRING or GEOMETRY.
     [[nodiscard]] std::string_view Bytes(duckdb::idx_t inRow) const;
 
-    /// The payload as a value of its own type, STRUCT or LIST for objects and arrays; may raise.
+    /// The payload as a value of its own type, STRUCT or LIST for objects and arrays; may throw.
     [[nodiscard]] duckdb::Value Payload(duckdb::idx_t inRow) const;
 
     [[nodiscard]] static bool IsNested(std::int32_t inNumber) noexcept;
@@ -44,7 +45,7 @@ private:
     duckdb::unique_ptr<duckdb::UnifiedVariantVectorData> mData;
 };
 
-/// What `duckdb_value_variant_child` gives for a value of type VARIANT; may raise.
+/// What `duckdb_value_variant_child` gives for a value of type VARIANT; may throw.
 [[nodiscard]] duckdb::Value VariantChild(const duckdb::Value& inVariant);
 
 } // namespace orlimbara::duckdb_support::internals

@@ -43,9 +43,9 @@ bool ColumnCast::Cast(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst, 
         auto result = std::make_unique<Result>(target, std::max<duckdb::idx_t>(count, STANDARD_VECTOR_SIZE));
         result->mIsText = inToText;
 
-        duckdb::Vector source(chunk.data[inColumn]); // a reference: a cast may bring it into another form
+        duckdb::Vector source(chunk.data[inColumn]); // a reference: a cast may change the form of its source
         if (count < chunk.size()) {
-            // A copy, not a slice: the cast of a list casts all that the vector below it holds.
+            // A copy, not a slice: the cast of a list casts its whole child vector.
             duckdb::Vector rows(source.GetType(), std::max<duckdb::idx_t>(count, 1));
             duckdb::VectorOperations::Copy(source, rows, first + count, first, 0);
             source.Reference(rows);

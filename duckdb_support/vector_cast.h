@@ -1,3 +1,5 @@
+/// @file
+/// Casting runs of a column to text or DOUBLE at once.
 #pragma once
 
 #include <duckdb.h>
@@ -7,11 +9,11 @@
 
 namespace orlimbara::duckdb_support {
 
-/// A column of a chunk, cast as a whole: what `duckdb_get_varchar` or `duckdb_get_double` give for the value
-/// of each cell, many times faster. The cast takes no settings of a connection, as these functions don't.
+/// Rows of a column of a chunk, cast at once: what `duckdb_get_varchar` or `duckdb_get_double` give for the
+/// value of each cell, many times faster. Like these functions, the cast ignores the settings of connections.
 ///
-/// The object can be used again for the next chunk. It may share memory with the chunk, but keeps what it
-/// shares: the results stay good when the chunk goes.
+/// The object can be reused for the next chunk. It may share memory with the chunk, but keeps that memory
+/// alive: the results stay valid when the chunk is destroyed.
 class ColumnCast {
 public:
     ColumnCast() noexcept;
@@ -19,15 +21,14 @@ public:
     ColumnCast(ColumnCast&&) noexcept;
     ColumnCast& operator=(ColumnCast&&) noexcept;
 
-    /// Stands for all rows from the first one on.
+    /// All rows from the first one on.
     static constexpr idx_t kToEnd = ~idx_t{0};
 
-    /// Casts column `inColumn` (from 0) of the chunk to its text, which Texts() then gives. The chunk stays
-    /// the caller's. False when a cell can't be cast (or there is no such column, or no memory): nothing is
-    /// held then, and the caller reads each cell through a `duckdb_value`, which tells of that cell alone.
-    /// @param inFirst, inCount the rows to cast; they become rows 0 and up of the result. Fewer than all are
-    /// copied first, so that a list costs no more than its own items. What lies behind the last row counts
-    /// not.
+    /// Casts column `inColumn` (from 0) of the chunk to text, for Texts(). The chunk stays the caller's.
+    /// False if a cell can't be cast (or there is no such column, or no memory): the object is empty then,
+    /// and the caller reads each cell through a `duckdb_value`, which fails only for the cell at fault.
+    /// @param inFirst, inCount the rows to cast, which become rows 0 and up of the result; cut at the chunk's
+    /// size. Fewer than all are copied first, so that a list costs no more than its own items.
     [[nodiscard]] bool ToText(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst = 0,
                               idx_t inCount = kToEnd) noexcept;
 
@@ -35,18 +36,18 @@ public:
     [[nodiscard]] bool ToDouble(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst = 0,
                                 idx_t inCount = kToEnd) noexcept;
 
-    /// One text for each row that was cast, in UTF-8 with its full length, also past a zero byte (at which
-    /// the text of `duckdb_get_varchar` ends for a reader of C text). A NULL row has nothing to read. Null
-    /// unless the last cast was a ToText() that succeeded; good until the next cast or Clear().
+    /// One text for each row that was cast, in UTF-8 with its full length, also past a zero byte (where the
+    /// text of `duckdb_get_varchar` ends, read as a C string). The text of a NULL row is undefined. Null
+    /// unless the last cast was a ToText() that succeeded; valid until the next cast or Clear().
     [[nodiscard]] const duckdb_string_t* Texts() const noexcept;
 
-    /// One number for each row of the chunk, after ToDouble(); otherwise as Texts().
+    /// One number for each row that was cast by ToDouble(); otherwise as Texts().
     [[nodiscard]] const double* Doubles() const noexcept;
 
-    /// The rows that aren't NULL, as in `duckdb_vector_get_validity`; null when no row is NULL.
+    /// The rows that aren't NULL, as in `duckdb_vector_get_validity`; null if no row is NULL.
     [[nodiscard]] const std::uint64_t* Validity() const noexcept;
 
-    /// Lets go of the result.
+    /// Releases the result.
     void Clear() noexcept;
 
 private:

@@ -5,15 +5,15 @@ namespace orkit::orsql {
 namespace support = orlimbara::duckdb_support;
 
 void CastReader::Bind(duckdb_data_chunk inChunk) {
-    VectorReader::Bind(inChunk);
+    CellReader::Bind(inChunk);
     mWindow.Close();
-    mCast.Clear(); // it may hold on to memory of the last chunk
+    mCast.Clear(); // it may share memory with the last chunk
     mIsCast = false;
 }
 
 void CastReader::Convert(idx_t inRow) {
     mWindow.MoveTo(inRow, duckdb_data_chunk_get_size(Chunk()));
-    // One cell alone is cheaper by a value of its own.
+    // A single cell is cheaper through a duckdb_value.
     mIsCast = mWindow.get_Count() > 1 && Cast(mCast, mWindow.get_First(), mWindow.get_Count());
     mCastValidity = mIsCast ? mCast.Validity() : nullptr;
 }

@@ -5,20 +5,21 @@
 #include <cstdint>
 
 #include "duckdb_support/vector_cast.h"
+#include "result/cell_reader.h"
 #include "result/conversion_window.h"
-#include "result/vector_reader.h"
 
 namespace orkit::orsql {
 
-/// What both casts share. A run that can't be cast is read by ReadCell, which raises for the one cell alone.
-class CastReader : public VectorReader {
+/// What both casts share. If a run can't be cast, its cells are read by ReadCell, which throws only for the
+/// cell that is at fault.
+class CastReader : public CellReader {
 public:
-    explicit CastReader(const CellReaderSetup& inSetup) : VectorReader(inSetup), mWindow(inSetup.mAccess) {}
+    explicit CastReader(const CellReaderSetup& inSetup) : CellReader(inSetup), mWindow(inSetup.mAccess) {}
 
     void Bind(duckdb_data_chunk inChunk) final;
 
 protected:
-    /// Sees to it that the row is cast. @return false where ReadReference has to give the value.
+    /// Casts the row's run unless that was done. @return false if ReadReference must give the value.
     bool Reach(idx_t inRow) {
         if (!mWindow.Take(inRow)) {
             Convert(inRow);
@@ -28,11 +29,11 @@ protected:
     /// The row's index in the cast.
     idx_t Index(idx_t inRow) const noexcept { return inRow - mWindow.get_First(); }
 
-    /// Casts a run of rows and keeps where the result lies. @return false if that fails.
+    /// Casts a run of rows and remembers where the result is. @return false if that fails.
     virtual bool Cast(orlimbara::duckdb_support::ColumnCast& ioCast, idx_t inFirst, idx_t inCount) = 0;
 
 private:
-    /// Casts the run of rows that begins here.
+    /// Casts the run of rows that begins at `inRow`.
     void Convert(idx_t inRow);
 
     ConversionWindow mWindow;

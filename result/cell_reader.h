@@ -1,15 +1,15 @@
 /// @file
-/// Reading the cells of one column, in the way that is best for its type.
+/// The base of the readers of one column's cells.
 #pragma once
 
 #include <cstdint>
-#include <memory>
 
 #include <duckdb.h>
 
 #include "host/unknown.h"
 #include "host/value.h"
 #include "result/text_buffer.h"
+#include "result/value_conversion.h"
 
 namespace orkit::orsql {
 
@@ -27,27 +27,52 @@ struct CellReaderSetup {
     TextBuffer* mTextBuffer; ///< must outlive the reader; readers of one thread may share it
 };
 
-/// Reads one column of one chunk after the other. What it gives for a cell is what ReadCell gives; it takes
-/// no lock and is not synchronised.
+/// Reads one column of one chunk after the other, and gives for each cell what ReadCell gives. Takes no lock
+/// and is not thread-safe.
+///
+/// The base class holds the vector of its column in the bound chunk: its data, and which rows are NULL.
 class CellReader {
 public:
+    explicit CellReader(const CellReaderSetup& inSetup) : mSetup(inSetup) {}
     virtual ~CellReader() = default;
     CellReader(const CellReader&) = delete;
     CellReader& operator=(const CellReader&) = delete;
 
-    /// Goes to a chunk, which must stay until the next call. Null lets go of the last one.
-    virtual void Bind(duckdb_data_chunk inChunk) = 0;
+    /// Moves to a chunk, which must stay alive until the next call. Null releases the last one.
+    virtual void Bind(duckdb_data_chunk inChunk) {
+        mChunk = inChunk;
+        const duckdb_vector vector =
+            inChunk ? duckdb_data_chunk_get_vector(inChunk, mSetup.mColumn) : nullptr;
+        mData = vector ? duckdb_vector_get_data(vector) : nullptr;
+        mValidity = vector ? duckdb_vector_get_validity(vector) : nullptr;
+    }
 
-    /// A new value of a cell of the chunk; never null. What the host's factories or DuckDB raise passes
+    /// A new value of a cell of the chunk; never null. Exceptions of the host's factories and of DuckDB pass
     /// through.
-    /// @param inRow below the chunk's size.
+    /// @param inRow less than the chunk's size.
     virtual smart_ptr<I_Value> Read(idx_t inRow) = 0;
 
 protected:
-    CellReader() = default;
-};
+    static bool IsValid(const std::uint64_t* inValidity, idx_t inRow) noexcept {
+        return !inValidity || (inValidity[inRow / 64] >> (inRow % 64) & 1) != 0;
+    }
 
-/// A reader for the column; one that reads by ReadCell where there is no better one for its type.
-std::unique_ptr<CellReader> MakeCellReader(const CellReaderSetup& inSetup);
+    const CellReaderSetup& Setup() const noexcept { return mSetup; }
+    duckdb_data_chunk Chunk() const noexcept { return mChunk; }
+    bool IsNull(idx_t inRow) const noexcept { return !IsValid(mValidity, inRow); }
+    template <class T>
+    const T& DataAt(idx_t inRow) const noexcept {
+        return static_cast<const T*>(mData)[inRow];
+    }
+    smart_ptr<I_Value> ReadReference(idx_t inRow) const {
+        return ReadCell(mChunk, mSetup.mColumn, inRow, mSetup.mType);
+    }
+
+private:
+    const CellReaderSetup mSetup;
+    duckdb_data_chunk mChunk = nullptr;
+    const void* mData = nullptr;
+    const std::uint64_t* mValidity = nullptr; // one bit per row; null: no row is NULL
+};
 
 } // namespace orkit::orsql

@@ -1,6 +1,116 @@
 #include "result/chunk_reader.h"
 
+#include <array>
+
+#include "result/cast_reader.h"
+#include "result/fixed_types.h"
+#include "result/variant_cell_reader.h"
+
 namespace orkit::orsql {
+
+namespace {
+
+/// One `duckdb_value` per cell.
+class ReferenceReader final : public CellReader {
+public:
+    using CellReader::CellReader;
+    smart_ptr<I_Value> Read(idx_t inRow) override { return ReadReference(inRow); }
+};
+
+/// A type of the list FixedTypes.
+template <class Fixed>
+class FixedReader final : public CellReader {
+public:
+    using CellReader::CellReader;
+    smart_ptr<I_Value> Read(idx_t inRow) override {
+        return IsNull(inRow) ? MakeNullValue() : Fixed::Make(DataAt<typename Fixed::Item>(inRow));
+    }
+};
+
+class VarcharReader final : public CellReader {
+public:
+    using CellReader::CellReader;
+    smart_ptr<I_Value> Read(idx_t inRow) override {
+        return IsNull(inRow) ? MakeNullValue()
+                             : Setup().mTextBuffer->MakeString(ViewOf(DataAt<duckdb_string_t>(inRow)));
+    }
+};
+
+class BlobReader final : public CellReader {
+public:
+    using CellReader::CellReader;
+    smart_ptr<I_Value> Read(idx_t inRow) override {
+        if (IsNull(inRow)) {
+            return MakeNullValue();
+        }
+        const std::string_view bytes = ViewOf(DataAt<duckdb_string_t>(inRow));
+        return BytesToValue(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+    }
+};
+
+struct ReaderRow {
+    duckdb_type mType;
+    std::unique_ptr<CellReader> (*mMake)(const CellReaderSetup& inSetup);
+};
+
+template <class Reader>
+std::unique_ptr<CellReader> Make(const CellReaderSetup& inSetup) {
+    return std::make_unique<Reader>(inSetup);
+}
+
+template <class... Types>
+constexpr auto MakeFixedReaders(TypeList<Types...>) {
+    return std::array{ReaderRow{Types::kType, Make<FixedReader<Types>>}...};
+}
+
+constexpr auto kFixedReaders = MakeFixedReaders(FixedTypes());
+
+/// The types that aren't of fixed width or whose meaning is a cast. What has no row is read through
+/// ReferenceReader.
+constexpr std::array kReaders = {
+    ReaderRow{DUCKDB_TYPE_VARCHAR, Make<VarcharReader>},
+    ReaderRow{DUCKDB_TYPE_BLOB, Make<BlobReader>},
+    ReaderRow{DUCKDB_TYPE_DECIMAL, Make<DoubleCastReader>},
+    ReaderRow{DUCKDB_TYPE_VARIANT, Make<VariantCellReader>},
+    ReaderRow{DUCKDB_TYPE_TIMESTAMP, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_DATE, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_TIME, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_INTERVAL, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_HUGEINT, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_TIMESTAMP_S, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_TIMESTAMP_MS, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_TIMESTAMP_NS, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_ENUM, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_LIST, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_STRUCT, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_MAP, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_UUID, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_UNION, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_BIT, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_TIME_TZ, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_TIMESTAMP_TZ, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_UHUGEINT, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_ARRAY, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_BIGNUM, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_TIME_NS, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_GEOMETRY, Make<TextCastReader>},
+};
+
+std::unique_ptr<CellReader> MakeCellReader(const CellReaderSetup& inSetup) {
+    for (const ReaderRow& row : kFixedReaders) {
+        if (row.mType == inSetup.mType) {
+            return row.mMake(inSetup);
+        }
+    }
+    for (const ReaderRow& row : kReaders) {
+        if (row.mType == inSetup.mType) {
+            return row.mMake(inSetup);
+        }
+    }
+    return Make<ReferenceReader>(inSetup);
+}
+
+} // namespace
 
 ChunkReader::ChunkReader(const ColumnList& inColumns, Access inAccess) {
     mReaders.reserve(inColumns.size());

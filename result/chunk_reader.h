@@ -8,32 +8,29 @@
 
 #include <duckdb.h>
 
-#include "host/unknown.h"
-#include "host/value.h"
 #include "result/cell_reader.h"
 #include "result/column_list.h"
-#include "result/text_buffer.h"
 
 namespace orkit::orsql {
 
-/// Reads one chunk after the other of one result, each column by a reader that is chosen once. Takes no lock
-/// and keeps nothing of a chunk but pointers and what it converted.
+/// Reads the chunks of one result one after the other, each column through a reader that is chosen once.
+/// Takes no lock, and keeps nothing of a chunk but pointers and what it converted.
 class ChunkReader {
 public:
     using Access = ChunkAccess;
 
     ChunkReader(const ColumnList& inColumns, Access inAccess);
 
-    /// Goes to a chunk, which must stay until the next call; null lets go of the last one.
+    /// Moves to a chunk, which must stay alive until the next call; null releases the last one.
     void Bind(duckdb_data_chunk inChunk);
 
-    /// A new value of a cell of the bound chunk; never null. What DuckDB raises passes through.
-    /// @param inColumn below the column count. @param inRow below the chunk's size.
+    /// A new value of a cell of the bound chunk; never null. DuckDB's exceptions pass through.
+    /// @param inColumn less than the column count. @param inRow less than the chunk's size.
     smart_ptr<I_Value> Read(std::uint32_t inColumn, idx_t inRow) { return mReaders[inColumn]->Read(inRow); }
 
 private:
     TextBuffer mTextBuffer;
-    std::vector<std::unique_ptr<CellReader>> mReaders; // one a column
+    std::vector<std::unique_ptr<CellReader>> mReaders; // one per column
 };
 
 } // namespace orkit::orsql

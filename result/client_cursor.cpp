@@ -11,14 +11,14 @@ namespace orkit::orsql {
 namespace support = orlimbara::duckdb_support;
 
 namespace {
-constexpr std::size_t kFirstRoom = 10; // rows
+constexpr std::size_t kInitialCapacity = 10; // rows
 }
 
 DuckDBCursor_client::DuckDBCursor_client(DuckDBDatabase* inDatabase, support::OwnedResult inResult)
-    : DuckDBCursor_imp(inDatabase, std::move(inResult)), mRows(new RowArray(kFirstRoom)) {
+    : DuckDBCursor_imp(inDatabase, std::move(inResult)), mRows(new RowArray(kInitialCapacity)) {
     try {
         ChunkReader reader(Columns(), ChunkReader::Access::EveryCell);
-        // Only a missing chunk is the end: one without rows isn't.
+        // Only a missing chunk is the end, not one without rows.
         while (const support::OwnedDataChunk chunk = FetchChunk()) {
             ReadChunk(chunk.Get(), reader);
         }

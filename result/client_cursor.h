@@ -1,5 +1,5 @@
 /// @file
-/// The cursor that reads all rows into memory when it is made.
+/// The cursor that reads all rows into memory when it is created.
 #pragma once
 
 #include <cstdint>
@@ -8,8 +8,8 @@
 
 namespace orkit::orsql {
 
-/// Its values are host objects that no longer depend on DuckDB. After construction it calls DuckDB no more
-/// and its operations take no guard.
+/// Its values are host objects that don't depend on DuckDB. After construction it doesn't call DuckDB, and
+/// its operations take no guard.
 class DuckDBCursor_client final : public DuckDBCursor_imp {
 public:
     /// Reads the whole result. The guard must be held.
@@ -24,17 +24,17 @@ public:
     bool PrevRecord() override;
     smart_ptr<I_Value> get_Value(std::uint32_t inColumnIndex) override;
 
-    /// The array that the cursor reads, a row an array with a value a column.
+    /// What the cursor reads: one array per row, with one value per column.
     smart_ptr<RowArray> get_Rows() const { return mRows; }
 
 private:
     /// Appends the chunk's rows.
     void ReadChunk(duckdb_data_chunk inChunk, class ChunkReader& ioReader);
-    /// The number of records as the moves count it.
+    /// The number of records in the width of record numbers.
     std::uint32_t Count() const noexcept { return static_cast<std::uint32_t>(mRows->get_Count()); }
 
     smart_ptr<RowArray> mRows;
-    std::uint32_t mCurrentRecord = 0; // 0: none; record n is element n - 1
+    std::uint32_t mCurrentRecord = 0; // from 1; 0: none
 };
 
 } // namespace orkit::orsql

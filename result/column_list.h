@@ -1,5 +1,5 @@
 /// @file
-/// The columns of a result, as a cursor lists them once.
+/// The columns of a result, which a cursor lists once.
 #pragma once
 
 #include <array>
@@ -16,12 +16,12 @@ namespace orkit::orsql {
 /// One column of a result.
 struct Column {
     String mName;     ///< may be empty
-    String mTypeName; ///< DuckDB's full text of the type
+    String mTypeName; ///< as SQL writes the type
     duckdb_type mType = DUCKDB_TYPE_INVALID;
 };
 
-/// A result's columns in order. Those of an ordinary result have room inside the object, so that a cursor
-/// allocates nothing for the list; wider ones go to the heap. Elements never move.
+/// A result's columns in order. Up to kInlineColumns are stored inside the object, so that the cursor of an
+/// ordinary result allocates nothing for the list; more go to the heap. Elements never move.
 class ColumnList {
 public:
     static constexpr std::size_t kInlineColumns = 10;
@@ -35,7 +35,7 @@ public:
     std::size_t size() const noexcept { return mCount; }
     const Column* begin() const noexcept { return mHeap ? mHeap.get() : mInline.data(); }
     const Column* end() const noexcept { return begin() + mCount; }
-    /// @param inIndex below the length.
+    /// @param inIndex less than the length.
     const Column& operator[](std::size_t inIndex) const noexcept { return begin()[inIndex]; }
 
 private:

@@ -10,11 +10,11 @@
 
 namespace orkit::orsql {
 
-/// The run of rows that a reader has converted. To convert a row costs less the more rows go with it, but
-/// only if they are read as well. So the first run is one row long, and each next one eight times as long as
-/// the one before if at least half of that was read; otherwise it is one row again. The length lives on from
-/// chunk to chunk: who reads everything soon has whole chunks, who reads a row here and there pays for no
-/// others.
+/// The run of rows that a reader has converted. Converting many rows at once costs less per row, but is
+/// wasted on rows that nobody reads. So the first run is one row long, and each next run is eight times as
+/// long as the one before if at least half of that was read; otherwise it is one row again. The length is
+/// kept from chunk to chunk: a caller that reads everything soon gets whole chunks, and one that reads a few
+/// rows pays for those alone.
 class ConversionWindow {
 public:
     explicit ConversionWindow(ChunkAccess inAccess) noexcept
@@ -26,8 +26,8 @@ public:
         return inRow - mFirst < mHeld;
     }
 
-    /// Starts the next run at a row that was just asked for.
-    /// @param inChunkSize rows of the chunk, above `inRow`.
+    /// Starts the next run at the row that was asked for last.
+    /// @param inChunkSize rows of the chunk, more than `inRow`.
     void MoveTo(idx_t inRow, idx_t inChunkSize) noexcept {
         const idx_t readsOfLast = mReads - 1;
         const bool wasWorth = 2 * readsOfLast >= mCount;
@@ -38,7 +38,7 @@ public:
         mHeld = mCount;
     }
 
-    /// Nothing is converted any more.
+    /// Forgets what was converted, but not the length of the run.
     void Close() noexcept { mHeld = 0; }
 
     idx_t get_First() const noexcept { return mFirst; }

@@ -23,13 +23,13 @@ DuckDBDatabase* RequireDatabase(DuckDBDatabase* inDatabase) {
 } // namespace
 
 void RaiseInvalidCursor() {
-    // Not the database's name: the database may be gone.
+    // Without the database's name: the database may be gone.
     ThrowDuckDBError(kUnknownContext, "DuckDBCursor is invalid");
 }
 
 DuckDBCursor_imp::DuckDBCursor_imp(DuckDBDatabase* inDatabase, support::OwnedResult inResult)
     : mDatabase(RequireDatabase(inDatabase)), mResult(std::move(inResult)), mColumns(mResult.Get()) {
-    // Last of all: what raises before this leaves no pointer behind.
+    // Last, so that an exception before this leaves no pointer behind.
     inDatabase->AddCursor(this);
 }
 
@@ -40,7 +40,7 @@ std::uint32_t DuckDBCursor_imp::AddRef() { return mRefCount.Add(); }
 std::uint32_t DuckDBCursor_imp::Release() {
     const std::uint32_t left = mRefCount.Drop();
     if (left == 0) {
-        // Before the destruction begins: a Close on another thread must not meet a half-destroyed object.
+        // Before destruction begins: a Close on another thread must not find a half-destroyed object.
         Detach();
         delete this;
     }
@@ -79,8 +79,7 @@ smart_ptr<I_DuckDBDatabase> DuckDBCursor_imp::get_Database() const {
     return DuckDBDatabase::Acquire(mDatabase.load());
 }
 
-// Both leave the registry. For a closing database, which took the cursor out already, that does nothing; it
-// matters where somebody else calls.
+// Both leave the registry. A closing database has removed the cursor already; other callers haven't.
 void DuckDBCursor_imp::Invalidate() { Detach(); }
 
 void DuckDBCursor_imp::Dispose() { Detach(); }
@@ -97,7 +96,7 @@ void DuckDBCursor_imp::RaiseError(const char* inMessage) const {
 support::OwnedDataChunk DuckDBCursor_imp::FetchChunk() {
     support::OwnedDataChunk chunk(duckdb_fetch_chunk(mResult.Struct()));
     if (!chunk) {
-        // DuckDB gives null at the end, and also where fetching failed: then the result carries the text.
+        // DuckDB gives null at the end and after a failure; after a failure the result carries the text.
         const char* const error = duckdb_result_error(mResult.Get());
         if (error && *error) {
             RaiseError(error);

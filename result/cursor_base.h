@@ -1,7 +1,7 @@
 /// @file
-/// What both cursors share: the result they read, its columns, and the tie to the database.
+/// What both cursors share: the result that they read, its columns, and the link to the database.
 ///
-/// Knows DuckDBDatabase, which knows the cursors by their interface.
+/// Calls DuckDBDatabase, which calls cursors through their interface.
 #pragma once
 
 #include <atomic>
@@ -16,11 +16,11 @@ namespace orkit::orsql {
 
 class DuckDBDatabase;
 
-/// Raises "DuckDBCursor is invalid", context "unknown".
+/// Throws "DuckDBCursor is invalid", context "unknown".
 [[noreturn]] void RaiseInvalidCursor();
 
-/// Base of the two cursors. Owns its result from construction on. The database's registry holds the cursor by
-/// a plain pointer, and the cursor the database; whoever goes first tells the other, under the guard.
+/// Base of the two cursors. Owns its result. The database's registry and the cursor point to each other
+/// without a reference; whichever goes first tells the other, under the guard.
 class DuckDBCursor_imp : public I_DuckDBCursor, public ForeignPlugin_imp, noncopyable {
 public:
     std::uint32_t AddRef() override;
@@ -32,44 +32,44 @@ public:
     const String& get_ColumnName(std::uint32_t inColumnIndex) const override;
     const String& get_ColumnTypeName(std::uint32_t inColumnIndex) const override;
     std::uint32_t get_ColumnType(std::uint32_t inColumnIndex) const override;
-    /// Takes the guard: the database may be on its way out on another thread.
+    /// Takes the guard: another thread may be destroying the database.
     smart_ptr<I_DuckDBDatabase> get_Database() const override;
     void Invalidate() override;
     void Dispose() override;
 
 protected:
     /// Lists the columns and enters the cursor into the database's registry. The guard must be held. If it
-    /// raises, the cursor stands in no registry and the result is destroyed.
-    /// @param inDatabase null raises "DuckDBCursor is invalid".
+    /// throws, the cursor is in no registry and the result is destroyed.
+    /// @param inDatabase null throws "DuckDBCursor is invalid".
     DuckDBCursor_imp(DuckDBDatabase* inDatabase, orlimbara::duckdb_support::OwnedResult inResult);
     ~DuckDBCursor_imp() override;
 
-    /// Raises "DuckDBCursor is invalid", context "unknown", on a cursor that was cut off.
+    /// Throws "DuckDBCursor is invalid", context "unknown", if the cursor has lost its database.
     void RequireValid() const {
         if (!mDatabase.load(std::memory_order_acquire)) {
             RaiseInvalidCursor();
         }
     }
-    /// Raises "inColumnIndex is out of bounds".
+    /// Throws "inColumnIndex is out of bounds".
     void RequireColumn(std::uint32_t inColumnIndex) const {
         if (inColumnIndex >= mColumns.size()) {
             RaiseError("inColumnIndex is out of bounds");
         }
     }
-    /// Raises with the database's name as context; takes the guard for reading that.
+    /// Throws with the database's name as context, which it reads under the guard.
     [[noreturn]] void RaiseError(const char* inMessage) const;
-    /// The next chunk of the result; empty at its end. Raises DuckDB's text when the chunk can't be fetched.
-    /// The guard must be held and the cursor be valid.
+    /// The next chunk of the result; empty at its end. Throws with DuckDB's text if the chunk can't be
+    /// fetched. The guard must be held and the cursor must be valid.
     orlimbara::duckdb_support::OwnedDataChunk FetchChunk();
 
     const ColumnList& Columns() const noexcept { return mColumns; }
 
 private:
-    /// Destroys the result and leaves the database's registry, once. Takes the guard. Raises nothing.
+    /// Destroys the result and leaves the database's registry, once. Takes the guard.
     void Detach() noexcept;
 
     RefCount mRefCount;
-    std::atomic<DuckDBDatabase*> mDatabase; // null once cut off; written under the guard, read without it
+    std::atomic<DuckDBDatabase*> mDatabase; // null once detached; written under the guard, read without it
     orlimbara::duckdb_support::OwnedResult mResult;
     ColumnList mColumns;
 };

@@ -27,10 +27,10 @@ DuckDBQueryResult::DuckDBQueryResult(DuckDBDatabase* inDatabase, ResultList inRe
     : mCursorLocation(inCursorLocation), mDatabase(inDatabase), mPendingResults(std::move(inResults)) {
     if (!mPendingResults.empty()) {
         mResult = std::move(mPendingResults.front());
-        mPendingResults.erase(mPendingResults.begin());
+        mPendingResults.pop_front();
         ReadOutcome();
     }
-    // Last of all: what raises before this leaves no pointer behind.
+    // Last, so that an exception before this leaves no pointer behind.
     if (mDatabase) {
         mDatabase->AddQueryResult(this);
     }
@@ -78,7 +78,7 @@ std::uint32_t DuckDBQueryResult::AddRef() { return mRefCount.Add(); }
 std::uint32_t DuckDBQueryResult::Release() {
     const std::uint32_t left = mRefCount.Drop();
     if (left == 0) {
-        // Before the destruction begins: a Close on another thread must not meet a half-destroyed object.
+        // Before destruction begins: a Close on another thread must not find a half-destroyed object.
         Detach();
         delete this;
     }

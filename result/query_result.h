@@ -1,11 +1,11 @@
 /// @file
-/// The outcome of one statement, and the results of the statements behind it.
+/// The outcome of one statement, and the results of the statements after it.
 ///
-/// Knows DuckDBDatabase, which knows query results by their interface.
+/// Calls DuckDBDatabase, which calls query results through their interface.
 #pragma once
 
 #include <cstdint>
-#include <vector>
+#include <deque>
 
 #include "duckdb_support/handles.h"
 #include "host/duckdb_objects.h"
@@ -15,15 +15,16 @@ namespace orkit::orsql {
 
 class DuckDBDatabase;
 
-/// Results by value, in the order of their statements. Each has one owner: the list, until it moves on.
-using ResultList = std::vector<orlimbara::duckdb_support::OwnedResult>;
+/// The results of a run, by value, in the order of their statements. A queue: a walk through the outcomes of
+/// a long script takes each from the front.
+using ResultList = std::deque<orlimbara::duckdb_support::OwnedResult>;
 
-/// Rows, a count, an error taken apart, or nothing.
+/// Rows, a count, a parsed error, or nothing.
 class DuckDBQueryResult final : public I_DuckDBQueryResult, public ForeignPlugin_imp, noncopyable {
 public:
-    /// Takes the list's first result as its own, makes the cursor if that result has rows, and keeps the
-    /// rest. An error that the result carries is data here. The guard must be held. If it raises, the object
-    /// stands in no registry and all results are destroyed.
+    /// Takes the list's first result as its own, creates the cursor if that result has rows, and keeps the
+    /// rest. An error that the result carries is data here. The guard must be held. If it throws, the object
+    /// is in no registry and all results are destroyed.
     /// @param inDatabase may be null. @param inResults may be empty.
     DuckDBQueryResult(DuckDBDatabase* inDatabase, ResultList inResults, std::uint32_t inCursorLocation);
     ~DuckDBQueryResult() override;
@@ -46,9 +47,9 @@ public:
 private:
     /// Finds out what `mResult` holds.
     void ReadOutcome();
-    /// Takes DuckDB's error text apart: a JSON object under "errors_as_json", else plain words.
+    /// Parses DuckDB's error text: a JSON object under "errors_as_json", else plain text.
     void ReadError(const char* inText);
-    /// Destroys the results and leaves the database's registry, once. Takes the guard. Raises nothing.
+    /// Destroys the results and leaves the database's registry, once. Takes the guard.
     void Detach() noexcept;
 
     RefCount mRefCount;
@@ -58,13 +59,13 @@ private:
     std::int64_t mErrorPosition = -1;
     String mErrorMessage;
     String mErrorType;
-    DuckDBDatabase* mDatabase; // null once cut off; touched under the guard alone
+    DuckDBDatabase* mDatabase; // null once detached; accessed only under the guard
     smart_ptr<I_DuckDBCursor> mCursor;
     orlimbara::duckdb_support::OwnedResult mResult;
     ResultList mPendingResults;
 };
 
-/// A cursor over a result's rows, of the kind that the location asks for. The guard must be held.
+/// A cursor over a result's rows, client or server by `inCursorLocation`. The guard must be held.
 smart_ptr<I_DuckDBCursor> MakeCursor(DuckDBDatabase* inDatabase,
                                      orlimbara::duckdb_support::OwnedResult inResult,
                                      std::uint32_t inCursorLocation);

@@ -1,5 +1,5 @@
 /// @file
-/// The cursor that leaves the rows in DuckDB and moves forward only.
+/// The cursor that leaves the rows in DuckDB and only moves forward.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace orkit::orsql {
 
-/// Holds one chunk at a time and makes a value at each read. NextRecord takes the guard, get_Value doesn't:
+/// Holds one chunk at a time and creates a value at each read. NextRecord takes the guard, get_Value doesn't:
 /// the two must not run at the same time on one cursor.
 class DuckDBCursor_server final : public DuckDBCursor_imp {
 public:
@@ -26,7 +26,7 @@ public:
     smart_ptr<I_Value> get_Value(std::uint32_t inColumnIndex) override;
 
 private:
-    /// Raises that an operation is one of client cursors.
+    /// Throws for an operation that only client cursors have.
     [[noreturn]] void Refuse(const char* inMessage) const;
 
     ChunkReader mReader;

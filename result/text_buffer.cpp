@@ -4,13 +4,11 @@
 #include <cstdint>
 #include <cstring>
 
-#include "result/envelope.h"
-
 namespace orkit::orsql {
 
 namespace {
 
-/// Through C the text of a value ends at its first zero byte.
+/// Through DuckDB's C functions the text of a value ends at its first zero byte.
 std::string_view UpToZero(std::string_view inText) noexcept {
     if (inText.empty()) {
         return {};
@@ -18,6 +16,36 @@ std::string_view UpToZero(std::string_view inText) noexcept {
     const void* const zero = std::memchr(inText.data(), 0, inText.size());
     return zero ? inText.substr(0, static_cast<std::size_t>(static_cast<const char*>(zero) - inText.data()))
                 : inText;
+}
+
+/// The letter after the backslash for a byte that has one, else 0.
+constexpr char EscapeLetter(unsigned char inByte) noexcept {
+    constexpr std::string_view kBytes = "\b\t\n\f\r\"\\";
+    constexpr std::string_view kLetters = "btnfr\"\\";
+    const std::size_t index = kBytes.find(static_cast<char>(inByte));
+    return index == std::string_view::npos ? '\0' : kLetters[index];
+}
+
+/// Appends a text as the inside of a JSON string: the double quote, the backslash and control characters are
+/// escaped, all other bytes stay.
+void AppendEscaped(std::string& ioJson, std::string_view inText) {
+    static constexpr char kHexDigits[] = "0123456789abcdef";
+    static constexpr std::size_t kReserveForEscapes = 16;
+
+    ioJson.reserve(ioJson.size() + inText.size() + kReserveForEscapes);
+    for (const char character : inText) {
+        const auto byte = static_cast<unsigned char>(character);
+        if (byte >= 0x20 && byte != '"' && byte != '\\') {
+            ioJson += character;
+        } else if (const char letter = EscapeLetter(byte)) {
+            ioJson += '\\';
+            ioJson += letter;
+        } else {
+            ioJson += "\\u00";
+            ioJson += kHexDigits[byte >> 4];
+            ioJson += kHexDigits[byte & 0xF];
+        }
+    }
 }
 
 } // namespace
@@ -31,18 +59,21 @@ smart_ptr<I_Value> TextBuffer::MakeString(std::string_view inText) {
 }
 
 smart_ptr<I_Value> TextBuffer::MakeEnvelope(std::string_view inTypeName, std::string_view inText) {
-    mJson.clear();
-    AppendEnvelope(mJson, inTypeName, UpToZero(inText));
+    mJson = R"({"duckdb_variant":true,"variant_type":")";
+    AppendEscaped(mJson, inTypeName);
+    mJson += R"(","value":")";
+    AppendEscaped(mJson, UpToZero(inText));
+    mJson += R"("})";
     smart_ptr<I_Value> value(CreateValueJSON(false, nullptr, nullptr));
     value->put_String(Widen(mJson));
     return value;
 }
 
 String TextBuffer::Widen(std::string_view inText) {
-    if (mRoom < inText.size()) {
-        const std::size_t room = std::max(inText.size(), 2 * mRoom);
-        mWide = std::make_unique_for_overwrite<char16_t[]>(room);
-        mRoom = room;
+    if (mCapacity < inText.size()) {
+        const std::size_t capacity = std::max(inText.size(), 2 * mCapacity);
+        mWide = std::make_unique_for_overwrite<char16_t[]>(capacity);
+        mCapacity = capacity;
     }
     const std::size_t length = ConvertToUTF16(inText.data(), inText.size(), mConverter, mWide.get());
     return String(mWide.get(), static_cast<std::ptrdiff_t>(length));

@@ -1,5 +1,5 @@
 /// @file
-/// From DuckDB's UTF-8 to host texts through one buffer that is kept.
+/// Values made of DuckDB's texts: plain texts and envelopes, through one buffer that is kept.
 #pragma once
 
 #include <cstddef>
@@ -15,7 +15,7 @@
 
 namespace orkit::orsql {
 
-/// The bytes of a text or blob of a vector; good as long as the vector and the string stay where they are.
+/// The bytes of a text or blob of a vector; valid as long as the vector and the string stay where they are.
 inline std::string_view ViewOf(const duckdb_string_t& inString) noexcept {
     const std::size_t length = inString.value.inlined.length;
     return {length <= sizeof(inString.value.inlined.inlined) ? inString.value.inlined.inlined
@@ -23,23 +23,26 @@ inline std::string_view ViewOf(const duckdb_string_t& inString) noexcept {
             length};
 }
 
-/// Makes values of texts. Its buffers grow to the longest text that it met and stay, so that a text costs no
-/// allocation besides the value's own.
+/// Makes values of texts, up to their first zero byte. Its buffers grow to the longest text so far and are
+/// kept, so that a text costs no allocation besides the value's own.
 class TextBuffer {
 public:
-    /// What TextToStringValue makes of the text up to its first zero byte. @param inText UTF-8.
+    /// A String value. @param inText UTF-8.
     smart_ptr<I_Value> MakeString(std::string_view inText);
 
-    /// What MakeEnvelopeValue makes of the text up to its first zero byte. @param inTypeName, inText UTF-8.
+    /// A JSON value that holds an envelope: the form in which a DuckDB value without a host type of its own
+    /// leaves, and which statement/ reads:
+    /// `{"duckdb_variant":true,"variant_type":"...","value":"..."}`.
+    /// @param inTypeName, inText UTF-8; escaped as RFC 8259 says.
     smart_ptr<I_Value> MakeEnvelope(std::string_view inTypeName, std::string_view inText);
 
 private:
-    /// @param inText UTF-8, taken whole.
+    /// @param inText UTF-8; all of it is converted.
     String Widen(std::string_view inText);
 
     const I_Converter* mConverter = GetConverter_UTF8();
     std::unique_ptr<char16_t[]> mWide;
-    std::size_t mRoom = 0; // of mWide, in code units
+    std::size_t mCapacity = 0; // of mWide, in code units
     std::string mJson;
 };
 

@@ -4,7 +4,8 @@
 
 #include "duckdb_support/handles.h"
 #include "duckdb_support/supplement.h"
-#include "result/envelope.h"
+#include "result/fixed_types.h"
+#include "result/text_buffer.h"
 
 namespace orkit::orsql {
 
@@ -14,10 +15,17 @@ namespace {
 
 bool IsNull(duckdb_value inValue) { return !inValue || duckdb_is_null_value(inValue); }
 
-/// DuckDB's text of a value; where there is none, the empty text.
+/// DuckDB's text of a value; the empty text if there is none.
 smart_ptr<I_Value> TextOfValue(duckdb_value inValue) {
     const support::OwnedText text(duckdb_get_varchar(inValue));
-    return TextToStringValue(support::ViewOf(text));
+    return TextBuffer().MakeString(support::ViewOf(text));
+}
+
+/// @param inValue a BLOB.
+smart_ptr<I_Value> BlobToValue(duckdb_value inValue) {
+    const duckdb_blob blob = duckdb_get_blob(inValue);
+    const support::OwnedBytes data(blob.data);
+    return BytesToValue(data.Get(), static_cast<std::uint32_t>(blob.size));
 }
 
 } // namespace
@@ -25,14 +33,6 @@ smart_ptr<I_Value> TextOfValue(duckdb_value inValue) {
 smart_ptr<I_Value> MakeNullValue() {
     smart_ptr<I_Value> value(CreateValueBoolean(true, nullptr, nullptr));
     value->put_IsNull(true);
-    return value;
-}
-
-smart_ptr<I_Value> TextToStringValue(std::string_view inText) {
-    const StToUTF16 wide(inText.data(), static_cast<std::ptrdiff_t>(inText.size()), GetConverter_UTF8());
-    smart_ptr<I_Value> value(CreateValueString(false, nullptr, nullptr));
-    value->put_MaxLength(static_cast<std::uint32_t>(2 * wide.get_Length() + 2));
-    value->put_String(String(wide.c_str(), static_cast<std::ptrdiff_t>(wide.get_Length())));
     return value;
 }
 
@@ -64,12 +64,6 @@ smart_ptr<I_Value> TimestampToValue(duckdb_timestamp inTimestamp) {
     return value;
 }
 
-smart_ptr<I_Value> BlobToValue(duckdb_value inValue) {
-    const duckdb_blob blob = duckdb_get_blob(inValue);
-    const support::OwnedBytes data(blob.data);
-    return BytesToValue(data.Get(), static_cast<std::uint32_t>(blob.size));
-}
-
 smart_ptr<I_Value> ReadCell(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inRow,
                             duckdb_type inColumnType) {
     const support::OwnedValue value(duckdb_data_chunk_get_value(inChunk, inColumn, inRow));
@@ -88,29 +82,12 @@ smart_ptr<I_Value> DuckDBToValue(duckdb_value inValue, const std::int32_t* inVar
         return MakeNullValue();
     }
     const duckdb_type type = duckdb_get_type_id(duckdb_get_value_type(inValue));
+    if (const FixedTypeRow* const row = FindFixedType(type)) {
+        return row->mFromValue(inValue);
+    }
     switch (type) {
-    case DUCKDB_TYPE_BOOLEAN:
-        return MakeValue(CreateValueBoolean, &I_Value::put_Boolean, duckdb_get_bool(inValue));
-    case DUCKDB_TYPE_TINYINT:
-    case DUCKDB_TYPE_SMALLINT:
-        return MakeValue(CreateValueShort, &I_Value::put_Short, duckdb_get_int16(inValue));
-    case DUCKDB_TYPE_INTEGER:
-        return MakeValue(CreateValueLong, &I_Value::put_Long, duckdb_get_int32(inValue));
-    case DUCKDB_TYPE_BIGINT:
-        return MakeValue(CreateValueLLong, &I_Value::put_LLong, duckdb_get_int64(inValue));
-    case DUCKDB_TYPE_UTINYINT:
-        return MakeValue(CreateValueByte, &I_Value::put_Byte, duckdb_get_uint8(inValue));
-    case DUCKDB_TYPE_USMALLINT:
-        return MakeValue(CreateValueUShort, &I_Value::put_UShort, duckdb_get_uint16(inValue));
-    case DUCKDB_TYPE_UINTEGER:
-        return MakeValue(CreateValueULong, &I_Value::put_ULong, duckdb_get_uint32(inValue));
-    case DUCKDB_TYPE_UBIGINT:
-        return MakeValue(CreateValueULLong, &I_Value::put_ULLong, duckdb_get_uint64(inValue));
-    case DUCKDB_TYPE_FLOAT:
-        return MakeValue(CreateValueFloat, &I_Value::put_Float, duckdb_get_float(inValue));
-    case DUCKDB_TYPE_DOUBLE:
-    case DUCKDB_TYPE_DECIMAL: // digits beyond the reach of a double are gone
-        return MakeValue(CreateValueDouble, &I_Value::put_Double, duckdb_get_double(inValue));
+    case DUCKDB_TYPE_DECIMAL: // rounded to the precision of a double
+        return FindFixedType(DUCKDB_TYPE_DOUBLE)->mFromValue(inValue);
     case DUCKDB_TYPE_BLOB:
         return BlobToValue(inValue);
     case DUCKDB_TYPE_SQLNULL:
@@ -129,6 +106,9 @@ smart_ptr<I_Value> VariantChildToValue(duckdb_value inChild, std::int32_t inVari
     if (IsNull(inChild)) {
         return MakeNullValue();
     }
+    if (const FixedTypeRow* const row = FindFixedPayload(inVariantType)) {
+        return row->mFromValue(inChild);
+    }
     switch (inVariantType) {
     case variant_type::kNull:
         return MakeNullValue();
@@ -137,25 +117,8 @@ smart_ptr<I_Value> VariantChildToValue(duckdb_value inChild, std::int32_t inVari
         return MakeValue(CreateValueBoolean, &I_Value::put_Boolean, inVariantType == variant_type::kBoolTrue);
     case variant_type::kInt8:
         // Unlike a plain TINYINT it keeps its type.
-        return MakeEnvelopeValue(VariantTypeName(inVariantType), std::to_string(duckdb_get_int8(inChild)));
-    case variant_type::kInt16:
-        return MakeValue(CreateValueShort, &I_Value::put_Short, duckdb_get_int16(inChild));
-    case variant_type::kInt32:
-        return MakeValue(CreateValueLong, &I_Value::put_Long, duckdb_get_int32(inChild));
-    case variant_type::kInt64:
-        return MakeValue(CreateValueLLong, &I_Value::put_LLong, duckdb_get_int64(inChild));
-    case variant_type::kUInt8:
-        return MakeValue(CreateValueByte, &I_Value::put_Byte, duckdb_get_uint8(inChild));
-    case variant_type::kUInt16:
-        return MakeValue(CreateValueUShort, &I_Value::put_UShort, duckdb_get_uint16(inChild));
-    case variant_type::kUInt32:
-        return MakeValue(CreateValueULong, &I_Value::put_ULong, duckdb_get_uint32(inChild));
-    case variant_type::kUInt64:
-        return MakeValue(CreateValueULLong, &I_Value::put_ULLong, duckdb_get_uint64(inChild));
-    case variant_type::kFloat:
-        return MakeValue(CreateValueFloat, &I_Value::put_Float, duckdb_get_float(inChild));
-    case variant_type::kDouble:
-        return MakeValue(CreateValueDouble, &I_Value::put_Double, duckdb_get_double(inChild));
+        return TextBuffer().MakeEnvelope(VariantTypeName(inVariantType),
+                                         std::to_string(duckdb_get_int8(inChild)));
     case variant_type::kVarchar:
         return TextOfValue(inChild);
     case variant_type::kBlob:
@@ -168,7 +131,7 @@ smart_ptr<I_Value> VariantChildToValue(duckdb_value inChild, std::int32_t inVari
         break;
     }
     const support::OwnedText text(duckdb_get_varchar(inChild));
-    return MakeEnvelopeValue(VariantTypeName(inVariantType), support::ViewOf(text));
+    return TextBuffer().MakeEnvelope(VariantTypeName(inVariantType), support::ViewOf(text));
 }
 
 } // namespace orkit::orsql

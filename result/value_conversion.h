@@ -1,55 +1,33 @@
 /// @file
-/// From a DuckDB cell to a host value, through a `duckdb_value` of the cell: the meaning of every cell. The
-/// readers of chunk_reader.h take shorter ways to the same values.
+/// From a DuckDB cell to a host value, through a `duckdb_value` of the cell: the reference meaning of every
+/// cell. The readers of chunk_reader.h give the same values faster.
 ///
-/// None of this takes a lock or keeps a state. What the host's factories or DuckDB raise passes through.
+/// None of this takes a lock or keeps a state. Exceptions of the host's factories and of DuckDB pass through.
 #pragma once
 
 #include <cstdint>
-#include <string_view>
 
 #include <duckdb.h>
 
 #include "host/unknown.h"
 #include "host/value.h"
-#include "result/variant_type.h"
 
 namespace orkit::orsql {
 
-/// A cell of a chunk. SQL NULL of any type gives the null value: a Boolean that says it is null. DECIMAL
-/// gives a double; integers, floating-point numbers, BOOLEAN and BLOB their like; a VARIANT what it holds;
-/// every other type DuckDB's text of the value.
+/// A cell of a chunk. SQL NULL of any type gives the null value. Integers, floating-point numbers, BOOLEAN
+/// and BLOB give the host's value of that kind, DECIMAL a double, a VARIANT what it holds; every other type
+/// gives DuckDB's text of the value.
 /// @param inColumn, inRow inside the chunk. @param inColumnType the column's type, as the result tells it.
 smart_ptr<I_Value> ReadCell(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inRow, duckdb_type inColumnType);
 
 /// @param inValue stays the caller's; null gives the null value.
-/// @param inVariantType what a VARIANT holds; null where it isn't known or has no number of this table, which
+/// @param inVariantType what a VARIANT holds; null if that is unknown or beyond the known numbers, which
 /// gives the VARIANT's text.
 smart_ptr<I_Value> DuckDBToValue(duckdb_value inValue, const std::int32_t* inVariantType);
 
 /// What a VARIANT holds. A payload without an exact host value becomes an envelope.
 /// @param inChild the payload; stays the caller's; null gives the null value.
 smart_ptr<I_Value> VariantChildToValue(duckdb_value inChild, std::int32_t inVariantType);
-
-/// What SQL NULL is in the host: a Boolean value that says it is null.
-smart_ptr<I_Value> MakeNullValue();
-
-/// @param inText UTF-8.
-smart_ptr<I_Value> TextToStringValue(std::string_view inText);
-
-/// @param inValue a BLOB; stays the caller's.
-smart_ptr<I_Value> BlobToValue(duckdb_value inValue);
-
-/// A binary value with a copy of the bytes.
-/// @param inData may be null, which gives a value of length `inLength` without content set.
-smart_ptr<I_Value> BytesToValue(const void* inData, std::uint32_t inLength);
-
-/// A calendar date.
-smart_ptr<I_Value> DateToValue(duckdb_date inDate);
-
-/// A date and time of day; microseconds are cut to milliseconds. Raises for infinity, which has no calendar
-/// parts.
-smart_ptr<I_Value> TimestampToValue(duckdb_timestamp inTimestamp);
 
 /// A new value of the kind that a factory makes, not nullable, set by one setter.
 template <class Setter, class Content>
@@ -59,5 +37,19 @@ smart_ptr<I_Value> MakeValue(I_Value* (*inFactory)(bool, const void*, const void
     (value.get()->*inSetter)(inContent);
     return value;
 }
+
+/// What SQL NULL is in the host: a Boolean value that says it is null.
+smart_ptr<I_Value> MakeNullValue();
+
+/// A binary value with a copy of the bytes.
+/// @param inData may be null, which gives a value of length `inLength` without content set.
+smart_ptr<I_Value> BytesToValue(const void* inData, std::uint32_t inLength);
+
+/// A calendar date.
+smart_ptr<I_Value> DateToValue(duckdb_date inDate);
+
+/// A date and time of day; microseconds are truncated to milliseconds. Throws for infinity, which has no
+/// calendar parts.
+smart_ptr<I_Value> TimestampToValue(duckdb_timestamp inTimestamp);
 
 } // namespace orkit::orsql

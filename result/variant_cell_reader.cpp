@@ -4,6 +4,8 @@
 #include <charconv>
 #include <limits>
 
+#include "result/fixed_types.h"
+
 namespace orkit::orsql {
 
 namespace support = orlimbara::duckdb_support;
@@ -12,16 +14,29 @@ namespace {
 
 constexpr std::int64_t kMicrosPerMilli = 1000;
 
-/// Whether milliseconds can be told in microseconds without meeting what stands for infinity there.
+/// Whether milliseconds can be converted to microseconds without colliding with the numbers for infinity.
 constexpr bool FitMicros(std::int64_t inMillis) noexcept {
     constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max() / kMicrosPerMilli - 1;
     return inMillis >= -kMost && inMillis <= kMost;
 }
 
+using MakeFromPayload = smart_ptr<I_Value> (*)(const void* inPayload);
+
+/// By the number of what a VARIANT holds; null for everything that isn't a fixed-width type.
+constexpr auto kFromPayload = [] {
+    std::array<MakeFromPayload, variant_type::kCount> table = {};
+    for (const FixedTypeRow& row : kFixedTypes) {
+        if (row.mNumber != variant_type::kNone) {
+            table[static_cast<std::size_t>(row.mNumber)] = row.mFromPayload;
+        }
+    }
+    return table;
+}();
+
 } // namespace
 
 void VariantCellReader::Bind(duckdb_data_chunk inChunk) {
-    VectorReader::Bind(inChunk);
+    CellReader::Bind(inChunk);
     mState = State::Untouched;
     mColumn = support::VariantColumn(); // it shares the old chunk's memory
     mJsonWindow.Close();
@@ -38,9 +53,12 @@ smart_ptr<I_Value> VariantCellReader::Read(idx_t inRow) {
         mJsonWindow.MoveTo(inRow, duckdb_data_chunk_get_size(Chunk()));
     }
     const std::int32_t number = mColumn.Number(inRow);
-    const auto fixed = [&]<class Content>(auto inFactory, void (I_Value::*inSetter)(Content)) {
-        return MakeValue(inFactory, inSetter, mColumn.Fixed<Content>(inRow));
-    };
+    if (number < 0 || number >= variant_type::kCount) {
+        return ReadReference(inRow);
+    }
+    if (const MakeFromPayload make = kFromPayload[static_cast<std::size_t>(number)]) {
+        return make(mColumn.Address(inRow));
+    }
     switch (number) {
     case variant_type::kNull:
         return MakeNullValue();
@@ -53,24 +71,6 @@ smart_ptr<I_Value> VariantCellReader::Read(idx_t inRow) {
         const char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), content).ptr;
         return Setup().mTextBuffer->MakeEnvelope(VariantTypeName(number), {digits.data(), end});
     }
-    case variant_type::kInt16:
-        return fixed(CreateValueShort, &I_Value::put_Short);
-    case variant_type::kInt32:
-        return fixed(CreateValueLong, &I_Value::put_Long);
-    case variant_type::kInt64:
-        return fixed(CreateValueLLong, &I_Value::put_LLong);
-    case variant_type::kUInt8:
-        return fixed(CreateValueByte, &I_Value::put_Byte);
-    case variant_type::kUInt16:
-        return fixed(CreateValueUShort, &I_Value::put_UShort);
-    case variant_type::kUInt32:
-        return fixed(CreateValueULong, &I_Value::put_ULong);
-    case variant_type::kUInt64:
-        return fixed(CreateValueULLong, &I_Value::put_ULLong);
-    case variant_type::kFloat:
-        return fixed(CreateValueFloat, &I_Value::put_Float);
-    case variant_type::kDouble:
-        return fixed(CreateValueDouble, &I_Value::put_Double);
     case variant_type::kVarchar:
         return Setup().mTextBuffer->MakeString(mColumn.Bytes(inRow));
     case variant_type::kBlob: {
@@ -87,8 +87,7 @@ smart_ptr<I_Value> VariantCellReader::Read(idx_t inRow) {
     case variant_type::kArray:
         return ReadNested(inRow, number);
     default:
-        return number > 0 && number < variant_type::kCount ? ReadPayload(inRow, number)
-                                                           : ReadReference(inRow);
+        return ReadPayload(inRow, number);
     }
 }
 

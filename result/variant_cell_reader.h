@@ -3,17 +3,17 @@
 #pragma once
 
 #include "duckdb_support/variant_column.h"
+#include "result/cell_reader.h"
 #include "result/conversion_window.h"
-#include "result/vector_reader.h"
 
 namespace orkit::orsql {
 
-/// Takes the vector of a chunk apart once, at the first read, and makes of each cell what it holds. Objects
-/// and arrays are turned to JSON by runs of rows.
-class VariantCellReader final : public VectorReader {
+/// Unpacks the vector of a chunk once, at the first read, and makes of each cell what it holds. Converts
+/// objects and arrays to JSON in runs of rows.
+class VariantCellReader final : public CellReader {
 public:
     explicit VariantCellReader(const CellReaderSetup& inSetup)
-        : VectorReader(inSetup), mJsonWindow(inSetup.mAccess) {}
+        : CellReader(inSetup), mJsonWindow(inSetup.mAccess) {}
 
     void Bind(duckdb_data_chunk inChunk) override;
     smart_ptr<I_Value> Read(idx_t inRow) override;
@@ -23,7 +23,7 @@ private:
 
     /// An object or an array.
     smart_ptr<I_Value> ReadNested(idx_t inRow, std::int32_t inNumber);
-    /// A payload that has no way of its own.
+    /// A payload that goes through a `duckdb_value`.
     smart_ptr<I_Value> ReadPayload(idx_t inRow, std::int32_t inNumber);
 
     orlimbara::duckdb_support::VariantColumn mColumn;

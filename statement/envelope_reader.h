@@ -1,6 +1,6 @@
 /// @file
 /// Reading the envelope: a JSON object that names a DuckDB type and gives a value of it as text.
-/// result/envelope.h writes it.
+/// result/text_buffer.h writes it.
 ///
 /// None of this takes a lock or keeps a state. Failures are xDuckDBError with the context "value" or
 /// "variant"; what DuckDB lets out becomes that too.
