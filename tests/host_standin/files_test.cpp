@@ -4,17 +4,18 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <string>
+#include <regex>
 #include <thread>
 #include <vector>
 
 #include <duckdb.h>
 #include <fcntl.h>
-#include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include "host/backup.h"
 #include "standin_test.h"
 
 namespace orkit::standin {
@@ -23,191 +24,137 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A lock as the second process takes its name.
-constexpr const char* kForReading = "r";
-constexpr const char* kForWriting = "w";
-
-// Starts the second process without forking this one, whose threads and allocator wouldn't like it.
-pid_t StartProbe(const char* inCommand, const std::string& inPath, const char* inType,
-                 const posix_spawn_file_actions_t* inActions) {
-    std::string program = LOCK_PROBE;
-    std::string command = inCommand;
-    std::string path = inPath;
-    std::string type = inType;
-    const std::array<char*, 5> arguments = {program.data(), command.data(), path.data(), type.data(),
-                                            nullptr};
-    pid_t child = -1;
-    EXPECT_EQ(::posix_spawn(&child, program.c_str(), inActions, nullptr, arguments.data(), environ), 0);
-    return child;
-}
-
-int WaitFor(pid_t inChild) {
-    int status = 0;
-    EXPECT_EQ(::waitpid(inChild, &status, 0), inChild);
-    EXPECT_TRUE(WIFEXITED(status));
-    return WEXITSTATUS(status);
-}
-
-// Whether a second process would be refused a lock on the file.
-bool IsLockedForOthers(const std::string& inPath, const char* inType) {
-    const int answer = WaitFor(StartProbe("ask", inPath, inType, nullptr));
-    EXPECT_LE(answer, 1);
-    return answer != 0;
-}
-
-// A second process that holds a lock on a file, as DuckDB does, until the end of this object.
-class OtherProcess {
-public:
-    OtherProcess(const std::string& inPath, const char* inType) {
-        std::array<int, 2> input{};
-        std::array<int, 2> output{};
-        EXPECT_EQ(::pipe2(input.data(), O_CLOEXEC), 0);
-        EXPECT_EQ(::pipe2(output.data(), O_CLOEXEC), 0);
-        posix_spawn_file_actions_t actions;
-        ::posix_spawn_file_actions_init(&actions);
-        ::posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
-        ::posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
-        mChild = StartProbe("hold", inPath, inType, &actions);
-        ::posix_spawn_file_actions_destroy(&actions);
-        ::close(input[0]);
-        ::close(output[1]);
-        mEnd = input[1];
-        char byte = 0;
-        EXPECT_EQ(::read(output[0], &byte, 1), 1);
-        ::close(output[0]);
-    }
-    ~OtherProcess() {
-        ::close(mEnd);
-        EXPECT_EQ(WaitFor(mChild), 0);
-    }
-
-private:
-    pid_t mChild = -1;
-    int mEnd = -1; // the other end of the child's standard input
-};
-
 class Files : public StandinTest {
 protected:
     smart_ptr<I_File> FileOf(const std::string& inName) const { return CreateFile(LocationOf(inName)); }
-    void Fill(const std::string& inName, const std::string& inContent) const {
-        std::ofstream(PathOf(inName), std::ios::binary) << inContent;
-    }
+    void Fill(const std::string& inName) const { std::ofstream(PathOf(inName)) << "content"; }
 };
 
 TEST_F(Files, AreMadeWrittenReadAndDeleted) {
     const smart_ptr<I_File> file = FileOf("new");
     file->Create();
-    EXPECT_EQ(file->get_Size(), 0U);
     EXPECT_EQ(file->Write("DUCK", 8, 4), 4U);
     EXPECT_EQ(file->get_Size(), 12U);
     file->Close();
     file->Close();
-
     file->put_IsReadOnly(true);
     file->Open();
-    std::array<char, 8> buffer;
-    buffer.fill('#');
+    std::string buffer(8, '#');
     EXPECT_EQ(file->Read(buffer.data(), 8, 8), 4U);
-    EXPECT_EQ(std::string(buffer.data(), 5), "DUCK#");
-    EXPECT_EQ(file->Read(buffer.data(), 0, 1), 1U);
-    EXPECT_EQ(buffer[0], '\0');
+    EXPECT_EQ(buffer, "DUCK####");
     EXPECT_EQ(file->Read(buffer.data(), 100, 8), 0U);
-    EXPECT_NE(Refusal([&] { file->Write("x", 0, 1); }), "");
+    EXPECT_EQ(Refusal([&] { file->Write("x", 0, 1); }), "can't write file: Bad file descriptor");
     file->ThrowOut();
     EXPECT_FALSE(fs::exists(PathOf("new")));
 }
 
 TEST_F(Files, RefuseWithThePathAndTheCause) {
-    Fill("there", "content");
+    Fill("there");
     fs::create_directory(PathOf("folder"));
     ASSERT_EQ(::mkfifo(PathOf("pipe").c_str(), 0600), 0);
-    const smart_ptr<I_File> there = FileOf("there");
     const smart_ptr<I_File> missing = FileOf("missing");
     const smart_ptr<I_File> open = FileOf("there");
+    const smart_ptr<I_File> folder = FileOf("folder");
+    folder->put_IsReadOnly(true);
+    const smart_ptr<FileWin> unplaced = new FileWin;
     open->Open();
-    EXPECT_EQ(Refusal([&] { there->Create(); }), "can't open file: File exists");
+    EXPECT_EQ(Refusal([&] { FileOf("there")->Create(); }), "can't open file: File exists");
     EXPECT_EQ(Refusal([&] { missing->Open(); }), "can't open file: No such file or directory");
     EXPECT_EQ(Refusal([&] { missing->ThrowOut(); }), "can't delete file: No such file or directory");
     EXPECT_EQ(Refusal([&] { missing->get_Size(); }), "file is not open");
-    EXPECT_EQ(Refusal([&] { missing->Read(nullptr, 0, 0); }), "file is not open");
     EXPECT_EQ(Refusal([&] { open->Open(); }), "file is open");
     EXPECT_EQ(Refusal([&] { open->put_Location(LocationOf("missing")); }), "file is open");
     EXPECT_EQ(Refusal([&] { FileOf("pipe")->Open(); }), "is not a file");
-    const smart_ptr<I_File> folder = FileOf("folder");
-    folder->put_IsReadOnly(true);
     EXPECT_EQ(Refusal([&] { folder->Open(); }), "is not a file");
     EXPECT_EQ(Refusal([&] { CreateFile(nullptr); }), "file needs a location");
-    const smart_ptr<FileWin> unplaced = new FileWin;
     EXPECT_EQ(Refusal([&] { unplaced->Open(); }), "file has no location");
-    const smart_ptr<I_File> memory = CreateFile(MakeLocation(":memory:"));
-    EXPECT_EQ(Refusal([&] { memory->Create(); }), "names no file");
+    EXPECT_EQ(Refusal([&] { unplaced->ThrowOut(); }), "file has no location");
+    EXPECT_EQ(Refusal([&] { smart_ptr<I_File>(CreateFile(MakeLocation(":memory:")))->Create(); }),
+              "names no file");
     try {
         missing->Open();
-        ADD_FAILURE();
     } catch (const xException& exception) {
         EXPECT_EQ(Narrow(*exception.get_Text(0)), PathOf("missing"));
     }
 }
 
+// A second process that locks a file, as DuckDB does, until the end of this object. The child makes system
+// calls alone, since other threads of this process may hold locks of the C library.
+class OtherProcess {
+public:
+    OtherProcess(const std::string& inPath, short inType) {
+        std::array<int, 2> ends{};
+        EXPECT_EQ(::pipe(ends.data()), 0);
+        mChild = ::fork();
+        if (mChild == 0) {
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            struct flock lock {};
+            lock.l_type = inType;
+            char isLocked = ::fcntl(::open(inPath.c_str(), O_RDWR), F_SETLK, &lock) == 0 ? 1 : 0;
+            static_cast<void>(::write(ends[1], &isLocked, 1));
+            ::pause();
+        }
+        EXPECT_EQ(::read(ends[0], &mIsLocked, 1), 1);
+        ::close(ends[0]);
+        ::close(ends[1]);
+    }
+    ~OtherProcess() {
+        ::kill(mChild, SIGKILL);
+        ::waitpid(mChild, nullptr, 0);
+    }
+
+    std::string Refusal() const { return "can't open file: locked by process " + std::to_string(mChild); }
+    bool IsLocked() const { return mIsLocked != 0; }
+
+private:
+    pid_t mChild = -1;
+    char mIsLocked = 0;
+};
+
 TEST_F(Files, RefuseWhatAnotherProcessHasLocked) {
-    Fill("db", "content");
+    Fill("db");
     const smart_ptr<I_File> reader = FileOf("db");
     reader->put_IsReadOnly(true);
     const smart_ptr<I_File> writer = FileOf("db");
     {
-        const OtherProcess other(PathOf("db"), kForWriting);
-        EXPECT_NE(Refusal([&] { reader->Open(); }).find("locked by process"), std::string::npos);
-        EXPECT_NE(Refusal([&] { writer->Open(); }).find("locked by process"), std::string::npos);
+        const OtherProcess other(PathOf("db"), F_WRLCK);
+        EXPECT_EQ(Refusal([&] { reader->Open(); }), other.Refusal());
+        EXPECT_EQ(Refusal([&] { writer->Open(); }), other.Refusal());
     }
-    {
-        const OtherProcess other(PathOf("db"), kForReading);
-        EXPECT_EQ(Refusal([&] { reader->Open(); }), "");
-        EXPECT_NE(Refusal([&] { writer->Open(); }).find("locked by process"), std::string::npos);
-    }
-    EXPECT_EQ(Refusal([&] { writer->Open(); }), "");
+    const OtherProcess other(PathOf("db"), F_RDLCK);
+    EXPECT_EQ(Refusal([&] { reader->Open(); }), "");
+    EXPECT_EQ(Refusal([&] { writer->Open(); }), other.Refusal());
 }
 
 // An open database is looked at by its host. The lock that keeps other processes out must survive it.
 TEST_F(Files, LookAtAnOpenDatabaseWithoutDroppingItsLock) {
     const std::string path = PathOf("open.duckdb");
+    duckdb_database database = nullptr;
+    ASSERT_EQ(duckdb_open(path.c_str(), &database), DuckDBSuccess);
+    ASSERT_FALSE(OtherProcess(path, F_RDLCK).IsLocked());
+    const smart_ptr<I_File> file = FileOf("open.duckdb");
     for (const bool isReadOnly : {false, true}) {
-        duckdb_config config = nullptr;
-        ASSERT_EQ(duckdb_create_config(&config), DuckDBSuccess);
-        duckdb_set_config(config, "access_mode", isReadOnly ? "READ_ONLY" : "READ_WRITE");
-        duckdb_database database = nullptr;
-        ASSERT_EQ(duckdb_open_ext(path.c_str(), &database, config, nullptr), DuckDBSuccess);
-        duckdb_destroy_config(&config);
-
-        ASSERT_TRUE(IsLockedForOthers(path, kForWriting));
-        const smart_ptr<I_File> file = CreateFile(MakeLocation(path.c_str()));
-        file->put_IsReadOnly(true);
+        file->put_IsReadOnly(isReadOnly);
         file->Open();
         std::array<char, 4> magic{};
         EXPECT_EQ(file->Read(magic.data(), 8, 4), 4U);
         EXPECT_EQ(std::string(magic.data(), 4), "DUCK");
         file->Close();
-        file->put_IsReadOnly(false);
-        file->Open();
-        file->Close();
-        EXPECT_EQ(Refusal([&] { file->Create(); }), "can't open file: File exists");
-        EXPECT_TRUE(IsLockedForOthers(path, kForWriting));
-        EXPECT_EQ(IsLockedForOthers(path, kForReading), !isReadOnly);
-
-        duckdb_close(&database);
-        EXPECT_FALSE(IsLockedForOthers(path, kForWriting));
     }
+    EXPECT_FALSE(OtherProcess(path, F_RDLCK).IsLocked());
+    duckdb_close(&database);
+    EXPECT_TRUE(OtherProcess(path, F_WRLCK).IsLocked());
 }
 
 TEST_F(Files, LeaveNoDescriptorsAndNoThreadsBehind) {
-    Fill("db", "content");
     const auto count = [](const char* inFolder) {
         return std::distance(fs::directory_iterator(inFolder), fs::directory_iterator());
     };
     const auto descriptors = count("/proc/self/fd");
     const auto threads = count("/proc/self/task");
-    for (int i = 0; i < 100; ++i) {
-        const smart_ptr<I_File> file = FileOf("db");
-        file->Open(); // closed by the last Release
+    for (int i = 0; i < 20; ++i) {
+        const smart_ptr<I_File> file = FileOf(std::to_string(i));
+        file->Create(); // closed by the last Release
         EXPECT_NE(Refusal([&] { FileOf("missing")->Open(); }), "");
     }
     EXPECT_EQ(count("/proc/self/fd"), descriptors);
@@ -218,34 +165,103 @@ TEST_F(Files, LeaveNoDescriptorsAndNoThreadsBehind) {
     EXPECT_EQ(count("/proc/self/task"), threads);
 }
 
-TEST_F(Files, OfSeveralThreadsDoNotDisturbEachOther) {
+class Locations : public StandinTest {
+protected:
+    Locations() {
+        fs::create_directories(PathOf("real/sub"));
+        std::ofstream(PathOf("real/file.db")) << "x";
+        fs::create_symlink("real", PathOf("link"));
+        fs::create_symlink(PathOf("real/file.db"), PathOf("file_link"));
+        fs::create_symlink("link/new.db", PathOf("dangling"));
+        fs::create_symlink("loop", PathOf("loop"));
+    }
+};
+
+// Two paths of one file would open it twice in one process.
+TEST_F(Locations, OfOneFileHaveOnePath) {
+    for (const auto& [given, resolved] : std::vector<std::pair<const char*, const char*>>{
+             {"./real//file.db", "real/file.db"},
+             {"link/sub/../file.db", "real/file.db"},
+             {"file_link", "real/file.db"},
+             {"link/", "real"},
+             {"link/../real/file.db", "real/file.db"},
+             {"dangling", "real/new.db"}, // a link to what doesn't exist
+             {"missing/deeper/../new.db", "missing/new.db"},
+             {"real/file.db/odd", "real/file.db/odd"}, // below a file there is nothing
+         }) {
+        EXPECT_EQ(Narrow(LocationOf(given)->get_Path()), PathOf(resolved)) << given;
+        EXPECT_EQ(Narrow(LocationOf("")->get_ChildLocation(given)->get_Path()), PathOf(resolved)) << given;
+    }
+    EXPECT_EQ(Narrow(MakeLocation("/../..")->get_Path()), "/");
+    EXPECT_EQ(Narrow(MakeLocation("x.db")->get_Path()), (fs::current_path() / "x.db").string());
+    EXPECT_EQ(Narrow(LocationOf("file_link")->get_ParentLocation()->get_Path()), PathOf("real"));
+    EXPECT_EQ(MakeLocation("/")->get_ParentLocation(), nullptr);
+    EXPECT_EQ(Narrow(LocationOf("dangling")->get_Name()), "new"); // of its target
+    EXPECT_EQ(Narrow(LocationOf("a.b.db")->get_Name()), "a.b");
+}
+
+TEST_F(Locations, ThatNameNoFileStayAsGiven) {
+    for (const char* const path : {":memory:", "md:sales"}) {
+        const smart_ptr<I_Location> location = MakeLocation(path);
+        EXPECT_EQ(Narrow(location->get_Path()), path);
+        EXPECT_EQ(Narrow(location->get_Name()), path);
+        EXPECT_FALSE(location->get_Exists());
+        EXPECT_EQ(location->get_ParentLocation(), nullptr);
+        EXPECT_EQ(location->QueryInterface(interface_id::kFolder), nullptr);
+        EXPECT_EQ(Refusal([&] { location->get_ChildLocation("x"); }), "has no child named \"x\"");
+    }
+    const std::string tooLong(300, 'n');
+    for (const String& path :
+         {String(""), String("a\0b", 3), String(PathOf("loop").c_str()), String(PathOf(tooLong).c_str())}) {
+        EXPECT_NE(Refusal([&] { MakeLocation(path); }), "") << Narrow(path);
+    }
+    EXPECT_NE(Refusal([&] { LocationOf("real")->get_ChildLocation(""); }), "");
+    EXPECT_NE(Refusal([&] { LocationOf("real")->get_ChildLocation("/etc"); }), "");
+}
+
+TEST_F(Locations, OfferTheFolderAspectUnlessAFileIsThere) {
+    EXPECT_EQ(LocationOf("file_link")->QueryInterface(interface_id::kFolder), nullptr);
+    const smart_ptr<I_Location> later = LocationOf("later");
+    const I_Folder* const folder = QueryAspect<I_Folder>(later.get());
+    ASSERT_NE(folder, nullptr);
+    EXPECT_FALSE(folder->get_Exists() || later->get_Exists());
+    fs::create_directory(PathOf("later"));
+    EXPECT_TRUE(folder->get_Exists() && later->get_Exists());
+    EXPECT_EQ(later->QueryInterface(interface_id::kForeignPlugin), nullptr);
+}
+
+class Backups : public StandinTest {};
+
+TEST_F(Backups, OfSeveralThreadsGetSortedFoldersOfTheirOwn) {
+    const smart_ptr<I_Location> parent = PrepareFolder(LocationOf("deep/er"), "Backup/");
+    EXPECT_EQ(Narrow(parent->get_Path()), PathOf("deep/er/Backup"));
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([this, i] {
-            const std::string name = std::to_string(i);
+        threads.emplace_back([this] {
+            std::string last;
             for (int round = 0; round < 25; ++round) {
-                const smart_ptr<I_File> file = FileOf(name);
-                file->Create();
-                file->Write(name.data(), 0, 1);
-                char byte = 0;
-                EXPECT_EQ(file->Read(&byte, 0, 1), 1U);
-                EXPECT_EQ(byte, name[0]);
-                file->ThrowOut();
+                // The folder is there already, which is fine.
+                const auto location = gCreateBackupLocation(PrepareFolder(LocationOf("deep/er"), "Backup/"));
+                EXPECT_TRUE(location->get_Exists());
+                EXPECT_LT(std::exchange(last, Narrow(location->get_Path())), Narrow(location->get_Path()));
             }
         });
     }
     for (std::thread& thread : threads) {
         thread.join();
     }
+    EXPECT_EQ(std::distance(fs::directory_iterator(PathOf("deep/er/Backup")), fs::directory_iterator()), 100);
+    const std::string last = Narrow(gCreateBackupLocation(parent)->get_Path());
+    EXPECT_EQ(Narrow(get_LastBackupLocation()->get_Path()), last);
+    EXPECT_TRUE(std::regex_search(last, std::regex("/[0-9]{8}T[0-9]{6}\\.[0-9]{3}-[0-9]{4}$"))) << last;
 }
 
-TEST_F(Files, FailOnPurposeOnceAtTheChosenOpening) {
-    const smart_ptr<I_File> file = FileOf("f");
-    FailCall(Fault::FileOpen, 2);
-    file->Create();
-    file->Close();
-    EXPECT_NE(Refusal([&] { file->Open(); }), "");
-    EXPECT_EQ(Refusal([&] { file->Open(); }), "");
+TEST_F(Backups, RefuseAPlaceWhereAFileIs) {
+    std::ofstream(PathOf("Backup")) << "x";
+    EXPECT_EQ(PrepareFolder(nullptr, "Backup/"), nullptr);
+    EXPECT_NE(Refusal([&] { PrepareFolder(LocationOf(""), "Backup/"); }), "");
+    EXPECT_NE(Refusal([&] { gCreateBackupLocation(LocationOf("Backup")); }), "");
+    EXPECT_NE(Refusal([&] { gCreateBackupLocation(nullptr); }), "");
 }
 
 } // namespace

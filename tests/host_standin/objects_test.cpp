@@ -1,110 +1,172 @@
+#include "host/value.h"
+
 #include <array>
-#include <atomic>
-#include <optional>
+#include <limits>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "host/arrays.h"
-#include "host/runtime.h"
+#include "host/engine_lock.h"
 #include "standin_test.h"
 
 namespace orkit::standin {
 
 namespace {
 
-class Objects : public StandinTest {};
+using namespace orkit::orsql;
+using Value = smart_ptr<I_Value>;
 
-// Stands for an object of the plug-in.
-class PluginObject final : public I_Folder, public ForeignPlugin_imp, noncopyable {
-public:
-    std::uint32_t AddRef() override { return ++mRefCount; }
-    std::uint32_t Release() override {
-        const std::uint32_t left = --mRefCount;
-        if (left == 0) {
-            delete this;
-        }
-        return left;
+class Values : public StandinTest {};
+
+TEST_F(Values, OfNumbersAreCutToTheWidthThatIsAsked) {
+    const Value whole = CreateValueLLong(true, nullptr, nullptr);
+    whole->put_LLong(0x1'0000'0002);
+    EXPECT_EQ(whole->get_Long(), 2);
+    whole->put_IsNull(true);
+    EXPECT_EQ(whole->get_Double(), 0);
+    EXPECT_EQ(TextOf(whole), "");
+
+    constexpr auto kMax = std::numeric_limits<std::int64_t>::max();
+    constexpr auto kUMax = std::numeric_limits<std::uint64_t>::max();
+    using Widths = std::tuple<std::int64_t, std::uint64_t, std::uint8_t>;
+    const Value real = CreateValueDouble(false, nullptr, nullptr);
+    for (const auto& [number, widths] : std::vector<std::pair<double, Widths>>{
+             {-2.9, {-2, 0, 0}},
+             {255.9, {255, 255, 255}},
+             {256, {256, 256, 255}},
+             {0x1p63, {kMax, std::uint64_t{1} << 63, 255}},
+             {-1e300, {-kMax - 1, 0, 0}},
+             {1e300, {kMax, kUMax, 255}},
+             {std::numeric_limits<double>::quiet_NaN(), {0, 0, 0}},
+         }) {
+        real->put_Double(number);
+        EXPECT_EQ(Widths(real->get_LLong(), real->get_ULLong(), real->get_Byte()), widths) << number;
     }
-    void* QueryInterface(std::uint32_t inInterfaceId) override {
-        static constexpr std::array<INTERFACE_ITEM, 3> table = {
-            InterfaceRow<PluginObject, I_Folder>(interface_id::kFolder),
-            InterfaceRow<PluginObject, I_ForeignPlugin>(interface_id::kForeignPlugin), kInterfaceTableEnd};
-        return InterfaceTableQueryInterface(this, table.data(), inInterfaceId);
-    }
-    std::uint32_t get_RefsCount() const override { return mRefCount; }
-    bool get_Exists() const override { return true; }
-
-private:
-    std::atomic<std::uint32_t> mRefCount = 0;
-};
-
-TEST_F(Objects, AnswerToTheIdsOfTheirTableWithTheRightPart) {
-    const smart_ptr<PluginObject> object = new PluginObject;
-    EXPECT_EQ(object->QueryInterface(interface_id::kFolder), static_cast<I_Folder*>(object.get()));
-    EXPECT_EQ(object->QueryInterface(interface_id::kForeignPlugin),
-              static_cast<I_ForeignPlugin*>(object.get()));
-    EXPECT_EQ(object->QueryInterface(interface_id::kDuckDBCursor), nullptr);
-    EXPECT_EQ(object->QueryInterface(interface_id::kEnd), nullptr);
-    EXPECT_EQ(object->get_RefsCount(), 1U);
 }
 
-TEST_F(Objects, CallTheirFinalizerWithTheBackReference) {
-    int calls = 0;
-    {
-        const smart_ptr<PluginObject> object = new PluginObject;
-        EXPECT_EQ(CountLiveObjects().mForeignPlugins, 1);
-        object->put_BackRef(&calls);
-        object->put_Xtra(this);
-        object->put_Finalize([](void* inBackRef) { ++*static_cast<int*>(inBackRef); });
-        EXPECT_EQ(object->get_BackRef(), &calls);
-        EXPECT_EQ(object->get_Xtra(), this);
-        EXPECT_EQ(calls, 0);
-    }
-    EXPECT_EQ(calls, 1);
+TEST_F(Values, OfTextKeepToTheirRoomAndAreReadAsNumbers) {
+    const Value value = CreateValueString(true, nullptr, nullptr);
+    EXPECT_EQ(Refusal([&] { value->put_String(""); }), "the text doesn't fit the room of the value");
+    value->put_MaxLength(2);
+    value->put_String("");
+    value->put_MaxLength(8);
+    value->put_String(u"\U0001F600x"); // two code units and one
+    EXPECT_EQ(value->get_Length(), 6U);
+    EXPECT_NE(Refusal([&] { value->put_String("four"); }), "");
+    EXPECT_NE(Refusal([&] { value->put_MaxLength(7); }), "");
+    EXPECT_EQ(TextOf(value), "\xF0\x9F\x98\x80x");
+    String text;
+    value->get_String(text, 2);
+    EXPECT_EQ(Narrow(text), "\xF0\x9F\x98\x80");
+    value->get_String(text, 0);
+    EXPECT_TRUE(text.isEmpty());
+    value->put_MaxLength(100);
+    value->put_String(" -300.75 apples");
+    EXPECT_EQ(value->get_LLong(), -300);
+    EXPECT_EQ(value->get_Byte(), static_cast<std::uint8_t>(-300));
+    EXPECT_EQ(value->get_Float(), -300.75F);
+    EXPECT_TRUE(value->get_Boolean());
+    value->put_String("18446744073709551615");
+    EXPECT_EQ(value->get_ULLong(), std::numeric_limits<std::uint64_t>::max());
+    value->put_IsNull(true);
+    EXPECT_EQ(value->get_Long(), 0);
+    EXPECT_EQ(Refusal([&] { value->put_Long(1); }), "this kind of value can't be set so");
+    const String word("red");
+    EXPECT_EQ(TextOf(CreateValueEnum(false, &word, nullptr)), "red");
+    const Value notNullable = CreateValueLong(false, nullptr, nullptr);
+    EXPECT_EQ(Refusal([&] { notNullable->put_IsNull(true); }), "this value can't be null");
 }
 
-TEST_F(Objects, AreCountedWhileTheyLive) {
-    const smart_ptr<ArrayOfSmartPtrs<I_Location>> array = new ArrayOfSmartPtrs<I_Location>(1);
-    array->Append(MakeLocation("/a"));
-    array->Append(MakeLocation("/b"));
-    const LiveObjects expected{.mLocations = 2, .mArrays = 1};
-    EXPECT_EQ(CountLiveObjects(), expected);
-    EXPECT_EQ(CountLiveObjects().get_Total(), 3);
+TEST_F(Values, OfBytesKeepToTheirLengthAndRoom) {
+    const std::uint32_t length = 3;
+    const Value value = CreateValueFixedBinary(true, &length, nullptr);
+    auto* const binary = QueryAspect<I_ValueBinary>(value.get());
+    EXPECT_NE(Refusal([&] { binary->WriteBytes("\1\2\3\4", 4); }), "");
+    binary->WriteBytes("\xCA\xFE\0", 3);
+    EXPECT_EQ(TextOf(value), "cafe00");
+    EXPECT_NE(Refusal([&] { value->put_Length(4); }), "");
+    EXPECT_NE(Refusal([&] { value->put_MaxLength(2); }), "");
+    value->put_MaxLength(5);
+    value->put_Length(5);
+    EXPECT_EQ(TextOf(value), "cafe000000");
+    value->put_Length(1);
+    value->put_Length(2);
+    EXPECT_EQ(TextOf(value), "ca00");
+    std::string buffer = "####";
+    EXPECT_EQ(binary->ReadBytes(buffer.data(), 1), 1U);
+    EXPECT_EQ(buffer, "\xCA###");
+    EXPECT_EQ(binary->ReadBytes(buffer.data(), 4), 2U);
+    EXPECT_EQ(buffer.substr(2), "##");
+    value->put_IsNull(true);
+    EXPECT_EQ(value->get_Length(), 0U);
+    EXPECT_EQ(Value(CreateValueFixedBinary(false, nullptr, nullptr))->get_Length(), 0U);
 }
 
-TEST_F(Objects, SurviveBeingSharedByThreads) {
-    const smart_ptr<I_Location> shared = MakeLocation("/shared");
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([shared] {
-            for (int round = 0; round < 10000; ++round) {
-                const smart_ptr<I_Location> mine = shared;
-                ASSERT_GE(mine->get_RefsCount(), 2U);
-            }
-        });
+TEST_F(Values, OfJsonKeepTheirTextGiveMembersAndGoIntoArrays) {
+    const Value value = CreateValueJSON(true, nullptr, nullptr);
+    EXPECT_EQ(QueryAspect<I_ValueJSON>(value.get()), nullptr);
+    const char* const text =
+        R"({"s":"a\"\u0000\u20AC", "t":true, "z":null, "o":{ "k":[1.50]}, "n":-1.5e+2 } )";
+    value->put_String(text);
+    for (const String& other : {String("{"), String(""), String("{}\0", 3)}) {
+        EXPECT_EQ(Refusal([&] { value->put_String(other); }), "the text is not JSON") << Narrow(other);
     }
-    for (std::thread& thread : threads) {
-        thread.join();
+    EXPECT_EQ(TextOf(value), text);
+    const auto* const json = QueryAspect<I_ValueJSON>(value.get());
+    ASSERT_NE(json, nullptr);
+    EXPECT_EQ(json->get_Member("k"), nullptr);
+    EXPECT_TRUE(json->get_Member("z")->get_IsNull());
+    EXPECT_EQ(TextOf(json->get_Member("n")), "-1.5e+2");
+    const std::uint32_t itemType = value_type::kLong;
+    const Value array = CreateValueArray(true, &itemType, nullptr);
+    auto* const items = QueryAspect<I_ValueArray>(array.get());
+    const Value holder = CreateValueHolder(true, nullptr, nullptr);
+    EXPECT_EQ(TextOf(holder), "");
+    QueryAspect<I_ValueHolder>(holder.get())->put_Inner(json->get_Member("t"));
+    EXPECT_EQ(TextOf(holder), "true");
+    const Value number = CreateValueDouble(false, nullptr, nullptr);
+    number->put_Double(1e300);
+    const Value infinite = CreateValueFloat(false, nullptr, nullptr);
+    infinite->put_Double(-1e300 * 1e300);
+    const Value small = CreateValueByte(false, nullptr, nullptr);
+    for (const Value& item :
+         {json->get_Member("s"), holder, json->get_Member("z"), json->get_Member("o"), number, infinite,
+          small, Value(CreateValueJSON(false, nullptr, nullptr)), Value()}) {
+        items->AppendItem(item);
     }
-    EXPECT_EQ(shared->get_RefsCount(), 1U);
+    EXPECT_EQ(TextOf(array),
+              "[\"a\\\"\\u0000\xE2\x82\xAC\",true,null,{ \"k\":[1.50]},1e+300,\"-Infinity\",0,null,null]");
+    EXPECT_EQ(items->get_ItemType(), itemType);
+    EXPECT_EQ(items->get_Count(), 9U);
+    EXPECT_EQ(items->get_Item(2), holder);
+    EXPECT_TRUE(!items->get_Item(0) && !items->get_Item(10) && items->get_Item(1));
+    for (const Value& each : {value, array, holder}) {
+        each->put_IsNull(true);
+        EXPECT_EQ(TextOf(each), "");
+    }
+    EXPECT_EQ(items->get_Count(), 0U);
+    EXPECT_EQ(QueryAspect<I_ValueJSON>(value.get()), nullptr);
+    value->put_String("[1]");
+    EXPECT_EQ(QueryAspect<I_ValueJSON>(value.get()), nullptr);
 }
 
-TEST_F(Objects, ExceptionsKeepCodeAndTextsInTheirCopies) {
-    std::optional<xException> kept;
-    try {
-        throw orsql::xDuckDBError(error_code::kDuckDB, u"na\u00EFve", u"text", nullptr, nullptr);
-    } catch (const orsql::xORSQLException& exception) {
-        kept = exception;
-    }
-    EXPECT_EQ(kept->get_Code(), 468225U);
-    EXPECT_EQ(Narrow(*kept->get_Text(0)), "na\xC3\xAFve");
-    EXPECT_EQ(kept->get_Text(2), nullptr);
-    EXPECT_EQ(kept->get_Text(4), nullptr);
-    const xDBError narrow(error_code::kMissingBackup, nullptr, "na\xC3\xAFve");
-    EXPECT_EQ(narrow.get_Text(0), nullptr);
-    EXPECT_EQ(*narrow.get_Text(1), *kept->get_Text(0));
-    EXPECT_EQ(xFeatureError(error_code::kFeature).get_Text(0), nullptr);
+TEST(EngineLock, FlagsAreFalseOnEachNewThreadAndApart) {
+    gIsGlobalLockTaken.put(true);
+    std::thread([] {
+        EXPECT_FALSE(gIsGlobalLockTaken.get());
+        gIsThisDiagnoseMTThread.put(true);
+        EXPECT_FALSE(gIsGlobalLockTaken.get());
+    }).join();
+    EXPECT_TRUE(gIsGlobalLockTaken.get());
+    EXPECT_FALSE(gIsThisDiagnoseMTThread.get());
+    gIsGlobalLockTaken.put(false);
+}
+
+TEST(EngineLockDeathTest, EndsTheProcessWhenUsedWrongly) {
+    ::testing::FLAGS_gtest_death_test_style = "threadsafe";
+    Thread_Mutex_Win* const lock = GetGlobalEngineLock();
+    EXPECT_DEATH((lock->lock(), lock->lock()), "locked twice");
+    EXPECT_DEATH(lock->unlock(), "doesn't hold it");
 }
 
 } // namespace
