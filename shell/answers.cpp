@@ -14,19 +14,29 @@ Answers::Answers(Mode inMode, ColorChoice inColor, const RenderSettings& inSetti
 
 void Answers::Redirect(const std::string& inPath) {
     auto file = std::make_unique<Sink>(inPath);
-    CloseFile();
+    Close(std::move(mFile));
     mFile = std::move(file);
-    // Who drives the shell through pipes waits for the answer there.
+    // A program that drives the shell through pipes waits for the answer there.
     mAnswersOnStandard = true;
 }
 
-void Answers::RedirectBack() { CloseFile(); }
+void Answers::RedirectBack() { Close(std::move(mFile)); }
 
-void Answers::CloseFile() {
-    if (const std::unique_ptr<Sink> file = std::move(mFile)) {
+bool Answers::TakeOnce() {
+    if (!mNextOnce || mOnce) {
+        return false;
+    }
+    mOnce = std::move(mNextOnce);
+    return true;
+}
+
+void Answers::EndOnce() { Close(std::move(mOnce)); }
+
+void Answers::Close(std::unique_ptr<Sink> inFile) {
+    if (inFile) {
         try {
-            Prepare(*file).Finish();
-            file->output.Close();
+            Prepare(*inFile).Finish();
+            inFile->output.Close();
         } catch (const OutputError& error) {
             throw ShellError(error.what());
         }
@@ -47,16 +57,26 @@ Renderer& Answers::Prepare(Sink& ioSink) {
     return *ioSink.renderer;
 }
 
+Answers::Sink& Answers::SinkOf(bool inIsFailure) {
+    if (std::exchange(mAnswersOnStandard, false)) {
+        return mStandard;
+    }
+    if (mOnce && !inIsFailure) {
+        return *mOnce;
+    }
+    return mFile ? *mFile : mStandard;
+}
+
 template <class Write>
-void Answers::Emit(Write inWrite) {
-    const bool isToFile = mFile && !std::exchange(mAnswersOnStandard, false);
+void Answers::Emit(Write inWrite, bool inIsFailure) {
+    Sink& sink = SinkOf(inIsFailure);
     try {
-        inWrite(Prepare(isToFile ? *mFile : mStandard));
+        inWrite(Prepare(sink));
     } catch (const OutputError&) {
-        if (!isToFile) {
+        if (&sink == &mStandard) {
             throw;
         }
-        mFile.reset();
+        (&sink == mOnce.get() ? mOnce : mFile).reset();
         Fail(CurrentFailure());
     }
     mMode = mNextMode;
@@ -65,17 +85,15 @@ void Answers::Emit(Write inWrite) {
 void Answers::Rows(RowSource& inRows) {
     inRows.put_Origin(mOrigin);
     std::optional<Failure> failure;
+    bool isTold = false;
     Emit([&](Renderer& renderer) {
-        RowsEnd end = renderer.WriteRows(inRows);
-        if (end.failure && !renderer.WritesFailures()) {
-            failure = std::move(end.failure);
-        }
-        mHasFailed = mHasFailed || end.failure;
+        failure = renderer.WriteRows(inRows).failure;
+        isTold = renderer.WritesFailures() && !mOnce;
     });
-    if (failure) {
-        Notice(DescribeFailure(*failure, StandardErrorStyle(mColor)));
-        mHasFailed = true;
+    if (failure && !isTold) {
+        Fail(std::move(*failure));
     }
+    mHasFailed = mHasFailed || failure;
 }
 
 void Answers::Changed(std::int64_t inCount) {
@@ -95,19 +113,21 @@ void Answers::Fail(Failure inFailure) {
     if (mOrigin) {
         mOrigin->Mark(inFailure);
     }
-    Emit([&](Renderer& renderer) {
-        if (renderer.WritesFailures()) {
-            renderer.WriteFailure(inFailure);
-        } else {
-            Notice(DescribeFailure(inFailure, StandardErrorStyle(mColor)));
-        }
-    });
+    Emit(
+        [&](Renderer& renderer) {
+            if (renderer.WritesFailures()) {
+                renderer.WriteFailure(inFailure);
+            } else {
+                Notice(DescribeFailure(inFailure, StandardErrorStyle(mColor)));
+            }
+        },
+        true);
 }
 
 void Answers::Notice(std::string_view inText) { std::cerr << inText << std::flush; }
 
 void Answers::Finish() {
-    CloseFile();
+    Close(std::move(mFile));
     Prepare(mStandard).Finish();
     mStandard.output.Close();
 }

@@ -23,11 +23,19 @@ public:
 
     /// Takes effect after the next answer, so that a change of mode is itself answered in the old mode.
     void put_Mode(Mode inMode) { mNextMode = inMode; }
+    Mode get_Mode() const { return mMode; }
     RenderSettings& get_Settings() { return mSettings; }
     /// Sends the answers after the next one to a new file. Throws ShellError if it can't be created.
     void Redirect(const std::string& inPath);
     /// Sends the answers to standard output again.
     void RedirectBack();
+    /// Sends the answers between TakeOnce and EndOnce to a new file, except failures. Throws ShellError if it
+    /// can't be created.
+    void RedirectOnce(const std::string& inPath) { mNextOnce = std::make_unique<Sink>(inPath); }
+    /// Begins to use the file of RedirectOnce. @return false if there is none, or one is in use.
+    bool TakeOnce();
+    /// Closes the file. Throws ShellError if it can't be written.
+    void EndOnce();
 
     /// Where failures come from, from now on; null for nowhere. It must outlive the answers.
     void put_Origin(const Origin* inOrigin) { mOrigin = inOrigin; }
@@ -57,9 +65,10 @@ private:
     };
 
     Renderer& Prepare(Sink& ioSink);
-    void CloseFile();
+    void Close(std::unique_ptr<Sink> inFile);
+    Sink& SinkOf(bool inIsFailure);
     template <class Write>
-    void Emit(Write inWrite);
+    void Emit(Write inWrite, bool inIsFailure = false);
 
     RenderSettings mSettings;
     ColorChoice mColor;
@@ -68,6 +77,8 @@ private:
     Mode mNextMode;
     Sink mStandard;
     std::unique_ptr<Sink> mFile;
+    std::unique_ptr<Sink> mOnce;
+    std::unique_ptr<Sink> mNextOnce;
     bool mAnswersOnStandard = false; // the next answer, even if a file takes the others
     bool mHasFailed = false;
 };

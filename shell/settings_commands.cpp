@@ -1,7 +1,8 @@
-// The dot commands that change a setting.
+// The dot commands that change a setting. Without an argument they tell it.
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <optional>
 
 #include <fmt/format.h>
 
@@ -13,49 +14,71 @@ namespace orlimbara::shell {
 
 namespace {
 
-/// The place of the one word of the arguments in a list of words. Another word throws UsageError with
-/// `inWhat`.
-template <std::size_t Count>
-std::size_t TakeChoice(std::string_view inArguments, const std::array<std::string_view, Count>& inChoices,
-                       fmt::format_string<const std::string&> inWhat) {
-    const std::string word = TakeWords(inArguments, 1, 1).front();
-    const auto found = std::find(inChoices.begin(), inChoices.end(), word);
-    if (found == inChoices.end()) {
-        throw UsageError(fmt::format(inWhat, word));
+CommandAnswer Tell(Shell& inShell, std::string_view inSetting) {
+    inShell.get_Answers().Text(inSetting);
+    return CommandAnswer::Given;
+}
+
+/// The one word of the arguments, if there is one.
+std::optional<std::string> TakeSetting(std::string_view inArguments) {
+    std::vector<std::string> words = TakeWords(inArguments, 0, 1);
+    return words.empty() ? std::nullopt : std::optional(std::move(words.front()));
+}
+
+/// Tells a setting that is one of `inChoices`, or sets it. Another word throws UsageError with `inWhat`.
+template <class Choices, class Choice>
+CommandAnswer Choose(Shell& inShell, std::string_view inArguments, const Choices& inChoices,
+                     Choice& ioSetting, fmt::format_string<const std::string&> inWhat) {
+    const std::optional<std::string> word = TakeSetting(inArguments);
+    if (!word) {
+        return Tell(inShell, inChoices[static_cast<std::size_t>(ioSetting)]);
     }
-    return static_cast<std::size_t>(found - inChoices.begin());
+    const auto found = std::find(inChoices.begin(), inChoices.end(), *word);
+    if (found == inChoices.end()) {
+        throw UsageError(fmt::format(inWhat, *word));
+    }
+    ioSetting = static_cast<Choice>(found - inChoices.begin());
+    return CommandAnswer::Pending;
 }
 
 CommandAnswer SetMode(Shell& inShell, std::string_view inArguments) {
-    inShell.get_Answers().put_Mode(
-        static_cast<Mode>(TakeChoice(inArguments, kModeNames, "there is no mode {}")));
-    return CommandAnswer::Pending;
+    Mode mode = inShell.get_Answers().get_Mode();
+    const CommandAnswer answer = Choose(inShell, inArguments, kModeNames, mode, "there is no mode {}");
+    inShell.get_Answers().put_Mode(mode);
+    return answer;
 }
 
 CommandAnswer Cursor(Shell& inShell, std::string_view inArguments) {
-    inShell.get_Options().cursor =
-        static_cast<CursorLocation>(TakeChoice(inArguments, kCursorNames, "{} is no cursor location"));
-    return CommandAnswer::Pending;
+    return Choose(inShell, inArguments, kCursorNames, inShell.get_Options().cursor,
+                  "{} is no cursor location");
 }
 
 CommandAnswer Timer(Shell& inShell, std::string_view inArguments) {
-    inShell.get_Options().showsTimer = TakeChoice(inArguments, kSwitches, "{} is neither on nor off") == 1;
-    return CommandAnswer::Pending;
+    return Choose(inShell, inArguments, kSwitches, inShell.get_Options().showsTimer,
+                  "{} is neither on nor off");
 }
 
 CommandAnswer Null(Shell& inShell, std::string_view inArguments) {
-    inShell.get_Answers().get_Settings().nullText = TakeWords(inArguments, 1, 1).front();
-    return CommandAnswer::Pending;
+    std::optional<std::string>& setting = inShell.get_Answers().get_Settings().nullText;
+    if (auto word = TakeSetting(inArguments)) {
+        setting = std::move(word);
+        return CommandAnswer::Pending;
+    }
+    return Tell(inShell, setting.value_or("the mode's own"));
 }
 
 CommandAnswer MaxRows(Shell& inShell, std::string_view inArguments) {
-    const std::string word = TakeWords(inArguments, 1, 1).front();
-    std::uint64_t count = 0;
-    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), count);
-    if (error != std::errc() || end != word.data() + word.size()) {
-        throw UsageError(fmt::format("{} is no number of rows", word));
+    std::uint64_t& setting = inShell.get_Answers().get_Settings().maxRows;
+    const std::optional<std::string> word = TakeSetting(inArguments);
+    if (!word) {
+        return Tell(inShell, std::to_string(setting));
     }
-    inShell.get_Answers().get_Settings().maxRows = count;
+    std::uint64_t count = 0;
+    const auto [end, error] = std::from_chars(word->data(), word->data() + word->size(), count);
+    if (error != std::errc() || end != word->data() + word->size()) {
+        throw UsageError(fmt::format("{} is no number of rows", *word));
+    }
+    setting = count;
     return CommandAnswer::Pending;
 }
 
@@ -69,15 +92,22 @@ CommandAnswer SendOutput(Shell& inShell, std::string_view inArguments) {
     return CommandAnswer::Pending;
 }
 
+CommandAnswer SendOnce(Shell& inShell, std::string_view inArguments) {
+    inShell.get_Answers().RedirectOnce(TakeWords(inArguments, 1, 1).front());
+    return CommandAnswer::Pending;
+}
+
 constexpr auto kRows = std::to_array<DotCommand>({
-    {"mode", "box|csv|json|jsonl|line|markdown", "choose the form of the output", CompleteWords<kModeNames>,
+    {"mode", "[box|csv|json|jsonl|line|markdown]", "choose the form of the output", CompleteWords<kModeNames>,
      SetMode},
-    {"cursor", "server|client", "choose the cursor location for queries", CompleteWords<kCursorNames>,
+    {"cursor", "[server|client]", "choose the cursor location for queries", CompleteWords<kCursorNames>,
      Cursor},
-    {"timer", "on|off", "show the time that each statement takes", CompleteWords<kSwitches>, Timer},
-    {"null", "TEXT", "choose what NULL is shown as", nullptr, Null},
-    {"maxrows", "N", "choose the rows shown of a table in box mode; 0 shows all", nullptr, MaxRows},
+    {"timer", "[on|off]", "show the time that each statement and command takes", CompleteWords<kSwitches>,
+     Timer},
+    {"null", "[TEXT]", "choose what NULL is shown as", nullptr, Null},
+    {"maxrows", "[N]", "choose the rows shown of a table in box mode; 0 shows all", nullptr, MaxRows},
     {"output", "[FILE]", "send what follows to FILE, or to standard output again", CompleteFiles, SendOutput},
+    {"once", "FILE", "send the output of the next statement or command to FILE", CompleteFiles, SendOnce},
 });
 
 } // namespace

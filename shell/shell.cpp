@@ -122,20 +122,35 @@ void Shell::RunPiece(const Piece& inPiece) {
     if (!mOrigin.places.empty()) {
         mOrigin.places.back().line = inPiece.line;
     }
-    mOrigin.statement = inPiece.kind == Piece::Kind::Statement ? inPiece.text : "";
-    if (inPiece.text.find('\0') != std::string::npos) {
-        // The module's texts end at a zero byte, and the text before it may be another statement.
-        mAnswers.Fail(FailureOf(ShellError("the text holds a zero byte")));
-        return;
+    const bool takesOnce = mAnswers.TakeOnce();
+    AnswerPiece(inPiece);
+    if (takesOnce) {
+        EndOnce();
     }
-    if (inPiece.kind == Piece::Kind::DotCommand) {
-        RunCommand(inPiece.text);
-        return;
-    }
-    RunStatement(inPiece.text);
     if (mOptions.showsTimer) {
         const std::chrono::duration<double> elapsed = Clock::now() - start;
         mAnswers.Notice(fmt::format("time: {:.3f} s\n", elapsed.count()));
+    }
+}
+
+void Shell::AnswerPiece(const Piece& inPiece) {
+    const bool isStatement = inPiece.kind == Piece::Kind::Statement;
+    mOrigin.statement = isStatement ? inPiece.text : "";
+    if (inPiece.text.find('\0') != std::string::npos) {
+        // The module's texts end at a zero byte, and the text before it may be another statement.
+        mAnswers.Fail(FailureOf(ShellError("the text holds a zero byte")));
+    } else if (isStatement) {
+        RunStatement(inPiece.text);
+    } else {
+        RunCommand(inPiece.text);
+    }
+}
+
+void Shell::EndOnce() {
+    try {
+        mAnswers.EndOnce();
+    } catch (const ShellError&) {
+        mAnswers.Fail(CurrentFailure());
     }
 }
 

@@ -45,6 +45,8 @@ private:
     bool IsToStop() const;
     void RunOpenFile(int inFile, const std::string& inPath);
     void RunPiece(const Piece& inPiece);
+    void AnswerPiece(const Piece& inPiece);
+    void EndOnce();
     void RunStatement(const std::string& inSql);
     void RunCommand(const std::string& inLine);
 

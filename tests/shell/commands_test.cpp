@@ -40,6 +40,10 @@ TEST_F(Commands, EachGivesOneLine) {
                 ".maxrows x\n.open\n.quit\n.print not reached\n"),
         "text|text|text|text|done|done|done|done|done|done|fetch_parquet parquet_schema parquet_metadata "
         "parquet_count fetch_duckdb|done|error|error|error|error|error|error|done|");
+    EXPECT_EQ(
+        RunShell({"-c", ".mode", "-c", ".cursor client", "-c", ".cursor", "-c", ".timer", "-c", ".maxrows"})
+            .out,
+        "csv\nclient\noff\n40\n");
     EXPECT_EQ(Line({"-c", ".print  it's \"so\" ;"}), R"({"kind":"text","text":" it's \"so\" ;"})");
     EXPECT_EQ(Line({"-c", ".nope"}), R"({"kind":"error","class":"orsql",)"
                                      R"("message":"there is no command .nope; .help lists them",)"
@@ -200,6 +204,19 @@ TEST_F(Commands, OutputGoesToAFileAndBack) {
     EXPECT_EQ(JsonLines(ReadWhole("out.txt")).size(), 2U);
     EXPECT_EQ(Answers(".output no/folder/x\nSELECT 1;\n.output /dev/full\nSELECT 2;\nSELECT 3;\n"),
               "error|1|done|error|3|");
+}
+
+TEST_F(Commands, OnceTakesTheNextOutputAlone) {
+    WriteFile("inner.sql", "SELECT 2 AS b;\nSELECT 3 AS c;\n");
+    WriteFile("script.sql",
+              ".once 1.txt\nSELECT 1 AS a;\n.once 2.txt\n.read inner.sql\n.once 3.txt\nSELECT nope;\n"
+              ".once /dev/full\nSELECT 4 AS d;\n.once no/folder/x\nSELECT 5 AS e;\n");
+    const ShellRun run = RunShell({"-f", "script.sql"});
+    EXPECT_EQ(run.out, "e\n5\n");
+    EXPECT_EQ(ReadWhole("1.txt") + ReadWhole("2.txt") + ReadWhole("3.txt"), "a\n1\nb\n2\nc\n3\n");
+    const std::vector<std::string> lines = RunJsonl({"-f", "script.sql"});
+    EXPECT_EQ(lines.size(), 8U) << "a done each, three failures, the last rows";
+    EXPECT_EQ(JsonLines(ReadWhole("3.txt")).size(), 0U);
 }
 
 TEST_F(Commands, ModeChangesTheFormOfWhatFollows) {
