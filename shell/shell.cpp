@@ -122,12 +122,13 @@ void Shell::RunPiece(const Piece& inPiece) {
     if (!mOrigin.places.empty()) {
         mOrigin.places.back().line = inPiece.line;
     }
+    const bool isTimed = mOptions.showsTimer;
     const bool takesOnce = mAnswers.TakeOnce();
     AnswerPiece(inPiece);
     if (takesOnce) {
         EndOnce();
     }
-    if (mOptions.showsTimer) {
+    if (isTimed && mOptions.showsTimer) {
         const std::chrono::duration<double> elapsed = Clock::now() - start;
         mAnswers.Notice(fmt::format("time: {:.3f} s\n", elapsed.count()));
     }
