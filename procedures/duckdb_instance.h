@@ -18,6 +18,8 @@ public:
     /// Runs one SQL text; throws DuckDB's own message when it fails.
     [[nodiscard]] duckdb_support::OwnedResult Query(const std::string& sql) const;
 
+    [[nodiscard]] duckdb_connection Connection() const noexcept { return connection_.Get(); }
+
 private:
     duckdb_support::OwnedDatabase database_;
     duckdb_support::OwnedConnection connection_; // closes before the database

@@ -4,7 +4,9 @@
 #include <iterator>
 #include <memory>
 #include <stdexcept>
+#include <utility>
 
+#include "duckdb_support/times.h"
 #include "procedures/cell_values.h"
 #include "procedures/host_boundary.h"
 #include "procedures/quoting.h"
@@ -17,14 +19,16 @@ namespace {
 constexpr std::int32_t kPositioned = 0;
 constexpr std::int32_t kNotPositioned = -1;
 
-/// One SELECT item: the column alone, or cast to its runtime type under its own name.
-std::string ColumnProjection(std::string_view name, duckdb_type type) {
+/// One SELECT item: the column, or the column cast to its runtime type, under its own name. With
+/// `checks_times` a time outside its range makes the query fail, before a cast to text could meet it.
+std::string ColumnProjection(std::string_view name, duckdb_type type, bool checks_times) {
     const std::string quoted = QuoteIdentifier(name);
     const duckdb_type runtime_type = RuntimeType(type);
-    if (runtime_type == type) {
-        return quoted;
+    std::string item = checks_times ? duckdb_support::kTimeCheck + ("(" + quoted + ")") : quoted;
+    if (runtime_type != type) {
+        item = "CAST(" + item + " AS " + DuckDBTypeName(runtime_type) + ")";
     }
-    return "CAST(" + quoted + " AS " + DuckDBTypeName(runtime_type) + ") AS " + quoted;
+    return item == quoted ? quoted : item + " AS " + quoted;
 }
 
 } // namespace
@@ -58,14 +62,20 @@ std::string QueryCursor::ProbeColumns(const std::string& source) {
     duckdb_support::OwnedResult probe = instance_.Query("SELECT *" + source + " LIMIT 0");
     const idx_t count = duckdb_column_count(probe.Get());
     columns_.reserve(count);
+    bool knows_time_check = false;
     std::string select = "SELECT ";
     for (idx_t index = 0; index < count; ++index) {
         const char* name = duckdb_column_name(probe.Get(), index);
         const duckdb_type type = duckdb_column_type(probe.Get(), index);
         const Column& column = columns_.emplace_back(
             Column{name != nullptr ? name : "Column" + std::to_string(index + 1), RuntimeType(type)});
+        const duckdb_support::OwnedLogicalType logical_type(duckdb_column_logical_type(probe.Get(), index));
+        const bool checks_times = duckdb_support::CanHoldTimes(logical_type.Get());
+        if (checks_times && !std::exchange(knows_time_check, true)) {
+            duckdb_support::AddTimeCheck(instance_.Connection());
+        }
         select += index == 0 ? "" : ", ";
-        select += ColumnProjection(column.name, type);
+        select += ColumnProjection(column.name, type, checks_times);
     }
     return select;
 }

@@ -2,6 +2,7 @@
 #include <random>
 
 #include "duckdb_faults.h"
+#include "duckdb_support/times.h"
 #include "procedure_test.h"
 #include "procedures/cell_values.h"
 #include "procedures/type_names.h"
@@ -216,6 +217,64 @@ TEST_F(ResultTransferTest, StartsAnewWhenAChunkCannotBeFetched) {
     EXPECT_TRUE(cursor.ReadValue(0).IsNull());
     ASSERT_TRUE(cursor.NextRow());
     EXPECT_EQ(cursor.ReadValue(0), Int(0));
+}
+
+// Bindings hand DuckDB any number as a time, and its functions that make text of one crash for most.
+TEST_F(ResultTransferTest, RefusesTimesOutsideTheirRangeAtAnyDepth) {
+    struct Times {
+        std::int64_t micros;
+        std::int64_t nanos;
+        std::uint64_t time_tz;
+    };
+    constexpr std::uint64_t kUtc = 57599; // the bits of an offset of 0
+    constexpr Times kRows[] = {
+        {86'400'000'000, 86'400'000'000'000, (86'400'000'000ULL << 24) + kUtc}, // the last in range
+        {86'400'000'001, 86'400'000'000'001, 2 * kUtc + 1},
+        {std::numeric_limits<std::int64_t>::min(), -1, ~0ULL},
+    };
+    constexpr std::pair<const char*, const char*> kCases[] = {
+        {"a", "24:00:00.000"},
+        {"n", "24:00:00.000"},
+        {"z", "24:00:00.000"},
+        {"[NULL, a]", "[NULL, '24:00:00']"},
+        {"[n, NULL]::TIME_NS[2]", "[24:00:00, NULL]"},
+        {"{'x': [z]}", "{'x': ['24:00:00+00']}"},
+        {"MAP {a: 1}", "{'24:00:00'=1}"},
+        {"union_value(u := n)", "24:00:00"},
+        {"z::VARIANT", "24:00:00+00"},
+        {"[{'v': n}::VARIANT]", "[{'v': '24:00:00'}]"},
+        {"[a]::VARIANT", "['24:00:00']"},
+    };
+    const std::string path = WriteDatabase("CREATE TABLE t (id INTEGER, a TIME, n TIME_NS, z TIMETZ)");
+    {
+        using duckdb_support::OwnedValue;
+        const Duck duck(path);
+        for (const Times& each : kRows) {
+            const std::string id = std::to_string(&each - kRows);
+            duckdb_support::OwnedPreparedStatement insert;
+            const std::string sql = "INSERT INTO t VALUES (" + id + ", $1, $2, $3)";
+            ASSERT_EQ(duckdb_prepare(duck.Connection(), sql.c_str(), insert.Put()), DuckDBSuccess);
+            duckdb_bind_value(insert.Get(), 1, OwnedValue(duckdb_create_time({each.micros})).Get());
+            duckdb_bind_value(insert.Get(), 2, OwnedValue(duckdb_create_time_ns({each.nanos})).Get());
+            duckdb_bind_value(insert.Get(), 3, OwnedValue(duckdb_create_time_tz_value({each.time_tz})).Get());
+            ASSERT_EQ(duckdb_execute_prepared(insert.Get(), nullptr), DuckDBSuccess);
+            for (const auto& [expression, text] : kCases) {
+                duck.Run("CREATE VIEW \"" + id + expression + "\" AS SELECT " + expression +
+                         " FROM t WHERE id = " + id);
+            }
+        }
+    }
+    for (const auto& [expression, text] : kCases) {
+        const auto view = [expression = expression](const char* id) {
+            return Text(std::string("\"") + id + expression + "\"");
+        };
+        EXPECT_EQ(Fetch("fetch_duckdb", {Text(path), view("0")}).at(0).at(0).AsText(), text) << expression;
+        for (const char* id : {"1", "2"}) {
+            EXPECT_EQ(ErrorOf("fetch_duckdb", {Text(path), view(id)}),
+                      std::string("Invalid Input Error: ") + duckdb_support::kTimeOutOfRange)
+                << id << expression;
+        }
+    }
 }
 
 TEST_F(ResultTransferTest, RefusesRowsThatAreNotWhatTheProbeTold) {
