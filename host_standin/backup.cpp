@@ -8,8 +8,8 @@
 #include <string>
 #include <system_error>
 
-#include "host_standin/fault_state.h"
-#include "host_standin/file_errors.h"
+#include "host_standin/errors.h"
+#include "host_standin/faults.h"
 #include "host_standin/locations.h"
 #include "host_standin/utf.h"
 
@@ -68,17 +68,17 @@ bool MakeFolder(const String& inPath) {
     std::error_code error;
     const bool isNew = fs::create_directory(path, error);
     if (error) {
-        standin::RaiseFileError(path, "can't make folder", error);
+        standin::ThrowFileError(path, "can't make folder", error);
     }
     return isNew;
 }
 
 smart_ptr<I_Location> CreateBackupLocation(smart_ptr<I_Location> inFolder) {
     if (!inFolder) {
-        standin::RaiseFileError("", "no folder for backups");
+        standin::ThrowFileError("", "no folder for backups");
     }
     if (TakeFault(standin::Fault::CreateBackupLocation)) {
-        standin::RaiseFileError(standin::ToUtf8(inFolder->get_Path()), "can't make folder: fault on purpose");
+        standin::ThrowFileError(standin::ToUtf8(inFolder->get_Path()), "can't make folder: fault on purpose");
     }
     LastBackup& last = GetLastBackup();
     const std::lock_guard lock(last.mMutex);
@@ -102,12 +102,12 @@ smart_ptr<I_Location> PrepareFolder(smart_ptr<I_Location> inParent, const String
     smart_ptr<I_Location> folder = inParent->get_ChildLocation(inName);
     const std::string path = standin::ToUtf8(folder->get_Path());
     if (TakeFault(standin::Fault::PrepareFolder)) {
-        standin::RaiseFileError(path, "can't make folder: fault on purpose");
+        standin::ThrowFileError(path, "can't make folder: fault on purpose");
     }
     std::error_code error;
     fs::create_directories(path, error);
     if (error) {
-        standin::RaiseFileError(path, "can't make folder", error);
+        standin::ThrowFileError(path, "can't make folder", error);
     }
     return folder;
 }

@@ -23,14 +23,14 @@ public:
 
     void put_Length(std::uint32_t inLength) override {
         if (inLength > mRoom) {
-            detail::RaiseValueError("the length is beyond the room of the value");
+            standin::ThrowValueError("the length is beyond the room of the value");
         }
         mBytes.resize(inLength);
         SetNotNull();
     }
     void put_MaxLength(std::uint32_t inMaxLength) override {
         if (inMaxLength < get_Size()) {
-            detail::RaiseValueError("the bytes don't fit the new room");
+            standin::ThrowValueError("the bytes don't fit the new room");
         }
         mRoom = inMaxLength;
     }
@@ -53,7 +53,7 @@ public:
     }
     void WriteBytes(const void* inData, std::uint32_t inLength) override {
         if (inLength > get_Size()) {
-            detail::RaiseValueError("more bytes than the length of the value");
+            standin::ThrowValueError("more bytes than the length of the value");
         }
         std::copy_n(static_cast<const std::uint8_t*>(inData), inLength, mBytes.begin());
         SetNotNull();

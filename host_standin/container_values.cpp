@@ -1,7 +1,7 @@
 #include <vector>
 
 #include "host/value.h"
-#include "host_standin/value_json.h"
+#include "host_standin/json_text.h"
 #include "host_standin/value_support.h"
 
 namespace orkit::orsql {

@@ -2,6 +2,8 @@
 
 #include <optional>
 
+#include "host_standin/errors.h"
+
 namespace orkit {
 
 struct xException::Texts {
@@ -10,7 +12,7 @@ struct xException::Texts {
 
 namespace {
 
-// Gives null where no text was given, so that raising without texts needs no memory.
+// Gives null where no text was given, so that throwing without texts needs no memory.
 template <class Texts, class Unit>
 std::shared_ptr<const Texts> MakeTexts(std::array<const Unit*, xException::kTextCount> inTexts) {
     std::shared_ptr<Texts> texts;
@@ -54,4 +56,22 @@ xORSQLException::~xORSQLException() = default;
 xDuckDBError::~xDuckDBError() = default;
 
 } // namespace orsql
+
+namespace standin {
+
+void ThrowFileError(const std::string& inPath, std::string_view inWhat) {
+    throw xException(error_code::kFileSystem, inPath.c_str(), std::string(inWhat).c_str());
+}
+
+void ThrowFileError(const std::string& inPath, std::string_view inWhat, const std::error_code& inCause) {
+    ThrowFileError(inPath, std::string(inWhat) + ": " + inCause.message());
+}
+
+void ThrowFileError(const std::string& inPath, std::string_view inWhat, int inErrno) {
+    ThrowFileError(inPath, inWhat, std::error_code(inErrno, std::generic_category()));
+}
+
+void ThrowValueError(const char* inMessage) { throw xException(error_code::kValue, "value", inMessage); }
+
+} // namespace standin
 } // namespace orkit

@@ -1,6 +1,6 @@
 #include "host_standin/faults.h"
 
-#include "host_standin/fault_state.h"
+#include "host_standin/faults.h"
 
 namespace orkit::standin {
 

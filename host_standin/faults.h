@@ -3,6 +3,9 @@
 /// whole process, and can be set from any thread.
 #pragma once
 
+#include <array>
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 
 namespace orkit::standin {
@@ -13,7 +16,12 @@ enum class Fault : std::uint8_t {
     ValueCreation,        ///< any CreateValue...: std::bad_alloc
     PrepareFolder,        ///< xException
     CreateBackupLocation, ///< the stand-in's own `gCreateBackupLocation`: xException
+    RegisterProcedure,    ///< the procedure table's: answers -1, and the procedure is not known
+    MakeRowCursor,        ///< the procedure table's: answers -1; the values are given back
+    MakeCallbackCursor,   ///< the procedure table's: answers -1; the state stays with the module
+    NewProcedureValue,    ///< any `new_` entry of the procedure table: gives null
 };
+inline constexpr std::size_t kFaultCount = 8;
 
 /// Makes the `inNth` such call from now on fail (1 is the next), and only that one; 0 switches the fault off.
 void FailCall(Fault inFault, std::uint32_t inNth);
@@ -25,4 +33,17 @@ void put_HasEngineLock(bool inHasEngineLock);
 /// Switches all faults off and gives the engine lock back.
 void ClearFaults();
 
+namespace detail {
+
+/// Calls left to the failing one, itself included; 0 while the fault is off.
+extern std::array<std::atomic<std::uint32_t>, kFaultCount> gCallsToFault;
+bool CountDown(std::atomic<std::uint32_t>& ioCallsToFault) noexcept;
+
+/// For the stand-in itself, once for each call of the kind: whether this one is to fail.
+inline bool TakeFault(Fault inFault) noexcept {
+    auto& left = gCallsToFault[static_cast<std::size_t>(inFault)];
+    return left.load(std::memory_order_relaxed) != 0 && CountDown(left);
+}
+
+} // namespace detail
 } // namespace orkit::standin

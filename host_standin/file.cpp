@@ -7,17 +7,16 @@
 #include <unistd.h>
 
 #include "host/exceptions.h"
-#include "host_standin/error_codes.h"
-#include "host_standin/fault_state.h"
-#include "host_standin/file_errors.h"
-#include "host_standin/object_counts.h"
+#include "host_standin/errors.h"
+#include "host_standin/faults.h"
+#include "host_standin/live_objects.h"
 #include "host_standin/private_files.h"
 #include "host_standin/utf.h"
 
 namespace orkit {
 
 using standin::PrivateFile;
-using standin::RaiseFileError;
+using standin::ThrowFileError;
 
 struct FileWin::Imp {
     std::atomic<std::uint32_t> mRefCount{0};
@@ -32,30 +31,32 @@ struct FileWin::Imp {
     void OpenAs(PrivateFile::Mode inMode) {
         const std::string path = get_Path();
         if (!mLocation) {
-            RaiseFileError(path, "file has no location");
+            ThrowFileError(path, "file has no location");
         }
         if (mFile) {
-            RaiseFileError(path, "file is open");
+            ThrowFileError(path, "file is open");
         }
         if (!path.starts_with('/')) {
-            RaiseFileError(path, "names no file");
+            ThrowFileError(path, "names no file");
         }
         if (standin::detail::TakeFault(standin::Fault::FileOpen)) {
-            RaiseFileError(path, "can't open file: fault on purpose");
+            ThrowFileError(path, "can't open file: fault on purpose");
         }
         mFile.emplace(path, inMode);
     }
 
     PrivateFile& get_OpenFile() {
         if (!mFile) {
-            RaiseFileError(get_Path(), "file is not open");
+            ThrowFileError(get_Path(), "file is not open");
         }
         return *mFile;
     }
 };
 
-FileWin::FileWin() : mImp(std::make_unique<Imp>()) { standin::detail::gFileCounter.Add(+1); }
-FileWin::~FileWin() { standin::detail::gFileCounter.Add(-1); }
+FileWin::FileWin() : mImp(std::make_unique<Imp>()) {
+    standin::detail::Count(standin::detail::Counted::Files, +1);
+}
+FileWin::~FileWin() { standin::detail::Count(standin::detail::Counted::Files, -1); }
 
 std::uint32_t FileWin::AddRef() { return mImp->mRefCount.fetch_add(1, std::memory_order_relaxed) + 1; }
 
@@ -72,10 +73,10 @@ std::uint32_t FileWin::get_RefsCount() const { return mImp->mRefCount.load(std::
 
 void FileWin::put_Location(smart_ptr<I_Location> inLocation) {
     if (!inLocation) {
-        RaiseFileError("", "file needs a location");
+        ThrowFileError("", "file needs a location");
     }
     if (mImp->mFile) {
-        RaiseFileError(mImp->get_Path(), "file is open");
+        ThrowFileError(mImp->get_Path(), "file is open");
     }
     mImp->mLocation = std::move(inLocation);
 }
@@ -91,10 +92,10 @@ void FileWin::ThrowOut() {
     Close();
     const std::string path = mImp->get_Path();
     if (!mImp->mLocation) {
-        RaiseFileError(path, "file has no location");
+        ThrowFileError(path, "file has no location");
     }
     if (::unlink(path.c_str()) != 0) {
-        RaiseFileError(path, "can't delete file", errno);
+        ThrowFileError(path, "can't delete file", errno);
     }
 }
 

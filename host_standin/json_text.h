@@ -1,6 +1,7 @@
 /// @file
-/// Reading JSON texts (RFC 8259) in UTF-16. Two limits: a number beyond the range of a double, and an escape
-/// of half a surrogate pair make a text invalid. Nesting has no limit, and no depth can overflow the stack.
+/// JSON texts (RFC 8259) in UTF-16, read and written. Two limits: a number beyond the range of a double, and
+/// an escape of half a surrogate pair make a text invalid. Nesting has no limit, and no depth can overflow
+/// the stack.
 #pragma once
 
 #include <cstdint>
@@ -8,6 +9,9 @@
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "host/string.h"
+#include "host/value.h"
 
 namespace orkit::standin {
 
@@ -30,5 +34,19 @@ std::optional<std::vector<JsonMember>> ReadJsonMembers(std::u16string_view inTex
 
 /// The first member of exactly this name.
 std::optional<JsonMember> FindJsonMember(std::u16string_view inText, std::u16string_view inName);
+
+/// A value as JSON text:
+///
+/// | Value | JSON |
+/// |---|---|
+/// | null, a null pointer, an empty JSON value, a holder of nothing | null |
+/// | Boolean | true, false |
+/// | number | the number's text; "Infinity", "-Infinity" and "NaN" as strings |
+/// | JSON value | its text, as it is |
+/// | array | an array |
+/// | holder | the inner value |
+/// | binary | a string of two lower-case hexadecimal digits a byte |
+/// | date, time, text, enum | a string of the value's text |
+String ValueToJson(const orsql::I_Value& inValue);
 
 } // namespace orkit::standin

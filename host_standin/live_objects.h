@@ -1,21 +1,29 @@
 /// @file
-/// What the stand-in host counts, for tests.
+/// What the stand-in host counts, for tests: live objects, uses of the engine lock, calls of OrlimbaraInit3.
 #pragma once
 
+#include <array>
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 
 namespace orkit::standin {
 
-/// Objects alive in the process; all zero when nothing leaks. Handles of the procedure table are counted
-/// apart (host_standin/procedure_table.h).
+/// What is alive in the process; all zero when nothing leaks.
 struct LiveObjects {
-    std::int64_t mValues = 0;         ///< host values, also those inside arrays and holders
-    std::int64_t mLocations = 0;      ///< I_Location
-    std::int64_t mFiles = 0;          ///< FileWin
-    std::int64_t mArrays = 0;         ///< ArrayOfPtrs and ArrayOfSmartPtrs
-    std::int64_t mForeignPlugins = 0; ///< objects of the plug-in: databases, statements, results, cursors
+    std::int64_t mValues = 0;            ///< host values, also those inside arrays and holders
+    std::int64_t mLocations = 0;         ///< I_Location
+    std::int64_t mFiles = 0;             ///< FileWin
+    std::int64_t mArrays = 0;            ///< ArrayOfPtrs and ArrayOfSmartPtrs
+    std::int64_t mForeignPlugins = 0;    ///< objects of the plug-in: databases, statements, results, cursors
+    std::int64_t mProcedureValues = 0;   ///< values of the procedure table
+    std::int64_t mProcedureCursors = 0;  ///< cursors of the procedure table
+    std::int64_t mProcedureContexts = 0; ///< calls of procedures that didn't end yet
 
-    std::int64_t get_Total() const { return mValues + mLocations + mFiles + mArrays + mForeignPlugins; }
+    std::int64_t get_Total() const {
+        return mValues + mLocations + mFiles + mArrays + mForeignPlugins + mProcedureValues +
+               mProcedureCursors + mProcedureContexts;
+    }
     bool operator==(const LiveObjects&) const = default;
 };
 
@@ -29,4 +37,31 @@ std::uint64_t get_EngineUnlockCount();
 /// How often OrlimbaraInit3 was called, by any thread, since the process began.
 std::uint64_t get_Init3Count();
 
+namespace detail {
+
+enum class Counted : std::uint8_t {
+    Values,
+    Locations,
+    Files,
+    Arrays,
+    ForeignPlugins,
+    ProcedureValues,
+    ProcedureCursors,
+    ProcedureContexts,
+    Init3Calls,
+};
+inline constexpr std::size_t kCountedKinds = 9;
+
+/// On a cache line of its own: different threads count different kinds of object.
+struct alignas(64) ObjectCounter {
+    std::atomic<std::int64_t> mCount{0};
+};
+extern std::array<ObjectCounter, kCountedKinds> gObjectCounters;
+
+/// For the stand-in's own classes.
+inline void Count(Counted inKind, std::int64_t inChange) noexcept {
+    gObjectCounters[static_cast<std::size_t>(inKind)].mCount.fetch_add(inChange, std::memory_order_relaxed);
+}
+
+} // namespace detail
 } // namespace orkit::standin

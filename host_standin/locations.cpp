@@ -2,13 +2,14 @@
 
 #include <atomic>
 #include <filesystem>
+#include <system_error>
+#include <vector>
 
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "host_standin/file_errors.h"
-#include "host_standin/object_counts.h"
-#include "host_standin/path_resolution.h"
+#include "host_standin/errors.h"
+#include "host_standin/live_objects.h"
 #include "host_standin/utf.h"
 
 namespace orkit::standin {
@@ -16,6 +17,67 @@ namespace orkit::standin {
 namespace {
 
 namespace fs = std::filesystem;
+
+constexpr int kMaxLinks = 40; // as many as Linux follows
+
+// Pushes the components of a path so that the first one lies on top.
+void PushComponents(const fs::path& inPath, std::vector<std::string>& ioPending) {
+    const fs::path relative = inPath.relative_path();
+    const std::vector<std::string> components(relative.begin(), relative.end());
+    ioPending.insert(ioPending.end(), components.rbegin(), components.rend());
+}
+
+bool IsLink(const fs::path& inPath, std::error_code& outError) {
+    const fs::file_status status = fs::symlink_status(inPath, outError);
+    if (status.type() == fs::file_type::not_found) {
+        outError.clear();
+    }
+    return status.type() == fs::file_type::symlink;
+}
+
+// The absolute path of a file or folder that need not exist, in UTF-8 both ways, free of symbolic links
+// (also dangling ones), ".", "..", doubled and trailing slashes. ".." behind what doesn't exist takes that
+// away.
+// A relative path starts at the current directory; inPath must not be empty.
+// Throws xException, code error_code::kFileSystem.
+std::string ResolvePath(const std::string& inPath) {
+    std::error_code error;
+    const fs::path start = fs::absolute(inPath, error);
+    std::vector<std::string> pending;
+    PushComponents(start, pending);
+    fs::path resolved = "/";
+    int links = 0;
+    while (!error && !pending.empty()) {
+        const std::string component = std::move(pending.back());
+        pending.pop_back();
+        if (component.empty() || component == ".") {
+            continue;
+        }
+        if (component == "..") {
+            // What is resolved holds no link, so its text tells its parent.
+            resolved = resolved.parent_path();
+            continue;
+        }
+        const fs::path next = resolved / component;
+        if (!IsLink(next, error)) {
+            resolved = next;
+            continue;
+        }
+        if (++links > kMaxLinks) {
+            error = std::make_error_code(std::errc::too_many_symbolic_link_levels);
+            break;
+        }
+        const fs::path target = fs::read_symlink(next, error);
+        if (target.is_absolute()) {
+            resolved = "/";
+        }
+        PushComponents(target, pending);
+    }
+    if (error) {
+        ThrowFileError(inPath, "can't resolve path", error);
+    }
+    return resolved.native();
+}
 
 bool NamesNoFile(const std::string& inPath) { return inPath == ":memory:" || inPath.starts_with("md:"); }
 
@@ -25,9 +87,9 @@ public:
     explicit Location(std::string inPath)
         : mNativePath(std::move(inPath)), mIsFile(!NamesNoFile(mNativePath)), mPath(FromUtf8(mNativePath)),
           mName(mIsFile ? FromUtf8(fs::path(mNativePath).stem().native()) : mPath), mFolder(*this) {
-        detail::gLocationCounter.Add(+1);
+        detail::Count(detail::Counted::Locations, +1);
     }
-    ~Location() override { detail::gLocationCounter.Add(-1); }
+    ~Location() override { detail::Count(detail::Counted::Locations, -1); }
 
     std::uint32_t AddRef() override { return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1; }
     std::uint32_t Release() override {
@@ -50,7 +112,7 @@ public:
     smart_ptr<I_Location> get_ChildLocation(const String& inName) const override {
         const std::string name = ToUtf8(inName);
         if (!mIsFile || name.empty() || name.front() == '/') {
-            RaiseFileError(mNativePath, "has no child named \"" + name + "\"");
+            ThrowFileError(mNativePath, "has no child named \"" + name + "\"");
         }
         return new Location(ResolvePath(mNativePath + "/" + name));
     }
@@ -102,7 +164,7 @@ smart_ptr<I_Location> MakeLocation(const String& inPath) {
         return new Location(std::move(path));
     }
     if (path.empty() || path.find('\0') != std::string::npos) {
-        RaiseFileError(path, "is not a path");
+        ThrowFileError(path, "is not a path");
     }
     return new Location(ResolvePath(path));
 }

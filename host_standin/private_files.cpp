@@ -10,7 +10,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include "host_standin/file_errors.h"
+#include "host_standin/errors.h"
 
 namespace orkit::standin {
 
@@ -71,7 +71,7 @@ PrivateFile::PrivateFile(std::string inPath, Mode inMode) : mPath(std::move(inPa
     try {
         mThread = std::thread([this] { Serve(); });
     } catch (const std::system_error& error) {
-        RaiseFileError(mPath, "can't start the thread of a file", error.code());
+        ThrowFileError(mPath, "can't start the thread of a file", error.code());
     }
     OpenFailure failure;
     Run([&] {
@@ -85,9 +85,9 @@ PrivateFile::PrivateFile(std::string inPath, Mode inMode) : mPath(std::move(inPa
     if (!failure.mWhat.empty()) {
         Stop();
         if (failure.mErrno != 0) {
-            RaiseFileError(mPath, failure.mWhat, failure.mErrno);
+            ThrowFileError(mPath, failure.mWhat, failure.mErrno);
         }
-        RaiseFileError(mPath, failure.mWhat);
+        ThrowFileError(mPath, failure.mWhat);
     }
 }
 
@@ -138,7 +138,7 @@ std::uint64_t PrivateFile::get_Size() {
         error = Call(SYS_statx, mDescriptor, "", AT_EMPTY_PATH, STATX_SIZE, &status) == 0 ? 0 : errno;
     });
     if (error != 0) {
-        RaiseFileError(mPath, "can't tell the size of file", error);
+        ThrowFileError(mPath, "can't tell the size of file", error);
     }
     return status.stx_size;
 }
@@ -158,7 +158,7 @@ std::size_t PrivateFile::Read(void* outBuffer, std::uint64_t inOffset, std::size
         }
     });
     if (error != 0) {
-        RaiseFileError(mPath, "can't read file", error);
+        ThrowFileError(mPath, "can't read file", error);
     }
     return done;
 }
@@ -178,7 +178,7 @@ void PrivateFile::Write(const void* inBuffer, std::uint64_t inOffset, std::size_
         }
     });
     if (error != 0) {
-        RaiseFileError(mPath, "can't write file", error);
+        ThrowFileError(mPath, "can't write file", error);
     }
 }
 

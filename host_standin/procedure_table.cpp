@@ -1,12 +1,13 @@
 #include "host_standin/procedure_table.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
 
+#include "host_standin/faults.h"
+#include "host_standin/live_objects.h"
 #include "host_standin/procedure_table_values.h"
 
 orlimbara_call_context::orlimbara_call_context() { mUntaken.mPrevious = mUntaken.mNext = &mUntaken; }
@@ -21,10 +22,6 @@ namespace orkit::standin {
 
 namespace detail {
 
-std::atomic<std::int64_t> gValueCount = 0;
-std::atomic<std::int64_t> gCursorCount = 0;
-std::atomic<std::int64_t> gContextCount = 0;
-
 void Require(bool inKept, const char* inWhatIsRequired) noexcept {
     if (!inKept) {
         std::fprintf(stderr, "procedure table: %s\n", inWhatIsRequired);
@@ -38,9 +35,6 @@ namespace {
 
 using detail::NewValue;
 using detail::Require;
-
-/// Calls left until the one that fails; 0 when switched off.
-std::array<std::atomic<std::uint32_t>, 4> gFaults;
 
 struct ProcedureRegistry {
     std::mutex mMutex;
@@ -60,7 +54,7 @@ std::int32_t RegisterProcedure(call_context inContext, const procedure_descripto
             "a procedure descriptor has three texts and a callback");
     Require(inDescriptor->zero_32 == 0 && inDescriptor->zero_40 == 0,
             "two words of a procedure descriptor are zero");
-    if (detail::ShouldFail(ProcedureEntry::RegisterProcedure)) {
+    if (detail::TakeFault(Fault::RegisterProcedure)) {
         return -1;
     }
     RegisteredProcedure procedure{
@@ -176,34 +170,16 @@ host_cursor Invoke(procedure_callback inCallback, const ProcedureContext& inCont
 
 } // namespace
 
-bool detail::ShouldFail(ProcedureEntry inEntry) noexcept {
-    std::atomic<std::uint32_t>& left = gFaults[static_cast<std::size_t>(inEntry)];
-    std::uint32_t calls = left.load(std::memory_order_relaxed);
-    while (calls != 0 && !left.compare_exchange_weak(calls, calls - 1, std::memory_order_relaxed)) {
-    }
-    return calls == 1;
-}
-
-void FailProcedureEntry(ProcedureEntry inEntry, std::uint32_t inNth) {
-    gFaults[static_cast<std::size_t>(inEntry)] = inNth;
-}
-
-void ClearProcedureFaults() {
-    for (std::atomic<std::uint32_t>& fault : gFaults) {
-        fault = 0;
-    }
-}
-
 ProcedureContext::ProcedureContext(std::vector<ProcedureValue> inArguments)
     : mImp(std::make_unique<orlimbara_call_context>()) {
     mImp->mArguments = std::move(inArguments);
     for (const ProcedureValue& argument : mImp->mArguments) {
         mImp->mArgumentHandles.push_back(argument.get_Handle());
     }
-    detail::gContextCount.fetch_add(1, std::memory_order_relaxed);
+    detail::Count(detail::Counted::ProcedureContexts, +1);
 }
 
-ProcedureContext::~ProcedureContext() { detail::gContextCount.fetch_sub(1, std::memory_order_relaxed); }
+ProcedureContext::~ProcedureContext() { detail::Count(detail::Counted::ProcedureContexts, -1); }
 
 const host_value* ProcedureContext::get_ArgumentHandles() const {
     return mImp->mArgumentHandles.empty() ? nullptr : mImp->mArgumentHandles.data();
@@ -246,10 +222,6 @@ ProcedureAnswer CallUnchecked(procedure_callback inCallback, const std::vector<P
     Require(answer.errors.size() == (answer.cursor ? 0 : 1),
             "a procedure gives a cursor, or reports exactly one error");
     return answer;
-}
-
-ProcedureHandles CountProcedureHandles() {
-    return {detail::gValueCount.load(), detail::gCursorCount.load(), detail::gContextCount.load()};
 }
 
 } // namespace orkit::standin

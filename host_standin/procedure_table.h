@@ -7,8 +7,11 @@
 /// fields are not zero, a null state ...) ends the process with a message on stderr: it is a fault of the
 /// module.
 ///
-/// Threads: the registered procedures, the counts and the fault switches can be used from any thread. A call
-/// context, a value and a cursor belong to one thread at a time.
+/// Its entries are made to fail by host_standin/faults.h, its handles are counted by
+/// host_standin/live_objects.h.
+///
+/// Threads: the registered procedures can be used from any thread. A call context, a value and a cursor
+/// belong to one thread at a time.
 #pragma once
 
 #include <cstddef>
@@ -20,23 +23,12 @@
 #include <vector>
 
 #include "host/procedure_api.h"
+#include "host_standin/date_text.h"
 
 namespace orkit::standin {
 
-struct ProcedureDate {
-    std::int32_t year = 0;
-    std::uint32_t month = 0;
-    std::uint32_t day = 0;
-    bool operator==(const ProcedureDate&) const = default;
-};
-
-struct ProcedureTime {
-    std::uint32_t hours = 0;
-    std::uint32_t minutes = 0;
-    std::uint32_t seconds = 0;
-    std::uint32_t milliseconds = 0;
-    bool operator==(const ProcedureTime&) const = default;
-};
+using ProcedureDate = DateParts;
+using ProcedureTime = TimeParts;
 
 struct ProcedureDateTime {
     ProcedureDate date;
@@ -99,7 +91,8 @@ public:
 
     /// What `value_text` gives, as a copy: the bytes of texts and binaries; decimal digits; the shortest
     /// digits that read back as the same double; "true" and "false"; "2024-01-31", "23:59:59.999" and both
-    /// with a blank between. Empty where `value_text` gives null: for no value, SQL NULL and arrays.
+    /// with a space between (years beyond four digits with a sign). Empty where `value_text` gives null: for
+    /// no value, SQL NULL and arrays.
     std::string AsText() const;
 
     /// Same kind and same payload; SQL NULL and no value are equal to each other.
@@ -201,28 +194,5 @@ ProcedureAnswer CallUnchecked(procedure_callback inCallback, const std::vector<P
 
 /// Gives back a value that came from the table directly; for loops that do without ProcedureValue.
 void ReleaseProcedureValue(host_value inHandle);
-
-/// The handles that are alive in the process; all zero when nothing leaks.
-struct ProcedureHandles {
-    std::int64_t values = 0;
-    std::int64_t cursors = 0;
-    std::int64_t contexts = 0;
-    bool operator==(const ProcedureHandles&) const = default;
-};
-ProcedureHandles CountProcedureHandles();
-
-/// The entries of the table that can be made to fail.
-enum class ProcedureEntry {
-    RegisterProcedure,  ///< answers -1, and the procedure is not known
-    MakeRowCursor,      ///< answers -1; the values are given back
-    MakeCallbackCursor, ///< answers -1; the state stays with the module
-    NewValue,           ///< any `new_` entry gives null
-};
-
-/// Makes the `inNth` call of the entry from now on fail (1 is the next), and only that one. Off by default.
-void FailProcedureEntry(ProcedureEntry inEntry, std::uint32_t inNth);
-
-/// Switches all of them off.
-void ClearProcedureFaults();
 
 } // namespace orkit::standin

@@ -1,5 +1,7 @@
 #include <span>
 
+#include "host_standin/faults.h"
+#include "host_standin/live_objects.h"
 #include "host_standin/procedure_table_values.h"
 
 /// Behind `host_cursor`: rows that were given, or the callbacks of mDescriptor.
@@ -20,7 +22,7 @@ namespace detail {
 namespace {
 
 host_cursor NewCursor() {
-    gCursorCount.fetch_add(1, std::memory_order_relaxed);
+    Count(Counted::ProcedureCursors, +1);
     return new orlimbara_host_cursor;
 }
 
@@ -40,7 +42,7 @@ std::int32_t MakeRowCursor(call_context inContext, std::uint64_t inColumns, std:
             taken.push_back(ProcedureValue::Adopt(value));
         }
     }
-    if (ShouldFail(ProcedureEntry::MakeRowCursor)) {
+    if (TakeFault(Fault::MakeRowCursor)) {
         return -1;
     }
     *outCursor = NewCursor();
@@ -64,7 +66,7 @@ std::int32_t MakeCallbackCursor(call_context inContext, const cursor_descriptor*
     for (const std::uint64_t word : inDescriptor->zero_80) {
         Require(word == 0, "the last words of a cursor descriptor are zero");
     }
-    if (ShouldFail(ProcedureEntry::MakeCallbackCursor)) {
+    if (TakeFault(Fault::MakeCallbackCursor)) {
         return -1;
     }
     *outCursor = NewCursor();
@@ -87,7 +89,7 @@ ProcedureCursor::~ProcedureCursor() {
         descriptor->destroy(&mHandle->mContext, descriptor->state);
     }
     delete mHandle;
-    detail::gCursorCount.fetch_sub(1, std::memory_order_relaxed);
+    detail::Count(detail::Counted::ProcedureCursors, -1);
 }
 
 std::size_t ProcedureCursor::get_ColumnCount() const {

@@ -3,9 +3,12 @@
 #include <array>
 #include <bit>
 #include <charconv>
-#include <cstdio>
 #include <span>
 #include <stdexcept>
+
+#include "host_standin/date_text.h"
+#include "host_standin/faults.h"
+#include "host_standin/live_objects.h"
 
 namespace orkit::standin {
 
@@ -17,20 +20,6 @@ constexpr unsigned kYearShift = 9;
 constexpr unsigned kSecondShift = 15;
 constexpr unsigned kMinuteShift = 21;
 constexpr unsigned kHourShift = 27;
-
-std::string TextOf(const ProcedureDate& inDate) {
-    std::array<char, 32> text{};
-    const int length =
-        std::snprintf(text.data(), text.size(), "%04d-%02u-%02u", inDate.year, inDate.month, inDate.day);
-    return {text.data(), static_cast<std::size_t>(length)};
-}
-
-std::string TextOf(const ProcedureTime& inTime) {
-    std::array<char, 48> text{};
-    const int length = std::snprintf(text.data(), text.size(), "%02u:%02u:%02u.%03u", inTime.hours,
-                                     inTime.minutes, inTime.seconds, inTime.milliseconds);
-    return {text.data(), static_cast<std::size_t>(length)};
-}
 
 template <typename Number>
 std::string DigitsOf(Number inNumber) {
@@ -45,12 +34,12 @@ std::string MakeText(const orlimbara_host_value& inValue) {
     case HOST_TYPE_BOOL:
         return inValue.mNumber != 0 ? "true" : "false";
     case HOST_TYPE_DATE:
-        return TextOf(UnpackDate(static_cast<std::uint32_t>(inValue.mNumber)));
+        return FormatDate(UnpackDate(static_cast<std::uint32_t>(inValue.mNumber)));
     case HOST_TYPE_TIME:
-        return TextOf(UnpackTime(static_cast<std::uint32_t>(inValue.mNumber)));
+        return FormatTime(UnpackTime(static_cast<std::uint32_t>(inValue.mNumber)));
     case HOST_TYPE_DATETIME: {
         const ProcedureDateTime parts = UnpackDateTime(inValue.mNumber);
-        return TextOf(parts.date) + ' ' + TextOf(parts.time);
+        return FormatDateTime(parts.date, parts.time);
     }
     case HOST_TYPE_DOUBLE:
         return DigitsOf(std::bit_cast<double>(inValue.mNumber));
@@ -68,7 +57,7 @@ host_value NewFreeValue(std::int32_t inType, std::uint64_t inNumber) {
     auto* value = new orlimbara_host_value;
     value->mType = inType;
     value->mNumber = inNumber;
-    detail::gValueCount.fetch_add(1, std::memory_order_relaxed);
+    detail::Count(detail::Counted::ProcedureValues, +1);
     return value;
 }
 
@@ -85,12 +74,12 @@ ProcedureValue FreeBytes(std::int32_t inType, std::string_view inBytes) {
 } // namespace
 
 std::uint32_t PackDate(const ProcedureDate& inDate) {
-    return inDate.day | inDate.month << kMonthShift | static_cast<std::uint32_t>(inDate.year) << kYearShift;
+    return inDate.mDay | inDate.mMonth << kMonthShift | static_cast<std::uint32_t>(inDate.mYear) << kYearShift;
 }
 
 std::uint32_t PackTime(const ProcedureTime& inTime) {
-    return inTime.milliseconds | inTime.seconds << kSecondShift | inTime.minutes << kMinuteShift |
-           inTime.hours << kHourShift;
+    return inTime.mMillisecond | inTime.mSecond << kSecondShift | inTime.mMinute << kMinuteShift |
+           inTime.mHour << kHourShift;
 }
 
 std::uint64_t PackDateTime(const ProcedureDateTime& inDateTime) {
@@ -116,7 +105,7 @@ void ReleaseProcedureValue(host_value inHandle) {
     detail::TakeValue(inHandle);
     if (inHandle != nullptr && --inHandle->mShares == 0) {
         delete inHandle;
-        detail::gValueCount.fetch_sub(1, std::memory_order_relaxed);
+        detail::Count(detail::Counted::ProcedureValues, -1);
     }
 }
 
@@ -231,7 +220,7 @@ namespace detail {
 
 host_value NewValue(call_context inContext, std::int32_t inType, std::uint64_t inNumber) noexcept {
     Require(inContext != nullptr, "values are made through a call context");
-    if (ShouldFail(ProcedureEntry::NewValue)) {
+    if (TakeFault(Fault::NewProcedureValue)) {
         return nullptr;
     }
     host_value value = NewFreeValue(inType, inNumber);

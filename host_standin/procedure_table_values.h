@@ -3,7 +3,6 @@
 /// users of the stand-in.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -42,14 +41,6 @@ namespace orkit::standin::detail {
 
 /// Ends the process with a message when the module broke the contract of the table.
 void Require(bool inKept, const char* inWhatIsRequired) noexcept;
-
-/// Whether this call of the entry is the one that was made to fail.
-bool ShouldFail(ProcedureEntry inEntry) noexcept;
-
-/// Live handles, counted up and down.
-extern std::atomic<std::int64_t> gValueCount;
-extern std::atomic<std::int64_t> gCursorCount;
-extern std::atomic<std::int64_t> gContextCount;
 
 /// A new value in the context's ring; null when a value was made to fail.
 host_value NewValue(call_context inContext, std::int32_t inType, std::uint64_t inNumber) noexcept;

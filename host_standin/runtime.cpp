@@ -2,13 +2,7 @@
 
 #include <mutex>
 
-#include "host_standin/object_counts.h"
-
-namespace orkit {
-
-void OrlimbaraInit3() { standin::detail::gInit3Counter.Add(+1); }
-
-namespace orsql {
+namespace orkit::orsql {
 
 namespace {
 
@@ -40,5 +34,4 @@ smart_ptr<I_DuckDBExtension> GetDuckDBExtension() {
     return root.mExtension;
 }
 
-} // namespace orsql
-} // namespace orkit
+} // namespace orkit::orsql

@@ -60,14 +60,14 @@ public:
 
     void put_MaxLength(std::uint32_t inMaxLength) override {
         if (get_Text().size() > 0 && NeededRoom(get_Text()) > inMaxLength) {
-            detail::RaiseValueError("the text doesn't fit the new room");
+            standin::ThrowValueError("the text doesn't fit the new room");
         }
         mRoom = inMaxLength;
     }
 
     void put_String(const String& inText) override {
         if (NeededRoom(ViewOf(inText)) > mRoom) {
-            detail::RaiseValueError("the text doesn't fit the room of the value");
+            standin::ThrowValueError("the text doesn't fit the room of the value");
         }
         SetText(inText);
     }
@@ -132,7 +132,7 @@ public:
     void put_String(const String& inText) override {
         const std::optional<standin::JsonKind> kind = standin::CheckJson(ViewOf(inText));
         if (!kind) {
-            detail::RaiseValueError("the text is not JSON");
+            standin::ThrowValueError("the text is not JSON");
         }
         SetText(inText);
         mKind = *kind;

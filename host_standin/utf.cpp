@@ -50,9 +50,10 @@ std::size_t CopyAsciiBlocks(const From* inText, std::size_t inLength, To* outTex
     return done;
 }
 
-// Room: 3 bytes a unit.
-std::size_t ConvertUnits(const char16_t* inText, std::size_t inLength, char* outText) noexcept {
-    auto* const out = reinterpret_cast<std::uint8_t*>(outText);
+// Converts a text: blocks of ASCII at once, and each other character by `inConvert`, which moves both
+// positions on. Gives the units written.
+template <class To, class From, class Convert>
+std::size_t ConvertText(const From* inText, std::size_t inLength, To* outText, Convert inConvert) noexcept {
     std::size_t from = 0;
     std::size_t to = 0;
     while (from < inLength) {
@@ -61,40 +62,35 @@ std::size_t ConvertUnits(const char16_t* inText, std::size_t inLength, char* out
         to += ascii;
         const std::size_t stop = std::min(inLength, from + kBlock);
         while (from < stop) {
-            if (inText[from] < 0x80) {
-                out[to++] = static_cast<std::uint8_t>(inText[from++]);
-                continue;
+            if (static_cast<std::make_unsigned_t<From>>(inText[from]) < 0x80) {
+                outText[to++] = static_cast<To>(inText[from++]);
+            } else {
+                inConvert(from, to);
             }
-            std::uint32_t character = 0;
-            U16_NEXT_OR_FFFD(inText, from, inLength, character);
-            U8_APPEND_UNSAFE(out, to, character);
         }
     }
     return to;
+}
+
+// The capacity must be 3 bytes per unit.
+std::size_t ConvertUnits(const char16_t* inText, std::size_t inLength, char* outText) noexcept {
+    auto* const out = reinterpret_cast<std::uint8_t*>(outText);
+    return ConvertText(inText, inLength, outText, [=](std::size_t& ioFrom, std::size_t& ioTo) {
+        std::uint32_t character = 0;
+        U16_NEXT_OR_FFFD(inText, ioFrom, inLength, character);
+        U8_APPEND_UNSAFE(out, ioTo, character);
+    });
 }
 
 } // namespace
 
 std::size_t Utf8ToUtf16(const char* inText, std::size_t inLength, char16_t* outText) noexcept {
     const auto* const text = reinterpret_cast<const std::uint8_t*>(inText);
-    std::size_t from = 0;
-    std::size_t to = 0;
-    while (from < inLength) {
-        const std::size_t ascii = CopyAsciiBlocks(inText + from, inLength - from, outText + to);
-        from += ascii;
-        to += ascii;
-        const std::size_t stop = std::min(inLength, from + kBlock);
-        while (from < stop) {
-            if (text[from] < 0x80) {
-                outText[to++] = text[from++];
-                continue;
-            }
-            std::int32_t character = 0;
-            U8_NEXT_OR_FFFD(text, from, inLength, character);
-            U16_APPEND_UNSAFE(outText, to, character);
-        }
-    }
-    return to;
+    return ConvertText(inText, inLength, outText, [=](std::size_t& ioFrom, std::size_t& ioTo) {
+        std::int32_t character = 0;
+        U8_NEXT_OR_FFFD(text, ioFrom, inLength, character);
+        U16_APPEND_UNSAFE(outText, ioTo, character);
+    });
 }
 
 std::string Utf16ToUtf8(const char16_t* inText, std::size_t inLength) {

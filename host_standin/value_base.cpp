@@ -1,16 +1,10 @@
-#include "host/exceptions.h"
 #include "host/value.h"
-#include "host_standin/error_codes.h"
-#include "host_standin/object_counts.h"
+#include "host_standin/live_objects.h"
 #include "host_standin/value_support.h"
 
 namespace orkit::orsql {
 
 namespace detail {
-
-void RaiseValueError(const char* inMessage) {
-    throw xException(standin::error_code::kValue, "value", inMessage);
-}
 
 void GiveText(std::u16string_view inText, std::int32_t inMaxLength, String& outText) {
     if (inMaxLength >= 0) {
@@ -19,20 +13,27 @@ void GiveText(std::u16string_view inText, std::int32_t inMaxLength, String& outT
     outText = ToString(inText);
 }
 
+void GiveText(std::string_view inAscii, std::int32_t inMaxLength, String& outText) {
+    if (inMaxLength >= 0) {
+        inAscii = inAscii.substr(0, static_cast<std::size_t>(inMaxLength));
+    }
+    outText = String(inAscii.data(), static_cast<std::ptrdiff_t>(inAscii.size()));
+}
+
 } // namespace detail
 
 namespace {
 
-[[noreturn]] void RefuseRead() { detail::RaiseValueError("this kind of value can't be read so"); }
-[[noreturn]] void RefuseWrite() { detail::RaiseValueError("this kind of value can't be set so"); }
-[[noreturn]] void RefuseLength() { detail::RaiseValueError("this kind of value has no length to set"); }
+[[noreturn]] void RefuseRead() { standin::ThrowValueError("this kind of value can't be read so"); }
+[[noreturn]] void RefuseWrite() { standin::ThrowValueError("this kind of value can't be set so"); }
+[[noreturn]] void RefuseLength() { standin::ThrowValueError("this kind of value has no length to set"); }
 
 } // namespace
 
 AspectHost_imp::AspectHost_imp(bool inIsNullable) noexcept : mIsNullable(inIsNullable) {
-    standin::detail::gValueCounter.Add(+1);
+    standin::detail::Count(standin::detail::Counted::Values, +1);
 }
-AspectHost_imp::~AspectHost_imp() { standin::detail::gValueCounter.Add(-1); }
+AspectHost_imp::~AspectHost_imp() { standin::detail::Count(standin::detail::Counted::Values, -1); }
 
 std::uint32_t AspectHost_imp::AddRef() { return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1; }
 
@@ -51,7 +52,7 @@ bool AspectHost_imp::get_IsNull() const { return mIsNull; }
 
 void AspectHost_imp::put_IsNull(bool inIsNull) {
     if (inIsNull && !mIsNullable) {
-        detail::RaiseValueError("this value can't be null");
+        standin::ThrowValueError("this value can't be null");
     }
     mIsNull = inIsNull;
 }

@@ -1,4 +1,4 @@
-#include "host_standin/value_json.h"
+#include "host_standin/json_text.h"
 
 #include "host/duckdb_objects.h"
 #include "host/runtime.h"
@@ -78,6 +78,7 @@ String standin::ValueToJson(const orsql::I_Value& inValue) {
     return TextOf(buffer);
 }
 
+// An array of objects, one member per column under the column's name. Columns of one name stand side by side.
 String orsql::CursorToJSON(smart_ptr<I_DuckDBCursor> inCursor) {
     if (!inCursor) {
         return u"null";

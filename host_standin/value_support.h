@@ -8,12 +8,10 @@
 #include <utility>
 
 #include "host/value.h"
-#include "host_standin/fault_state.h"
+#include "host_standin/errors.h"
+#include "host_standin/faults.h"
 
 namespace orkit::orsql::detail {
-
-/// Raises xException, code standin::error_code::kValue, first text "value".
-[[noreturn]] void RaiseValueError(const char* inMessage);
 
 /// Makes a value, unless this creation is to fail. @return the value, without a reference.
 template <class Value, class... Arguments>
@@ -26,6 +24,7 @@ I_Value* NewValue(Arguments&&... inArguments) {
 
 /// Gives a text out, cut to at most `inMaxLength` code units; -1 means no limit.
 void GiveText(std::u16string_view inText, std::int32_t inMaxLength, String& outText);
+void GiveText(std::string_view inAscii, std::int32_t inMaxLength, String& outText);
 
 inline std::u16string_view ViewOf(const String& inText) noexcept {
     return {inText.c_str(), inText.get_Length()};

@@ -99,12 +99,12 @@ void SetDateTime(Cell& outCell, const I_Value& inValue) {
 }
 
 CalendarDate FromPacked(const orkit::standin::ProcedureDate& inDate) {
-    return {inDate.year, static_cast<std::uint16_t>(inDate.month), static_cast<std::uint16_t>(inDate.day)};
+    return {inDate.mYear, static_cast<std::uint16_t>(inDate.mMonth), static_cast<std::uint16_t>(inDate.mDay)};
 }
 
 ClockTime FromPacked(const orkit::standin::ProcedureTime& inTime) {
-    return {static_cast<std::uint16_t>(inTime.hours), static_cast<std::uint16_t>(inTime.minutes),
-            static_cast<std::uint16_t>(inTime.seconds), static_cast<std::uint16_t>(inTime.milliseconds)};
+    return {static_cast<std::uint16_t>(inTime.mHour), static_cast<std::uint16_t>(inTime.mMinute),
+            static_cast<std::uint16_t>(inTime.mSecond), static_cast<std::uint16_t>(inTime.mMillisecond)};
 }
 
 } // namespace

@@ -77,7 +77,7 @@ TEST_F(BoundaryTest, ReportsEveryKindOfFailureOnceAndGivesNoCursor) {
 }
 
 TEST_F(BoundaryTest, LivesWithAHostThatMakesNoValue) {
-    orkit::standin::FailProcedureEntry(orkit::standin::ProcedureEntry::NewValue, 2);
+    orkit::standin::FailCall(orkit::standin::Fault::NewProcedureValue, 2);
     const std::vector<Row> rows = Fetch("parquet_schema", {Text(path)});
     EXPECT_EQ(rows.at(0).at(0), Int(1));
     EXPECT_TRUE(rows.at(0).at(1).IsNull());

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include "host_standin/faults.h"
+#include "host_standin/live_objects.h"
 #include "host_standin/procedure_table.h"
 #include "procedures/host_boundary.h"
 #include "procedures/procedures.h"
@@ -30,7 +32,6 @@ using orkit::standin::CallProcedure;
 using orkit::standin::ProcedureAnswer;
 using orkit::standin::ProcedureContext;
 using orkit::standin::ProcedureCursor;
-using orkit::standin::ProcedureHandles;
 using orkit::standin::ProcedureValue;
 using tests_support::Duck;
 
@@ -74,9 +75,9 @@ protected:
 
     void TearDown() override {
         BindProcedureApi(orkit::standin::GetProcedureTable());
-        orkit::standin::ClearProcedureFaults();
+        orkit::standin::ClearFaults();
         orkit::standin::ForgetProcedures();
-        EXPECT_EQ(orkit::standin::CountProcedureHandles(), ProcedureHandles());
+        EXPECT_EQ(orkit::standin::CountLiveObjects().get_Total(), 0);
         EXPECT_EQ(duckdb_support::LiveHandleCount(), 0);
     }
 
