@@ -11,10 +11,8 @@ find_package(Threads REQUIRED)
 find_package(PkgConfig REQUIRED)
 
 find_package(RapidJSON REQUIRED)
-if(NOT TARGET RapidJSON::RapidJSON)
-    add_library(RapidJSON::RapidJSON INTERFACE IMPORTED)
-    target_include_directories(RapidJSON::RapidJSON SYSTEM INTERFACE "${RAPIDJSON_INCLUDE_DIRS}")
-endif()
+add_library(RapidJSON::RapidJSON INTERFACE IMPORTED)
+target_include_directories(RapidJSON::RapidJSON SYSTEM INTERFACE "${RAPIDJSON_INCLUDE_DIRS}")
 find_package(ICU REQUIRED COMPONENTS uc)
 find_package(fmt REQUIRED)
 

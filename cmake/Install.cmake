@@ -48,7 +48,7 @@ function(orlimbara_install)
         endif()")
 
     install(DIRECTORY host DESTINATION "${package_includedir}" FILES_MATCHING PATTERN "*.h")
-    install(FILES host_standin/locations.h host_standin/procedure_table.h
+    install(FILES host_standin/date_text.h host_standin/locations.h host_standin/procedure_table.h
         DESTINATION "${package_includedir}/host_standin")
 
     install(EXPORT orlimbara_duckdb

@@ -61,10 +61,13 @@ def main():
     CLEAN.mkdir(parents=True, exist_ok=True)
     jobs = int(os.environ.get("JOBS") or os.cpu_count())
     with ThreadPoolExecutor(jobs) as pool:
-        findings = [text for text in pool.map(lambda entry: check(build, entry), entries) if text]
-    sys.stdout.write("\n".join(findings))
-    print(f"clang-tidy: {len(entries)} sources, {len(findings)} with findings")
-    return 1 if findings else 0
+        count = 0
+        for findings in pool.map(lambda entry: check(build, entry), entries):
+            if findings:
+                count += 1
+                print(findings, flush=True)
+    print(f"clang-tidy: {len(entries)} sources, {count} with findings")
+    return 1 if count else 0
 
 
 if __name__ == "__main__":
