@@ -51,13 +51,29 @@ std::string ExportText(const I_Location& inBackup) {
     return StFromUTF16(text, GetConverter_UTF8()).c_str();
 }
 
+/// Prepared, not run at once: a query that is run at once forgets a stop that comes while it begins.
+/// @return nothing, or the text of the failure.
+std::optional<std::string> Export(const Run& inRun, duckdb_connection inConnection, const char* inText) {
+    constexpr const char* kFixedText = "Unknown DuckDB backup error";
+    support::OwnedPreparedStatement prepared;
+    support::OwnedResult result;
+    const duckdb_state state =
+        inRun.InDuckDB([&] { return duckdb_prepare(inConnection, inText, prepared.Put()); });
+    if (state != DuckDBSuccess) {
+        return TextOr(duckdb_prepare_error(prepared.Get()), kFixedText);
+    }
+    return inRun.Execute(prepared.Get(), result, kFixedText);
+}
+
 } // namespace
 
 void DuckDBDatabase::Backup(smart_ptr<I_Location> inFolder) {
+    Run run(*mRuns);
     std::shared_ptr<ConnectionCell> connection;
     std::string exportText;
     {
         const EngineLockGuard guard;
+        run.Begin();
         RequireOpen();
         connection = mConnection;
         const smart_ptr<I_Location> folder = ChooseFolder(std::move(inFolder), *mLocation);
@@ -69,16 +85,10 @@ void DuckDBDatabase::Backup(smart_ptr<I_Location> inFolder) {
         exportText = ExportText(*backup);
     }
     // An export can take long, and the whole engine waits for the lock: it runs without.
-    std::string error;
-    {
-        support::OwnedResult result;
-        if (duckdb_query(connection->Get(), exportText.c_str(), result.Put()) == DuckDBSuccess) {
-            return;
-        }
-        error = TextOr(duckdb_result_error(result.Get()), "Unknown DuckDB backup error");
+    if (const Failure failure = Export(run, connection->Get(), exportText.c_str())) {
+        const EngineLockGuard guard;
+        ThrowError(failure->c_str());
     }
-    const EngineLockGuard guard;
-    ThrowError(error.c_str());
 }
 
 } // namespace orkit::orsql

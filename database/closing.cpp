@@ -39,6 +39,7 @@ void DuckDBDatabase::Close() {
 
     const bool wasConnected = mConnection != nullptr;
     if (mConnection) {
+        mRuns->put_Connection(nullptr);
         mConnection->Close();
         mConnection.reset();
     }

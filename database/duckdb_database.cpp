@@ -12,8 +12,8 @@ namespace orkit::orsql {
 
 std::map<String, SharedDatabaseEntry> gSharedDatabases;
 
-DuckDBDatabase::DuckDBDatabase(smart_ptr<I_Location> inLocation)
-    : mPath(inLocation->get_Path()), mLocation(std::move(inLocation)) {}
+DuckDBDatabase::DuckDBDatabase(smart_ptr<I_Location> inLocation, std::shared_ptr<RunControl> inRuns)
+    : mPath(inLocation->get_Path()), mLocation(std::move(inLocation)), mRuns(std::move(inRuns)) {}
 
 DuckDBDatabase::~DuckDBDatabase() {
     try {
@@ -45,6 +45,7 @@ void* DuckDBDatabase::QueryInterface(std::uint32_t inInterfaceId) {
     static constexpr std::array kTable = {
         InterfaceRow<DuckDBDatabase, I_DuckDBDatabase>(interface_id::kDuckDBDatabase),
         InterfaceRow<DuckDBDatabase, I_ForeignPlugin>(interface_id::kForeignPlugin),
+        InterfaceRow<DuckDBDatabase, I_DuckDBRunControl>(I_DuckDBRunControl::kInterfaceId),
         kInterfaceTableEnd,
     };
     return InterfaceTableQueryInterface(this, kTable.data(), inInterfaceId);
@@ -149,6 +150,17 @@ void DuckDBDatabase::RemoveQueryResult(I_DuckDBQueryResult* inQueryResult) {
 }
 
 void DuckDBDatabase::SyncEngineLock() { const EngineLockGuard guard; }
+
+void DuckDBDatabase::Interrupt() { mRuns->Interrupt(); }
+
+DuckDBProgress DuckDBDatabase::get_Progress() const { return mRuns->get_Progress(); }
+
+void DuckDBDatabase::RequireNotStopped() const {
+    if (mRuns->IsThreadStopped()) {
+        Run(*mRuns).AbortTransaction();
+        ThrowError(kInterruptedText);
+    }
+}
 
 void DuckDBDatabase::ThrowError(const char* inMessage) const { ThrowDuckDBError(get_Name(), inMessage); }
 

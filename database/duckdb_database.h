@@ -11,14 +11,13 @@
 #include <optional>
 #include <string>
 
+#include "database/run_control.h"
 #include "database/shared_handles.h"
 #include "host/duckdb_objects.h"
 #include "object_support/ref_count.h"
 #include "result/query_result.h"
 
 namespace orkit::orsql {
-
-class EngineLockGuard;
 
 /// The object behind I_DuckDBDatabase.
 ///
@@ -27,10 +26,15 @@ class EngineLockGuard;
 ///
 /// Its sources: duckdb_database.cpp (object, properties, registries), opening.cpp, closing.cpp,
 /// execution.cpp, backup.cpp.
-class DuckDBDatabase final : public I_DuckDBDatabase, public ForeignPlugin_imp, noncopyable {
+class DuckDBDatabase final : public I_DuckDBDatabase,
+                             public ForeignPlugin_imp,
+                             public I_DuckDBRunControl,
+                             noncopyable {
 public:
     /// Copies the path; touches neither DuckDB nor the disk. @param inLocation not null.
-    explicit DuckDBDatabase(smart_ptr<I_Location> inLocation);
+    /// @param inRuns not null; who else has it can stop and watch this object's runs.
+    explicit DuckDBDatabase(smart_ptr<I_Location> inLocation,
+                            std::shared_ptr<RunControl> inRuns = std::make_shared<RunControl>());
     /// Closes, and swallows what that raises.
     ~DuckDBDatabase() override;
 
@@ -74,6 +78,15 @@ public:
     smart_ptr<I_DuckDBCursor> SqlSelect(const String& inSql, std::uint32_t inCursorLocation,
                                         smart_ptr<ValueArray> inParams) override;
 
+    void Interrupt() override;
+    DuckDBProgress get_Progress() const override;
+
+    /// This object's runs. Good on any thread, also when the object is gone.
+    const std::shared_ptr<RunControl>& get_Runs() const noexcept { return mRuns; }
+    /// Throws what a stopped call throws, with an open transaction aborted, if the calling thread is inside
+    /// of one. The guard must be held.
+    void RequireNotStopped() const;
+
     /// RemoveStatement for a statement on its way out: raises nothing, wherever the statement stands. The
     /// guard must be held.
     void ForgetStatement(const I_DuckDBStatement* inStatement) noexcept;
@@ -113,14 +126,15 @@ private:
     // execution.cpp; the guard must be held
     /// The results of a text's statements, in order. Raises, with nothing left alive, what the first failing
     /// statement says. @param inParams null or empty: the text runs without parameters.
-    ResultList RunSql(const String& inSql, const smart_ptr<ValueArray>& inParams);
+    ResultList RunSql(const Run& inRun, const String& inSql, const smart_ptr<ValueArray>& inParams);
     /// Runs one statement of a script and appends its result. A statement that fails while running is
     /// followed by a ROLLBACK.
-    static Failure RunExtracted(duckdb_connection inConnection, duckdb_extracted_statements inStatements,
-                                idx_t inIndex, ResultList& ioResults);
+    static Failure RunExtracted(const Run& inRun, duckdb_connection inConnection,
+                                duckdb_extracted_statements inStatements, idx_t inIndex,
+                                ResultList& ioResults);
     /// Runs a text of one statement with values, the first for parameter 1. Raises with nothing left alive.
     /// @param inSql UTF-8. @param inParams not null.
-    orlimbara::duckdb_support::OwnedResult RunWithParameters(const char* inSql,
+    orlimbara::duckdb_support::OwnedResult RunWithParameters(const Run& inRun, const char* inSql,
                                                              const smart_ptr<ValueArray>& inParams);
 
     /// mHandle as any thread may read it.
@@ -143,6 +157,7 @@ private:
     mutable std::mutex mHandleMutex;
     std::shared_ptr<DatabaseCell> mHandle;
     std::shared_ptr<ConnectionCell> mConnection;
+    const std::shared_ptr<RunControl> mRuns;
     // Live objects that point here; no references.
     smart_ptr<ArrayOfPtrs<I_DuckDBCursor>> mCursors;
     smart_ptr<ArrayOfPtrs<I_DuckDBStatement>> mStatements;

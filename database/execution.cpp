@@ -15,21 +15,32 @@ namespace support = orlimbara::duckdb_support;
 
 namespace {
 
-/// Takes back what a failed statement left of its transaction. Outside of one it fails, which doesn't matter.
-void RollBack(duckdb_connection inConnection) {
-    support::OwnedResult result;
-    duckdb_query(inConnection, "ROLLBACK", result.Put());
+bool HasValues(const smart_ptr<ValueArray>& inParams) { return inParams && !inParams->isEmpty(); }
+
+/// Makes the object that a text's outcome goes to, which can read all rows of a result. A stop in there takes
+/// the open transaction back too, if there are no values.
+template <class Make>
+auto MakeOutcome(const Run& inRun, const smart_ptr<ValueArray>& inParams, Make inMake) {
+    try {
+        return inMake();
+    } catch (...) {
+        if (inRun.IsStopped() && !HasValues(inParams)) {
+            inRun.RollBack();
+        }
+        throw;
+    }
 }
 
 } // namespace
 
-ResultList DuckDBDatabase::RunSql(const String& inSql, const smart_ptr<ValueArray>& inParams) {
+ResultList DuckDBDatabase::RunSql(const Run& inRun, const String& inSql,
+                                  const smart_ptr<ValueArray>& inParams) {
     RequireOpen();
     // Up to the first zero character: DuckDB's functions end there too.
     const StFromUTF16 sql(inSql.c_str(), -1, GetConverter_UTF8());
-    if (inParams && !inParams->isEmpty()) {
+    if (HasValues(inParams)) {
         ResultList results;
-        results.push_back(RunWithParameters(sql.c_str(), inParams));
+        results.push_back(RunWithParameters(inRun, sql.c_str(), inParams));
         return results;
     }
     const std::shared_ptr<ConnectionCell> connection = mConnection;
@@ -39,13 +50,14 @@ ResultList DuckDBDatabase::RunSql(const String& inSql, const smart_ptr<ValueArra
     ResultList results;
     {
         support::OwnedExtractedStatements statements;
-        const idx_t count = duckdb_extract_statements(connection->Get(), sql.c_str(), statements.Put());
+        const idx_t count = inRun.InDuckDB(
+            [&] { return duckdb_extract_statements(connection->Get(), sql.c_str(), statements.Put()); });
         if (count == 0) {
             failure =
                 TextOr(duckdb_extract_statements_error(statements.Get()), "Failed to extract statements");
         }
         for (idx_t index = 0; index < count && !failure; ++index) {
-            failure = RunExtracted(connection->Get(), statements.Get(), index, results);
+            failure = RunExtracted(inRun, connection->Get(), statements.Get(), index, results);
         }
     }
     if (failure) {
@@ -55,49 +67,63 @@ ResultList DuckDBDatabase::RunSql(const String& inSql, const smart_ptr<ValueArra
     return results;
 }
 
-DuckDBDatabase::Failure DuckDBDatabase::RunExtracted(duckdb_connection inConnection,
+DuckDBDatabase::Failure DuckDBDatabase::RunExtracted(const Run& inRun, duckdb_connection inConnection,
                                                      duckdb_extracted_statements inStatements, idx_t inIndex,
                                                      ResultList& ioResults) {
+    if (inRun.IsStopped()) {
+        inRun.RollBack();
+        return kInterruptedText;
+    }
     support::OwnedPreparedStatement prepared;
-    if (duckdb_prepare_extracted_statement(inConnection, inStatements, inIndex, prepared.Put()) !=
-        DuckDBSuccess) {
-        return TextOr(duckdb_prepare_error(prepared.Get()), "Failed to prepare extracted statement");
+    const duckdb_state state = inRun.InDuckDB([&] {
+        return duckdb_prepare_extracted_statement(inConnection, inStatements, inIndex, prepared.Put());
+    });
+    if (state != DuckDBSuccess) {
+        std::string error =
+            TextOr(duckdb_prepare_error(prepared.Get()), "Failed to prepare extracted statement");
+        if (inRun.IsStopped()) {
+            inRun.RollBack();
+        }
+        return error;
     }
     support::OwnedResult result;
-    const duckdb_state state = duckdb_execute_prepared(prepared.Get(), result.Put());
+    Failure failure = inRun.Execute(prepared.Get(), result, "Failed to execute statement");
     prepared.Reset();
-    if (state != DuckDBSuccess) {
-        std::string error = TextOr(duckdb_result_error(result.Get()), "Failed to execute statement");
+    if (failure) {
         result.Reset();
-        RollBack(inConnection);
-        return error;
+        inRun.RollBack();
+        return failure;
     }
     ioResults.push_back(std::move(result));
     return std::nullopt;
 }
 
-support::OwnedResult DuckDBDatabase::RunWithParameters(const char* inSql,
+support::OwnedResult DuckDBDatabase::RunWithParameters(const Run& inRun, const char* inSql,
                                                        const smart_ptr<ValueArray>& inParams) {
+    RequireNotStopped();
     const std::shared_ptr<ConnectionCell> connection = mConnection;
     support::OwnedPreparedStatement prepared;
-    if (duckdb_prepare(connection->Get(), inSql, prepared.Put()) != DuckDBSuccess) {
+    const duckdb_state state =
+        inRun.InDuckDB([&] { return duckdb_prepare(connection->Get(), inSql, prepared.Put()); });
+    if (state != DuckDBSuccess) {
+        RequireNotStopped();
         ThrowError(TextOr(duckdb_prepare_error(prepared.Get()), "Failed to prepare statement"));
     }
     BindParameters(prepared.Get(), inParams, get_Name());
     support::OwnedResult result;
-    const duckdb_state state = duckdb_execute_prepared(prepared.Get(), result.Put());
-    prepared.Reset();
-    if (state != DuckDBSuccess) {
-        ThrowError(TextOr(duckdb_result_error(result.Get()), "Failed to execute prepared statement"));
+    const Failure failure = inRun.Execute(prepared.Get(), result, "Failed to execute prepared statement");
+    if (failure) {
+        prepared.Reset();
+        ThrowError(failure->c_str());
     }
     return result;
 }
 
 smart_ptr<I_DuckDBCursor> DuckDBDatabase::SqlSelect(const String& inSql, std::uint32_t inCursorLocation,
                                                     smart_ptr<ValueArray> inParams) {
-    const EngineLockGuard guard;
+    const GuardedRun run(*mRuns);
     OrlimbaraInit3();
-    ResultList results = RunSql(inSql, inParams);
+    ResultList results = RunSql(run, inSql, inParams);
     if (results.size() != 1) {
         results.clear();
         ThrowError("Query doesn't return a single result");
@@ -107,18 +133,22 @@ smart_ptr<I_DuckDBCursor> DuckDBDatabase::SqlSelect(const String& inSql, std::ui
         result.Reset();
         ThrowError("Query doesn't return a result");
     }
-    return MakeCursor(this, std::move(result), inCursorLocation);
+    return MakeOutcome(run, inParams, [&] { return MakeCursor(this, std::move(result), inCursorLocation); });
 }
 
 smart_ptr<I_DuckDBQueryResult> DuckDBDatabase::SqlQuery(const String& inSql, std::uint32_t inCursorLocation,
                                                         smart_ptr<ValueArray> inParams) {
-    const EngineLockGuard guard;
+    const GuardedRun run(*mRuns);
     OrlimbaraInit3();
-    return smart_ptr<I_DuckDBQueryResult>(
-        new DuckDBQueryResult(this, RunSql(inSql, inParams), inCursorLocation));
+    ResultList results = RunSql(run, inSql, inParams);
+    return MakeOutcome(run, inParams, [&] {
+        return smart_ptr<I_DuckDBQueryResult>(
+            new DuckDBQueryResult(this, std::move(results), inCursorLocation));
+    });
 }
 
 std::int64_t DuckDBDatabase::SqlExecute(const String& inSql, smart_ptr<ValueArray> inParams) {
+    const Run run(*mRuns);
     OrlimbaraInit3();
     smart_ptr<I_DuckDBQueryResult> result = SqlQuery(inSql, kCursorLocationServer, inParams);
     std::int64_t rowsChanged = 0;

@@ -228,6 +228,7 @@ bool DuckDBDatabase::Connect() {
     if (duckdb_connect(mHandle->Get(), cell->Put()) != DuckDBSuccess) {
         return false;
     }
+    mRuns->put_Connection(cell->Get());
     mConnection = std::move(cell);
     return true;
 }

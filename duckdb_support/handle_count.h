@@ -17,6 +17,7 @@ enum class HandleKind : std::size_t {
     Config,
     PreparedStatement,
     ExtractedStatements,
+    PendingResult,
     Result,
     DataChunk,
     Value,
@@ -26,10 +27,18 @@ enum class HandleKind : std::size_t {
 };
 
 /// Names of the kinds, in the order of HandleKind, for messages of tests.
-inline constexpr std::array<std::string_view, 11> kHandleKindNames = {
-    "database", "connection", "config", "prepared statement", "extracted statements",
-    "result",   "chunk",      "value",  "logical type",       "text",
-    "bytes"};
+inline constexpr std::array<std::string_view, 12> kHandleKindNames = {"database",
+                                                                      "connection",
+                                                                      "config",
+                                                                      "prepared statement",
+                                                                      "extracted statements",
+                                                                      "pending result",
+                                                                      "result",
+                                                                      "chunk",
+                                                                      "value",
+                                                                      "logical type",
+                                                                      "text",
+                                                                      "bytes"};
 
 namespace detail {
 

@@ -121,6 +121,8 @@ using OwnedPreparedStatement =
     OwnedHandle<duckdb_prepared_statement, HandleKind::PreparedStatement, duckdb_destroy_prepare>;
 using OwnedExtractedStatements =
     OwnedHandle<duckdb_extracted_statements, HandleKind::ExtractedStatements, duckdb_destroy_extracted>;
+using OwnedPendingResult =
+    OwnedHandle<duckdb_pending_result, HandleKind::PendingResult, duckdb_destroy_pending>;
 using OwnedDataChunk = OwnedHandle<duckdb_data_chunk, HandleKind::DataChunk, duckdb_destroy_data_chunk>;
 using OwnedValue = OwnedHandle<duckdb_value, HandleKind::Value, duckdb_destroy_value>;
 /// Not for what `duckdb_get_value_type` gives: that type belongs to its value.

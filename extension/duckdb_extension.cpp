@@ -32,6 +32,10 @@ DuckDBCursor_client* AsClientCursor(const smart_ptr<I_DuckDBCursor>& inCursor) {
 
 } // namespace
 
+DuckDBExtension::DuckDBExtension() : mRestores(std::make_shared<RunControl>()) {}
+
+DuckDBExtension::~DuckDBExtension() = default;
+
 std::uint32_t DuckDBExtension::AddRef() { return mRefCount.Add(); }
 
 std::uint32_t DuckDBExtension::Release() {
@@ -45,6 +49,7 @@ std::uint32_t DuckDBExtension::Release() {
 void* DuckDBExtension::QueryInterface(std::uint32_t inInterfaceId) {
     static constexpr std::array kTable = {
         InterfaceRow<DuckDBExtension, DuckDBExtension>(interface_id::kDuckDBExtension),
+        InterfaceRow<DuckDBExtension, I_DuckDBRunControl>(I_DuckDBRunControl::kInterfaceId),
         kInterfaceTableEnd,
     };
     return InterfaceTableQueryInterface(this, kTable.data(), inInterfaceId);
@@ -100,5 +105,9 @@ bool DuckDBExtension::get_IsDuckDBFile(smart_ptr<I_Location> inLocation) {
     }
     return isDuckDBFile;
 }
+
+void DuckDBExtension::Interrupt() { mRestores->Interrupt(); }
+
+DuckDBProgress DuckDBExtension::get_Progress() const { return mRestores->get_Progress(); }
 
 bool DuckDBExtension::get_IsMemoryPath(const String& inPath) const { return inPath == MemoryPath(); }

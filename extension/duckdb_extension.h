@@ -3,14 +3,24 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "host/duckdb_objects.h"
 #include "object_support/ref_count.h"
 
-/// The object behind I_DuckDBExtension. Has no state but its count; the module keeps no pointer to it and
-/// asks the host with GetDuckDBExtension. Stands in the global namespace, where the host looks for it.
-class DuckDBExtension final : public orkit::orsql::I_DuckDBExtension {
+namespace orkit::orsql {
+class RunControl;
+}
+
+/// The object behind I_DuckDBExtension. Has no state but its count and the restores in work; the module keeps
+/// no pointer to it and asks the host with GetDuckDBExtension. Stands in the global namespace, where the host
+/// looks for it.
+class DuckDBExtension final : public orkit::orsql::I_DuckDBExtension,
+                              public orkit::orsql::I_DuckDBRunControl {
 public:
+    DuckDBExtension();
+    ~DuckDBExtension() override;
+
     std::uint32_t AddRef() override;
     std::uint32_t Release() override;
     void* QueryInterface(std::uint32_t inInterfaceId) override;
@@ -29,6 +39,11 @@ public:
     RestoreDatabase(orkit::smart_ptr<orkit::I_Location> inLocation,
                     orkit::smart_ptr<orkit::I_Location> inBackupLocation) override;
 
+    /// Stops and watches the import of RestoreDatabase.
+    void Interrupt() override;
+    orkit::orsql::DuckDBProgress get_Progress() const override;
+
 private:
     orkit::orsql::RefCount mRefCount;
+    const std::shared_ptr<orkit::orsql::RunControl> mRestores; // the runs of RestoreDatabase
 };

@@ -2,7 +2,6 @@
 
 #include "database/duckdb_database.h"
 #include "extension/duckdb_extension.h"
-#include "extension/engine_lock_guard.h"
 #include "host/exceptions.h"
 
 using namespace orkit;
@@ -27,8 +26,9 @@ smart_ptr<I_DuckDBDatabase> DuckDBExtension::RestoreDatabase(smart_ptr<I_Locatio
     if (!inBackupLocation || !inBackupLocation->get_Exists()) {
         throw xDBError(error_code::kMissingBackup);
     }
-    const EngineLockGuard guard;
-    smart_ptr<I_DuckDBDatabase> database(new DuckDBDatabase(inLocation));
+    const GuardedRun run(*mRestores);
+    // Not the object that the caller gets: its runs are this object's.
+    const smart_ptr<I_DuckDBDatabase> database(new DuckDBDatabase(inLocation, mRestores));
     if (inLocation->get_Exists()) {
         // Create would swallow it that others hold the path, and the import go into their database.
         database->Drop();
@@ -36,5 +36,5 @@ smart_ptr<I_DuckDBDatabase> DuckDBExtension::RestoreDatabase(smart_ptr<I_Locatio
     database->Create();
     database->SqlExecute(ImportText(*inBackupLocation), nullptr);
     database->Close();
-    return database;
+    return smart_ptr<I_DuckDBDatabase>(new DuckDBDatabase(inLocation));
 }

@@ -230,6 +230,42 @@ public:
     virtual smart_ptr<I_DuckDBQueryResult> SqlQuery(std::uint32_t inCursorLocation) = 0;
 };
 
+/// How far a running call is.
+struct DuckDBProgress {
+    double mFraction = 0;        ///< of the query in work, 0 to 1; negative where DuckDB can't tell
+    std::uint64_t mRowsDone = 0; ///< of the query in work, as DuckDB estimates; 0 where it can't tell
+    std::uint64_t mRowsTotal = 0;
+    std::uint64_t mElapsedMicroseconds = 0; ///< since the call was entered; at least 1 while one runs
+};
+
+/// Stops and watches what runs on a connection, from any thread. The plug-in's own addition to the host's
+/// interfaces. QueryInterface of the database object gives it, and that of the root object for the import of
+/// RestoreDatabase, whose database nobody has before the call returns. The caller holds a reference on the
+/// object that it asked.
+///
+/// A run is one call on the database or on one of its statements that runs SQL, with everything in it: all
+/// statements of a script, all held rows, the export of Backup, the reading of rows into a client cursor. It
+/// begins when the call is entered, also if that then waits for the engine lock.
+///
+/// Both operations return at once and take no engine lock. They take a mutex, so a signal handler mustn't
+/// call them.
+class I_DuckDBRunControl : public I_Unknown {
+public:
+    static constexpr std::uint32_t kInterfaceId = 1000001;
+
+    /// Stops the run. The call fails as one whose SQL fails: it throws xDuckDBError (ExecuteScript gives it
+    /// as data) with the text `{"exception_type":"INTERRUPT","exception_message":"Interrupted!"}`, and an
+    /// open transaction is aborted; SqlQuery, SqlSelect and SqlExecute of a text without values roll it back.
+    /// What ran before stays: earlier statements of a script, earlier held rows.
+    ///
+    /// Does nothing when nothing runs, and touches no call that is entered after it has returned.
+    virtual void Interrupt() = 0;
+    /// The progress of the run; all zeroes when nothing runs. DuckDB tells the fraction and the rows only of
+    /// a connection with "SET enable_progress_bar = true" (and, lest it prints, "SET
+    /// enable_progress_bar_print = false").
+    virtual DuckDBProgress get_Progress() const = 0;
+};
+
 /// One DuckDB database: a file, ":memory:", or a remote one. Objects on one path share one DuckDB instance,
 /// unless they are read-only; each has a connection of its own. Made closed by
 /// I_DuckDBExtension::CreateDatabase; the last Release closes it.

@@ -94,6 +94,7 @@ void DuckDBCursor_imp::RaiseError(const char* inMessage) const {
 }
 
 support::OwnedDataChunk DuckDBCursor_imp::FetchChunk() {
+    mDatabase.load()->RequireNotStopped();
     support::OwnedDataChunk chunk(duckdb_fetch_chunk(mResult.Struct()));
     if (!chunk) {
         // DuckDB gives null at the end and after a failure; after a failure the result carries the text.

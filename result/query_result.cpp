@@ -116,6 +116,9 @@ smart_ptr<I_DuckDBQueryResult> DuckDBQueryResult::get_NextResult() {
     if (mPendingResults.empty()) {
         return nullptr;
     }
+    const std::shared_ptr<RunControl> runs =
+        mDatabase ? mDatabase->get_Runs() : std::make_shared<RunControl>();
+    const GuardedRun run(*runs);
     return smart_ptr<I_DuckDBQueryResult>(
         new DuckDBQueryResult(mDatabase, std::exchange(mPendingResults, {}), mCursorLocation));
 }

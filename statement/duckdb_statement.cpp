@@ -10,7 +10,7 @@
 namespace orkit::orsql {
 
 DuckDBStatement::DuckDBStatement(DuckDBDatabase* inDatabase, const String& inSql)
-    : mDatabase(inDatabase), mOriginalSql(inSql), mCurrentSql(inSql) {}
+    : mRuns(inDatabase->get_Runs()), mDatabase(inDatabase), mOriginalSql(inSql), mCurrentSql(inSql) {}
 
 DuckDBStatement::~DuckDBStatement() { Detach(); }
 

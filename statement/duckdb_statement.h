@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 
 #include "duckdb_support/handles.h"
 #include "host/duckdb_objects.h"
@@ -14,6 +15,8 @@
 namespace orkit::orsql {
 
 class DuckDBDatabase;
+class Run;
+class RunControl;
 
 /// The object behind I_DuckDBStatement.
 ///
@@ -110,13 +113,13 @@ private:
     bool HasStatementsLeft() const noexcept { return mNextStatement < mStatementCount; }
     /// Splits the text in work. Leaves no split script when there is no statement in it; raises DuckDB's text
     /// when there is one.
-    void Split(duckdb_connection inConnection);
+    void Split(const Run& inRun, duckdb_connection inConnection);
     /// Makes the next statement's text the text in work.
     void TakeSql();
     /// The one place where DuckDB runs a statement: once, or once for each held row. Does nothing without a
     /// prepared statement. @param outRowsChanged the rows changed by the last run that changed rows; may be
     /// null.
-    void RunPrepared(std::uint64_t* outRowsChanged);
+    void RunPrepared(const Run& inRun, std::uint64_t* outRowsChanged);
 
     /// Holds the values in place of those held, and binds them if there is a prepared statement. Needs no
     /// guard.
@@ -134,7 +137,8 @@ private:
     void Bind(const Row& inRow, std::uint32_t inIndex, const Args&... inArgs);
 
     RefCount mRefCount;
-    std::atomic<DuckDBDatabase*> mDatabase; // null once cut off; written under the guard, read without it
+    const std::shared_ptr<RunControl> mRuns; // the database's, reached without the guard
+    std::atomic<DuckDBDatabase*> mDatabase;  // null once cut off; written under the guard, read without it
     const String mOriginalSql;
     String mCurrentSql;
     smart_ptr<RowArray> mRows;

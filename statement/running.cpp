@@ -18,33 +18,38 @@ namespace orkit::orsql {
 namespace support = orlimbara::duckdb_support;
 
 void DuckDBStatement::PrepareNext() {
-    const EngineLockGuard guard;
+    const GuardedRun run(*mRuns);
     OrlimbaraInit3();
     const DuckDBDatabase& database = RequireDatabase();
+    database.RequireNotStopped();
     ReleaseHandles();
     const std::shared_ptr<ConnectionCell> cell = database.get_Connection();
     duckdb_connection const connection = cell ? cell->Get() : nullptr;
     if (!mExtracted) {
-        Split(connection);
+        Split(run, connection);
     }
     if (!HasStatementsLeft()) {
         return;
     }
     TakeSql();
     // A copy: the statement stays in the list, so that one that fails can be tried again.
-    if (support::prepare_extracted_copy(connection, mExtracted.Get(), mNextStatement, mPrepared.Put()) !=
-        DuckDBSuccess) {
+    const duckdb_state state = run.InDuckDB([&] {
+        return support::prepare_extracted_copy(connection, mExtracted.Get(), mNextStatement, mPrepared.Put());
+    });
+    if (state != DuckDBSuccess) {
         const support::OwnedPreparedStatement failed = std::move(mPrepared);
         ReleaseHandles();
+        database.RequireNotStopped();
         database.ThrowError(TextOr(duckdb_prepare_error(failed.Get()), "Failed to prepare statement"));
     }
     ReapplyValues();
     ++mNextStatement;
 }
 
-void DuckDBStatement::Split(duckdb_connection inConnection) {
+void DuckDBStatement::Split(const Run& inRun, duckdb_connection inConnection) {
     const StFromUTF16 sql(mCurrentSql, GetConverter_UTF8());
-    mStatementCount = duckdb_extract_statements(inConnection, sql.c_str(), mExtracted.Put());
+    mStatementCount = inRun.InDuckDB(
+        [&] { return duckdb_extract_statements(inConnection, sql.c_str(), mExtracted.Put()); });
     mNextStatement = 0;
     if (mStatementCount != 0) {
         return;
@@ -63,16 +68,19 @@ void DuckDBStatement::TakeSql() {
     }
 }
 
-void DuckDBStatement::RunPrepared(std::uint64_t* outRowsChanged) {
+void DuckDBStatement::RunPrepared(const Run& inRun, std::uint64_t* outRowsChanged) {
     const DuckDBDatabase& database = RequireDatabase();
     if (outRowsChanged) {
         *outRowsChanged = 0;
     }
     const smart_ptr<RowArray> rows = mRows;
     const std::size_t runs = rows ? rows->get_Count() : 1;
-    for (std::size_t run = 0; run < runs; ++run) {
+    for (std::size_t row = 0; row < runs; ++row) {
+        if (inRun.IsStopped()) {
+            database.RequireNotStopped();
+        }
         if (rows) {
-            ApplyValues((*rows)[run]);
+            ApplyValues((*rows)[row]);
         } else {
             ReapplyValues();
         }
@@ -80,8 +88,8 @@ void DuckDBStatement::RunPrepared(std::uint64_t* outRowsChanged) {
             continue;
         }
         mResult.Reset();
-        if (duckdb_execute_prepared(mPrepared.Get(), mResult.Put()) != DuckDBSuccess) {
-            database.ThrowError(TextOr(duckdb_result_error(mResult.Get()), "Unknown execute error"));
+        if (const auto failure = inRun.Execute(mPrepared.Get(), mResult, "Unknown execute error")) {
+            database.ThrowError(failure->c_str());
         }
         if (outRowsChanged &&
             duckdb_result_return_type(mResult.Struct()) == DUCKDB_RESULT_TYPE_CHANGED_ROWS) {
@@ -91,7 +99,7 @@ void DuckDBStatement::RunPrepared(std::uint64_t* outRowsChanged) {
 }
 
 bool DuckDBStatement::ExecuteNext(std::uint64_t& outRowsChanged) {
-    const EngineLockGuard guard;
+    const GuardedRun run(*mRuns);
     OrlimbaraInit3();
     PrepareNext();
     outRowsChanged = SqlExecute();
@@ -104,7 +112,7 @@ bool DuckDBStatement::ExecuteNext() {
 }
 
 void DuckDBStatement::ExecuteAll() {
-    const EngineLockGuard guard;
+    const GuardedRun run(*mRuns);
     OrlimbaraInit3();
     while (ExecuteNext()) {
     }
@@ -113,7 +121,7 @@ void DuckDBStatement::ExecuteAll() {
 }
 
 DuckDBExecutionResult DuckDBStatement::ExecuteScript() {
-    const EngineLockGuard guard;
+    const GuardedRun run(*mRuns);
     OrlimbaraInit3();
     DuckDBExecutionResult result;
     if (!mDatabase.load()) {
@@ -139,33 +147,36 @@ DuckDBExecutionResult DuckDBStatement::ExecuteScript() {
 }
 
 std::uint64_t DuckDBStatement::SqlExecute() {
-    const EngineLockGuard guard;
+    const GuardedRun run(*mRuns);
     OrlimbaraInit3();
     std::uint64_t rowsChanged = 0;
-    RunPrepared(&rowsChanged);
+    RunPrepared(run, &rowsChanged);
     return rowsChanged;
 }
 
 smart_ptr<I_DuckDBCursor> DuckDBStatement::SqlSelect(std::uint32_t inCursorLocation) {
-    const EngineLockGuard guard;
+    const GuardedRun run(*mRuns);
     OrlimbaraInit3();
     DuckDBDatabase& database = RequireDatabase();
     if (mRows && mRows->get_Count() > 1) {
         throw xFeatureError(error_code::kFeature, "orDuckDB - multi-row binding for SqlSelect");
     }
-    RunPrepared(nullptr);
+    RunPrepared(run, nullptr);
     if (!mPrepared || !mResult) {
         return nullptr;
     }
     return MakeCursor(&database, std::move(mResult), inCursorLocation);
 }
 
-String DuckDBStatement::SqlSelectToJSON() { return CursorToJSON(SqlSelect(kCursorLocationServer)); }
+String DuckDBStatement::SqlSelectToJSON() {
+    const Run run(*mRuns);
+    return CursorToJSON(SqlSelect(kCursorLocationServer));
+}
 
 smart_ptr<I_DuckDBQueryResult> DuckDBStatement::SqlQuery(std::uint32_t inCursorLocation) {
-    const EngineLockGuard guard;
+    const GuardedRun run(*mRuns);
     OrlimbaraInit3();
-    RunPrepared(nullptr);
+    RunPrepared(run, nullptr);
     ResultList results;
     if (mResult) {
         results.push_back(std::move(mResult));
