@@ -51,4 +51,7 @@ Result OrElse(Result inFallback, Function&& inFunction) noexcept {
     }
 }
 
+/// The check of times.h for a vector, which may be flattened; defined there. May throw.
+[[nodiscard]] bool AreTimesInRange(duckdb::Vector& ioVector, duckdb::idx_t inCount);
+
 } // namespace orlimbara::duckdb_support::internals

@@ -79,9 +79,11 @@ bool IsEachVariantInRange(duckdb::Vector& ioVector, duckdb::idx_t inCount) {
     return true;
 }
 
+} // namespace
+
 /// The vector may be brought into another form of the same meaning. NULL is looked for at each level on its
 /// own, as DuckDB's casts do: they also cast the parts of a NULL row that aren't NULL themselves.
-bool AreTimesInRange(duckdb::Vector& ioVector, duckdb::idx_t inCount) {
+bool internals::AreTimesInRange(duckdb::Vector& ioVector, duckdb::idx_t inCount) {
     const duckdb::LogicalType& type = ioVector.GetType();
     if (!CanHoldTimes(type)) {
         return true;
@@ -113,6 +115,8 @@ bool AreTimesInRange(duckdb::Vector& ioVector, duckdb::idx_t inCount) {
     }
 }
 
+namespace {
+
 duckdb::unique_ptr<duckdb::FunctionData>
 BindTimeCheck(duckdb::ClientContext&, duckdb::ScalarFunction& ioFunction,
               duckdb::vector<duckdb::unique_ptr<duckdb::Expression>>& inArguments) {
@@ -125,7 +129,7 @@ BindTimeCheck(duckdb::ClientContext&, duckdb::ScalarFunction& ioFunction,
 void CheckTimes(duckdb::DataChunk& inArguments, duckdb::ExpressionState&, duckdb::Vector& outResult) {
     const duckdb::idx_t count = inArguments.size();
     duckdb::VectorOperations::Copy(inArguments.data[0], outResult, count, 0, 0);
-    if (!AreTimesInRange(outResult, count)) {
+    if (!internals::AreTimesInRange(outResult, count)) {
         throw duckdb::InvalidInputException(kTimeOutOfRange);
     }
 }
@@ -136,7 +140,7 @@ bool CanHoldTimes(duckdb_logical_type inType) { return CanHoldTimes(Unwrap(inTyp
 
 bool AreTimesInRange(duckdb_value inValue) {
     duckdb::Vector vector(Unwrap(inValue));
-    return AreTimesInRange(vector, 1);
+    return internals::AreTimesInRange(vector, 1);
 }
 
 bool AreTimesInRange(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst, idx_t inCount) {
@@ -145,11 +149,11 @@ bool AreTimesInRange(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst, i
     const duckdb::idx_t count = std::min<duckdb::idx_t>(inCount, chunk.size() - first);
     duckdb::Vector column(chunk.data[inColumn]); // a reference
     if (first == 0) {
-        return AreTimesInRange(column, count);
+        return internals::AreTimesInRange(column, count);
     }
     column.Flatten(chunk.size());
     duckdb::Vector rows(column, first, first + count);
-    return AreTimesInRange(rows, count);
+    return internals::AreTimesInRange(rows, count);
 }
 
 void AddTimeCheck(duckdb_connection inConnection) {

@@ -26,6 +26,9 @@ struct VariantColumn::State {
             duckdb::VectorOperations::Copy(source, rows, mJsonFirst + mJsonCount, mJsonFirst, 0);
             source.Reference(rows);
         }
+        if (!internals::AreTimesInRange(source, mJsonCount)) { // the cast would crash
+            return;
+        }
         duckdb::Vector json(duckdb::LogicalType::JSON(),
                             std::max<duckdb::idx_t>(mJsonCount, STANDARD_VECTOR_SIZE));
         std::string error;

@@ -47,7 +47,9 @@ bool VariantReader::IsNested(std::int32_t inNumber) noexcept {
 duckdb::Value VariantChild(const duckdb::Value& inVariant) {
     duckdb::Vector vector(inVariant);
     const VariantReader reader(vector, 1);
-    if (VariantReader::IsNested(reader.Number(0))) {
+    duckdb::Vector checked(inVariant); // not the reader's vector, whose form must stay
+    // A time outside its range crashes the cast to JSON.
+    if (VariantReader::IsNested(reader.Number(0)) && AreTimesInRange(checked, 1)) {
         // A VARIANT can be made of JSON again, but not of the text of a STRUCT or a LIST.
         duckdb::Value json;
         std::string error;

@@ -50,6 +50,9 @@ bool ColumnCast::Cast(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst, 
             duckdb::VectorOperations::Copy(source, rows, first + count, first, 0);
             source.Reference(rows);
         }
+        if (!internals::AreTimesInRange(source, count)) { // the cast would crash
+            return false;
+        }
         std::string error;
         if (!duckdb::VectorOperations::DefaultTryCast(source, result->mVector, count, &error)) {
             return false;

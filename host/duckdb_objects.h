@@ -184,7 +184,11 @@ public:
     /// Calendar parts; of month and day only the low 8 bits count.
     virtual void BindDate(std::uint32_t inIndex, std::int32_t inYear, std::int32_t inMonth,
                           std::int32_t inDay) = 0;
-    /// Microseconds since midnight.
+    /// Microseconds since midnight. The three bindings of times pass any number on, but only 0 to 24:00:00
+    /// and offsets up to 15:59:59 are times: others may be stored, moved, counted and compared, but must not
+    /// be converted to text in SQL (a cast to VARCHAR or JSON, string functions, COPY to CSV), where DuckDB
+    /// reads and writes outside its buffers. Reading such a cell, alone or inside another value, throws
+    /// xDuckDBError with the context "value".
     virtual void BindTime(std::uint32_t inIndex, std::int64_t inMicros) = 0;
     /// Nanoseconds since midnight.
     virtual void BindTimeNs(std::uint32_t inIndex, std::int64_t inNanos) = 0;

@@ -4,6 +4,8 @@
 
 #include "duckdb_support/handles.h"
 #include "duckdb_support/supplement.h"
+#include "duckdb_support/times.h"
+#include "object_support/errors.h"
 #include "result/fixed_types.h"
 #include "result/text_buffer.h"
 
@@ -15,10 +17,12 @@ namespace {
 
 bool IsNull(duckdb_value inValue) { return !inValue || duckdb_is_null_value(inValue); }
 
-/// DuckDB's text of a value; the empty text if there is none.
-smart_ptr<I_Value> TextOfValue(duckdb_value inValue) {
-    const support::OwnedText text(duckdb_get_varchar(inValue));
-    return TextBuffer().MakeString(support::ViewOf(text));
+/// DuckDB's text of a value. Throws for a time outside its range, on which DuckDB's function crashes.
+support::OwnedText TextOf(duckdb_value inValue) {
+    if (!support::AreTimesInRange(inValue)) {
+        ThrowDuckDBError(kValueContext, support::kTimeOutOfRange);
+    }
+    return support::OwnedText(duckdb_get_varchar(inValue));
 }
 
 /// @param inValue a BLOB.
@@ -99,7 +103,7 @@ smart_ptr<I_Value> DuckDBToValue(duckdb_value inValue, const std::int32_t* inVar
         const support::OwnedValue child(duckdb_value_variant_child(inValue));
         return VariantChildToValue(child.Get(), *inVariantType);
     }
-    return TextOfValue(inValue);
+    return TextBuffer().MakeString(support::ViewOf(TextOf(inValue)));
 }
 
 smart_ptr<I_Value> VariantChildToValue(duckdb_value inChild, std::int32_t inVariantType) {
@@ -120,7 +124,7 @@ smart_ptr<I_Value> VariantChildToValue(duckdb_value inChild, std::int32_t inVari
         return TextBuffer().MakeEnvelope(VariantTypeName(inVariantType),
                                          std::to_string(duckdb_get_int8(inChild)));
     case variant_type::kVarchar:
-        return TextOfValue(inChild);
+        return TextBuffer().MakeString(support::ViewOf(TextOf(inChild)));
     case variant_type::kBlob:
         return BlobToValue(inChild);
     case variant_type::kDate:
@@ -130,8 +134,7 @@ smart_ptr<I_Value> VariantChildToValue(duckdb_value inChild, std::int32_t inVari
     default:
         break;
     }
-    const support::OwnedText text(duckdb_get_varchar(inChild));
-    return TextBuffer().MakeEnvelope(VariantTypeName(inVariantType), support::ViewOf(text));
+    return TextBuffer().MakeEnvelope(VariantTypeName(inVariantType), support::ViewOf(TextOf(inChild)));
 }
 
 } // namespace orkit::orsql

@@ -17,6 +17,8 @@ namespace orkit::orsql {
 /// A cell of a chunk. SQL NULL of any type gives the null value. Integers, floating-point numbers, BOOLEAN
 /// and BLOB give the host's value of that kind, DECIMAL a double, a VARIANT what it holds; every other type
 /// gives DuckDB's text of the value.
+/// Throws xDuckDBError with the context "value" for a time out of its type's range, alone or inside the
+/// value, where its text is needed.
 /// @param inColumn, inRow inside the chunk. @param inColumnType the column's type, as the result tells it.
 smart_ptr<I_Value> ReadCell(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inRow, duckdb_type inColumnType);
 

@@ -4,6 +4,7 @@
 #include <cctype>
 #include <exception>
 #include <functional>
+#include <limits>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -13,6 +14,7 @@
 
 #include "duckdb_support/handle_count.h"
 #include "duckdb_support/handles.h"
+#include "host/exceptions.h"
 #include "host_standin/live_objects.h"
 #include "result/value_conversion.h"
 
@@ -21,7 +23,12 @@ namespace {
 
 namespace support = orlimbara::duckdb_support;
 
-/// A value as kind and content, exact to the bit; or what reading it raised.
+std::string Narrow(const String& inText) {
+    const StFromUTF16 narrow(inText, GetConverter_UTF8());
+    return {narrow.c_str(), narrow.get_Length()};
+}
+
+/// A value as kind and content, exact to the bit; or what reading it threw.
 std::string Describe(const std::function<smart_ptr<I_Value>()>& inRead) {
     try {
         const smart_ptr<I_Value> value = inRead();
@@ -40,10 +47,11 @@ std::string Describe(const std::function<smart_ptr<I_Value>()>& inRead) {
         }
         String content;
         value->get_String(content, -1);
-        const StFromUTF16 narrow(content, GetConverter_UTF8());
-        return text.append(narrow.c_str(), narrow.get_Length());
+        return text + Narrow(content);
+    } catch (const xDuckDBError& error) {
+        return "throws " + Narrow(*error.get_Text(0)) + ": " + Narrow(*error.get_Text(1));
     } catch (const std::exception& error) {
-        return std::string("raises ") + error.what();
+        return std::string("throws ") + error.what();
     }
 }
 
@@ -279,7 +287,7 @@ TEST_F(ChunkReaderTest, RowsCanBeReadInAnyOrderAndTwice) {
     }
 }
 
-TEST_F(ChunkReaderTest, ACellThatCantBeCastRaisesAloneAndAsOnTheReferencePath) {
+TEST_F(ChunkReaderTest, ACellThatCantBeCastThrowsAloneAndAsOnTheReferencePath) {
     support::OwnedResult result = Run("SELECT TIMESTAMP_S '2000-01-01 00:00:00' FROM range(100)");
     const ColumnList columns(result.Get());
     const std::vector<support::OwnedDataChunk> chunks = Chunks(result);
@@ -288,10 +296,58 @@ TEST_F(ChunkReaderTest, ACellThatCantBeCastRaisesAloneAndAsOnTheReferencePath) {
     const duckdb_vector vector = duckdb_data_chunk_get_vector(chunks[0].Get(), 0);
     static_cast<std::int64_t*>(duckdb_vector_get_data(vector))[badRow] = std::int64_t{1} << 62;
     const std::vector<std::string> expected = Expected(chunks, columns[0].mType);
-    EXPECT_EQ(expected[badRow].substr(0, 7), "raises ");
+    EXPECT_EQ(expected[badRow].substr(0, 7), "throws ");
     EXPECT_EQ(expected[badRow + 1], "20 40 2000-01-01 00:00:00");
     for (const auto access : {ChunkReader::Access::EveryCell, ChunkReader::Access::AnyCell}) {
         EXPECT_EQ(Compare(expected, chunks, columns, access, 1), 100u);
+    }
+}
+
+TEST_F(ChunkReaderTest, ATimeOutOfRangeIsRefusedInEveryShape) {
+    constexpr std::int64_t kDay = 86'400'000'000;
+    constexpr std::int64_t kLowest = std::numeric_limits<std::int64_t>::min();
+    struct Time {
+        const char* mType;
+        duckdb_value mValue;
+        bool mIsInRange;
+    };
+    const Time times[] = {
+        {"TIME", duckdb_create_time({kDay}), true},
+        {"TIME", duckdb_create_time({kDay + 1}), false},
+        {"TIME", duckdb_create_time({-1}), false},
+        {"TIME", duckdb_create_time({kLowest}), false},
+        {"TIME_NS", duckdb_create_time_ns({1000 * kDay}), true},
+        {"TIME_NS", duckdb_create_time_ns({1000 * kDay + 1}), false},
+        {"TIME_NS", duckdb_create_time_ns({kLowest}), false},
+        {"TIMETZ", duckdb_create_time_tz_value(duckdb_create_time_tz(kDay, -57599)), true},
+        {"TIMETZ", duckdb_create_time_tz_value(duckdb_create_time_tz(kDay + 1, 0)), false},
+        {"TIMETZ", duckdb_create_time_tz_value(duckdb_create_time_tz(0, -57600)), false},
+        {"TIMETZ", duckdb_create_time_tz_value({~std::uint64_t{0}}), false},
+    };
+    for (const Time& time : times) {
+        const support::OwnedValue value(time.mValue);
+        for (const char* const shape : kShapes) {
+            SCOPED_TRACE(std::string(time.mType) + " as " + shape);
+            support::OwnedPreparedStatement statement;
+            const std::string sql = std::string("WITH t AS (SELECT 1 AS i, $1::") + time.mType +
+                                    " AS x UNION ALL SELECT 0, '12:00:00'::" + time.mType + ") SELECT " +
+                                    shape + " FROM t, range(5) ORDER BY i";
+            ASSERT_EQ(duckdb_prepare(mConnection.Get(), sql.c_str(), statement.Put()), DuckDBSuccess)
+                << duckdb_prepare_error(statement.Get());
+            ASSERT_EQ(duckdb_bind_value(statement.Get(), 1, value.Get()), DuckDBSuccess);
+            support::OwnedResult result;
+            ASSERT_EQ(duckdb_execute_prepared(statement.Get(), result.Put()), DuckDBSuccess)
+                << duckdb_result_error(result.Get());
+            const ColumnList columns(result.Get());
+            const std::vector<support::OwnedDataChunk> chunks = Chunks(result);
+            const std::vector<std::string> expected = Expected(chunks, columns[0].mType);
+            ASSERT_EQ(expected.size(), 10u);
+            EXPECT_NE(expected[4].find("12:00:00"), std::string::npos);
+            EXPECT_EQ(expected[5] == "throws value: A time of day lies outside the range of its type",
+                      !time.mIsInRange)
+                << expected[5];
+            EXPECT_EQ(Compare(expected, chunks, columns, ChunkReader::Access::EveryCell, 1), 10u);
+        }
     }
 }
 
