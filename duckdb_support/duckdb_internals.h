@@ -6,6 +6,7 @@
 #include <duckdb/main/capi/capi_internal.hpp>
 
 #include <cstring>
+#include <new>
 #include <string>
 #include <utility>
 
@@ -31,13 +32,27 @@ inline duckdb_value WrapNew(duckdb::Value inValue) {
     return reinterpret_cast<duckdb_value>(new duckdb::Value(std::move(inValue)));
 }
 
-/// A copy of a text, which the caller frees with duckdb_free; null if memory runs out.
-inline char* CopyText(const std::string& inText) noexcept {
+/// A copy of a text, which the caller frees with duckdb_free.
+inline char* CopyText(const std::string& inText) {
     auto* copy = static_cast<char*>(duckdb_malloc(inText.size() + 1));
-    if (copy != nullptr) {
-        std::memcpy(copy, inText.c_str(), inText.size() + 1);
+    if (copy == nullptr) {
+        throw std::bad_alloc();
     }
+    std::memcpy(copy, inText.c_str(), inText.size() + 1);
     return copy;
+}
+
+/// Calls the function and returns its result, or false if it throws anything but std::bad_alloc: the caller
+/// then takes another way, which memory that runs out would not mend.
+template <typename Function>
+bool Succeeds(Function&& inFunction) {
+    try {
+        return std::forward<Function>(inFunction)();
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (...) {
+        return false;
+    }
 }
 
 /// Calls the function and returns its result, or the fallback if it throws: no exception may reach a C

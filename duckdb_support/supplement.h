@@ -65,6 +65,16 @@ char* duckdb_logical_type_to_string(duckdb_logical_type type);
 
 namespace orlimbara::duckdb_support {
 
+/// The functions above for C++ callers: what they throw, std::bad_alloc above all, leaves them, so that no
+/// failure is mistaken for a null of another meaning.
+/// @{
+[[nodiscard]] duckdb_value chunk_value(duckdb_data_chunk chunk, idx_t column, idx_t row);
+[[nodiscard]] std::int32_t variant_type(duckdb_value value);
+[[nodiscard]] duckdb_value variant_child(duckdb_value value);
+[[nodiscard]] char* statement_sql(duckdb_extracted_statements statements, idx_t index);
+[[nodiscard]] char* type_text(duckdb_logical_type type);
+/// @}
+
 /// Prepares the statement at `index` (from 0) as `duckdb_prepare_extracted_statement` does, but leaves it in
 /// the list, so that it can be prepared again and its text stays readable.
 ///

@@ -26,20 +26,23 @@ extern "C" {
 
 #if ORLIMBARA_SUPPLY_EXTRACTED_STATEMENT_SQL
 char* duckdb_extracted_statement_sql(duckdb_extracted_statements statements, idx_t index) {
-    return OrElse<char*>(nullptr, [&]() -> char* {
-        const duckdb::SQLStatement* statement = FindStatement(statements, index);
-        if (statement == nullptr) {
-            return nullptr;
-        }
-        // The parser has already reduced the text to the statement's part.
-        return internals::CopyText(statement->query.empty() ? statement->ToString() : statement->query);
-    });
+    return OrElse<char*>(nullptr,
+                         [&] { return orlimbara::duckdb_support::statement_sql(statements, index); });
 }
 #endif
 
 } // extern "C"
 
 namespace orlimbara::duckdb_support {
+
+char* statement_sql(duckdb_extracted_statements statements, idx_t index) {
+    const duckdb::SQLStatement* const statement = FindStatement(statements, index);
+    if (statement == nullptr) {
+        return nullptr;
+    }
+    // The parser has already reduced the text to the statement's part.
+    return internals::CopyText(statement->query.empty() ? statement->ToString() : statement->query);
+}
 
 duckdb_state prepare_extracted_copy(duckdb_connection connection, duckdb_extracted_statements statements,
                                     idx_t index, duckdb_prepared_statement* out) noexcept {

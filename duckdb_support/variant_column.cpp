@@ -7,7 +7,6 @@
 
 namespace orlimbara::duckdb_support {
 
-using internals::OrElse;
 using internals::VariantReader;
 
 struct VariantColumn::State {
@@ -54,9 +53,9 @@ VariantColumn::~VariantColumn() = default;
 VariantColumn::VariantColumn(VariantColumn&&) noexcept = default;
 VariantColumn& VariantColumn::operator=(VariantColumn&&) noexcept = default;
 
-bool VariantColumn::Load(duckdb_data_chunk inChunk, idx_t inColumn) noexcept {
+bool VariantColumn::Load(duckdb_data_chunk inChunk, idx_t inColumn) {
     mState.reset();
-    return OrElse(false, [&] {
+    return internals::Succeeds([&] {
         if (inChunk == nullptr || inColumn >= internals::Unwrap(inChunk).ColumnCount()) {
             return false;
         }
@@ -70,29 +69,20 @@ bool VariantColumn::Load(duckdb_data_chunk inChunk, idx_t inColumn) noexcept {
     });
 }
 
-std::int32_t VariantColumn::Number(idx_t inRow) const noexcept {
-    return OrElse(VariantReader::kUnreadable, [&] { return mState->mReader.Number(inRow); });
+std::int32_t VariantColumn::Number(idx_t inRow) const { return mState->mReader.Number(inRow); }
+
+const std::uint8_t* VariantColumn::Address(idx_t inRow) const { return mState->mReader.Address(inRow); }
+
+std::string_view VariantColumn::Bytes(idx_t inRow) const { return mState->mReader.Bytes(inRow); }
+
+OwnedValue VariantColumn::Payload(idx_t inRow) const {
+    const bool is_nested = VariantReader::IsNested(mState->mReader.Number(inRow));
+    return OwnedValue(internals::WrapNew(is_nested ? internals::VariantChild(mState->mVector.GetValue(inRow))
+                                                   : mState->mReader.Payload(inRow)));
 }
 
-const std::uint8_t* VariantColumn::Address(idx_t inRow) const noexcept {
-    return mState->mReader.Address(inRow);
-}
-
-std::string_view VariantColumn::Bytes(idx_t inRow) const noexcept {
-    return OrElse(std::string_view(), [&] { return mState->mReader.Bytes(inRow); });
-}
-
-OwnedValue VariantColumn::Payload(idx_t inRow) const noexcept {
-    return OwnedValue(OrElse<duckdb_value>(nullptr, [&] {
-        if (VariantReader::IsNested(mState->mReader.Number(inRow))) {
-            return internals::WrapNew(internals::VariantChild(mState->mVector.GetValue(inRow)));
-        }
-        return internals::WrapNew(mState->mReader.Payload(inRow));
-    }));
-}
-
-bool VariantColumn::ReadJson(idx_t inRow, std::string_view& outText, idx_t inFirst, idx_t inCount) noexcept {
-    return OrElse(false, [&] {
+bool VariantColumn::ReadJson(idx_t inRow, std::string_view& outText, idx_t inFirst, idx_t inCount) {
+    return internals::Succeeds([&] {
         State& state = *mState;
         if (!state.WasJsonTried(inRow)) {
             state.CastToJson(inFirst, inCount);

@@ -20,18 +20,18 @@ ColumnCast::~ColumnCast() = default;
 ColumnCast::ColumnCast(ColumnCast&&) noexcept = default;
 ColumnCast& ColumnCast::operator=(ColumnCast&&) noexcept = default;
 
-bool ColumnCast::ToText(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst, idx_t inCount) noexcept {
+bool ColumnCast::ToText(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst, idx_t inCount) {
     return Cast(inChunk, inColumn, inFirst, inCount, true);
 }
 
-bool ColumnCast::ToDouble(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst, idx_t inCount) noexcept {
+bool ColumnCast::ToDouble(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst, idx_t inCount) {
     return Cast(inChunk, inColumn, inFirst, inCount, false);
 }
 
 bool ColumnCast::Cast(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst, idx_t inCount,
-                      bool inToText) noexcept {
+                      bool inToText) {
     mResult.reset();
-    return internals::OrElse(false, [&] {
+    return internals::Succeeds([&] {
         if (inChunk == nullptr || inColumn >= internals::Unwrap(inChunk).ColumnCount()) {
             return false;
         }

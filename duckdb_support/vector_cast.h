@@ -24,17 +24,17 @@ public:
     /// All rows from the first one on.
     static constexpr idx_t kToEnd = ~idx_t{0};
 
-    /// Casts column `inColumn` (from 0) of the chunk to text, for Texts(). The chunk stays the caller's.
-    /// False if a cell can't be cast (or there is no such column, or no memory): the object is empty then,
-    /// and the caller reads each cell through a `duckdb_value`, which fails only for the cell at fault.
+    /// Casts column `inColumn` (from 0) of the chunk to text, for Texts(). The chunk stays the caller's. False
+    /// if a cell can't be cast or there is no such column: the object is empty then, and the caller reads each
+    /// cell through a `duckdb_value`, which fails only for the cell at fault. Throws only std::bad_alloc.
     /// @param inFirst, inCount the rows to cast, which become rows 0 and up of the result; cut at the chunk's
     /// size. Fewer than all are copied first, so that a list costs no more than its own items.
     [[nodiscard]] bool ToText(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst = 0,
-                              idx_t inCount = kToEnd) noexcept;
+                              idx_t inCount = kToEnd);
 
     /// The same to DOUBLE; Doubles() gives the result.
     [[nodiscard]] bool ToDouble(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst = 0,
-                                idx_t inCount = kToEnd) noexcept;
+                                idx_t inCount = kToEnd);
 
     /// One text for each row that was cast, in UTF-8 with its full length, also past a zero byte (where the
     /// text of `duckdb_get_varchar` ends, read as a C string). The text of a NULL row is undefined. Null
@@ -52,8 +52,7 @@ public:
 
 private:
     struct Result;
-    bool Cast(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst, idx_t inCount,
-              bool inToText) noexcept;
+    bool Cast(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst, idx_t inCount, bool inToText);
 
     std::unique_ptr<Result> mResult;
 };

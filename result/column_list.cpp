@@ -18,7 +18,7 @@ ColumnList::ColumnList(duckdb_result* inResult) : mCount(duckdb_column_count(inR
         column.mName = StringFromUTF8(duckdb_column_name(inResult, index));
         const support::OwnedLogicalType type(duckdb_column_logical_type(inResult, index));
         column.mType = duckdb_column_type(inResult, index);
-        const support::OwnedText typeName(duckdb_logical_type_to_string(type.Get()));
+        const support::OwnedText typeName(support::type_text(type.Get()));
         column.mTypeName = StringFromUTF8(typeName.Get());
     }
 }

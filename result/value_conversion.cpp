@@ -70,11 +70,11 @@ smart_ptr<I_Value> TimestampToValue(duckdb_timestamp inTimestamp) {
 
 smart_ptr<I_Value> ReadCell(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inRow,
                             duckdb_type inColumnType) {
-    const support::OwnedValue value(duckdb_data_chunk_get_value(inChunk, inColumn, inRow));
+    const support::OwnedValue value(support::chunk_value(inChunk, inColumn, inRow));
     std::int32_t variantType = 0;
     const std::int32_t* known = nullptr;
     if (value && inColumnType == DUCKDB_TYPE_VARIANT) {
-        variantType = duckdb_value_variant_type(value.Get());
+        variantType = support::variant_type(value.Get());
         // A negative number passes: its payload goes out as "UNKNOWN".
         known = variantType < variant_type::kCount ? &variantType : nullptr;
     }
@@ -100,7 +100,7 @@ smart_ptr<I_Value> DuckDBToValue(duckdb_value inValue, const std::int32_t* inVar
         break;
     }
     if (type == DUCKDB_TYPE_VARIANT && inVariantType) {
-        const support::OwnedValue child(duckdb_value_variant_child(inValue));
+        const support::OwnedValue child(support::variant_child(inValue));
         return VariantChildToValue(child.Get(), *inVariantType);
     }
     return TextBuffer().MakeString(support::ViewOf(TextOf(inValue)));

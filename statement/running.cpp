@@ -62,7 +62,7 @@ void DuckDBStatement::Split(const Run& inRun, duckdb_connection inConnection) {
 }
 
 void DuckDBStatement::TakeSql() {
-    const support::OwnedText sql(duckdb_extracted_statement_sql(mExtracted.Get(), mNextStatement));
+    const support::OwnedText sql(support::statement_sql(mExtracted.Get(), mNextStatement));
     if (sql) {
         mCurrentSql = StringFromUTF8(sql.Get());
     }
