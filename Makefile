@@ -3,7 +3,7 @@
 
 PRESETS ?= release asan tsan
 
-.PHONY: help setup build run test check format measure bench install uninstall clean distclean
+.PHONY: help setup build run test check format measure bench bench-peers install uninstall clean distclean
 
 help:
 	@echo 'make run    set up, build, and show the demonstration on three million flights'
@@ -11,6 +11,7 @@ help:
 	@echo 'make check  look at format, at faults that clang-tidy finds, and at the scripts'
 	@echo 'make format format every source'
 	@echo 'make bench  set up, build, and run the benchmarks (BENCHMARKS, BENCHMARK_ARGS)'
+	@echo 'make bench-peers  read the same tables through DuckDB'"'"'s Python, JDBC, Node and Go packages'
 	@echo 'make build  set up and build build/release/bin'
 	@echo 'make install, make uninstall  into and out of PREFIX (/usr/local), below DESTDIR'
 	@echo 'make clean  remove build/; make distclean also removes what was fetched (.deps/)'
@@ -45,6 +46,9 @@ measure:
 
 bench: build
 	@scripts/run_benchmarks.sh
+
+bench-peers: build
+	@scripts/bench_peers.sh
 
 install: setup
 	@scripts/build.sh release orsql orlimbara_duckdb package_files
