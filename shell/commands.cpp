@@ -6,6 +6,7 @@
 
 #include "shell/failure.h"
 #include "shell/literals.h"
+#include "shell/shell.h"
 #include "shell/text.h"
 
 namespace orlimbara::shell {
@@ -21,14 +22,33 @@ const std::vector<DotCommand>& GetDotCommands() {
     return commands;
 }
 
+std::vector<const DotCommand*> MatchCommands(std::string_view inName) {
+    std::vector<const DotCommand*> matches;
+    for (const DotCommand& command : GetDotCommands()) {
+        if (command.name == inName) {
+            return {&command};
+        }
+        if (!inName.empty() && command.name.starts_with(inName) &&
+            (command.traits & command_trait::kWholeName) == 0) {
+            matches.push_back(&command);
+        }
+    }
+    return matches;
+}
+
 const DotCommand& FindCommand(std::string_view inName) {
-    const std::vector<DotCommand>& commands = GetDotCommands();
-    const auto found = std::find_if(commands.begin(), commands.end(),
-                                    [&](const DotCommand& command) { return command.name == inName; });
-    if (found == commands.end()) {
+    const std::vector<const DotCommand*> matches = MatchCommands(inName);
+    if (matches.empty()) {
         throw ShellError(fmt::format("there is no command .{}; .help lists them", inName));
     }
-    return *found;
+    if (matches.size() > 1) {
+        std::string names;
+        for (const DotCommand* const command : matches) {
+            names += fmt::format("{}.{}", names.empty() ? "" : ", ", command->name);
+        }
+        throw ShellError(fmt::format(".{} is ambiguous: {}", inName, names));
+    }
+    return *matches.front();
 }
 
 std::string UseOf(const DotCommand& inCommand) {
@@ -36,12 +56,24 @@ std::string UseOf(const DotCommand& inCommand) {
                        inCommand.arguments);
 }
 
+void RequireExternalAccess(const Shell& inShell, std::string_view inWhat) {
+    if (!inShell.get_Options().hasExternalAccess) {
+        throw ShellError(fmt::format("{} is refused: orsql runs with --no-external-access", inWhat));
+    }
+}
+
 CommandAnswer RunDotCommand(Shell& inShell, std::string_view inLine) {
     const auto end = std::find_if(inLine.begin(), inLine.end(), IsWhitespace);
     const auto length = static_cast<std::size_t>(end - inLine.begin());
     const DotCommand& command = FindCommand(inLine.substr(1, length - 1));
+    const std::string_view arguments = inLine.substr(length);
+    const bool hasArgument = !Trim(arguments).empty();
+    if ((command.traits & command_trait::kOutside) != 0 ||
+        (hasArgument && (command.traits & command_trait::kOutsideWithArgument) != 0)) {
+        RequireExternalAccess(inShell, fmt::format(".{}", command.name));
+    }
     try {
-        return command.run(inShell, inLine.substr(length));
+        return command.run(inShell, arguments);
     } catch (const UsageError& error) {
         throw ShellError(fmt::format("{}; use: {}", error.what(), UseOf(command)));
     }

@@ -19,6 +19,13 @@ class Shell;
 /// Whether a command has given its answer, or leaves it to the caller to say that it is done.
 enum class CommandAnswer { Given, Pending };
 
+/// What is special about a command: a sum of these.
+namespace command_trait {
+inline constexpr unsigned kWholeName = 1;           ///< a beginning of its name isn't enough
+inline constexpr unsigned kOutside = 2;             ///< refused without external access
+inline constexpr unsigned kOutsideWithArgument = 4; ///< refused without external access if it has an argument
+} // namespace command_trait
+
 /// One row of the table of dot commands.
 struct DotCommand {
     std::string_view name;      ///< without the dot
@@ -27,6 +34,7 @@ struct DotCommand {
     CompleteArgument complete; ///< what an argument can be; null if there is nothing to offer
     /// @param inArguments the rest of the line, with the whitespace around it.
     CommandAnswer (*run)(Shell& inShell, std::string_view inArguments);
+    unsigned traits = 0; ///< of command_trait
 };
 
 /// The rows of each kind, in the files of the same name.
@@ -37,7 +45,9 @@ std::span<const DotCommand> SettingsCommands();
 
 /// All dot commands, in the order that help lists them.
 const std::vector<DotCommand>& GetDotCommands();
-/// The command of a name. Throws ShellError if there is none.
+/// The commands that a name can mean: the one of that name, else those that begin with it.
+std::vector<const DotCommand*> MatchCommands(std::string_view inName);
+/// The command of a name or of an unambiguous beginning. Throws ShellError if there is none.
 const DotCommand& FindCommand(std::string_view inName);
 /// How a command is written, such as ".open [--readonly] PATH".
 std::string UseOf(const DotCommand& inCommand);
@@ -45,6 +55,8 @@ std::string UseOf(const DotCommand& inCommand);
 /// Runs a line that begins with a dot. Exceptions of the command pass through.
 CommandAnswer RunDotCommand(Shell& inShell, std::string_view inLine);
 
+/// Throws ShellError, which names `inWhat`, if the options deny external access.
+void RequireExternalAccess(const Shell& inShell, std::string_view inWhat);
 /// The words of a command's arguments. Fewer than `inFewest` or more than `inMost` throw UsageError.
 std::vector<std::string> TakeWords(std::string_view inArguments, std::size_t inFewest, std::size_t inMost);
 

@@ -66,14 +66,6 @@ void AddFiles(Completions& ioFound, std::string_view inTyped) {
     }
 }
 
-/// Null if there is no such command.
-const DotCommand* TryToFind(std::string_view inName) {
-    const std::vector<DotCommand>& commands = GetDotCommands();
-    const auto found = std::find_if(commands.begin(), commands.end(),
-                                    [&](const DotCommand& command) { return command.name == inName; });
-    return found == commands.end() ? nullptr : &*found;
-}
-
 void CompleteCommand(Session& inSession, std::string_view inBefore, Completions& ioFound) {
     const auto firstBlank = std::find_if(inBefore.begin(), inBefore.end(), IsWhitespace);
     const auto nameLength = static_cast<std::size_t>(firstBlank - inBefore.begin());
@@ -84,10 +76,10 @@ void CompleteCommand(Session& inSession, std::string_view inBefore, Completions&
         }
         return;
     }
-    const DotCommand* const command = TryToFind(inBefore.substr(1, nameLength - 1));
+    const std::vector<const DotCommand*> commands = MatchCommands(inBefore.substr(1, nameLength - 1));
     ioFound.start = inBefore.find_last_of(" \t'") + 1;
-    if (command && command->complete) {
-        command->complete(inSession, inBefore.substr(ioFound.start), ioFound);
+    if (commands.size() == 1 && commands.front()->complete) {
+        commands.front()->complete(inSession, inBefore.substr(ioFound.start), ioFound);
     }
 }
 

@@ -166,8 +166,9 @@ constexpr auto kRows = std::to_array<DotCommand>({
     {"bind", "[VALUE...]", "hold values for the parameters of the next statements; without values, hold none",
      nullptr, Bind},
     {"rows", "FILE.csv", "hold rows of text values; the next statements run once per row", CompleteFiles,
-     Rows},
-    {"call", "PROCEDURE [ARG...]", "call a table procedure and show its rows", CompleteCall, Call},
+     Rows, command_trait::kOutside},
+    {"call", "PROCEDURE [ARG...]", "call a table procedure and show its rows", CompleteCall, Call,
+     command_trait::kOutside},
     {"procedures", "", "list the table procedures", nullptr, Procedures},
 });
 

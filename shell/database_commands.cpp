@@ -1,7 +1,10 @@
 // The dot commands about databases: opening, closing, backups.
 #include <array>
 #include <chrono>
+#include <exception>
+#include <filesystem>
 
+#include "host/exceptions.h"
 #include "host_standin/locations.h"
 #include "shell/commands.h"
 #include "shell/failure.h"
@@ -64,21 +67,66 @@ CommandAnswer Info(Shell& inShell, std::string_view inArguments) {
     return CommandAnswer::Given;
 }
 
+/// Runs the export. @return the new backup's folder. One that isn't complete is removed.
+std::string ExportBackup(orkit::orsql::I_DuckDBDatabase& inDatabase,
+                         const orkit::smart_ptr<orkit::I_Location>& inFolder) {
+    const auto newest = [] {
+        const auto location = orkit::standin::get_LastBackupLocation();
+        return location ? ToUtf8(location->get_Path()) : std::string();
+    };
+    const std::string before = newest();
+    const std::filesystem::path usual =
+        std::filesystem::path(ToUtf8(inDatabase.get_Path())).parent_path() / "Backup";
+    std::error_code ignored;
+    const bool makesUsual = !inFolder && !std::filesystem::exists(usual, ignored);
+    try {
+        const ActivityScope computing(Activity::Computing);
+        const ExportProgress progress;
+        inDatabase.Backup(inFolder);
+    } catch (...) {
+        if (newest() != before) {
+            std::filesystem::remove_all(newest(), ignored);
+        }
+        if (makesUsual) {
+            std::filesystem::remove(usual, ignored); // only if it is empty
+        }
+        throw;
+    }
+    return newest();
+}
+
+/// What a failed backup's text leaves open about the folder; empty if there is nothing to add.
+std::string ExplainFolder(const orkit::orsql::I_DuckDBDatabase& inDatabase,
+                          const std::vector<std::string>& inWords) {
+    std::error_code ignored;
+    if (!inWords.empty() && !std::filesystem::is_directory(inWords.front(), ignored)) {
+        return "there is no folder " + inWords.front();
+    }
+    if (inWords.empty() &&
+        (IsMemoryPath(ToUtf8(inDatabase.get_Path())) || IsRemotePath(ToUtf8(inDatabase.get_Path())))) {
+        return "a database without a file needs the name of a folder: .backup DIR";
+    }
+    return {};
+}
+
 CommandAnswer Backup(Shell& inShell, std::string_view inArguments) {
     using Clock = std::chrono::steady_clock;
     const std::vector<std::string> words = TakeWords(inArguments, 0, 1);
     orkit::orsql::I_DuckDBDatabase& database = inShell.get_Session().get_OpenDatabase();
     const orkit::smart_ptr<orkit::I_Location> folder = words.empty() ? nullptr : LocationOf(words.front());
     const Clock::time_point start = Clock::now();
-    {
-        const ActivityScope computing(Activity::Computing);
-        const ExportProgress progress;
-        database.Backup(folder);
+    std::string path;
+    try {
+        path = ExportBackup(database, folder);
+    } catch (const orkit::xException&) {
+        if (const std::string reason = ExplainFolder(database, words); !reason.empty()) {
+            std::throw_with_nested(Explanation(reason));
+        }
+        throw;
     }
     const std::chrono::duration<double> elapsed = Clock::now() - start;
     TableRows rows({"path", "seconds"});
-    rows.Add({TextCell(ToUtf8(orkit::standin::get_LastBackupLocation()->get_Path())),
-              DoubleCell(elapsed.count())});
+    rows.Add({TextCell(path), DoubleCell(elapsed.count())});
     inShell.get_Answers().Rows(rows);
     return CommandAnswer::Given;
 }
@@ -86,7 +134,7 @@ CommandAnswer Backup(Shell& inShell, std::string_view inArguments) {
 CommandAnswer Restore(Shell& inShell, std::string_view inArguments) {
     std::vector<std::string> words = TakeWords(inArguments, 2, 3);
     const bool replaces = TakeOption(words, "--replace", 2);
-    RestoreBackup(inShell.get_Session(), words[0], words[1], replaces);
+    RestoreBackup(inShell.get_Session(), inShell.get_Answers(), words[0], words[1], replaces);
     return CommandAnswer::Pending;
 }
 
@@ -106,15 +154,16 @@ CommandAnswer Databases(Shell& inShell, std::string_view inArguments) {
 
 constexpr auto kRows = std::to_array<DotCommand>({
     {"open", "[--readonly] PATH",
-     "close what is open, then open a database; a file that doesn't exist is created", CompleteFiles, Open},
+     "close what is open, then open a database; a file that doesn't exist is created", CompleteFiles, Open,
+     command_trait::kOutside},
     {"close", "", "close the database", nullptr, Close},
-    {"drop", "", "close the database and delete its file", nullptr, Drop},
+    {"drop", "", "close the database and delete its file", nullptr, Drop, command_trait::kWholeName},
     {"info", "", "show the database, DuckDB's version and orsql's own", nullptr, Info},
     {"databases", "", "list the databases used in this run and their connections", nullptr, Databases},
     {"backup", "[DIR]", "back the database up into a new folder in DIR, or in Backup beside the database",
      CompleteFiles, Backup},
     {"restore", "[--replace] BACKUP_DIR PATH", "make the database PATH from a backup and open it",
-     CompleteFiles, Restore},
+     CompleteFiles, Restore, command_trait::kOutside},
 });
 
 } // namespace

@@ -155,6 +155,13 @@ Failure CurrentFailure() {
     Failure failure;
     try {
         throw;
+    } catch (const Explanation& explanation) {
+        try {
+            std::rethrow_if_nested(explanation);
+        } catch (...) {
+            failure = CurrentFailure();
+        }
+        failure.words = explanation.what();
     } catch (const orkit::orsql::xDuckDBError& error) {
         Describe(failure, "xDuckDBError", error);
     } catch (const orkit::orsql::xORSQLException& error) {
@@ -216,7 +223,9 @@ ErrorParts PartsOf(const Failure& inFailure) {
 std::string DescribeFailure(const Failure& inFailure, const ErrorStyle& inStyle) {
     const ErrorParts parts = PartsOf(inFailure);
     std::string message = parts.readable;
-    if (message.empty()) {
+    if (message.empty() && !inFailure.words.empty()) {
+        message = inFailure.words;
+    } else if (message.empty()) {
         message =
             inFailure.code ? fmt::format("{} {}", inFailure.className, *inFailure.code) : inFailure.className;
     }
@@ -234,6 +243,9 @@ std::string DescribeFailure(const Failure& inFailure, const ErrorStyle& inStyle)
     }
     if (inStyle.isTerminal && parts.position && *parts.position >= 0 && !inFailure.statement.empty()) {
         text += ShowPlace(inFailure.statement, static_cast<std::size_t>(*parts.position), inStyle.width);
+    }
+    if (message != inFailure.words && !inFailure.words.empty()) {
+        text += fmt::format("{}{}\n", kIndent, inFailure.words);
     }
     for (const SourceLine& place : inFailure.places) {
         text += fmt::format("{}at {}:{}\n", kIndent, place.source, place.line);

@@ -25,6 +25,13 @@ public:
     using ShellError::ShellError;
 };
 
+/// Says in words for people what another exception, nested in it, leaves open. Class, code and message stay
+/// those of the other.
+class Explanation : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
 /// A table procedure's failure, with the text that it reported.
 class ProcedureError : public std::runtime_error {
 public:
@@ -43,6 +50,7 @@ struct Failure {
     std::optional<std::uint32_t> code;
     std::optional<std::string> context;
     std::string message;   ///< as the module gave it
+    std::string words;     ///< an explanation for people, not for programs
     std::string statement; ///< the SQL that failed, for the caret; empty if there is none
     /// Where it came from: the script's line, then the lines that ran that script, innermost first. Empty for
     /// what was typed at the prompt.

@@ -3,9 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
+#include <filesystem>
 #include <iostream>
 
 #include <CLI/CLI.hpp>
+
+#include "shell/text.h"
 
 namespace orlimbara::shell {
 
@@ -151,6 +154,10 @@ std::optional<std::string> RefuseFileOptions(const Options& inOptions, const std
     }
     if (IsMemoryPath(inDatabase)) {
         return "--block-size and --storage-version are for a file, not for :memory:";
+    }
+    const std::string name = std::filesystem::path(inDatabase).filename().string();
+    if (EqualsIgnoringCase(name, "memory") || StartsIgnoringCase(name, "memory.")) {
+        return "--block-size and --storage-version don't go with a file of the name memory";
     }
     if (!inOptions.hasExternalAccess) {
         return "--block-size and --storage-version need external access";

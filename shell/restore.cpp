@@ -1,18 +1,23 @@
 #include "shell/restore.h"
 
 #include <cerrno>
+#include <charconv>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
+#include <exception>
 #include <filesystem>
 
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include "host/exceptions.h"
 #include "host_standin/locations.h"
 #include "shell/failure.h"
 #include "shell/files.h"
 #include "shell/interrupts.h"
+#include "shell/splitter.h"
 #include "shell/text.h"
 
 namespace orlimbara::shell {
@@ -42,14 +47,72 @@ private:
     std::string mPath;
 };
 
-/// A free name in the folder of `inPath`.
-std::string NameBeside(const std::string& inPath) {
+/// A free name that begins with `inStart`.
+std::string FreeName(const std::string& inStart) {
     for (int i = 0;; ++i) {
-        std::string name = fmt::format("{}.restoring-{}-{}", inPath, getpid(), i);
+        std::string name = fmt::format("{}-{}", inStart, i);
         std::error_code ignored;
         if (!fs::exists(fs::symlink_status(name, ignored))) {
             return name;
         }
+    }
+}
+
+constexpr std::string_view kRestoring = ".restoring-";
+
+/// The process that a file beside `inTarget` is being made by, or was; 0 if the name isn't such a one.
+pid_t MakerOf(const std::string& inName, const std::string& inTarget) {
+    const std::string start = inTarget + std::string(kRestoring);
+    pid_t maker = 0;
+    if (inName.starts_with(start)) {
+        const char* const end = inName.data() + inName.size();
+        const auto [last, error] = std::from_chars(inName.data() + start.size(), end, maker);
+        maker = error == std::errc() && last != end && *last == '-' ? maker : 0;
+    }
+    return maker;
+}
+
+/// Removes what killed restores to this path left behind.
+void RemoveLeftovers(const std::string& inPath) {
+    const fs::path target(inPath);
+    std::error_code error;
+    for (fs::directory_iterator entry(target.parent_path(), error), end; !error && entry != end;
+         entry.increment(error)) {
+        const pid_t maker = MakerOf(entry->path().filename().string(), target.filename().string());
+        if (maker > 0 && kill(maker, 0) != 0 && errno == ESRCH) {
+            std::error_code ignored;
+            fs::remove(entry->path(), ignored);
+        }
+    }
+}
+
+/// How many statements of a script begin with a word.
+std::size_t CountStatements(const std::string& inScript, std::string_view inWord) {
+    Splitter splitter;
+    splitter.Feed(inScript);
+    splitter.Finish();
+    std::size_t count = 0;
+    while (const auto piece = splitter.Next()) {
+        count += StartsIgnoringCase(piece->text, inWord) ? 1 : 0;
+    }
+    return count;
+}
+
+/// Throws ShellError for a folder whose export isn't complete. A missing folder is the module's to refuse.
+void RequireCompleteBackup(const smart_ptr<I_Location>& inBackup) {
+    if (!inBackup->get_Exists()) {
+        return;
+    }
+    const fs::path folder = ToUtf8(inBackup->get_Path());
+    std::error_code ignored;
+    bool isComplete = fs::exists(folder / "schema.sql", ignored) && fs::exists(folder / "load.sql", ignored);
+    if (isComplete) {
+        // DuckDB writes load.sql last, a COPY for each table: one that was cut would lose tables silently.
+        isComplete = CountStatements(ReadFile(folder / "load.sql"), "COPY ") >=
+                     CountStatements(ReadFile(folder / "schema.sql"), "CREATE TABLE ");
+    }
+    if (!isComplete) {
+        throw ShellError(fmt::format("the backup in {} is not complete", folder.string()));
     }
 }
 
@@ -82,29 +145,57 @@ void Rename(const std::string& inFrom, const std::string& inTo, bool inReplaces)
     }
 }
 
-/// Moves the complete database to its place. DuckDB would take the old database's log for the new one's, so
-/// the log is moved away first, and back if the move fails.
-void MoveIntoPlace(const std::string& inNew, const std::string& inPath, bool inReplaces) {
-    std::error_code ignored;
-    const TemporaryDatabase oldLog(NameBeside(WalOf(inPath)));
-    const bool hasLog = fs::exists(WalOf(inPath), ignored);
-    if (hasLog) {
-        Rename(WalOf(inPath), oldLog.get_Path(), false);
-    }
+/// Opens the old database and empties its log into it. @return nothing if it can't be opened for writing.
+Session::Database OpenWithoutLog(const Session& inSession, const smart_ptr<I_Location>& inTarget) {
+    const ActivityScope computing(Activity::Computing);
     try {
-        Rename(inNew, inPath, inReplaces);
-    } catch (...) {
-        if (hasLog) {
-            Rename(oldLog.get_Path(), WalOf(inPath), false);
+        Session::Database database = inSession.get_Extension().CreateDatabase(inTarget);
+        database->Open();
+        if (!database->get_IsReadOnly()) {
+            database->SqlExecute("CHECKPOINT", nullptr);
+            return database;
         }
-        throw;
+        database->Close();
+    } catch (const orkit::xException&) {
+        // It is damaged, which is a reason to restore.
+    }
+    return nullptr;
+}
+
+/// Moves a log away that DuckDB would take for the new database's. It may hold rows that are nowhere else.
+void KeepLog(const std::string& inPath, Answers& inAnswers) {
+    std::error_code ignored;
+    if (fs::exists(WalOf(inPath), ignored)) {
+        const std::string kept = FreeName(WalOf(inPath) + ".kept");
+        inAnswers.Notice(fmt::format("The log of the old database is kept as {}.\n", kept));
+        Rename(WalOf(inPath), kept, false);
+    }
+}
+
+/// Moves the complete database to its place. At each moment a kill leaves the old database with all its rows,
+/// or the new one: the old one's log is emptied first, and nobody can fill it before the old file is gone.
+void MoveIntoPlace(const Session& inSession, const std::string& inNew, const smart_ptr<I_Location>& inTarget,
+                   bool inReplaces, Answers& inAnswers) {
+    const std::string path = ToUtf8(inTarget->get_Path());
+    const Session::Database old =
+        inReplaces && inTarget->get_Exists() ? OpenWithoutLog(inSession, inTarget) : nullptr;
+    if (!old) {
+        KeepLog(path, inAnswers);
+    }
+    Rename(inNew, path, inReplaces);
+    if (old) {
+        try {
+            old->Close();
+        } catch (const orkit::xException&) {
+            // Its file has no name any more.
+        }
     }
 }
 
 } // namespace
 
-void RestoreBackup(Session& inSession, const std::string& inBackup, const std::string& inPath,
-                   bool inReplaces) {
+void RestoreBackup(Session& inSession, Answers& inAnswers, const std::string& inBackup,
+                   const std::string& inPath, bool inReplaces) {
     const smart_ptr<I_Location> target = LocationOf(inPath);
     const smart_ptr<I_Location> backup = LocationOf(inBackup);
     const std::string path = ToUtf8(target->get_Path());
@@ -114,17 +205,21 @@ void RestoreBackup(Session& inSession, const std::string& inBackup, const std::s
     if (!isOpenHere || !inReplaces) {
         RefuseTarget(inSession, target, inReplaces);
     }
-    const TemporaryDatabase made(NameBeside(path));
-    {
+    RequireCompleteBackup(backup);
+    RemoveLeftovers(path);
+    const TemporaryDatabase made(FreeName(fmt::format("{}{}{}", path, kRestoring, getpid())));
+    try {
         const ActivityScope computing(Activity::Computing);
         inSession.get_Extension().RestoreDatabase(orkit::standin::MakeLocation(ToHost(made.get_Path())),
                                                   backup);
+    } catch (const orkit::xDBError&) {
+        std::throw_with_nested(Explanation(fmt::format("there is no backup in {}", inBackup)));
     }
     inSession.Close();
     if (isOpenHere) {
         RefuseTarget(inSession, target, inReplaces);
     }
-    MoveIntoPlace(made.get_Path(), path, inReplaces);
+    MoveIntoPlace(inSession, made.get_Path(), target, inReplaces, inAnswers);
     inSession.OpenExisting(target);
 }
 

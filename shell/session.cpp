@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <exception>
 #include <utility>
 
 #include "shell/failure.h"
@@ -169,6 +170,9 @@ Outcome Session::Run(const std::string& inSql, CursorLocation inLocation) {
     } catch (...) {
         if (ownsTransaction) {
             Rollback(database);
+        }
+        if ((mRows || mValues) && CurrentFailure().message.find("parameter") != std::string::npos) {
+            std::throw_with_nested(Explanation("values are held for it; .bind alone clears them"));
         }
         throw;
     }

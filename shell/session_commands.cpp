@@ -45,7 +45,7 @@ CommandAnswer Quit(Shell& inShell, std::string_view inArguments) {
 
 constexpr auto kRows = std::to_array<DotCommand>({
     {"help", "[COMMAND]", "list the commands, or show one command's use", CompleteCommandNames, Help},
-    {"read", "FILE", "run a file of SQL and dot commands", CompleteFiles, Read},
+    {"read", "FILE", "run a file of SQL and dot commands", CompleteFiles, Read, command_trait::kOutside},
     {"print", "TEXT", "print TEXT as it is", nullptr, Print},
     {"quit", "", "leave", nullptr, Quit},
     {"exit", "", "leave", nullptr, Quit},

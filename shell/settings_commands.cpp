@@ -106,8 +106,10 @@ constexpr auto kRows = std::to_array<DotCommand>({
      Timer},
     {"null", "[TEXT]", "choose what NULL is shown as", nullptr, Null},
     {"maxrows", "[N]", "choose the rows shown of a table in box mode; 0 shows all", nullptr, MaxRows},
-    {"output", "[FILE]", "send what follows to FILE, or to standard output again", CompleteFiles, SendOutput},
-    {"once", "FILE", "send the output of the next statement or command to FILE", CompleteFiles, SendOnce},
+    {"output", "[FILE]", "send what follows to FILE, or to standard output again", CompleteFiles, SendOutput,
+     command_trait::kOutsideWithArgument},
+    {"once", "FILE", "send the output of the next statement or command to FILE", CompleteFiles, SendOnce,
+     command_trait::kOutside},
 });
 
 } // namespace

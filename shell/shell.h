@@ -23,6 +23,7 @@ public:
     Session& get_Session() { return mSession; }
     Answers& get_Answers() { return mAnswers; }
     Options& get_Options() { return mOptions; }
+    const Options& get_Options() const { return mOptions; }
 
     /// Runs text from the command line, a file ("-" is standard input), or all that the splitter holds. Each
     /// stops early when the shell is to leave, at Ctrl-C, and with --bail at a failure. Throws ShellError if

@@ -50,6 +50,28 @@ TEST_F(Commands, EachGivesOneLine) {
                                      R"("source":"-c","line":1})");
 }
 
+TEST_F(Commands, AnUnambiguousBeginningOfANameIsEnough) {
+    WriteFile("script.sql", ".pri one\n.c\n.dro\n.t\n.mode\n.\n.q\n");
+    const ShellRun run = RunShell({"-f", "script.sql"});
+    EXPECT_EQ(run.out, "one\ncsv\n");
+    EXPECT_NE(run.err.find(".c is ambiguous: .close, .call, .cursor\n"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("there is no command .dro;"), std::string::npos) << run.err;
+    EXPECT_NE(run.err.find("there is no command .;"), std::string::npos) << run.err;
+}
+
+TEST_F(Commands, WithoutExternalAccessNothingOutsideIsTouched) {
+    WriteFile("x.sql", "SELECT 1;\n");
+    for (const std::string command : {".call parquet_count x", ".open x.db", ".restore a b", ".output x",
+                                      ".once x", ".read x.sql", ".rows x.sql"}) {
+        const ShellRun run = RunShell({"--no-external-access", "-c", command});
+        EXPECT_NE(run.err.find(" is refused: orsql runs with --no-external-access"), std::string::npos)
+            << command << run.err;
+        EXPECT_EQ(run.status, 1);
+    }
+    EXPECT_EQ(RunShell({"--no-external-access", "--no-header", "-f", "x.sql", "-c", ".output"}).out, "1\n");
+    EXPECT_FALSE(std::filesystem::exists("x"));
+}
+
 TEST_F(Commands, OpenCloseAndDropTheDatabase) {
     EXPECT_EQ(
         Answers("SELECT 1;\n.open a.db\nCREATE TABLE t AS SELECT 42 AS a;\n.close\nSELECT 1;\n.open a.db\n"
@@ -188,10 +210,49 @@ TEST_F(Commands, BackupAndRestoreBringADatabaseBack) {
 
 TEST_F(Commands, ABrokenBackupLeavesTheOldDatabase) {
     ASSERT_EQ(RunShell({"a.db", "-c", "CREATE TABLE t AS SELECT 42 AS a", "-c", ".backup ."}).status, 0);
-    ASSERT_EQ(RunScript("rm */*.parquet && mv 2* broken").status, 0);
+    ASSERT_EQ(
+        RunScript("mv 2* broken && cp -r broken cut && echo > cut/load.sql && rm broken/*.parquet").status,
+        0);
+    for (const std::string folder : {"cut", "broken/.."}) {
+        EXPECT_NE(Line({"-c", ".restore " + folder + " b.db"}).find(" is not complete\""), std::string::npos);
+    }
+    EXPECT_FALSE(std::filesystem::exists("b.db"));
     EXPECT_EQ(Answers(".restore --replace broken a.db\nSELECT 1;\n", "other.db"), "error|1|");
     EXPECT_EQ(Answers("SELECT a FROM t;\n.restore --replace broken a.db\nSELECT a FROM t;\n", "a.db"),
               "42|error|42|");
+}
+
+TEST_F(Commands, AReplacingRestoreLosesNothing) {
+    // A log that the next opening needs, a killed restore's leftovers, and a live process's files.
+    ASSERT_EQ(RunScript("$ORSQL a.db -c 'CREATE TABLE t AS SELECT 42 AS a' -c '.backup .' && mv 2* backup; "
+                        "echo x > a.db.restoring-99999999-0; echo x > a.db.restoring-99999999-0.wal; "
+                        "echo x > a.db.restoring-1-0")
+                  .status,
+              0);
+    const std::string leaveLog =
+        "$ORSQL a.db -c 'PRAGMA disable_checkpoint_on_shutdown; INSERT INTO t VALUES (7)'";
+    ASSERT_EQ(RunScript(leaveLog).status, 0);
+    EXPECT_EQ(Answers(".restore --replace backup a.db\nSELECT a FROM t;\n"), "done|42|");
+    EXPECT_EQ(RunScript("ls -d a.db*").out, "a.db\na.db.restoring-1-0\n");
+    // One that can't be opened any more.
+    ASSERT_EQ(RunScript(leaveLog + "; dd if=/dev/zero of=a.db bs=4096 seek=1 count=2 conv=notrunc").status,
+              0);
+    const ShellRun run = RunShell({"-c", ".restore --replace backup a.db", "-c", "SELECT a FROM t"});
+    EXPECT_EQ(run.out, "a\n42\n");
+    EXPECT_NE(run.err.find("/a.db.wal.kept-0."), std::string::npos) << run.err;
+    EXPECT_TRUE(std::filesystem::exists("a.db.wal.kept-0"));
+}
+
+TEST_F(Commands, AFailedBackupLeavesNoFolderAndSaysWhy) {
+    const ShellRun run = RunShell({"a.db", "-c", "CREATE TABLE t AS SELECT INTERVAL '-1 day' AS i", "-c",
+                                   ".backup", "-c", ".backup .", "-c", ".backup missing"});
+    EXPECT_EQ(RunScript("ls").out, "a.db\n");
+    EXPECT_NE(run.err.find("  there is no folder missing\n"), std::string::npos) << run.err;
+    EXPECT_NE(RunShell({"-c", ".backup"}).err.find(".backup DIR"), std::string::npos);
+    EXPECT_NE(RunShell({"-c", ".restore missing b.db"}).err.find("error: there is no backup in missing\n"),
+              std::string::npos);
+    EXPECT_NE(RunShell({"-c", ".bind 1", "-c", "SELECT 5"}).err.find(".bind alone clears them"),
+              std::string::npos);
 }
 
 TEST_F(Commands, OutputGoesToAFileAndBack) {
