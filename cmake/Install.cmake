@@ -74,7 +74,7 @@ function(orlimbara_install)
 
     # Compressed as distributions want it, without a time, so that two builds give the same bytes.
     find_program(GZIP_PROGRAM gzip REQUIRED)
-    foreach(pair IN ITEMS "docs/orsql.1=orsql.1" "packaging/changelog=changelog")
+    foreach(pair IN ITEMS "docs/orsql.1=orsql.1" "packaging/changelog=changelog.Debian")
         string(REPLACE "=" ";" pair "${pair}")
         list(GET pair 0 source)
         list(GET pair 1 packed)
@@ -89,7 +89,7 @@ function(orlimbara_install)
     install(FILES "${CMAKE_BINARY_DIR}/package/orsql.1.gz" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
     install(FILES shell/completion/orsql.bash RENAME orsql
         DESTINATION "${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions")
-    install(FILES README.md CHANGELOG.md packaging/copyright "${CMAKE_BINARY_DIR}/package/changelog.gz"
+    install(FILES README.md CHANGELOG.md packaging/copyright "${CMAKE_BINARY_DIR}/package/changelog.Debian.gz"
         DESTINATION "${package_docdir}")
     install(DIRECTORY docs DESTINATION "${package_docdir}"
         FILES_MATCHING PATTERN "*.md" PATTERN "*.svg")

@@ -18,14 +18,13 @@ set(CPACK_PACKAGE_VENDOR "The orlimbara_duckdb maintainers")
 set(CPACK_PACKAGE_CONTACT "${CPACK_PACKAGE_VENDOR} <maintainers@users.noreply.c-seed-e7ee7bd3.example>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
 set(CPACK_PACKAGE_DESCRIPTION
-"The module gives the engine databases of DuckDB beside its own: SQL run directly
-or through prepared statements, client and server cursors, backup and restore,
-and five table procedures that read Parquet and DuckDB files as row sources.
+"The module gives the engine databases of DuckDB beside its own: SQL run
+directly or through prepared statements, client and server cursors, backup
+and restore, and five table procedures that read Parquet and DuckDB files.
 .
-It comes with orsql, a shell that loads it, with a small host library to try it
-with, and with the headers, a CMake package and examples for authors of hosts.")
+It comes with orsql, a shell that loads it, with a small host library to try
+it with, and with headers, a CMake package and examples for authors of hosts.")
 set(CPACK_PACKAGE_DIRECTORY "${CMAKE_BINARY_DIR}/packages")
-set(CPACK_PACKAGING_INSTALL_PREFIX "/usr")
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)

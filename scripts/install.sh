@@ -1,7 +1,10 @@
 #!/bin/bash
-# install.sh: installs build/release below DESTDIR and PREFIX (/usr/local unless told), and writes down in
-# LIBDIR/orlimbara/manifest.txt what it made, for uninstall.sh.
+# install.sh [BUILD]: installs BUILD (build/release) below DESTDIR and PREFIX (/usr/local unless told), and writes
+# down in LIBDIR/orlimbara/manifest.txt what it made, for uninstall.sh.
 source "$(dirname "$0")/common.sh"
+
+build=$(realpath "${1:-$SOURCE_DIR/build/release}")
+[[ -f $build/cmake_install.cmake ]] || die "nothing is built in $build"
 
 prefix=${PREFIX:-/usr/local}
 [[ $prefix == /* ]] || die "PREFIX must be an absolute path, not '$prefix'"
@@ -13,18 +16,17 @@ while [[ ! -e $folder ]]; do folder=$(dirname "$folder"); done
 [[ -d $folder ]] || die "can't install into $root: $folder is not a folder"
 [[ -w $folder ]] || die "can't install into $root: $folder can't be written"
 
-cd "$SOURCE_DIR"
-stage=$(mktemp -d build/stage.XXXXXX)
+stage=$(mktemp -d "$build/stage.XXXXXX")
 trap 'rm -rf "$stage"' EXIT
 log="$stage.log"
 run_cmake() {
-    env -u DESTDIR cmake --install build/release --prefix "$1" >"$log" 2>&1 ||
+    env -u DESTDIR cmake --install "$build" --prefix "$1" >"$log" 2>&1 ||
         die "can't install into $1: $(sed -n '/^CMake Error/,/^$/{/^CMake Error/!p}' "$log" | xargs echo)"
     rm -f "$log"
 }
 
 # A first run aside tells which files and folders there will be.
-run_cmake "$SOURCE_DIR/$stage"
+run_cmake "$stage"
 library=$(cd "$stage" && find . -name orlimbara_duckdb.so -printf '%P\n')
 manifest="$(dirname "$library")/manifest.txt"
 {
