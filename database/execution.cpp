@@ -109,7 +109,12 @@ support::OwnedResult DuckDBDatabase::RunWithParameters(const Run& inRun, const c
         RequireNotStopped();
         ThrowError(TextOr(duckdb_prepare_error(prepared.Get()), "Failed to prepare statement"));
     }
-    BindParameters(prepared.Get(), inParams, get_Name());
+    if (const Failure failure = BindParameters(prepared, inParams)) {
+        ThrowError(failure->c_str());
+    }
+    if (mConnection != connection) { // reading a host value closed it
+        ThrowError("DuckDBDatabase is not open");
+    }
     support::OwnedResult result;
     const Failure failure = inRun.Execute(prepared.Get(), result, "Failed to execute prepared statement");
     if (failure) {

@@ -61,10 +61,9 @@ DuckDBDatabase& DuckDBStatement::RequireDatabase() const {
     return *database;
 }
 
-void DuckDBStatement::ThrowBindError(const char* inMessage) const {
-    const char* const text = mPrepared ? TextOr(duckdb_prepare_error(mPrepared.Get()), inMessage) : inMessage;
+void DuckDBStatement::ThrowError(const char* inMessage) const {
     const DuckDBDatabase* const database = mDatabase.load();
-    ThrowDuckDBError(database ? database->get_Name() : String(kUnknownContext), text);
+    ThrowDuckDBError(database ? database->get_Name() : String(kUnknownContext), inMessage);
 }
 
 void DuckDBStatement::ReleaseHandles() noexcept {

@@ -7,6 +7,8 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
 
 #include "duckdb_support/handles.h"
 #include "host/duckdb_objects.h"
@@ -100,9 +102,8 @@ private:
     /// The database. Raises "DuckDBDatabase is invalid", context "unknown", on an invalidated statement.
     /// Needs no guard, but only the guard keeps the database where it is.
     DuckDBDatabase& RequireDatabase() const;
-    /// Raises with DuckDB's text of what went wrong with the prepared statement, else with the fixed text.
-    /// @param inMessage UTF-8. Context: the database's name, or "unknown".
-    [[noreturn]] void ThrowBindError(const char* inMessage) const;
+    /// Throws xDuckDBError with the database's name, or "unknown", first. @param inMessage UTF-8.
+    [[noreturn]] void ThrowError(const char* inMessage) const;
     /// Destroys the result and the prepared statement.
     void ReleaseHandles() noexcept;
     /// Ends the walk: no split script, count and index 0.
@@ -128,6 +129,8 @@ private:
     void ReapplyValues();
     /// Clears DuckDB's bindings, then binds the held values. A statement must be prepared. Needs no guard.
     void BindHeldValues();
+    /// Throws what binding host values gave, or "DuckDBDatabase is invalid" where reading them closed it.
+    void CheckBinding(const std::optional<std::string>& inFailure) const;
     /// Clears DuckDB's bindings. A statement must be prepared. Needs no guard.
     void ClearPreparedBindings();
     /// Forgets held arrays before a single value is bound, and with them all bindings.

@@ -4,6 +4,7 @@
 
 #include "database/duckdb_database.h"
 #include "extension/engine_lock_guard.h"
+#include "object_support/text.h"
 #include "statement/duckdb_statement.h"
 #include "statement/parameters.h"
 
@@ -23,7 +24,7 @@ void DuckDBStatement::BindValue(std::uint32_t inIndex, smart_ptr<I_Value> inValu
     const EngineLockGuard guard;
     DropHeldArrays();
     if (mPrepared) {
-        BindOneValue(mPrepared.Get(), inIndex, inValue.get(), RequireDatabase().get_Name());
+        CheckBinding(BindOneValue(mPrepared, inIndex, inValue.get()));
     }
 }
 
@@ -55,13 +56,20 @@ void DuckDBStatement::ReapplyValues() {
 void DuckDBStatement::BindHeldValues() {
     ClearPreparedBindings();
     if (mValues && !mValues->isEmpty()) {
-        BindParameters(mPrepared.Get(), mValues, RequireDatabase().get_Name());
+        CheckBinding(BindParameters(mPrepared, mValues));
     }
+}
+
+void DuckDBStatement::CheckBinding(const std::optional<std::string>& inFailure) const {
+    if (inFailure) {
+        ThrowError(inFailure->c_str());
+    }
+    RequireDatabase(); // reading a host value may have closed it
 }
 
 void DuckDBStatement::ClearPreparedBindings() {
     if (duckdb_clear_bindings(mPrepared.Get()) != DuckDBSuccess) {
-        ThrowBindError("Failed to clear statement bindings");
+        ThrowError(TextOr(duckdb_prepare_error(mPrepared.Get()), "Failed to clear statement bindings"));
     }
 }
 

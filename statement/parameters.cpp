@@ -185,32 +185,36 @@ OwnedValue ArrayToDuckDBList(const I_ValueArray& inArray) {
     return OwnedValue(duckdb_create_list_value(type.Get(), handles.data(), items.size()));
 }
 
-duckdb_state BindOwnedValue(duckdb_prepared_statement inPrepared, idx_t inIndex, const OwnedValue& inValue) {
-    return inValue ? duckdb_bind_value(inPrepared, inIndex, inValue.Get()) : DuckDBError;
-}
-
-void BindOneValue(duckdb_prepared_statement inPrepared, idx_t inIndex, I_Value* inValue,
-                  const String& inDatabaseName) {
-    const auto raise = [&inDatabaseName](const char* inMessage) {
-        ThrowDuckDBError(inDatabaseName.isEmpty() ? String(kUnknownContext) : inDatabaseName, inMessage);
-    };
-    duckdb_state state = DuckDBError;
+std::optional<std::string> BindOneValue(const support::OwnedPreparedStatement& inPrepared, idx_t inIndex,
+                                        I_Value* inValue) {
+    constexpr const char* kRefused = "Failed to bind statement parameter";
     try {
-        state = BindOwnedValue(inPrepared, inIndex, ValueToDuckDB(inValue));
+        const OwnedValue value = ValueToDuckDB(inValue);
+        if (!inPrepared) { // reading the host's value closed the database
+            return std::nullopt;
+        }
+        if (!value) {
+            return kRefused;
+        }
+        if (duckdb_bind_value(inPrepared.Get(), inIndex, value.Get()) == DuckDBSuccess) {
+            return std::nullopt;
+        }
     } catch (const std::exception& failure) { // DuckDB lets these out for values beyond its ranges
-        raise(failure.what());
+        return failure.what();
     }
-    if (state != DuckDBSuccess) {
-        raise(TextOr(duckdb_prepare_error(inPrepared), "Failed to bind statement parameter"));
-    }
+    return TextOr(duckdb_prepare_error(inPrepared.Get()), kRefused);
 }
 
 // By value: a host value that is read here may make the caller hold another array.
-void BindParameters(duckdb_prepared_statement inPrepared, smart_ptr<ValueArray> inValues,
-                    const String& inDatabaseName) {
-    for (std::size_t i = 0; inValues && i < inValues->get_Count(); ++i) {
-        BindOneValue(inPrepared, i + 1, (*inValues)[i].get(), inDatabaseName);
+std::optional<std::string> BindParameters(const support::OwnedPreparedStatement& inPrepared,
+                                          smart_ptr<ValueArray> inValues) {
+    for (std::size_t i = 0; inPrepared && inValues && i < inValues->get_Count(); ++i) {
+        const smart_ptr<I_Value> value = (*inValues)[i];
+        if (std::optional<std::string> failure = BindOneValue(inPrepared, i + 1, value.get())) {
+            return failure;
+        }
     }
+    return std::nullopt;
 }
 
 } // namespace orkit::orsql

@@ -69,7 +69,7 @@ void DuckDBStatement::TakeSql() {
 }
 
 void DuckDBStatement::RunPrepared(const Run& inRun, std::uint64_t* outRowsChanged) {
-    const DuckDBDatabase& database = RequireDatabase();
+    RequireDatabase();
     if (outRowsChanged) {
         *outRowsChanged = 0;
     }
@@ -77,7 +77,7 @@ void DuckDBStatement::RunPrepared(const Run& inRun, std::uint64_t* outRowsChange
     const std::size_t runs = rows ? rows->get_Count() : 1;
     for (std::size_t row = 0; row < runs; ++row) {
         if (inRun.IsStopped()) {
-            database.RequireNotStopped();
+            RequireDatabase().RequireNotStopped();
         }
         if (rows) {
             ApplyValues((*rows)[row]);
@@ -89,7 +89,7 @@ void DuckDBStatement::RunPrepared(const Run& inRun, std::uint64_t* outRowsChange
         }
         mResult.Reset();
         if (const auto failure = inRun.Execute(mPrepared.Get(), mResult, "Unknown execute error")) {
-            database.ThrowError(failure->c_str());
+            ThrowError(failure->c_str());
         }
         if (outRowsChanged &&
             duckdb_result_return_type(mResult.Struct()) == DUCKDB_RESULT_TYPE_CHANGED_ROWS) {

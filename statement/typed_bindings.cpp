@@ -2,13 +2,13 @@
 
 #include <cstdint>
 #include <exception>
+#include <optional>
 #include <string>
 
 #include "database/duckdb_database.h"
 #include "extension/engine_lock_guard.h"
 #include "object_support/text.h"
 #include "statement/duckdb_statement.h"
-#include "statement/parameters.h"
 
 namespace orkit::orsql {
 
@@ -17,7 +17,8 @@ namespace support = orlimbara::duckdb_support;
 namespace {
 
 /// A typed binding.
-/// @tparam Step takes the prepared statement, the index and the arguments, and gives DuckDB's answer.
+/// @tparam Step takes the prepared statement, the index and the arguments, and gives DuckDB's answer, or
+/// nothing where there is no value to bind and DuckDB's binding function isn't called.
 template <class Step>
 struct Row {
     const char* mTypeName; ///< as it stands in the message of a failure
@@ -37,8 +38,10 @@ auto WithRecord(Function inFunction) {
 /// The step of a type that DuckDB can't bind at once: a value is made of the arguments, and bound.
 template <class Create>
 auto WithValue(Create inCreate) {
-    return [inCreate](duckdb_prepared_statement inPrepared, idx_t inIndex, const auto&... inArgs) {
-        return BindOwnedValue(inPrepared, inIndex, support::OwnedValue(inCreate(inArgs...)));
+    return [inCreate](duckdb_prepared_statement inPrepared, idx_t inIndex,
+                      const auto&... inArgs) -> std::optional<duckdb_state> {
+        const support::OwnedValue value(inCreate(inArgs...));
+        return value ? std::optional(duckdb_bind_value(inPrepared, inIndex, value.Get())) : std::nullopt;
     };
 }
 
@@ -128,14 +131,15 @@ void DuckDBStatement::Bind(const Row& inRow, std::uint32_t inIndex, const Args&.
     if (!mPrepared) {
         return;
     }
-    duckdb_state state = DuckDBError;
+    std::optional<duckdb_state> state;
     try {
         state = inRow.mBind(mPrepared.Get(), inIndex, inArgs...);
     } catch (const std::exception& failure) { // DuckDB lets these out for values beyond its ranges
-        RequireDatabase().ThrowError(failure.what());
+        ThrowError(failure.what());
     }
     if (state != DuckDBSuccess) {
-        ThrowBindError((std::string("Failed to bind ") + inRow.mTypeName + " statement parameter").c_str());
+        const std::string refused = std::string("Failed to bind ") + inRow.mTypeName + " statement parameter";
+        ThrowError(state ? TextOr(duckdb_prepare_error(mPrepared.Get()), refused.c_str()) : refused.c_str());
     }
 }
 

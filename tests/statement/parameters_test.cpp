@@ -182,6 +182,41 @@ TEST_F(Parameters, WhatDuckDBCannotMakeIsAFailedBinding) {
     ExpectDuckDBErrorWith([&] { RunWith("SELECT $1", {DateTimeValue(400000, 1, 1)}); }, mName, "range");
 }
 
+/// A value that closes the database when it is read.
+class ClosingValue final : public AspectHost_imp {
+public:
+    explicit ClosingValue(I_DuckDBDatabase* inDatabase) : AspectHost_imp(true), mDatabase(inDatabase) {}
+    std::uint32_t get_Type() const override { return value_type::kLong; }
+    void get_String(String&, std::int32_t) const override {}
+    std::int32_t get_Long() const override {
+        mDatabase->Close();
+        return 1;
+    }
+
+private:
+    I_DuckDBDatabase* mDatabase;
+};
+
+TEST_F(Parameters, ValueThatClosesTheDatabaseWhileItIsRead) {
+    const Value closing(new ClosingValue(mDatabase.get()));
+    const auto values = Values({Number(1), closing, Number(3)});
+    const std::function<void(I_DuckDBStatement&)> kWays[] = {
+        [&](auto& s) { s.BindValue(2, closing); },
+        [&](auto& s) { s.BindValues(values); },
+        [&](auto& s) {
+            s.BindRows(RowsOf({values, values})), s.SqlExecute();
+        },
+    };
+    for (const auto& way : kWays) {
+        const Statement statement = Prepare("SELECT $1, $2, $3");
+        ExpectDuckDBError([&] { way(*statement); }, "unknown", "DuckDBDatabase is invalid");
+        mDatabase->Open();
+    }
+    ExpectDuckDBError([&] { mDatabase->SqlExecute("SELECT $1, $2, $3", values); }, mName,
+                      "DuckDBDatabase is not open");
+    mDatabase->Open();
+}
+
 TEST_F(Parameters, ValuesGoWithOneStatement) {
     Execute(mDatabase, "CREATE TABLE t (i INTEGER)");
     EXPECT_EQ(mDatabase->SqlExecute("INSERT INTO t VALUES (?), (?)", Values({Number(1), nullptr})), 2);
