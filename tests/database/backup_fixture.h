@@ -13,12 +13,14 @@
 
 namespace orkit::orsql::test {
 
+namespace fs = std::filesystem;
+
 /// Gives each test a folder "backups", and the host's own functions back after it.
 class BackupTest : public ObjectTest {
 protected:
     void SetUp() override {
         ObjectTest::SetUp();
-        std::filesystem::create_directory(Folder() / "backups");
+        fs::create_directory(Folder() / "backups");
     }
     void TearDown() override {
         gServerBackupLocation = mServerBackupLocation;
@@ -26,6 +28,11 @@ protected:
         ObjectTest::TearDown();
     }
 
+    smart_ptr<I_DuckDBDatabase> MakeSales() const {
+        const smart_ptr<I_DuckDBDatabase> database = CreateDatabase("sales.duckdb");
+        Execute(database, "CREATE TABLE t AS SELECT i FROM range(1000) r(i)");
+        return database;
+    }
     /// Backs up into "backups". @return the new backup.
     smart_ptr<I_Location> Backup(const smart_ptr<I_DuckDBDatabase>& inDatabase) const {
         inDatabase->Backup(At("backups"));
@@ -36,15 +43,12 @@ protected:
         return Extension()->RestoreDatabase(At(inName), inBackup);
     }
 
-    static std::filesystem::path PathOf(const smart_ptr<I_Location>& inLocation) {
-        return Text(inLocation->get_Path());
-    }
     /// The path of the last backup, also of one that failed.
-    static std::filesystem::path LastBackup() { return PathOf(standin::get_LastBackupLocation()); }
+    static fs::path LastBackup() { return Text(standin::get_LastBackupLocation()->get_Path()); }
     /// The names in a folder.
-    static std::set<std::string> NamesIn(const std::filesystem::path& inFolder) {
+    static std::set<std::string> NamesIn(const fs::path& inFolder) {
         std::set<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(inFolder)) {
+        for (const auto& entry : fs::directory_iterator(inFolder)) {
             names.insert(entry.path().filename().string());
         }
         return names;

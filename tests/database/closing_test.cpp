@@ -9,25 +9,6 @@ protected:
     bool FileIsThere(const char* inName) const { return std::filesystem::exists(Folder() / inName); }
 };
 
-TEST_F(Closing, CloseTwiceCountsOnce) {
-    const smart_ptr<I_DuckDBDatabase> first = CreateDatabase("a.duckdb");
-    const smart_ptr<I_DuckDBDatabase> second = CreateDatabase("a.duckdb");
-    first->Close();
-    first->Close();
-    EXPECT_EQ(second->get_ConnectionCount(), 1u);
-    EXPECT_EQ(SelectOne(second, "SELECT 1"), "1") << "the shared handle stays open for the other";
-    second->Close();
-    EXPECT_EQ(second->get_ConnectionCount(), 0u);
-}
-
-TEST_F(Closing, LastReleaseCloses) {
-    CreateDatabase("a.duckdb").reset();
-    const smart_ptr<I_DuckDBDatabase> database = MakeDatabase("a.duckdb");
-    EXPECT_EQ(database->get_ConnectionCount(), 0u);
-    database->Open();
-    EXPECT_FALSE(database->get_IsReadOnly());
-}
-
 TEST_F(Closing, CutsOffEverythingThatHangsOnTheConnection) {
     const smart_ptr<I_DuckDBDatabase> database = CreateDatabase();
     const smart_ptr<I_DuckDBCursor> server = OpenCursor(database, "SELECT 1 AS a, 2", kCursorLocationServer);
@@ -55,54 +36,44 @@ TEST_F(Closing, CutsOffEverythingThatHangsOnTheConnection) {
     ExpectDuckDBError([&] { Execute(database, "SELECT 1"); }, ":memory:", "DuckDBDatabase is not open");
 }
 
-TEST_F(Closing, DropDeletesTheFileAlone) {
-    const smart_ptr<I_DuckDBDatabase> database = CreateDatabase("a.duckdb");
-    CreateDatabase("b.duckdb")->Close();
-    database->Drop();
-    EXPECT_FALSE(database->get_IsOpen());
-    EXPECT_FALSE(FileIsThere("a.duckdb"));
-    EXPECT_TRUE(FileIsThere("b.duckdb"));
-    const Raised raised = Catch([&] { database->Drop(); });
-    EXPECT_EQ(raised.mClass, "xException") << "the file isn't there any more: the host's own failure";
-    CreateDatabase(":memory:")->Drop();
+TEST_F(Closing, RegistriesLoseNothingWhateverGoesMeanwhile) {
+    const smart_ptr<I_DuckDBDatabase> database = CreateDatabase();
+    std::vector<smart_ptr<I_DuckDBQueryResult>> results;
+    for (int i = 0; i < 25; ++i) {
+        results.push_back(database->SqlQuery("SELECT 1; SELECT 2", kCursorLocationServer, nullptr));
+    }
+    const std::vector<smart_ptr<I_DuckDBQueryResult>> kept = {results[0], results[12], results[24]};
+    database->RemoveCursor(nullptr); // not there: no error
+    // When Close makes the last result's cursor go, its owner lets other results go.
+    auto* const plugin = QueryAspect<I_ForeignPlugin>(kept.back()->get_Cursor().get());
+    plugin->put_BackRef(&results);
+    plugin->put_Finalize([](void* inResults) { static_cast<decltype(results)*>(inResults)->clear(); });
+    database->Close();
+    EXPECT_TRUE(results.empty());
+    for (const auto& result : kept) {
+        EXPECT_FALSE(result->get_NextResult()) << "every live result was cut off";
+    }
 }
 
-TEST_F(Closing, DropRefusesWhileOthersHoldThePath) {
-    const smart_ptr<I_DuckDBDatabase> first = CreateDatabase("a.duckdb");
+TEST_F(Closing, DropDeletesTheFileWhenNobodyHoldsIt) {
+    const smart_ptr<I_DuckDBDatabase> database = CreateDatabase("a.duckdb");
     const smart_ptr<I_DuckDBDatabase> second = CreateDatabase("a.duckdb");
-    ExpectDuckDBError([&] { first->Drop(); }, "a", "Can not be dropped. 1 connections are alive.");
-    EXPECT_FALSE(first->get_IsOpen()) << "it was closed before the test";
+    CreateDatabase("b.duckdb")->Close();
+    ExpectDuckDBError([&] { database->Drop(); }, "a", "Can not be dropped. 1 connections are alive.");
+    EXPECT_FALSE(database->get_IsOpen()) << "it was closed before the test";
+    database->Close(); // counts once
+    EXPECT_EQ(second->get_ConnectionCount(), 1u);
+    EXPECT_EQ(SelectOne(second, "SELECT 1"), "1") << "the shared handle stays open for the other";
+
+    standin::FailCall(standin::Fault::FileOpen, 1);
+    EXPECT_EQ(Catch([&] { second->Drop(); }).mClass, "xException");
     EXPECT_TRUE(FileIsThere("a.duckdb"));
-    EXPECT_EQ(SelectOne(second, "SELECT 1"), "1");
+    second->Open();
     second->Drop();
     EXPECT_FALSE(FileIsThere("a.duckdb"));
-}
-
-TEST_F(Closing, DropKeepsAFileThatCantBeOpened) {
-    const smart_ptr<I_DuckDBDatabase> database = CreateDatabase("a.duckdb");
-    standin::FailCall(standin::Fault::FileOpen, 1);
-    EXPECT_EQ(Catch([&] { database->Drop(); }).mClass, "xException");
-    EXPECT_TRUE(FileIsThere("a.duckdb"));
-    database->Open();
-    EXPECT_EQ(SelectOne(database, "SELECT 1"), "1");
-}
-
-TEST_F(Closing, ReadOnlyBesideReadWriteMixesTheCount) {
-    // Two instances on one file in one process: what is seen here is told in docs/ARCHITECTURE.md.
-    CreateDatabase("a.duckdb")->Close();
-    const smart_ptr<I_DuckDBDatabase> reader = MakeDatabase("a.duckdb");
-    DuckDBSettings settings;
-    settings.mAccessMode = 0;
-    reader->put_Settings(settings);
-    reader->Open();
-    const smart_ptr<I_DuckDBDatabase> writer = MakeDatabase("a.duckdb");
-    writer->Open();
-    EXPECT_TRUE(reader->get_IsReadOnly());
-    EXPECT_FALSE(writer->get_IsReadOnly());
-    EXPECT_EQ(writer->get_ConnectionCount(), 2u);
-    reader->Close();
-    EXPECT_EQ(writer->get_ConnectionCount(), 1u);
-    EXPECT_EQ(SelectOne(writer, "SELECT 1"), "1");
+    EXPECT_TRUE(FileIsThere("b.duckdb"));
+    EXPECT_EQ(Catch([&] { second->Drop(); }).mClass, "xException") << "the host's own failure: no such file";
+    CreateDatabase(":memory:")->Drop();
 }
 
 } // namespace

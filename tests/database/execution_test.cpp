@@ -1,4 +1,3 @@
-#include "host_standin/live_objects.h"
 #include "tests_support/object_fixture.h"
 
 namespace orkit::orsql::test {
@@ -9,40 +8,21 @@ protected:
     void SetUp() override {
         ObjectTest::SetUp();
         mDatabase = CreateDatabase("direct.duckdb");
+        Execute(mDatabase, "CREATE TABLE t (i INTEGER)");
     }
     void TearDown() override {
         mDatabase.reset();
         ObjectTest::TearDown();
     }
-    smart_ptr<I_DuckDBQueryResult> Query(std::string_view inSql) {
-        return mDatabase->SqlQuery(Wide(inSql), kCursorLocationServer, nullptr);
-    }
-    std::string Count(const std::string& inTable) {
-        return SelectOne(mDatabase, "SELECT count(*) FROM " + inTable);
-    }
+    std::string Count() { return SelectOne(mDatabase, "SELECT count(*) FROM t"); }
 
     smart_ptr<I_DuckDBDatabase> mDatabase;
 };
 
-TEST_F(DirectExecution, ExecuteSumsTheRowsChangedOfAScript) {
-    EXPECT_EQ(Execute(mDatabase, "CREATE TABLE t (i INTEGER); INSERT INTO t VALUES (1), (2); SELECT * FROM t;"
-                                 "UPDATE t SET i = i + 1; DELETE FROM t WHERE i = 2"),
-              5);
-    EXPECT_EQ(Count("t"), "1");
-}
-
-TEST_F(DirectExecution, EveryPathReadiesTheHostsThread) {
-    const std::uint64_t before = standin::get_Init3Count();
-    Query("SELECT 1");
-    OpenCursor(mDatabase, "SELECT 1", kCursorLocationServer);
-    EXPECT_EQ(standin::get_Init3Count(), before + 2);
-    Execute(mDatabase, "SELECT 1");
-    EXPECT_EQ(standin::get_Init3Count(), before + 4) << "its own, and that of the query inside";
-}
-
 TEST_F(DirectExecution, ResultsOfAScriptAreChained) {
-    const smart_ptr<I_DuckDBQueryResult> first =
-        Query("CREATE TABLE t (i INTEGER); INSERT INTO t VALUES (1), (2); SELECT i AS n FROM t ORDER BY i");
+    const smart_ptr<I_DuckDBQueryResult> first = mDatabase->SqlQuery(
+        "CREATE TABLE u (i INTEGER); INSERT INTO t VALUES (1), (2); SELECT i AS n FROM t ORDER BY i",
+        kCursorLocationServer, nullptr);
     EXPECT_EQ(first->get_ResultFlags(), 0u) << "neither rows nor a count";
     const smart_ptr<I_DuckDBQueryResult> second = first->get_NextResult();
     ASSERT_TRUE(second);
@@ -50,13 +30,20 @@ TEST_F(DirectExecution, ResultsOfAScriptAreChained) {
     EXPECT_EQ(second->get_ResultFlags(), I_DuckDBQueryResult::kResultHasRowsChanged);
     EXPECT_EQ(second->get_RowsChanged(), 2);
     EXPECT_FALSE(second->get_Cursor());
-    const smart_ptr<I_DuckDBQueryResult> third = second->get_NextResult();
+    smart_ptr<I_DuckDBQueryResult> third = second->get_NextResult();
     ASSERT_TRUE(third);
     EXPECT_EQ(third->get_ResultFlags(), I_DuckDBQueryResult::kResultHasCursor);
     EXPECT_EQ(third->get_RowsChanged(), 0);
-    EXPECT_EQ(ReadAll(third->get_Cursor()), (Rows{{"1"}, {"2"}}));
-    EXPECT_FALSE(third->get_NextResult());
     EXPECT_EQ(third->get_ErrorPosition(), -1);
+    EXPECT_FALSE(third->get_NextResult());
+    const smart_ptr<I_DuckDBCursor> cursor = third->get_Cursor();
+    third.reset();
+    EXPECT_EQ(ReadAll(cursor), (Rows{{"1"}, {"2"}})) << "the cursor outlives its result";
+
+    const char* const script = "INSERT INTO t VALUES (3); SELECT * FROM t; UPDATE t SET i = i + 1";
+    EXPECT_EQ(Execute(mDatabase, script), 4) << "the sum of the rows changed";
+    EXPECT_EQ(mDatabase->SqlExecute(script, smart_ptr<ValueArray>(new ValueArray(0))), 5)
+        << "an empty array of values is none";
 }
 
 TEST_F(DirectExecution, CursorLocationReachesTheWholeChain) {
@@ -72,88 +59,63 @@ TEST_F(DirectExecution, CursorLocationReachesTheWholeChain) {
     }
 }
 
-TEST_F(DirectExecution, CursorOutlivesItsQueryResult) {
-    smart_ptr<I_DuckDBQueryResult> result = Query("SELECT 42");
-    const smart_ptr<I_DuckDBCursor> cursor = result->get_Cursor();
-    result.reset();
-    EXPECT_EQ(ReadAll(cursor), (Rows{{"42"}}));
-}
-
-TEST_F(DirectExecution, TextsWithoutAStatementRaise) {
+TEST_F(DirectExecution, TextEndsAtItsFirstZeroCharacter) {
     for (const char* const text : {"", "  \n", "-- nothing", "/* nothing */", ";"}) {
         ExpectDuckDBError([&] { Execute(mDatabase, text); }, "direct", "Failed to extract statements");
     }
-}
-
-TEST_F(DirectExecution, TextEndsAtItsFirstZeroCharacter) {
     const String sql(u"SELECT 1\0 this is never read", 27);
     EXPECT_EQ(ReadAll(mDatabase->SqlSelect(sql, kCursorLocationServer, nullptr)), (Rows{{"1"}}));
 }
 
-TEST_F(DirectExecution, FailuresCarryDuckDBsJsonText) {
+TEST_F(DirectExecution, FailuresCarryDuckDBsTextAndKeepWhatTheyMust) {
     const struct {
         const char* mSql;
         const char* mPart;
+        const char* mCount; ///< of the rows that are there after a COMMIT, if there is something to commit
     } kCases[] = {
-        {"SELECT * FROM missing", R"("exception_type":"Catalog")"},
-        {"SELEC 1", "Parser Error: "},
-        {"SELECT 'x'::INTEGER", R"("exception_type":"Conversion")"},
-        {"SELECT nonsense", R"("position":"7")"},
+        {"SELECT nonsense", R"("position":"7")", "0"},
+        {"SELECT * FROM missing", R"("exception_type":"Catalog")", "0"},
+        {"BEGIN; INSERT INTO t VALUES (1); SELEC 1", "Parser Error: ", "0"},
+        // At preparation: what ran before stays, and no ROLLBACK is sent.
+        {"BEGIN; INSERT INTO t VALUES (1); SELECT * FROM missing; DELETE FROM t", "missing", "1"},
+        // At execution: an open transaction is rolled back.
+        {"BEGIN; INSERT INTO t VALUES (1); SELECT 'x'::INTEGER; DELETE FROM t", "Conversion", "0"},
+        {"INSERT INTO t VALUES (1); SELECT 'x'::INTEGER; DELETE FROM t", "Conversion", "1"},
     };
     for (const auto& test : kCases) {
-        ExpectDuckDBErrorWith([&] { Query(test.mSql); }, "direct", test.mPart);
-        EXPECT_EQ(SelectOne(mDatabase, "SELECT 1"), "1") << "the database stays good";
+        SCOPED_TRACE(test.mSql);
+        ExpectDuckDBErrorWith([&] { Execute(mDatabase, test.mSql); }, "direct", test.mPart);
+        EXPECT_EQ(Count(), test.mCount) << "the connection is good";
+        Catch([&] { Execute(mDatabase, "COMMIT"); });
+        EXPECT_EQ(Count(), test.mCount);
+        Execute(mDatabase, "DELETE FROM t");
     }
 }
 
-TEST_F(DirectExecution, AFailureAtExecutionRollsBackAnOpenTransaction) {
-    Execute(mDatabase, "CREATE TABLE t (i INTEGER)");
-    ExpectDuckDBErrorWith(
-        [&] {
-            Execute(mDatabase,
-                    "BEGIN; INSERT INTO t VALUES (1); SELECT 'x'::INTEGER; INSERT INTO t VALUES (2)");
-        },
-        "direct", "Conversion");
-    EXPECT_EQ(Count("t"), "0");
-    Execute(mDatabase, "BEGIN; ROLLBACK"); // no transaction is open
-    ExpectDuckDBErrorWith(
-        [&] { Execute(mDatabase, "INSERT INTO t VALUES (1); SELECT 'x'::INTEGER; DELETE FROM t"); }, "direct",
-        "Conversion");
-    EXPECT_EQ(Count("t"), "1") << "without a transaction the first statement stays, and the third never runs";
-}
-
-TEST_F(DirectExecution, AFailureAtPreparationKeepsWhatRanBefore) {
-    Execute(mDatabase, "CREATE TABLE t (i INTEGER)");
-    ExpectDuckDBErrorWith(
-        [&] { Execute(mDatabase, "BEGIN; INSERT INTO t VALUES (1); SELECT * FROM missing; DELETE FROM t"); },
-        "direct", "missing");
-    EXPECT_EQ(Count("t"), "1") << "no ROLLBACK was sent: the transaction is still open";
-    Execute(mDatabase, "COMMIT");
-    EXPECT_EQ(Count("t"), "1");
+TEST_F(DirectExecution, ARunWithValuesThatFailsIsNotRolledBack) {
+    const smart_ptr<ValueArray> values(new ValueArray(1));
+    values->Append(smart_ptr<I_Value>(CreateValueString(true, nullptr, nullptr))); // an empty text
+    Execute(mDatabase, "BEGIN; INSERT INTO t VALUES (1)");
+    ExpectDuckDBErrorWith([&] { mDatabase->SqlQuery("SELECT ? FROM missing", 2, values); }, "direct",
+                          "Catalog");
+    EXPECT_EQ(Count(), "1");
+    ExpectDuckDBErrorWith([&] { mDatabase->SqlQuery("SELECT ?::INTEGER", 2, values); }, "direct",
+                          "Conversion");
+    ExpectDuckDBErrorWith([&] { Count(); }, "direct", "Current transaction is aborted");
+    EXPECT_EQ(Count(), "0") << "the question did it";
+    EXPECT_EQ(mDatabase->SqlExecute("INSERT INTO t SELECT length(?)", values), 1);
 }
 
 TEST_F(DirectExecution, SelectTakesOneStatementThatGivesRows) {
-    Execute(mDatabase, "CREATE TABLE t (i INTEGER)");
     ExpectDuckDBError([&] { Select(mDatabase, "INSERT INTO t VALUES (1); SELECT * FROM t"); }, "direct",
                       "Query doesn't return a single result");
-    EXPECT_EQ(Count("t"), "1") << "both statements ran";
+    EXPECT_EQ(Count(), "1") << "both statements ran";
     ExpectDuckDBError([&] { Select(mDatabase, "INSERT INTO t VALUES (2)"); }, "direct",
                       "Query doesn't return a result");
-    EXPECT_EQ(Count("t"), "2") << "its changes stay";
-}
-
-TEST_F(DirectExecution, AClosedDatabaseRefuses) {
+    EXPECT_EQ(Count(), "2") << "its changes stay";
     mDatabase->Close();
     ExpectDuckDBError([&] { Execute(mDatabase, "SELECT 1"); }, "direct", "DuckDBDatabase is not open");
     ExpectDuckDBError([&] { Select(mDatabase, "SELECT 1"); }, "direct", "DuckDBDatabase is not open");
-    ExpectDuckDBError([&] { Query("SELECT 1"); }, "direct", "DuckDBDatabase is not open");
-    mDatabase->Open();
-}
-
-TEST_F(DirectExecution, AnEmptyArrayOfValuesRunsAScript) {
-    EXPECT_EQ(mDatabase->SqlExecute("CREATE TABLE t (i INTEGER); INSERT INTO t VALUES (1)",
-                                    smart_ptr<ValueArray>(new ValueArray(0))),
-              1);
 }
 
 } // namespace

@@ -1,9 +1,10 @@
 // hold_database PATH READ_ONLY|READ_WRITE: opens a database, prints "ready" (or "refused"), and holds it
-// until its standard input ends.
+// until nobody reads its standard output any more.
 
 #include <cstdio>
 
 #include <duckdb.h>
+#include <poll.h>
 
 int main(int inCount, char** inArguments) {
     if (inCount != 3) {
@@ -16,9 +17,8 @@ int main(int inCount, char** inArguments) {
     const bool isOpen = duckdb_open_ext(inArguments[1], &database, config, nullptr) == DuckDBSuccess;
     std::puts(isOpen ? "ready" : "refused");
     std::fflush(stdout);
-    while (std::getchar() != EOF) {
-    }
+    pollfd output = {1, 0, 0};
+    ::poll(&output, 1, -1);
     duckdb_close(&database);
     duckdb_destroy_config(&config);
-    return isOpen ? 0 : 1;
 }

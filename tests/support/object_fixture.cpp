@@ -53,6 +53,15 @@ Raised Describe(const char* inClass, const xException& inError) {
             inError.get_Text(2) != nullptr || inError.get_Text(3) != nullptr};
 }
 
+std::string MessageOfDuckDBError(const std::function<void()>& inCall, std::string_view inContext) {
+    const Raised raised = Catch(inCall);
+    EXPECT_EQ(raised.mClass, "xDuckDBError");
+    EXPECT_EQ(raised.mCode, 468225u);
+    EXPECT_EQ(raised.mContext.value_or("none"), inContext);
+    EXPECT_FALSE(raised.mHasMoreTexts);
+    return raised.mMessage.value_or("none");
+}
+
 /// Loads the module's code once in this process, as the host does.
 void LoadOnce() {
     if (GetDuckDBExtension()) {
@@ -123,23 +132,13 @@ Raised Catch(const std::function<void()>& inCall) {
 
 void ExpectDuckDBError(const std::function<void()>& inCall, std::string_view inContext,
                        std::string_view inMessage) {
-    const Raised raised = Catch(inCall);
-    EXPECT_EQ(raised.mClass, "xDuckDBError") << "expected: " << inMessage;
-    EXPECT_EQ(raised.mCode, 468225u);
-    EXPECT_EQ(raised.mContext.value_or("none"), inContext);
-    EXPECT_EQ(raised.mMessage.value_or("none"), inMessage);
-    EXPECT_FALSE(raised.mHasMoreTexts);
+    EXPECT_EQ(MessageOfDuckDBError(inCall, inContext), inMessage);
 }
 
 void ExpectDuckDBErrorWith(const std::function<void()>& inCall, std::string_view inContext,
                            std::string_view inPart) {
-    const Raised raised = Catch(inCall);
-    EXPECT_EQ(raised.mClass, "xDuckDBError") << "expected: " << inPart;
-    EXPECT_EQ(raised.mCode, 468225u);
-    EXPECT_EQ(raised.mContext.value_or("none"), inContext);
-    EXPECT_NE(raised.mMessage.value_or("none").find(inPart), std::string::npos)
-        << inPart << " isn't in: " << raised.mMessage.value_or("none");
-    EXPECT_FALSE(raised.mHasMoreTexts);
+    const std::string message = MessageOfDuckDBError(inCall, inContext);
+    EXPECT_NE(message.find(inPart), std::string::npos) << inPart << " isn't in: " << message;
 }
 
 void ObjectTest::SetUp() {
@@ -174,6 +173,17 @@ smart_ptr<I_DuckDBDatabase> ObjectTest::MakeDatabase(std::string_view inName) co
 smart_ptr<I_DuckDBDatabase> ObjectTest::CreateDatabase(std::string_view inName) const {
     smart_ptr<I_DuckDBDatabase> database = MakeDatabase(inName);
     database->Create();
+    return database;
+}
+
+smart_ptr<I_DuckDBDatabase> ObjectTest::OpenDatabase(std::string_view inName, bool inReadOnly) const {
+    smart_ptr<I_DuckDBDatabase> database = MakeDatabase(inName);
+    if (inReadOnly) {
+        DuckDBSettings settings;
+        settings.mAccessMode = 0;
+        database->put_Settings(settings);
+    }
+    database->Open();
     return database;
 }
 

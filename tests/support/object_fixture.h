@@ -66,6 +66,8 @@ protected:
     smart_ptr<I_DuckDBDatabase> MakeDatabase(std::string_view inName) const;
     /// A new, open database.
     smart_ptr<I_DuckDBDatabase> CreateDatabase(std::string_view inName = ":memory:") const;
+    /// Opens a database that is there.
+    smart_ptr<I_DuckDBDatabase> OpenDatabase(std::string_view inName, bool inReadOnly = false) const;
 
     /// Runs a text on the database and gives all rows of its only statement.
     static Rows Select(const smart_ptr<I_DuckDBDatabase>& inDatabase, std::string_view inSql,
