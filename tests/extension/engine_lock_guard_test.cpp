@@ -21,67 +21,44 @@ private:
     std::uint64_t mUnlocks = standin::get_EngineUnlockCount();
 };
 
-TEST(EngineLockGuard, OnlyTheOutermostGuardLocks) {
+TEST(EngineLockGuard, OnlyTheOutermostGuardLocksAlsoWhileAnExceptionPasses) {
     const LockCount count;
-    {
+    const auto raise = [&] {
         const EngineLockGuard outer;
         EXPECT_TRUE(gIsGlobalLockTaken.get());
+        std::thread([] { EXPECT_FALSE(gIsGlobalLockTaken.get()) << "the flag is the thread's"; }).join();
         {
             const EngineLockGuard inner;
-            const EngineLockGuard innermost;
             EXPECT_EQ(count.Locks(), 1u);
         }
         EXPECT_EQ(count.Unlocks(), 0u);
         EXPECT_TRUE(gIsGlobalLockTaken.get());
-    }
+        throw std::runtime_error("on the way out");
+    };
+    EXPECT_THROW(raise(), std::runtime_error);
     EXPECT_EQ(count.Locks(), 1u);
     EXPECT_EQ(count.Unlocks(), 1u);
     EXPECT_FALSE(gIsGlobalLockTaken.get());
 }
 
-TEST(EngineLockGuard, GivesTheLockBackWhileAnExceptionPasses) {
-    const auto raise = [] {
-        const EngineLockGuard guard;
-        throw std::runtime_error("on the way out");
-    };
-    EXPECT_THROW(raise(), std::runtime_error);
-    EXPECT_FALSE(gIsGlobalLockTaken.get());
-    Thread_Mutex_Win* const lock = GetGlobalEngineLock();
-    std::thread([lock] {
-        lock->lock(); // would hang if it were still held
-        lock->unlock();
-    }).join();
-}
-
-TEST(EngineLockGuard, TakesNothingOnAThreadThatWorksWithoutTheLock) {
+TEST(EngineLockGuard, TakesNothingWithoutALockOrOnAThreadThatWorksWithoutIt) {
+    const LockCount count;
     for (const bool isTaken : {false, true}) {
-        const LockCount count;
         gIsThisDiagnoseMTThread.put(true);
         gIsGlobalLockTaken.put(isTaken);
         { const EngineLockGuard guard; }
         EXPECT_EQ(gIsGlobalLockTaken.get(), isTaken);
-        EXPECT_EQ(count.Locks(), 0u);
-        EXPECT_EQ(count.Unlocks(), 0u);
         gIsGlobalLockTaken.put(false);
         gIsThisDiagnoseMTThread.put(false);
     }
-}
-
-TEST(EngineLockGuard, TakesNothingWhereThereIsNoLock) {
     standin::put_HasEngineLock(false);
     {
         const EngineLockGuard guard;
         EXPECT_FALSE(gIsGlobalLockTaken.get());
     }
     standin::put_HasEngineLock(true);
-    EXPECT_FALSE(gIsGlobalLockTaken.get());
-}
-
-TEST(EngineLockGuard, FlagsBelongToTheirThread) {
-    const EngineLockGuard guard;
-    bool isTakenThere = true;
-    std::thread([&] { isTakenThere = gIsGlobalLockTaken.get(); }).join();
-    EXPECT_FALSE(isTakenThere);
+    EXPECT_EQ(count.Locks(), 0u);
+    EXPECT_EQ(count.Unlocks(), 0u);
 }
 
 } // namespace
