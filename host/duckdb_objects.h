@@ -5,9 +5,8 @@
 /// Common to all of them:
 /// - A smart_ptr argument is taken by value; the callee drops that reference on every way out.
 /// - Failures are xDuckDBError with code 468225, the database's name first and the message second, unless
-///   told otherwise. A message that comes from DuckDB is passed on unchanged. Of a failure while a
-///   statement is prepared or run it is a JSON object, of a parser error one behind a prefix; failures to
-///   open and to bind, and those of envelopes, are plain words.
+///   told otherwise. A message that comes from DuckDB is passed on unchanged: usually a JSON object,
+///   sometimes one behind a prefix, sometimes plain words. Any failure may have either form: try JSON first.
 /// - "Guarded" operations hold the engine lock for their whole length, also across DuckDB's calls.
 /// - `inCursorLocation` 1 asks for a client cursor, every other value for a server cursor.
 /// - Columns are numbered from 0, parameters from 1, the records of a client cursor from 1.
@@ -56,8 +55,8 @@ struct DuckDBExecutionResult {
 /// chunk and moves forward only, and refuses the operations marked "client only".
 ///
 /// A cursor whose database was closed, or that was disposed of, is cut off: its column operations still
-/// answer, every record operation raises "DuckDBCursor is invalid" with the context "unknown". A record
-/// operation that raises takes the guard for reading the database's name.
+/// answer, every record operation throws "DuckDBCursor is invalid" with the context "unknown". A record
+/// operation that throws takes the guard for reading the database's name.
 ///
 /// Moves and reads of one cursor must not run at the same time on several threads.
 class I_DuckDBCursor : public I_Unknown {
@@ -89,7 +88,7 @@ public:
     virtual bool NextRecord() = 0;
     virtual bool PrevRecord() = 0;
     /// The cell of the current record. Never null: SQL NULL is a value that says it is null. A client cursor
-    /// gives the same object at every read, a server cursor a new one. Raises "inColumnIndex is out of
+    /// gives the same object at every read, a server cursor a new one. Throws "inColumnIndex is out of
     /// bounds", then "No current record." (client) or "Data is not available. Use NextRecord() to fetch
     /// data." (server).
     virtual smart_ptr<I_Value> get_Value(std::uint32_t inColumnIndex) = 0;
@@ -125,14 +124,18 @@ public:
 
 /// A SQL text of one or more statements, walked statement by statement.
 ///
-/// Operations that need the database raise "DuckDBDatabase is invalid", context "unknown", once the database
+/// Operations that need the database throw "DuckDBDatabase is invalid", context "unknown", once the database
 /// was closed. All are guarded but for the plain getters of the texts, BindValues, BindRows and
 /// SqlSelectToJSON: these must not be called beside other work on the same statement.
 ///
 /// The typed bindings give a parameter in exactly one DuckDB type. They bind on the prepared statement alone:
-/// without one they do nothing, and PrepareNext loses them. Numbers of dates and times are DuckDB's own and
-/// go there untested: values outside DuckDB's ranges are the caller's duty. Data pointers are read during the
-/// call only. What DuckDB refuses raises with DuckDB's text.
+/// without one they do nothing, and PrepareNext loses them. Data pointers are read during the call only. What
+/// DuckDB refuses throws with DuckDB's text.
+///
+/// Numbers of dates and times are DuckDB's own and go there unchecked: keeping to DuckDB's ranges is the
+/// caller's duty. A TIME, TIME_NS or TIMETZ outside its range is stored, compared and sorted as the number it
+/// is; reading it as a cell throws. But SQL must not make a text of it, as a cast to VARCHAR, an error
+/// message or a CSV file do: that can end the process inside DuckDB.
 class I_DuckDBStatement : public I_Unknown {
 public:
     static constexpr std::uint32_t kInterfaceId = interface_id::kDuckDBStatement;
@@ -158,7 +161,7 @@ public:
     virtual bool ExecuteNext() = 0;
     /// Runs all statements that are left. A failure stops the walk behind the failed statement.
     virtual void ExecuteAll() = 0;
-    /// Runs all statements and tells failures in its result; raises nothing.
+    /// Runs all statements and tells failures in its result; throws nothing.
     virtual DuckDBExecutionResult ExecuteScript() = 0;
 
     /// Forgets held arrays and all bindings.
@@ -226,7 +229,7 @@ public:
     virtual std::uint64_t SqlExecute() = 0;
     /// Runs the prepared statement and gives its result to a cursor; null without one. With an empty array of
     /// held rows nothing runs, and the cursor is over the result of the run before, if that is still there.
-    /// More than one held row raises xFeatureError, code 40960, before anything runs.
+    /// More than one held row throws xFeatureError, code 40960, before anything runs.
     virtual smart_ptr<I_DuckDBCursor> SqlSelect(std::uint32_t inCursorLocation) = 0;
     /// The rows of SqlSelect as the host's JSON text.
     virtual String SqlSelectToJSON() = 0;
@@ -299,15 +302,19 @@ public:
     /// Counts at the next Create or Open of a closed object; a Close makes it forgotten.
     virtual void put_Settings(const DuckDBSettings& inSettings) = 0;
 
-    /// Makes a new database, in place of an existing file, and opens it. Joins an open one instead.
+    /// Makes a new database, in place of an existing file, and opens it. Joins an open one instead. The
+    /// existing file is deleted first: when Create fails, it is gone.
+    ///
+    /// A block size or storage version can't go with ":memory:", with external access off, or with a file
+    /// whose name without its extension is "memory": Create then fails, after the file was deleted.
     virtual void Create() = 0;
     /// Opens an existing database. One that can't be opened for writing is opened read-only. Failures to open
-    /// or connect raise xException, code 626688, with the text first.
+    /// or connect throw xException, code 626688, with the text first.
     virtual void Open() = 0;
     /// Cuts off all statements, cursors and results, ends the connection, and closes DuckDB's instance when
     /// no other object needs it. Nothing happens on a closed object.
     virtual void Close() = 0;
-    /// Close, then deletes the file. Raises when other objects still hold the path.
+    /// Close, then deletes the file. Throws when other objects still hold the path.
     virtual void Drop() = 0;
     /// Exports into a new backup folder. @param inFolder where; null means the folder "Backup/" beside the
     /// database. The object must not be closed or dropped meanwhile.
@@ -345,7 +352,7 @@ public:
 
     /// DuckDB's version; owned by DuckDB.
     virtual const char* get_LibraryVersion() const = 0;
-    /// A closed database object. Touches neither DuckDB nor the disk. A null location raises xDBError, code
+    /// A closed database object. Touches neither DuckDB nor the disk. A null location throws xDBError, code
     /// 333057, without texts. Guarded.
     virtual smart_ptr<I_DuckDBDatabase> CreateDatabase(smart_ptr<I_Location> inLocation) = 0;
     /// The very array that a client cursor reads, row by row; null for any other cursor and for null.
@@ -358,7 +365,7 @@ public:
     /// Whether the path is exactly ":memory:".
     virtual bool get_IsMemoryPath(const String& inPath) const = 0;
     /// Makes a new database at a place, over an existing one, from a backup folder; gives it closed. A null
-    /// location raises xDBError, code 333057; a missing backup xDBError, code 417792. Guarded.
+    /// location throws xDBError, code 333057; a missing backup xDBError, code 417792. Guarded.
     virtual smart_ptr<I_DuckDBDatabase> RestoreDatabase(smart_ptr<I_Location> inLocation,
                                                         smart_ptr<I_Location> inBackupLocation) = 0;
 };
