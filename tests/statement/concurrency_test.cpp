@@ -47,19 +47,5 @@ TEST_F(StatementConcurrency, StatementsMeetAClosingDatabase) {
     }
 }
 
-TEST_F(StatementConcurrency, LastReleasesMeetAClosingDatabase) {
-    for (int round = 0; round < kRounds; ++round) {
-        const smart_ptr<I_DuckDBDatabase> database = CreateDatabase();
-        std::vector<Statement> statements;
-        for (int number = 0; number < 10; ++number) {
-            statements.push_back(database->CreateStatement("SELECT 1"));
-            statements.back()->ExecuteNext();
-        }
-        std::thread closer([&database] { database->Close(); });
-        statements.clear();
-        closer.join();
-    }
-}
-
 } // namespace
 } // namespace orkit::orsql::test

@@ -18,15 +18,12 @@ inline Value Number(std::int32_t inNumber) {
     return value;
 }
 
-inline Value TextValue(const String& inText) {
-    Value value(CreateValueString(true, nullptr, nullptr));
-    value->put_MaxLength(static_cast<std::uint32_t>(2 * inText.get_Length() + 2));
-    value->put_String(inText);
-    return value;
-}
-
-inline Value JsonValue(std::string_view inText) {
-    Value value(CreateValueJSON(true, nullptr, nullptr));
+/// A text, or a JSON value.
+inline Value TextValue(std::string_view inText, bool inIsJson = false) {
+    Value value((inIsJson ? CreateValueJSON : CreateValueString)(true, nullptr, nullptr));
+    if (!inIsJson) {
+        value->put_MaxLength(static_cast<std::uint32_t>(2 * inText.size() + 2));
+    }
     value->put_String(Wide(inText));
     return value;
 }
@@ -39,11 +36,9 @@ smart_ptr<ArrayOfSmartPtrs<Item>> ArrayOf(std::initializer_list<smart_ptr<Item>>
     }
     return array;
 }
-
 inline smart_ptr<ValueArray> Values(std::initializer_list<Value> inValues) {
     return ArrayOf<I_Value>(inValues);
 }
-
 inline smart_ptr<RowArray> RowsOf(std::initializer_list<smart_ptr<ValueArray>> inRows) {
     return ArrayOf<ValueArray>(inRows);
 }
@@ -52,8 +47,8 @@ class StatementTest : public ObjectTest {
 protected:
     void SetUp() override {
         ObjectTest::SetUp();
-        mDatabase = CreateDatabase("statement.duckdb");
-        mName = Text(mDatabase->get_Name());
+        mDatabase = CreateDatabase();
+        Execute(mDatabase, "SET TimeZone = 'UTC'; CREATE TABLE t (i INTEGER)");
     }
     void TearDown() override {
         mDatabase.reset();
@@ -74,9 +69,18 @@ protected:
     Rows RunWith(std::string_view inSql, std::initializer_list<Value> inValues) const {
         return ReadAll(mDatabase->SqlSelect(Wide(inSql), kCursorLocationServer, Values(inValues)));
     }
+    /// The text and type of the parameter that a value becomes.
+    Rows Parameter(const Value& inValue) const {
+        return RunWith("SELECT $1::VARCHAR, typeof($1)", {inValue});
+    }
+    /// What is in table t.
+    std::string Content() const { return SelectOne(mDatabase, "SELECT list(i ORDER BY i)::VARCHAR FROM t"); }
+    /// Checks that a call fails with a text of DuckDB or the module that has this part.
+    static void ExpectFailure(std::string_view inPart, const std::function<void()>& inCall) {
+        ExpectDuckDBErrorWith(inCall, ":memory:", inPart);
+    }
 
     smart_ptr<I_DuckDBDatabase> mDatabase;
-    std::string mName;
 };
 
 } // namespace orkit::orsql::test

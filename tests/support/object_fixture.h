@@ -27,6 +27,10 @@ std::string Text(const smart_ptr<I_Value>& inValue);
 /// One row is the texts of its cells.
 using Rows = std::vector<std::vector<std::string>>;
 
+/// A table written as a text: rows end with ';' or a line, '|' stands between cells, and blanks around a cell
+/// don't count. Rows without any text are left out.
+Rows Table(std::string_view inText);
+
 /// Reads a cursor from where it stands to its end.
 Rows ReadAll(const smart_ptr<I_DuckDBCursor>& inCursor);
 
