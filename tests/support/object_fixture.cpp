@@ -1,9 +1,6 @@
 #include "tests_support/object_fixture.h"
 
-#include <atomic>
 #include <exception>
-
-#include <unistd.h>
 
 #include "duckdb_support/handle_count.h"
 #include "extension/exports.h"
@@ -163,28 +160,21 @@ void ExpectDuckDBErrorWith(const std::function<void()>& inCall, std::string_view
 }
 
 void ObjectTest::SetUp() {
-    static std::atomic<int> gNumber{0};
     LoadOnce();
     standin::ClearFaults();
     ExpectNothingAlive();
-    mFolder = std::filesystem::temp_directory_path() /
-              ("orlimbara_test_" + std::to_string(::getpid()) + "_" + std::to_string(++gNumber));
-    std::filesystem::create_directories(mFolder);
-    mFolder = std::filesystem::canonical(mFolder);
 }
 
 void ObjectTest::TearDown() {
     standin::ClearFaults();
     ExpectNothingAlive();
-    std::error_code ignored;
-    std::filesystem::remove_all(mFolder, ignored);
 }
 
 smart_ptr<I_DuckDBExtension> ObjectTest::Extension() { return GetDuckDBExtension(); }
 
 smart_ptr<I_Location> ObjectTest::At(std::string_view inName) const {
     return standin::MakeLocation(inName == ":memory:" ? String(":memory:")
-                                                      : Wide((mFolder / inName).string()));
+                                                      : Wide((Folder() / inName).string()));
 }
 
 smart_ptr<I_DuckDBDatabase> ObjectTest::MakeDatabase(std::string_view inName) const {

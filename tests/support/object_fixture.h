@@ -15,6 +15,7 @@
 
 #include "host/duckdb_objects.h"
 #include "host/exceptions.h"
+#include "tests_support/temp_folder.h"
 
 namespace orkit::orsql::test {
 
@@ -63,7 +64,7 @@ protected:
     /// The root object, as the host gets it.
     static smart_ptr<I_DuckDBExtension> Extension();
     /// This test's own folder, empty at its start and gone after it.
-    const std::filesystem::path& Folder() const { return mFolder; }
+    const std::filesystem::path& Folder() const { return mFolder.Path(); }
     /// A location of a file in the test's folder, or of ":memory:".
     smart_ptr<I_Location> At(std::string_view inName) const;
     /// A closed database object there.
@@ -85,7 +86,7 @@ protected:
                                                 std::string_view inSql, std::uint32_t inCursorLocation);
 
 private:
-    std::filesystem::path mFolder;
+    tests_support::TempFolder mFolder;
 };
 
 /// A String of UTF-8.
