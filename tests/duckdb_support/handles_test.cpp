@@ -60,9 +60,9 @@ TEST(OwnedHandle, CountsNothingForACallThatFailed) {
 class OwnedResultTest : public SupportTest {};
 
 TEST_F(OwnedResultTest, HandsTheStructOnAndForgetsIt) {
-    OwnedResult taker = Run("SELECT 42");
+    OwnedResult taker = mDuck->Run("SELECT 42");
     EXPECT_EQ(duckdb_row_count(taker.Get()), 1);
-    OwnedResult other = Run("SELECT 1 WHERE false");
+    OwnedResult other = mDuck->Run("SELECT 1 WHERE false");
     other = std::move(taker);
     const duckdb_result zeros = {};
     EXPECT_EQ(std::memcmp(&taker.Struct(), &zeros, sizeof(zeros)), 0);
@@ -72,7 +72,7 @@ TEST_F(OwnedResultTest, HandsTheStructOnAndForgetsIt) {
 
 TEST_F(OwnedResultTest, HoldsAFailedResultForItsError) {
     OwnedResult result;
-    ASSERT_EQ(duckdb_query(mConnection.Get(), "SELECT nothing", result.Put()), DuckDBError);
+    ASSERT_EQ(duckdb_query(mDuck->Connection(), "SELECT nothing", result.Put()), DuckDBError);
     ASSERT_TRUE(result);
     EXPECT_NE(std::string(duckdb_result_error(result.Get())).find("nothing"), std::string::npos);
     result.Reset();

@@ -15,6 +15,7 @@
 
 #include "host/duckdb_objects.h"
 #include "host/exceptions.h"
+#include "tests_support/table.h"
 #include "tests_support/temp_folder.h"
 
 namespace orkit::orsql::test {
@@ -25,12 +26,8 @@ std::string Text(const String& inText);
 /// A cell as text: "NULL", the host's text of the value, or the bytes of a binary value as "x'CAFE'".
 std::string Text(const smart_ptr<I_Value>& inValue);
 
-/// One row is the texts of its cells.
-using Rows = std::vector<std::vector<std::string>>;
-
-/// A table written as a text: rows end with ';' or a line, '|' stands between cells, and blanks around a cell
-/// don't count. Rows without any text are left out.
-Rows Table(std::string_view inText);
+using tests_support::Rows;
+using tests_support::Table;
 
 /// Reads a cursor from where it stands to its end.
 Rows ReadAll(const smart_ptr<I_DuckDBCursor>& inCursor);

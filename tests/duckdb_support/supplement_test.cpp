@@ -1,0 +1,220 @@
+#include "support_test.h"
+
+#include <cstdlib>
+#include <thread>
+
+namespace orlimbara::duckdb_support::test {
+namespace {
+
+class CastValue : public SupportTest {
+protected:
+    /// The text of the cast value, or the error after an exclamation mark.
+    static std::string Cast(const std::string& inText, const OwnedLogicalType& inType) {
+        const OwnedValue text = MakeText(inText);
+        OwnedValue value;
+        OwnedText error;
+        const duckdb_state state = duckdb_cast_value(text.Get(), inType.Get(), value.Put(), error.Put());
+        EXPECT_EQ(state == DuckDBSuccess, static_cast<bool>(value));
+        EXPECT_TRUE(!error || !value);
+        return value ? TextOf(value) : std::string("!") + (error ? error.Get() : "");
+    }
+};
+
+TEST_F(CastValue, TextsBecomeWhatTheTypeMakesOfThemInAnyTimeZone) {
+    for (const char* zone : {"UTC", "Asia/Kathmandu"}) {
+        setenv("TZ", zone, 1);
+        EXPECT_EQ(Cast("12:00:00+02", MakeType(DUCKDB_TYPE_TIME_TZ)), "12:00:00+02");
+        EXPECT_EQ(Cast("2024-06-01 00:00:00+02", MakeType(DUCKDB_TYPE_TIMESTAMP_TZ)),
+                  "2024-05-31 22:00:00+00");
+        EXPECT_EQ(Cast("2024-06-01 00:00:00", MakeType(DUCKDB_TYPE_TIMESTAMP_TZ)), "2024-06-01 00:00:00+00");
+    }
+    unsetenv("TZ");
+    EXPECT_EQ(Cast("text", MakeType(kVariantId)), "text");
+    EXPECT_EQ(Cast("123.45", OwnedLogicalType(duckdb_create_decimal_type(5, 2))), "123.45");
+    EXPECT_EQ(Cast("300", MakeType(DUCKDB_TYPE_TINYINT)), "!Could not convert string '300' to INT8");
+    // Types that no value has.
+    for (const duckdb_type type : {DUCKDB_TYPE_INVALID, DUCKDB_TYPE_ANY, DUCKDB_TYPE_STRING_LITERAL}) {
+        EXPECT_EQ(Cast("1", MakeType(type)).find("!Cannot cast a value to the type"), 0) << type;
+    }
+    EXPECT_EQ(Cast("1", MakeType(DUCKDB_TYPE_STRUCT))[0], '!');
+    EXPECT_EQ(Cast("1", OwnedLogicalType()), "!");
+
+    const OwnedLogicalType integer = MakeType(DUCKDB_TYPE_INTEGER);
+    const OwnedValue text = MakeText("1");
+    const OwnedValue null(duckdb_create_null_value());
+    OwnedValue value;
+    EXPECT_EQ(duckdb_cast_value(nullptr, integer.Get(), value.Put(), nullptr), DuckDBError);
+    EXPECT_EQ(duckdb_cast_value(text.Get(), integer.Get(), nullptr, nullptr), DuckDBError);
+    EXPECT_EQ(duckdb_cast_value(text.Get(), MakeType(DUCKDB_TYPE_ANY).Get(), value.Put(), nullptr),
+              DuckDBError);
+    EXPECT_EQ(duckdb_cast_value(null.Get(), integer.Get(), value.Put(), nullptr), DuckDBSuccess);
+    EXPECT_EQ(TextOf(value), "NULL");
+}
+
+TEST_F(CastValue, JsonIsCheckedAndKeptAsItIs) {
+    const OwnedLogicalType json = MakeJsonType();
+    for (const char* text : {"{\"a\": [1, {\"b\": null}]}", " 12 ", "\"\\u00e4\"", "null"}) {
+        EXPECT_EQ(Cast(text, json), text);
+    }
+    for (const char* text : {"{bad", "[1,2", "", "[1]x", "{'a':1}", "[\"\\ud800\"]"}) {
+        EXPECT_EQ(Cast(text, json).find("!Malformed JSON"), 0) << text;
+    }
+    EXPECT_EQ(Cast("[1, {}]", OwnedLogicalType(duckdb_create_list_type(json.Get()))), "[1, '{}']");
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([] {
+            const OwnedLogicalType type = MakeJsonType();
+            for (int turn = 0; turn < 25; ++turn) {
+                EXPECT_EQ(Cast("[" + std::to_string(turn) + "]", type), "[" + std::to_string(turn) + "]");
+                EXPECT_EQ(Cast("[", type)[0], '!');
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+TEST_F(CastValue, JsonBecomesAVariantUnlessItIsTooDeep) {
+    const std::string deep(1001, '[');
+    const std::string deepEnd(1001, ']');
+    const std::pair<std::string, std::int32_t> kCases[] = {
+        {"{\"a\":1}", 29},
+        {"7", 11},
+        {"null", 0},
+        {deep.substr(1) + deepEnd.substr(1), 30},
+        {deep + deepEnd, -2},
+        {"[[],{},[]]", 30},
+        // Brackets in texts nest nothing, behind a quote that is escaped neither; those behind the text do.
+        {"[\"\\\"" + deep + "\\\"\"]", 30},
+        {"[\"\\\"\", " + deep + deepEnd + "]", -2},
+    };
+    const OwnedLogicalType json = MakeJsonType();
+    const OwnedLogicalType variant = MakeType(kVariantId);
+    for (const auto& [text, number] : kCases) {
+        OwnedValue as_json;
+        OwnedValue as_variant;
+        OwnedText error;
+        ASSERT_EQ(duckdb_cast_value(MakeText(text).Get(), json.Get(), as_json.Put(), nullptr), DuckDBSuccess);
+        if (duckdb_cast_value(as_json.Get(), variant.Get(), as_variant.Put(), error.Put()) != DuckDBSuccess) {
+            EXPECT_EQ(number, -2);
+            EXPECT_STREQ(error.Get(), "JSON is nested deeper than 1000 levels");
+        } else {
+            EXPECT_EQ(duckdb_value_variant_type(as_variant.Get()), number) << text.substr(0, 20);
+        }
+    }
+    const OwnedLogicalType list(duckdb_create_list_type(variant.Get()));
+    const OwnedValue numbers = CellOf(FirstChunk("SELECT [1, 2]"));
+    OwnedValue value;
+    ASSERT_EQ(duckdb_cast_value(numbers.Get(), list.Get(), value.Put(), nullptr), DuckDBSuccess);
+    const OwnedValue first(duckdb_get_list_child(value.Get(), 0));
+    EXPECT_EQ(duckdb_value_variant_type(first.Get()), 5);
+    EXPECT_EQ(TextOf(duckdb_logical_type_to_string(list.Get())), "VARIANT[]");
+    EXPECT_EQ(TextOf(duckdb_logical_type_to_string(json.Get())), "JSON");
+    EXPECT_EQ(duckdb_logical_type_to_string(nullptr), nullptr);
+}
+
+class ExtractedStatements : public SupportTest {
+protected:
+    OwnedExtractedStatements Extract(const std::string& inSql) {
+        OwnedExtractedStatements statements;
+        mCount = duckdb_extract_statements(mDuck->Connection(), inSql.c_str(), statements.Put());
+        return statements;
+    }
+    static std::string SqlOf(const OwnedExtractedStatements& inStatements, idx_t inIndex) {
+        return TextOf(duckdb_extracted_statement_sql(inStatements.Get(), inIndex));
+    }
+    duckdb_state Prepare(const OwnedExtractedStatements& inStatements, idx_t inIndex,
+                         OwnedPreparedStatement& outPrepared) {
+        return prepare_extracted_copy(mDuck->Connection(), inStatements.Get(), inIndex, outPrepared.Put());
+    }
+
+    idx_t mCount = 0;
+};
+
+TEST_F(ExtractedStatements, EachGivesItsOwnTextOfTheScript) {
+    const OwnedExtractedStatements statements =
+        Extract("SELECT 1;\n-- two\nSELECT ';' AS ä ; ; CREATE TABLE t(a INTEGER)");
+    ASSERT_EQ(mCount, 3);
+    EXPECT_EQ(SqlOf(statements, 0), "SELECT 1");
+    EXPECT_EQ(SqlOf(statements, 1), "\n-- two\nSELECT ';' AS ä ");
+    EXPECT_EQ(SqlOf(statements, 2), " CREATE TABLE t(a INTEGER)");
+    EXPECT_EQ(SqlOf(statements, 3), "null");
+    EXPECT_EQ(SqlOf(OwnedExtractedStatements(), 0), "null");
+    // Statements that DuckDB makes of one have texts of their own.
+    mDuck->Run("CREATE TABLE t(a INTEGER, b INTEGER)");
+    const OwnedExtractedStatements made =
+        Extract("PIVOT t ON a USING sum(b); ALTER TABLE t ADD COLUMN q DOUBLE DEFAULT random()");
+    ASSERT_EQ(mCount, 7);
+    const char* const beginnings[] = {"CREATE ", "SELECT ", "BEGIN", "ALTER ", "UPDATE ", "ALTER ", "COMMIT"};
+    for (idx_t index = 0; index < mCount; ++index) {
+        EXPECT_EQ(SqlOf(made, index).find(beginnings[index]), 0) << index;
+    }
+}
+
+TEST_F(ExtractedStatements, AFailedPreparationCanBeTriedAgain) {
+    const OwnedExtractedStatements statements = Extract("SELECT a FROM late; SELECT 2");
+    for (int turn = 0; turn < 2; ++turn) {
+        OwnedPreparedStatement failed;
+        ASSERT_EQ(Prepare(statements, 0, failed), DuckDBError);
+        EXPECT_NE(std::string(duckdb_prepare_error(failed.Get())).find("late does not exist"),
+                  std::string::npos);
+    }
+    EXPECT_EQ(SqlOf(statements, 0), "SELECT a FROM late");
+    mDuck->Run("CREATE TABLE late AS SELECT 42 AS a");
+    OwnedPreparedStatement prepared;
+    ASSERT_EQ(Prepare(statements, 0, prepared), DuckDBSuccess);
+    OwnedResult result;
+    ASSERT_EQ(duckdb_execute_prepared(prepared.Get(), result.Put()), DuckDBSuccess);
+    EXPECT_EQ(TextOf(CellOf(OwnedDataChunk(duckdb_fetch_chunk(result.Struct())))), "42");
+
+    // A statement that was taken has no text and can't be prepared.
+    OwnedPreparedStatement taken;
+    OwnedPreparedStatement again;
+    EXPECT_EQ(duckdb_prepare_extracted_statement(mDuck->Connection(), statements.Get(), 0, taken.Put()),
+              DuckDBSuccess);
+    EXPECT_EQ(SqlOf(statements, 0), "null");
+    EXPECT_EQ(Prepare(statements, 0, again), DuckDBError);
+    EXPECT_EQ(Prepare(statements, 2, again), DuckDBError);
+    EXPECT_EQ(Prepare(OwnedExtractedStatements(), 1, again), DuckDBError);
+    EXPECT_EQ(prepare_extracted_copy(nullptr, statements.Get(), 1, again.Put()), DuckDBError);
+    EXPECT_EQ(prepare_extracted_copy(mDuck->Connection(), statements.Get(), 1, nullptr), DuckDBError);
+    EXPECT_FALSE(again);
+}
+
+TEST_F(ExtractedStatements, CopiesPrepareAsTheStatementsThemselves) {
+    const auto describe = [](duckdb_state inState, const OwnedPreparedStatement& inPrepared) {
+        if (inState != DuckDBSuccess) {
+            return std::string("error: ") + duckdb_prepare_error(inPrepared.Get());
+        }
+        std::string text = "type " + std::to_string(duckdb_prepared_statement_type(inPrepared.Get()));
+        for (idx_t index = 1; index <= duckdb_nparams(inPrepared.Get()); ++index) {
+            text += " " + TextOf(const_cast<char*>(duckdb_parameter_name(inPrepared.Get(), index)));
+        }
+        return text;
+    };
+    mDuck->Run("CREATE TABLE t(a INTEGER, b INTEGER)");
+    for (const auto& script :
+         Table(R"(SELECT $x, $y, $x; INSERT INTO t VALUES (?, $2) RETURNING a; FROM t WHERE a = ?
+        UPDATE t SET a = ? WHERE b = ?; DELETE FROM t WHERE a = ?; CREATE TABLE z AS SELECT ? AS q; VACUUM; USE memory
+        CREATE VIEW v AS SELECT 1; CREATE TYPE mood AS ENUM ('a'); CREATE MACRO m(a) AS a + 1; CREATE INDEX i ON t(a)
+        EXPLAIN SELECT ?; CALL range(?); COPY (SELECT ?) TO 'unused.csv'; PREPARE x AS SELECT $1; EXECUTE nothing
+        MERGE INTO t USING (SELECT ? AS a) s ON t.a = s.a WHEN MATCHED THEN UPDATE SET b = ?; SET threads = ?; BEGIN
+        DEALLOCATE x; SET VARIABLE a = ?; RESET threads; PRAGMA table_info('t'); VALUES (?); SUMMARIZE t; CHECKPOINT
+        PIVOT t ON a USING sum(b); WITH c AS (SELECT ? AS a) SELECT * FROM c UNION ALL SELECT ?; DROP TABLE t; LOAD json
+        ALTER TABLE t ADD COLUMN q INTEGER DEFAULT 3; COMMENT ON TABLE t IS 'x'; ATTACH ':memory:' AS y; DETACH y)")) {
+        const OwnedExtractedStatements statements = Extract(script[0]);
+        ASSERT_GT(mCount, 0) << script[0];
+        for (idx_t index = 0; index < mCount; ++index) {
+            OwnedPreparedStatement copy;
+            OwnedPreparedStatement original;
+            const duckdb_state copied = Prepare(statements, index, copy);
+            const duckdb_state taken = duckdb_prepare_extracted_statement(
+                mDuck->Connection(), statements.Get(), index, original.Put());
+            EXPECT_EQ(describe(copied, copy), describe(taken, original)) << script[0];
+        }
+    }
+}
+
+} // namespace
+} // namespace orlimbara::duckdb_support::test
