@@ -12,12 +12,12 @@ namespace orkit::orsql {
 
 namespace {
 
-/// Cuts off all objects of a registry, from the last to the first. The array is read anew each time: the call
-/// can destroy further objects, which take themselves out.
+/// Cuts off all objects of a registry, from the last to the first. The last one is asked for anew each time:
+/// the call can destroy further objects, which take themselves out.
 template <class T>
-void InvalidateAll(const smart_ptr<ArrayOfPtrs<T>>& inRegistry) {
-    while (inRegistry && !inRegistry->isEmpty()) {
-        if (T* const object = inRegistry->TakeAt(inRegistry->get_Count() - 1)) {
+void InvalidateAll(Registry<T>& ioRegistry) {
+    while (!ioRegistry.isEmpty()) {
+        if (T* const object = ioRegistry.TakeLast()) {
             object->Invalidate();
         }
     }

@@ -113,40 +113,40 @@ smart_ptr<I_DuckDBStatement> DuckDBDatabase::CreateStatement(const String& inSql
         ThrowError("DuckDBDatabase is not open");
     }
     smart_ptr<I_DuckDBStatement> statement(new DuckDBStatement(this, inSql));
-    Register(mStatements, statement.get());
+    mStatements.Enter(statement.get());
     return statement;
 }
 
 void DuckDBDatabase::ForgetStatement(const I_DuckDBStatement* inStatement) noexcept {
-    Unregister(mStatements, inStatement);
+    mStatements.Leave(inStatement);
 }
 
 void DuckDBDatabase::RemoveStatement(I_DuckDBStatement* inStatement) {
     const EngineLockGuard guard;
     RequireOpen();
-    if (!Unregister(mStatements, inStatement)) {
+    if (!mStatements.Leave(inStatement)) {
         ThrowError("DuckDBStatement does not belong to this database");
     }
 }
 
 void DuckDBDatabase::AddCursor(I_DuckDBCursor* inCursor) {
     const EngineLockGuard guard;
-    Register(mCursors, inCursor);
+    mCursors.Enter(inCursor);
 }
 
 void DuckDBDatabase::RemoveCursor(I_DuckDBCursor* inCursor) {
     const EngineLockGuard guard;
-    Unregister(mCursors, inCursor);
+    mCursors.Leave(inCursor);
 }
 
 void DuckDBDatabase::AddQueryResult(I_DuckDBQueryResult* inQueryResult) {
     const EngineLockGuard guard;
-    Register(mQueryResults, inQueryResult);
+    mQueryResults.Enter(inQueryResult);
 }
 
 void DuckDBDatabase::RemoveQueryResult(I_DuckDBQueryResult* inQueryResult) {
     const EngineLockGuard guard;
-    Unregister(mQueryResults, inQueryResult);
+    mQueryResults.Leave(inQueryResult);
 }
 
 void DuckDBDatabase::SyncEngineLock() { const EngineLockGuard guard; }

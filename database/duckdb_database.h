@@ -11,6 +11,7 @@
 #include <optional>
 #include <string>
 
+#include "database/registry.h"
 #include "database/run_control.h"
 #include "database/shared_handles.h"
 #include "host/duckdb_objects.h"
@@ -159,26 +160,9 @@ private:
     std::shared_ptr<ConnectionCell> mConnection;
     const std::shared_ptr<RunControl> mRuns;
     // Live objects that point here; no references.
-    smart_ptr<ArrayOfPtrs<I_DuckDBCursor>> mCursors;
-    smart_ptr<ArrayOfPtrs<I_DuckDBStatement>> mStatements;
-    smart_ptr<ArrayOfPtrs<I_DuckDBQueryResult>> mQueryResults;
+    Registry<I_DuckDBCursor> mCursors;
+    Registry<I_DuckDBStatement> mStatements;
+    Registry<I_DuckDBQueryResult> mQueryResults;
 };
-
-/// Enters an object into a registry, which is made on first use with room for 10. The guard must be held.
-template <class T>
-void Register(smart_ptr<ArrayOfPtrs<T>>& ioRegistry, T* inObject) {
-    constexpr std::size_t kFirstRoom = 10;
-    if (!ioRegistry) {
-        ioRegistry = smart_ptr<ArrayOfPtrs<T>>(new ArrayOfPtrs<T>(kFirstRoom));
-    }
-    ioRegistry->Append(inObject);
-}
-
-/// Takes an object out of a registry, which may be null. @return false if it wasn't there. The guard must be
-/// held.
-template <class T>
-bool Unregister(const smart_ptr<ArrayOfPtrs<T>>& inRegistry, const T* inObject) noexcept {
-    return inRegistry && inRegistry->Remove(inObject);
-}
 
 } // namespace orkit::orsql

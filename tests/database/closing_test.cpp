@@ -1,3 +1,7 @@
+#include <algorithm>
+#include <random>
+
+#include "database/registry.h"
 #include "host_standin/faults.h"
 #include "tests_support/object_fixture.h"
 
@@ -34,6 +38,44 @@ TEST_F(Closing, CutsOffEverythingThatHangsOnTheConnection) {
     EXPECT_FALSE(result->get_NextResult());
     EXPECT_EQ(result->get_ResultFlags(), I_DuckDBQueryResult::kResultHasCursor);
     ExpectDuckDBError([&] { Execute(database, "SELECT 1"); }, ":memory:", "DuckDBDatabase is not open");
+}
+
+TEST(RegistryOrder, RepeatedAndForeignPointersLeaveInTheirOrder) {
+    int objects[4] = {};
+    Registry<int> registry;
+    std::vector<int*> expected;
+    std::mt19937 random(1);
+    for (int step = 0; step < 20'000; ++step) {
+        int* const object = random() % 5 == 0 ? nullptr : &objects[random() % 4];
+        switch (random() % 7) {
+        case 0:
+            ASSERT_EQ(registry.isEmpty(), expected.empty());
+            if (!expected.empty()) {
+                ASSERT_EQ(registry.TakeLast(), expected.back());
+                expected.pop_back();
+            }
+            break;
+        case 1:
+        case 2:
+        case 3: {
+            const auto first = std::find(expected.begin(), expected.end(), object);
+            ASSERT_EQ(registry.Leave(object), first != expected.end());
+            if (first != expected.end()) {
+                expected.erase(first);
+            }
+            break;
+        }
+        default:
+            registry.Enter(object);
+            expected.push_back(object);
+        }
+        if (expected.size() > 30) {
+            while (!expected.empty()) {
+                ASSERT_EQ(registry.TakeLast(), expected.back());
+                expected.pop_back();
+            }
+        }
+    }
 }
 
 TEST_F(Closing, RegistriesLoseNothingWhateverGoesMeanwhile) {
