@@ -3,7 +3,7 @@
 
 PRESETS ?= release asan tsan
 
-.PHONY: help setup build run test check format measure bench bench-peers install uninstall clean distclean
+.PHONY: help setup build run test check format measure bench bench-peers install uninstall package docs check-windows clean distclean
 
 help:
 	@echo 'make run    set up, build, and show the demonstration on three million flights'
@@ -14,6 +14,9 @@ help:
 	@echo 'make bench-peers  read the same tables through DuckDB'"'"'s Python, JDBC, Node and Go packages'
 	@echo 'make build  set up and build build/release/bin'
 	@echo 'make install, make uninstall  into and out of PREFIX (/usr/local), below DESTDIR'
+	@echo 'make package           a .deb and a .tar.gz in build/release/packages'
+	@echo 'make docs              the reference of host/ and its guide, in build/docs/html'
+	@echo 'make check-windows     compile the sources of the module and host/ for Windows'
 	@echo 'make clean  remove build/; make distclean also removes what was fetched (.deps/)'
 	@echo
 	@echo 'DUCKDB_ROOT=folder  take include/ and lib/ of DuckDB from there instead of fetching it'
@@ -56,6 +59,19 @@ install: setup
 
 uninstall:
 	@PREFIX='$(PREFIX)' DESTDIR='$(DESTDIR)' scripts/uninstall.sh
+
+package: setup
+	@scripts/get_packages.sh package
+	@scripts/build.sh release orsql orlimbara_duckdb package_files
+	@cpack --config build/release/CPackConfig.cmake
+
+docs:
+	@scripts/get_packages.sh docs
+	@scripts/docs.sh
+
+check-windows: setup
+	@scripts/get_packages.sh windows
+	@scripts/build.sh windows
 
 clean:
 	rm -rf build

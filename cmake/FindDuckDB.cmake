@@ -26,7 +26,11 @@ else()
 endif()
 
 set(library "${root}/lib/${CMAKE_SHARED_LIBRARY_PREFIX}duckdb${CMAKE_SHARED_LIBRARY_SUFFIX}")
-foreach(file "${root}/include/duckdb.h" "${root}/include/duckdb.hpp" "${library}")
+set(needed "${root}/include/duckdb.h" "${root}/include/duckdb.hpp")
+if(NOT CMAKE_CROSSCOMPILING) # else nothing is linked
+    list(APPEND needed "${library}")
+endif()
+foreach(file IN LISTS needed)
     if(NOT EXISTS "${file}")
         message(FATAL_ERROR "DuckDB ${DuckDB_PINNED} is missing (no ${file}): run scripts/get_duckdb.sh, "
             "or set DUCKDB_ROOT to a folder with its include/ and lib/.")
@@ -34,7 +38,9 @@ foreach(file "${root}/include/duckdb.h" "${root}/include/duckdb.hpp" "${library}
 endforeach()
 
 # The C++ headers and the library must be of one version: ask the library once per library.
-file(TIMESTAMP "${library}" stamp)
+if(EXISTS "${library}")
+    file(TIMESTAMP "${library}" stamp)
+endif()
 if(NOT CMAKE_CROSSCOMPILING AND NOT DuckDB_CHECKED STREQUAL "${library} ${stamp} ${DuckDB_PINNED}")
     file(WRITE "${CMAKE_BINARY_DIR}/duckdb_version.c"
         "#include <duckdb.h>\n#include <stdio.h>\nint main(void) { return puts(duckdb_library_version()) < 0; }\n")
@@ -62,6 +68,7 @@ if(NOT TARGET DuckDB::duckdb)
     add_library(DuckDB::duckdb SHARED IMPORTED)
     set_target_properties(DuckDB::duckdb PROPERTIES
         IMPORTED_LOCATION "${library}"
+        IMPORTED_IMPLIB "${library}" # asked for on Windows alone
         IMPORTED_SONAME "${CMAKE_SHARED_LIBRARY_PREFIX}duckdb${CMAKE_SHARED_LIBRARY_SUFFIX}"
         INTERFACE_SYSTEM_INCLUDE_DIRECTORIES "${c_root}"
         INTERFACE_INCLUDE_DIRECTORIES "${c_root}")

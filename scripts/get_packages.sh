@@ -1,6 +1,6 @@
 #!/bin/bash
-# get_packages.sh [check]: installs the Debian packages that the project needs and that aren't installed; with
-# "check" also the tools of "make check". Does nothing where all are there.
+# get_packages.sh [GROUP...]: installs the Debian packages that the project needs and that aren't installed; with
+# "check", "docs", "package" or "windows" also the tools of that target of make. Does nothing where all are there.
 source "$(dirname "$0")/common.sh"
 
 packages=(
@@ -13,6 +13,9 @@ packages=(
 for group in "$@"; do
     case $group in
     check) packages+=(clang-format-14 clang-tidy-14 clang-14 shellcheck) ;;
+    docs) packages+=(doxygen) ;;
+    package) packages+=(dpkg-dev file) ;;
+    windows) packages+=(g++-mingw-w64-x86-64-posix) ;;
     *) die "no group of packages is named $group" ;;
     esac
 done
