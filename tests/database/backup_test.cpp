@@ -141,40 +141,32 @@ TEST_F(Restores, BringEverythingBackIntoAClosedDatabase) {
     ExpectUntouched(restored);
 }
 
-TEST_F(Restores, NeedATargetThenABackup) {
-    const struct {
-        smart_ptr<I_Location> mTarget;
-        smart_ptr<I_Location> mBackup;
-        std::uint32_t mCode;
-    } kCases[] = {{nullptr, At("backups"), 333057},
-                  {nullptr, nullptr, 333057},
-                  {At("new.duckdb"), nullptr, 417792},
-                  {At("new.duckdb"), At("missing"), 417792}};
-    for (const auto& test : kCases) {
-        const Raised raised = Catch([&] { Extension()->RestoreDatabase(test.mTarget, test.mBackup); });
-        EXPECT_EQ(raised.mClass, "xDBError");
-        EXPECT_EQ(raised.mCode, test.mCode);
+TEST_F(Restores, RefuseWhatTheyCannotRestore) {
+    using Location = smart_ptr<I_Location>;
+    const Location target = At("new.duckdb");
+    for (const auto& [location, backup, code] :
+         {std::tuple<Location, Location, std::uint32_t>{nullptr, At("backups"), 333057},
+          {nullptr, nullptr, 333057},
+          {target, nullptr, 417792},
+          {target, At("missing"), 417792}}) {
+        const Raised raised = Catch([&, l = location, b = backup] { Extension()->RestoreDatabase(l, b); });
+        EXPECT_EQ(raised.mClass + std::to_string(raised.mCode), "xDBError" + std::to_string(code));
         EXPECT_FALSE(raised.mContext || raised.mMessage || raised.mHasMoreTexts);
     }
     EXPECT_FALSE(fs::exists(Folder() / "new.duckdb"));
-}
-
-TEST_F(Restores, RefuseADatabaseThatAnotherObjectHolds) {
-    const smart_ptr<I_DuckDBDatabase> holder = MakeSales();
-    const smart_ptr<I_Location> backup = Backup(holder);
-    ExpectDuckDBError([&] { Restore("sales.duckdb", backup); }, "sales",
-                      "Can not be dropped. 1 connections are alive.");
-    ExpectUntouched(holder);
-}
-
-TEST_F(Restores, TakeAnyFolderAndLeaveTheNewFileWhenItIsNoBackup) {
-    for (int round = 0; round < 2; ++round) { // nothing holds the file, so a second try gets as far
+    // Any folder is taken; when it is no backup, the new file stays, and a second try gets as far.
+    for (int round = 0; round < 2; ++round) {
         ExpectDuckDBErrorWith([&] { Restore("new.duckdb", At("backups")); }, "new", "schema.sql");
         EXPECT_TRUE(fs::exists(Folder() / "new.duckdb"));
         EXPECT_EQ(MakeDatabase("new.duckdb")->get_ConnectionCount(), 0u);
         EXPECT_EQ(orlimbara::duckdb_support::LiveHandleCount(), 0);
         EXPECT_EQ(standin::get_EngineLockCount(), standin::get_EngineUnlockCount());
     }
+    const smart_ptr<I_DuckDBDatabase> holder = MakeSales();
+    const Location backup = Backup(holder);
+    ExpectDuckDBError([&] { Restore("sales.duckdb", backup); }, "sales",
+                      "Can not be dropped. 1 connections are alive.");
+    ExpectUntouched(holder);
 }
 
 } // namespace

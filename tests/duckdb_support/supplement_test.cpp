@@ -195,14 +195,9 @@ TEST_F(ExtractedStatements, CopiesPrepareAsTheStatementsThemselves) {
     };
     mDuck->Run("CREATE TABLE t(a INTEGER, b INTEGER)");
     for (const auto& script :
-         Table(R"(SELECT $x, $y, $x; INSERT INTO t VALUES (?, $2) RETURNING a; FROM t WHERE a = ?
-        UPDATE t SET a = ? WHERE b = ?; DELETE FROM t WHERE a = ?; CREATE TABLE z AS SELECT ? AS q; VACUUM; USE memory
-        CREATE VIEW v AS SELECT 1; CREATE TYPE mood AS ENUM ('a'); CREATE MACRO m(a) AS a + 1; CREATE INDEX i ON t(a)
-        EXPLAIN SELECT ?; CALL range(?); COPY (SELECT ?) TO 'unused.csv'; PREPARE x AS SELECT $1; EXECUTE nothing
-        MERGE INTO t USING (SELECT ? AS a) s ON t.a = s.a WHEN MATCHED THEN UPDATE SET b = ?; SET threads = ?; BEGIN
-        DEALLOCATE x; SET VARIABLE a = ?; RESET threads; PRAGMA table_info('t'); VALUES (?); SUMMARIZE t; CHECKPOINT
-        PIVOT t ON a USING sum(b); WITH c AS (SELECT ? AS a) SELECT * FROM c UNION ALL SELECT ?; DROP TABLE t; LOAD json
-        ALTER TABLE t ADD COLUMN q INTEGER DEFAULT 3; COMMENT ON TABLE t IS 'x'; ATTACH ':memory:' AS y; DETACH y)")) {
+         Table(R"(SELECT $x, $y, $x; INSERT INTO t VALUES (?, $2) RETURNING a; UPDATE t SET a = ? WHERE b = ?
+        EXPLAIN SELECT ?; COPY (SELECT ?) TO 'unused.csv'; PREPARE x AS SELECT $1; EXECUTE nothing; CREATE MACRO m(a) AS a
+        SET VARIABLE a = ?; PRAGMA table_info('t'); PIVOT t ON a USING sum(b); DROP TABLE t; BEGIN; SUMMARIZE t)")) {
         const OwnedExtractedStatements statements = Extract(script[0]);
         ASSERT_GT(mCount, 0) << script[0];
         for (idx_t index = 0; index < mCount; ++index) {
