@@ -64,7 +64,7 @@ void DuckDBDatabase::Drop() {
     if (count != 0) {
         String message = "Can not be dropped. ";
         message << count << " connections are alive.";
-        ThrowDuckDBError(get_Name(), message);
+        ThrowDuckDBError(*mContext, message);
     }
     const smart_ptr<I_DuckDBExtension> extension = GetDuckDBExtension();
     if (!extension || extension->get_IsMemoryPath(mPath)) {

@@ -13,7 +13,8 @@ namespace orkit::orsql {
 std::map<String, SharedDatabaseEntry> gSharedDatabases;
 
 DuckDBDatabase::DuckDBDatabase(smart_ptr<I_Location> inLocation, std::shared_ptr<RunControl> inRuns)
-    : mPath(inLocation->get_Path()), mLocation(std::move(inLocation)), mRuns(std::move(inRuns)) {}
+    : mPath(inLocation->get_Path()), mLocation(std::move(inLocation)),
+      mContext(std::make_shared<const String>(mLocation->get_Name())), mRuns(std::move(inRuns)) {}
 
 DuckDBDatabase::~DuckDBDatabase() {
     try {
@@ -162,7 +163,7 @@ void DuckDBDatabase::RequireNotStopped() const {
     }
 }
 
-void DuckDBDatabase::ThrowError(const char* inMessage) const { ThrowDuckDBError(get_Name(), inMessage); }
+void DuckDBDatabase::ThrowError(const char* inMessage) const { ThrowDuckDBError(*mContext, inMessage); }
 
 void DuckDBDatabase::RequireOpen() const {
     if (!mHandle || !mConnection) {

@@ -82,6 +82,8 @@ public:
     void Interrupt() override;
     DuckDBProgress get_Progress() const override;
 
+    /// The name, as failures tell it. Good on any thread, also when the object is gone; needs no guard.
+    const std::shared_ptr<const String>& get_Context() const noexcept { return mContext; }
     /// This object's runs. Good on any thread, also when the object is gone.
     const std::shared_ptr<RunControl>& get_Runs() const noexcept { return mRuns; }
     /// Throws what a stopped call throws, with an open transaction aborted, if the calling thread is inside
@@ -146,6 +148,7 @@ private:
     RefCount mRefCount;
     const String mPath; // as it was at construction
     const smart_ptr<I_Location> mLocation;
+    const std::shared_ptr<const String> mContext; // the name, as it was at construction
     String mMotherDuckToken;
     String mCustomUserAgent;
     std::uint32_t mBlockSize = 0;

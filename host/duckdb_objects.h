@@ -55,8 +55,8 @@ struct DuckDBExecutionResult {
 /// chunk and moves forward only, and refuses the operations marked "client only".
 ///
 /// A cursor whose database was closed, or that was disposed of, is cut off: its column operations still
-/// answer, every record operation throws "DuckDBCursor is invalid" with the context "unknown". A record
-/// operation that throws takes the guard for reading the database's name.
+/// answer, every record operation throws "DuckDBCursor is invalid" with the context "unknown". A refusal
+/// takes no guard, so it waits for no query.
 ///
 /// Moves and reads of one cursor must not run at the same time on several threads.
 class I_DuckDBCursor : public I_Unknown {

@@ -28,7 +28,8 @@ void RaiseInvalidCursor() {
 }
 
 DuckDBCursor_imp::DuckDBCursor_imp(DuckDBDatabase* inDatabase, support::OwnedResult inResult)
-    : mDatabase(RequireDatabase(inDatabase)), mResult(std::move(inResult)), mColumns(mResult.Get()) {
+    : mDatabase(RequireDatabase(inDatabase)), mContext(inDatabase->get_Context()),
+      mResult(std::move(inResult)), mColumns(mResult.Get()) {
     // Last, so that an exception before this leaves no pointer behind.
     inDatabase->AddCursor(this);
 }
@@ -85,12 +86,8 @@ void DuckDBCursor_imp::Invalidate() { Detach(); }
 void DuckDBCursor_imp::Dispose() { Detach(); }
 
 void DuckDBCursor_imp::RaiseError(const char* inMessage) const {
-    const EngineLockGuard guard;
-    const DuckDBDatabase* const database = mDatabase.load();
-    if (!database) {
-        RaiseInvalidCursor();
-    }
-    ThrowDuckDBError(database->get_Name(), inMessage);
+    RequireValid();
+    ThrowDuckDBError(*mContext, inMessage);
 }
 
 support::OwnedDataChunk DuckDBCursor_imp::FetchChunk() {

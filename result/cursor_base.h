@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 
 #include "duckdb_support/handles.h"
 #include "host/duckdb_objects.h"
@@ -56,7 +57,7 @@ protected:
             RaiseError("inColumnIndex is out of bounds");
         }
     }
-    /// Throws with the database's name as context, which it reads under the guard.
+    /// Throws with the database's name as context. Takes no guard.
     [[noreturn]] void RaiseError(const char* inMessage) const;
     /// The next chunk of the result; empty at its end. Throws with DuckDB's text if the chunk can't be
     /// fetched. The guard must be held and the cursor must be valid.
@@ -70,6 +71,7 @@ private:
 
     RefCount mRefCount;
     std::atomic<DuckDBDatabase*> mDatabase; // null once detached; written under the guard, read without it
+    const std::shared_ptr<const String> mContext; // the database's name, for failures
     orlimbara::duckdb_support::OwnedResult mResult;
     ColumnList mColumns;
 };

@@ -10,7 +10,8 @@
 namespace orkit::orsql {
 
 DuckDBStatement::DuckDBStatement(DuckDBDatabase* inDatabase, const String& inSql)
-    : mRuns(inDatabase->get_Runs()), mDatabase(inDatabase), mOriginalSql(inSql), mCurrentSql(inSql) {}
+    : mContext(inDatabase->get_Context()), mRuns(inDatabase->get_Runs()), mDatabase(inDatabase),
+      mOriginalSql(inSql), mCurrentSql(inSql) {}
 
 DuckDBStatement::~DuckDBStatement() { Detach(); }
 
@@ -62,8 +63,7 @@ DuckDBDatabase& DuckDBStatement::RequireDatabase() const {
 }
 
 void DuckDBStatement::ThrowError(const char* inMessage) const {
-    const DuckDBDatabase* const database = mDatabase.load();
-    ThrowDuckDBError(database ? database->get_Name() : String(kUnknownContext), inMessage);
+    ThrowDuckDBError(mDatabase.load() ? *mContext : String(kUnknownContext), inMessage);
 }
 
 void DuckDBStatement::ReleaseHandles() noexcept {

@@ -140,8 +140,9 @@ private:
     void Bind(const Row& inRow, std::uint32_t inIndex, const Args&... inArgs);
 
     RefCount mRefCount;
-    const std::shared_ptr<RunControl> mRuns; // the database's, reached without the guard
-    std::atomic<DuckDBDatabase*> mDatabase;  // null once cut off; written under the guard, read without it
+    const std::shared_ptr<const String> mContext; // the database's name, for failures; read without the guard
+    const std::shared_ptr<RunControl> mRuns;      // the database's, reached without the guard
+    std::atomic<DuckDBDatabase*> mDatabase; // null once cut off; written under the guard, read without it
     const String mOriginalSql;
     String mCurrentSql;
     smart_ptr<RowArray> mRows;
