@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 #include <clocale>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cwchar>
@@ -13,9 +14,11 @@
 
 #include <histedit.h>
 #include <langinfo.h>
+#include <poll.h>
 #include <unistd.h>
 #include <utf8proc.h>
 
+#include "shell/history.h"
 #include "shell/interrupts.h"
 #include "shell/terminal.h"
 #include "shell/text.h"
@@ -26,6 +29,7 @@ namespace {
 
 constexpr int kHistorySize = 1000;
 constexpr std::size_t kMostListed = 200;
+constexpr int kResizeInterval = 1000; // milliseconds, for a resize just before the wait
 
 /// The library counts characters by the locale; every text here is UTF-8.
 void UseUtf8() {
@@ -70,10 +74,43 @@ bool IsLineEmpty(EditLine* inEditor) {
     return line->lastchar == line->buffer;
 }
 
-/// Reads one character from the terminal. Ctrl-C is reported to the library as a failure, which ends the
-/// line. Ctrl-D on an empty line ends the input here, because while the terminal switches to a new line the
-/// library's own binding can miss it.
-int ReadCharacter(EditLine* inEditor, wchar_t* outCharacter) {
+bool HasInput() {
+    pollfd file = {STDIN_FILENO, POLLIN, 0};
+    return poll(&file, 1, 0) > 0;
+}
+
+/// Resizes of the terminal that the line on the screen doesn't show yet.
+volatile std::sig_atomic_t gResizes = 0;
+
+extern "C" void OnResize(int) { gResizes = 1; }
+
+void HandleResizes() {
+    struct sigaction action = {};
+    action.sa_handler = OnResize; // without SA_RESTART: the wait for a key ends
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGWINCH, &action, nullptr);
+}
+
+/// Has the terminal mark pasted text, for its lifetime.
+class BracketedPaste {
+public:
+    BracketedPaste() { Send("\x1b[?2004h"); }
+    BracketedPaste(const BracketedPaste&) = delete;
+    BracketedPaste& operator=(const BracketedPaste&) = delete;
+    ~BracketedPaste() { Send("\x1b[?2004l"); }
+
+private:
+    static void Send(const char* inSequence) {
+        if (!IsDumbTerminal()) {
+            std::fputs(inSequence, stdout);
+            std::fflush(stdout);
+        }
+    }
+};
+
+/// Reads one character. @return 1, 0 at the end, -1 for Ctrl-C.
+/// @param inEditor the editor whose empty line Ctrl-D ends; may be null.
+int ReadBytes(wchar_t* outCharacter, EditLine* inEditor = nullptr) {
     std::array<utf8proc_uint8_t, 4> bytes{};
     std::size_t count = 0;
     while (count < bytes.size()) {
@@ -88,7 +125,7 @@ int ReadCharacter(EditLine* inEditor, wchar_t* outCharacter) {
             return static_cast<int>(got);
         }
         ++count;
-        if (bytes[0] == kCtrlD && IsLineEmpty(inEditor)) {
+        if (inEditor && bytes[0] == kCtrlD && IsLineEmpty(inEditor)) {
             return 0;
         }
         utf8proc_int32_t character = 0;
@@ -99,6 +136,22 @@ int ReadCharacter(EditLine* inEditor, wchar_t* outCharacter) {
     }
     *outCharacter = L'\uFFFD';
     return 1;
+}
+
+/// Reads one character from the terminal. Ctrl-C is reported to the library as a failure, which ends the
+/// line. Ctrl-D on an empty line ends the input here, because while the terminal switches to a new line the
+/// library's own binding can miss it.
+int ReadCharacter(EditLine* inEditor, wchar_t* outCharacter) {
+    while (!HasInput() && !IsInterrupted()) {
+        if (gResizes != 0) {
+            gResizes = 0;
+            el_resize(inEditor);
+            el_set(inEditor, EL_REFRESH);
+        }
+        pollfd file = {STDIN_FILENO, POLLIN, 0};
+        poll(&file, 1, kResizeInterval);
+    }
+    return ReadBytes(outCharacter, inEditor);
 }
 
 } // namespace
@@ -119,6 +172,9 @@ struct LineEditor::Imp {
     static char* Prompt(EditLine* inEditor) { return Of(inEditor).prompt.data(); }
 
     static unsigned char Complete(EditLine* inEditor, int) {
+        if (HasInput()) {
+            return el_insertstr(inEditor, "\t") == 0 ? CC_REFRESH : CC_REFRESH_BEEP; // it was pasted
+        }
         const LineInfo* const line = el_line(inEditor);
         const std::string_view before(line->buffer, static_cast<std::size_t>(line->cursor - line->buffer));
         const Completions found = Of(inEditor).completer(before);
@@ -138,6 +194,51 @@ struct LineEditor::Imp {
         return CC_REDISPLAY;
     }
 
+    /// Takes pasted text as it is, up to the mark of its end.
+    static unsigned char Paste(EditLine* inEditor, int) {
+        constexpr std::wstring_view kEnd = L"\x1b[201~";
+        std::wstring text;
+        wchar_t character = 0;
+        while (!text.ends_with(kEnd)) {
+            if (ReadBytes(&character) <= 0) {
+                return CC_EOF;
+            }
+            text += character == L'\r' ? L'\n' : character;
+        }
+        text.resize(text.size() - kEnd.size());
+        std::erase(text, L'\0');
+        if (text.ends_with(L'\n')) {
+            // The line is complete, as if Enter had been pressed behind it.
+            text.pop_back();
+            return el_winsertstr(inEditor, text.c_str()) == 0 || text.empty() ? FinishLine(inEditor)
+                                                                              : CC_ERROR;
+        }
+        return text.empty() || el_winsertstr(inEditor, text.c_str()) == 0 ? CC_REFRESH : CC_REFRESH_BEEP;
+    }
+
+    static unsigned char FinishLine(EditLine* inEditor) {
+        const LineInfo* const line = el_line(inEditor);
+        el_cursor(inEditor,
+                  CharactersIn({line->cursor, static_cast<std::size_t>(line->lastchar - line->cursor)}));
+        el_push(inEditor, "\n");
+        return CC_REFRESH;
+    }
+
+    /// Keys of our own, in all key tables of the library.
+    static void Bind(EditLine* inEditor) {
+        constexpr std::array<std::array<const char*, 2>, 6> kKeys = {{
+            {"^I", "orsql-complete"},
+            {"^R", "em-inc-search-prev"},
+            {"\\e[200~", "orsql-paste"},
+            {"\\e[1;5C", "em-next-word"},
+            {"\\e[1;5D", "ed-prev-word"},
+            {"\\e[3~", "ed-delete-next-char"},
+        }};
+        for (const auto& [key, function] : kKeys) {
+            el_set(inEditor, EL_BIND, key, function, nullptr);
+        }
+    }
+
     static int CharactersIn(std::string_view inText) {
         return static_cast<int>(std::count_if(inText.begin(), inText.end(), [](char c) {
             return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
@@ -147,6 +248,7 @@ struct LineEditor::Imp {
 
 LineEditor::LineEditor(std::string inHistory, Completer inCompleter) : mImp(std::make_unique<Imp>()) {
     UseUtf8();
+    HandleResizes();
     mImp->historyPath = std::move(inHistory);
     mImp->completer = std::move(inCompleter);
     mImp->editor = el_init("orsql", stdin, stdout, stderr);
@@ -155,33 +257,35 @@ LineEditor::LineEditor(std::string inHistory, Completer inCompleter) : mImp(std:
     history(mImp->history, &event, H_SETSIZE, kHistorySize);
     history(mImp->history, &event, H_SETUNIQUE, 1);
     if (!mImp->historyPath.empty()) {
-        history(mImp->history, &event, H_LOAD, mImp->historyPath.c_str());
+        for (const std::string& entry : LoadHistory(mImp->historyPath, kHistorySize)) {
+            history(mImp->history, &event, H_ENTER, entry.c_str());
+        }
     }
     EditLine* const editor = mImp->editor;
     el_set(editor, EL_CLIENTDATA, mImp.get());
     el_set(editor, EL_PROMPT, &Imp::Prompt);
     el_set(editor, EL_EDITOR, "emacs");
+    el_set(editor, EL_SIGNAL, 0);
     el_set(editor, EL_HIST, history, mImp->history);
     el_wset(editor, EL_GETCFN, &ReadCharacter);
     // The wide form keeps these pointers; the narrow one makes copies that are never freed.
     el_wset(editor, EL_ADDFN, L"orsql-complete", L"Complete", &Imp::Complete);
-    el_set(editor, EL_BIND, "^I", "orsql-complete", nullptr);
-    el_set(editor, EL_BIND, "^R", "em-inc-search-prev", nullptr);
+    el_wset(editor, EL_ADDFN, L"orsql-paste", L"Insert pasted text", &Imp::Paste);
+    Imp::Bind(editor);
     el_source(editor, nullptr); // what the user has in .editrc
+    Imp::Bind(editor);          // which may have chosen other key tables
 }
 
 LineEditor::~LineEditor() {
-    HistEvent event;
-    if (!mImp->historyPath.empty()) {
-        history(mImp->history, &event, H_SAVE, mImp->historyPath.c_str());
-    }
     el_end(mImp->editor);
     history_end(mImp->history);
 }
 
 LineEditor::Answer LineEditor::Read(const std::string& inPrompt, std::string& outLine) {
     const ActivityScope prompting(Activity::Prompting);
+    const BracketedPaste paste;
     mImp->prompt = inPrompt;
+    gResizes = 0;
     el_resize(mImp->editor);
     int length = 0;
     const char* const line = el_gets(mImp->editor, &length);
@@ -195,23 +299,15 @@ LineEditor::Answer LineEditor::Read(const std::string& inPrompt, std::string& ou
         return Answer::End;
     }
     outLine = line;
-    if (const std::string_view text = Trim(outLine); !text.empty()) {
-        HistEvent event;
-        history(mImp->history, &event, H_ENTER, std::string(text).c_str());
-    }
     return Answer::Line;
 }
 
-std::string HistoryPath() {
-    const char* const state = std::getenv("XDG_STATE_HOME");
-    if (state && *state) {
-        const std::filesystem::path folder = std::filesystem::path(state) / "orsql";
-        std::error_code error;
-        std::filesystem::create_directories(folder, error);
-        return error ? std::string() : (folder / "history").string();
+void LineEditor::Remember(const std::string& inEntry) {
+    HistEvent event;
+    history(mImp->history, &event, H_ENTER, inEntry.c_str());
+    if (!mImp->historyPath.empty()) {
+        AppendHistory(mImp->historyPath, inEntry);
     }
-    const char* const home = std::getenv("HOME");
-    return home && *home ? std::string(home) + "/.orsql_history" : std::string();
 }
 
 } // namespace orlimbara::shell

@@ -22,18 +22,17 @@ public:
     LineEditor(std::string inHistory, Completer inCompleter);
     LineEditor(const LineEditor&) = delete;
     LineEditor& operator=(const LineEditor&) = delete;
-    /// Writes the history; that it can't be written stops nothing.
     ~LineEditor();
 
-    /// Reads a line, including its line feed unless the input ended without one, and adds it to the history.
+    /// Reads a line, including its line feed unless the input ended without one. Pasted text may make it
+    /// several lines.
     Answer Read(const std::string& inPrompt, std::string& outLine);
+    /// Adds a statement or dot command to the history, whole.
+    void Remember(const std::string& inEntry);
 
 private:
     struct Imp;
     std::unique_ptr<Imp> mImp;
 };
-
-/// Where the history is kept: in XDG_STATE_HOME, else in the home folder. Empty where there is neither.
-std::string HistoryPath();
 
 } // namespace orlimbara::shell

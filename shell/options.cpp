@@ -76,6 +76,9 @@ void AddOutputOptions(CLI::App& ioApp, Options& outOptions) {
         "--no-header", [&outOptions] { outOptions.hasHeader = false; },
         "without the columns' names in box and csv mode");
     ioApp.add_flag("--timer", outOptions.showsTimer, "show the time that each statement takes");
+    ioApp.add_flag_callback(
+        "--no-rc", [&outOptions] { outOptions.readsRc = false; },
+        "don't run the settings file at the start of an interactive session");
     ioApp.add_flag("--bail", outOptions.stopsAtFailure, "stop at the first failure");
 }
 

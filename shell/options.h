@@ -65,6 +65,8 @@ struct Options {
     bool hasHeader = true;
     ColorChoice color = ColorChoice::Auto;
     bool showsVersion = false;
+    bool readsRc = true;
+    std::string prompt; ///< in place of the database's name; empty for the name
 };
 
 /// Whether a path names the database in memory.

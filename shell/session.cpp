@@ -179,9 +179,23 @@ Outcome Session::Run(const std::string& inSql, CursorLocation inLocation) {
 }
 
 smart_ptr<orkit::orsql::I_DuckDBCursor> Session::Select(const char* inSql,
-                                                        smart_ptr<orkit::orsql::ValueArray> inValues) {
+                                                        smart_ptr<orkit::orsql::ValueArray> inValues) const {
     const ActivityScope computing(Activity::Computing);
     return get_OpenDatabase().SqlSelect(inSql, orkit::orsql::kCursorLocationServer, std::move(inValues));
+}
+
+bool Session::IsInTransaction() const {
+    // Outside of a transaction each statement has one of its own.
+    try {
+        const auto id = [this] {
+            const auto cursor = Select("SELECT txid_current()", nullptr);
+            return cursor->NextRecord() ? cursor->get_Value(0)->get_LLong() : -1;
+        };
+        const std::int64_t first = id();
+        return id() == first;
+    } catch (...) {
+        return CurrentFailure().message.find("transaction is aborted") != std::string::npos;
+    }
 }
 
 } // namespace orlimbara::shell

@@ -54,9 +54,11 @@ public:
     /// Runs one statement with the held values. If DuckDB expands it into several, the outcome is the last
     /// one with rows or a count, and a failure undoes them all unless a transaction was open before.
     Outcome Run(const std::string& inSql, CursorLocation inLocation);
+    /// Whether a transaction is open, an aborted one too.
+    bool IsInTransaction() const;
     /// Runs one of the shell's own queries. @param inValues may be null.
     orkit::smart_ptr<orkit::orsql::I_DuckDBCursor>
-    Select(const char* inSql, orkit::smart_ptr<orkit::orsql::ValueArray> inValues);
+    Select(const char* inSql, orkit::smart_ptr<orkit::orsql::ValueArray> inValues) const;
 
 private:
     orkit::orsql::DuckDBSettings MakeSettings(bool inIsReadOnly) const;

@@ -1,9 +1,16 @@
 // The dot commands for help, scripts and leaving.
 #include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
 
+#include <fcntl.h>
 #include <fmt/format.h>
 
 #include "shell/commands.h"
+#include "shell/failure.h"
+#include "shell/files.h"
 #include "shell/shell.h"
 
 namespace orlimbara::shell {
@@ -37,6 +44,59 @@ CommandAnswer Read(Shell& inShell, std::string_view inArguments) {
     return CommandAnswer::Pending;
 }
 
+/// A file of a name of its own, gone at the end.
+class ScratchFile {
+public:
+    ScratchFile() : mPath((std::filesystem::temp_directory_path() / "orsql-XXXXXX.sql").string()) {
+        const FileDescriptor file(mkstemps(mPath.data(), 4));
+        if (!file.IsOpen()) {
+            throw ShellError(fmt::format("can't make {}: {}", mPath, std::strerror(errno)));
+        }
+    }
+    ScratchFile(const ScratchFile&) = delete;
+    ScratchFile& operator=(const ScratchFile&) = delete;
+    ~ScratchFile() {
+        std::error_code ignored;
+        std::filesystem::remove(mPath, ignored);
+    }
+    const std::string& get_Path() const { return mPath; }
+
+private:
+    std::string mPath;
+};
+
+std::string EditorCommand() {
+    for (const char* const name : {"VISUAL", "EDITOR"}) {
+        const char* const command = std::getenv(name);
+        if (command && *command) {
+            return command;
+        }
+    }
+    throw ShellError("neither VISUAL nor EDITOR names an editor");
+}
+
+CommandAnswer Edit(Shell& inShell, std::string_view inArguments) {
+    TakeWords(inArguments, 0, 0);
+    const std::string editor = EditorCommand();
+    const ScratchFile file;
+    const std::string& last = inShell.get_LastStatement();
+    const std::string before = last.empty() ? last : last + ";\n";
+    const FileDescriptor out(open(file.get_Path().c_str(), O_WRONLY | O_CLOEXEC));
+    if (!out.IsOpen() || !WriteAll(out.get(), before)) {
+        throw ShellError(fmt::format("can't write {}: {}", file.get_Path(), std::strerror(errno)));
+    }
+    // While the editor runs, system() ignores Ctrl-C here.
+    if (std::system(fmt::format("{} '{}'", editor, file.get_Path()).c_str()) != 0) {
+        throw ShellError(fmt::format("the editor {} failed", editor));
+    }
+    const std::string text = ReadFile(file.get_Path());
+    if (text == before) {
+        return CommandAnswer::Pending;
+    }
+    inShell.RunText(text, ".edit");
+    return CommandAnswer::Given;
+}
+
 CommandAnswer Quit(Shell& inShell, std::string_view inArguments) {
     TakeWords(inArguments, 0, 0);
     inShell.Leave();
@@ -47,6 +107,8 @@ constexpr auto kRows = std::to_array<DotCommand>({
     {"help", "[COMMAND]", "list the commands, or show one command's use", CompleteCommandNames, Help},
     {"read", "FILE", "run a file of SQL and dot commands", CompleteFiles, Read, command_trait::kOutside},
     {"print", "TEXT", "print TEXT as it is", nullptr, Print},
+    {"edit", "", "edit the last statement with $VISUAL or $EDITOR and run it", nullptr, Edit,
+     command_trait::kOutside},
     {"quit", "", "leave", nullptr, Quit},
     {"exit", "", "leave", nullptr, Quit},
 });

@@ -82,6 +82,11 @@ CommandAnswer MaxRows(Shell& inShell, std::string_view inArguments) {
     return CommandAnswer::Pending;
 }
 
+CommandAnswer Prompt(Shell& inShell, std::string_view inArguments) {
+    inShell.get_Options().prompt = TakeSetting(inArguments).value_or("");
+    return CommandAnswer::Pending;
+}
+
 CommandAnswer SendOutput(Shell& inShell, std::string_view inArguments) {
     const std::vector<std::string> words = TakeWords(inArguments, 0, 1);
     if (words.empty()) {
@@ -106,6 +111,7 @@ constexpr auto kRows = std::to_array<DotCommand>({
      Timer},
     {"null", "[TEXT]", "choose what NULL is shown as", nullptr, Null},
     {"maxrows", "[N]", "choose the rows shown of a table in box mode; 0 shows all", nullptr, MaxRows},
+    {"prompt", "[TEXT]", "show TEXT in the prompt, or the database's name again", nullptr, Prompt},
     {"output", "[FILE]", "send what follows to FILE, or to standard output again", CompleteFiles, SendOutput,
      command_trait::kOutsideWithArgument},
     {"once", "FILE", "send the output of the next statement or command to FILE", CompleteFiles, SendOnce,

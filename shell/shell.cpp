@@ -63,8 +63,8 @@ void Shell::RunScripts() {
     }
 }
 
-void Shell::RunText(std::string_view inText) {
-    const SourceScope source(mOrigin, "-c");
+void Shell::RunText(std::string_view inText, std::string_view inSource) {
+    const SourceScope source(mOrigin, inSource);
     Splitter splitter;
     splitter.Feed(inText);
     splitter.Finish();
@@ -122,6 +122,9 @@ void Shell::RunPiece(const Piece& inPiece) {
     if (!mOrigin.places.empty()) {
         mOrigin.places.back().line = inPiece.line;
     }
+    if (mObserver && mOrigin.places.empty()) {
+        mObserver(inPiece);
+    }
     const bool isTimed = mOptions.showsTimer;
     const bool takesOnce = mAnswers.TakeOnce();
     AnswerPiece(inPiece);
@@ -141,6 +144,7 @@ void Shell::AnswerPiece(const Piece& inPiece) {
         // The module's texts end at a zero byte, and the text before it may be another statement.
         mAnswers.Fail(FailureOf(ShellError("the text holds a zero byte")));
     } else if (isStatement) {
+        mLastStatement = inPiece.text;
         RunStatement(inPiece.text);
     } else {
         RunCommand(inPiece.text);

@@ -2,8 +2,10 @@
 /// The shell as a whole: it runs scripts, statements and dot commands.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "shell/answers.h"
 #include "shell/options.h"
@@ -21,6 +23,7 @@ public:
     ~Shell() { mAnswers.put_Origin(nullptr); }
 
     Session& get_Session() { return mSession; }
+    const Session& get_Session() const { return mSession; }
     Answers& get_Answers() { return mAnswers; }
     Options& get_Options() { return mOptions; }
     const Options& get_Options() const { return mOptions; }
@@ -28,7 +31,7 @@ public:
     /// Runs text from the command line, a file ("-" is standard input), or all that the splitter holds. Each
     /// stops early when the shell is to leave, at Ctrl-C, and with --bail at a failure. Throws ShellError if
     /// a file can't be read.
-    void RunText(std::string_view inText);
+    void RunText(std::string_view inText, std::string_view inSource = "-c");
     void RunFile(const std::string& inPath);
     void RunPieces(Splitter& ioSplitter);
     /// Runs what the command line asks for. A missing file is a failure.
@@ -39,6 +42,10 @@ public:
     bool IsLeaving() const { return mIsLeaving; }
     /// Where the running piece came from.
     const Origin& get_Origin() const { return mOrigin; }
+    /// Is called with each piece that was typed, before it runs; null for nothing.
+    void put_Observer(std::function<void(const Piece&)> inObserver) { mObserver = std::move(inObserver); }
+    /// The last statement that ran; empty before the first.
+    const std::string& get_LastStatement() const { return mLastStatement; }
     /// An interactive session goes on after a failure, also with --bail.
     void put_IsInteractive(bool inIsInteractive) { mIsInteractive = inIsInteractive; }
 
@@ -57,6 +64,8 @@ private:
     bool mIsLeaving = false;
     bool mIsInteractive = false;
     Origin mOrigin;
+    std::function<void(const Piece&)> mObserver;
+    std::string mLastStatement;
 };
 
 } // namespace orlimbara::shell

@@ -1,6 +1,7 @@
 #include "shell/terminal.h"
 
 #include <cstdlib>
+#include <string_view>
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -16,12 +17,17 @@ std::size_t TerminalWidth(int inFile) {
     return ioctl(inFile, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : kUsualWidth;
 }
 
+bool IsDumbTerminal() {
+    const char* const term = std::getenv("TERM");
+    return term && std::string_view(term) == "dumb";
+}
+
 bool UsesColor(ColorChoice inChoice, bool inIsTerminal) {
     if (inChoice != ColorChoice::Auto) {
         return inChoice == ColorChoice::Always;
     }
     const char* const noColor = std::getenv("NO_COLOR");
-    return inIsTerminal && (!noColor || !*noColor);
+    return inIsTerminal && !IsDumbTerminal() && (!noColor || !*noColor);
 }
 
 ErrorStyle StandardErrorStyle(ColorChoice inChoice) {

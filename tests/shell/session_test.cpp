@@ -103,17 +103,18 @@ TEST_F(Pipes, CtrlCEndsAScriptWhenTheStatementReturns) {
 
 class Terminal : public testing::Test {
 protected:
-    static constexpr const char* kPrompt = "orsql> ";
+    static constexpr const char* kPrompt = "memory> ";
+    static constexpr const char* kAnyPrompt = "> ";
     TempFolder mFolder;
 };
 
 TEST_F(Terminal, ServesASessionFromStartToEnd) {
     RunningShell shell(Way::Terminal, {"--color", "never"});
     shell.WaitFor(".help lists the commands");
-    shell.WaitFor(kPrompt);
+    shell.WaitFor(kAnyPrompt);
     const auto send = [&shell](const std::string& line) {
         shell.Send(line + "\n");
-        return shell.WaitFor(kPrompt);
+        return shell.WaitFor(kAnyPrompt);
     };
     EXPECT_NE(send(".help call").find(".call PROCEDURE [ARG...]"), std::string::npos);
     send(".open a.db");
@@ -181,17 +182,28 @@ TEST_F(Terminal, CompletesWhatIsThere) {
     shell.WaitFor(kPrompt);
     shell.Send("CREATE TABLE flights(departure INTEGER);\n");
     shell.WaitFor(kPrompt);
-    shell.Send("INSERT INTO fli\t VALUES (12345);\n");
+    // A tab with input behind it is pasted, so each completion is waited for.
+    const auto complete = [&shell](const std::string& typed, const std::string& completed) {
+        shell.Send(typed + "\t");
+        shell.WaitFor(completed);
+    };
+    complete("INSERT INTO fli", "flights");
+    shell.Send(" VALUES (12345);\n");
     shell.WaitFor(kPrompt);
-    shell.Send("selec\t depart\t fro\t flights;\n");
+    complete("selec", "select");
+    complete(" depart", "departure");
+    complete(" fro", "from");
+    shell.Send(" flights;\n");
     shell.WaitFor("departure\n12345\n");
-    shell.Send(".rea\t some_\t\n");
+    complete(".rea", ".read");
+    complete(" some_", "some_script.sql");
+    shell.Send("\n");
     shell.WaitFor("from the file");
-    shell.Send(".mode \t\t");
-    shell.WaitFor("markdown");
+    complete(".mode ", "markdown");
     shell.Send("jsonl\n");
     shell.WaitFor(kPrompt);
-    shell.Send(".qui\t\n");
+    complete(".qui", ".quit");
+    shell.Send("\n");
     EXPECT_EQ(shell.Wait(), 0);
 }
 
@@ -210,6 +222,78 @@ TEST_F(Terminal, KeepsTheHistoryAcrossRuns) {
     shell.WaitFor("sum\n42");
     shell.Send(".quit\n");
     EXPECT_EQ(shell.Wait(), 0);
+}
+
+TEST_F(Terminal, TakesPastedTextAsItIs) {
+    WriteFile("north-2024.csv", "");
+    std::string script = "CREATE TABLE t(a VARCHAR);\r.print it's\r";
+    for (int i = 0; i < 500; ++i) {
+        script += "INSERT INTO t VALUES ('left\tright'), ('north\tsouth');\r";
+    }
+    RunningShell shell(Way::Terminal, {"-m", "csv"});
+    shell.WaitFor(kPrompt);
+    shell.Send("\x1b[200~" + script + "\x1b[201~");
+    shell.Send("\rSELECT count(*) || ' ' || min(a) || ' ' || max(a) FROM t;\r");
+    shell.WaitFor("1000 left\tright north\tsouth");
+    // A terminal that doesn't mark what is pasted.
+    shell.Send("SELECT length('\tx'), 'unmarked';\r");
+    shell.WaitFor("2,unmarked");
+    shell.Send(".quit\r");
+    EXPECT_EQ(shell.Wait(), 0);
+}
+
+TEST_F(Terminal, SessionsShareAHistoryOfWholeStatements) {
+    const auto start = [](RunningShell& shell) { shell.WaitFor(kPrompt); };
+    {
+        RunningShell first(Way::Terminal, {"-m", "csv"});
+        RunningShell second(Way::Terminal, {"-m", "csv"});
+        start(first);
+        start(second);
+        first.Send("SELECT 'one' ||\r  '!' AS a\r;\r");
+        first.WaitFor("a\none!\n");
+        second.Send("SELECT 'two' || '!';\r");
+        second.WaitFor("two!\n");
+    } // both are killed
+    RunningShell shell(Way::Terminal, {"-m", "csv"});
+    start(shell);
+    shell.Send("\x10\r");
+    shell.WaitFor("two!\n");
+    start(shell);
+    shell.Send("\x10\x10\r");
+    shell.WaitFor("a\none!\n");
+    shell.Send(".quit\r");
+    EXPECT_EQ(shell.Wait(), 0);
+}
+
+TEST_F(Terminal, ShowsTheDatabaseAndTheTransactionInThePrompt) {
+    ASSERT_EQ(
+        RunScript("mkdir -p config/orsql && printf '.mode csv\\nSELECT nope;\\n' > config/orsql/orsqlrc")
+            .status,
+        0);
+    setenv("XDG_CONFIG_HOME", (mFolder.get_Path() + "/config").c_str(), 1);
+    setenv("EDITOR", "sed -i s/2/3/", 1);
+    RunningShell shell(Way::Terminal, {"birds.db"});
+    shell.WaitFor("orsqlrc:2");
+    shell.WaitFor("birds> ");
+    shell.Send("BEGIN;\r");
+    shell.WaitFor("birds*> ");
+    shell.Send("SELECT 1 / error('x');\r");
+    shell.WaitFor("birds*> ");
+    shell.Send("ROLLBACK;\r");
+    shell.WaitFor("birds> ");
+    shell.Send("SELECT 21 + 21 AS s;\r");
+    shell.WaitFor("s\n42\n");
+    shell.Send(".edit\r");
+    shell.WaitFor("s\n52\n");
+    shell.Send(".prompt 'two words'\r");
+    shell.WaitFor("two words> ");
+    shell.Send(".close\r");
+    shell.WaitFor("orsql> ");
+    shell.Send("exit;\r");
+    shell.WaitFor(".exit\n");
+    EXPECT_EQ(shell.Wait(), 0);
+    unsetenv("XDG_CONFIG_HOME");
+    unsetenv("EDITOR");
 }
 
 TEST_F(Terminal, ShowsTheProgressOfALongBackup) {
