@@ -78,5 +78,17 @@ TEST_F(DatabaseProperties, TakeTheGuardAndReadyTheThreadWhereTheySay) {
     }
 }
 
+TEST_F(DatabaseProperties, RefusalsWaitForNobody) {
+    const smart_ptr<I_DuckDBDatabase> database = CreateDatabase("x.duckdb");
+    const auto server = OpenCursor(database, "SELECT 1", kCursorLocationServer);
+    const auto client = OpenCursor(database, "SELECT 1", kCursorLocationClient);
+    const std::uint64_t locks = standin::get_EngineLockCount();
+    ExpectDuckDBErrorWith([&] { server->FirstRecord(); }, "x", "not supported");
+    ExpectDuckDBErrorWith([&] { server->get_Value(0); }, "x", "Data is not available");
+    ExpectDuckDBErrorWith([&] { client->get_Value(0); }, "x", "No current record.");
+    ExpectDuckDBErrorWith([&] { client->get_Value(1); }, "x", "out of bounds");
+    EXPECT_EQ(standin::get_EngineLockCount(), locks);
+}
+
 } // namespace
 } // namespace orkit::orsql::test
