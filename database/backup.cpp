@@ -84,7 +84,7 @@ void DuckDBDatabase::Backup(smart_ptr<I_Location> inFolder) {
         WriteMarker(*backup, *mLocation);
         exportText = ExportText(*backup);
     }
-    // An export can take long, and the whole engine waits for the lock: it runs without.
+    // An export can take long and the whole engine would wait for the lock, so it runs without it.
     if (const Failure failure = Export(run, connection->Get(), exportText.c_str())) {
         const EngineLockGuard guard;
         ThrowError(failure->c_str());

@@ -1,4 +1,4 @@
-// Close and Drop: the end of a connection and of what hangs on it, and of the database's file.
+// Close and Drop: ending a connection and the objects that depend on it, and deleting the database's file.
 
 #include <utility>
 

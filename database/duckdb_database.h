@@ -1,7 +1,7 @@
 /// @file
-/// One database: its properties, its connection, and what hangs on it.
+/// One database: its properties, its connection, and the objects that depend on it.
 ///
-/// Knows DuckDBStatement, and through the registries cursors and query results; all of them know this class.
+/// Calls DuckDBStatement and, through the registries, cursors and query results; all of them call this class.
 #pragma once
 
 #include <atomic>
@@ -36,7 +36,7 @@ public:
     /// @param inRuns not null; who else has it can stop and watch this object's runs.
     explicit DuckDBDatabase(smart_ptr<I_Location> inLocation,
                             std::shared_ptr<RunControl> inRuns = std::make_shared<RunControl>());
-    /// Closes, and swallows what that raises.
+    /// Closes, and ignores what that throws.
     ~DuckDBDatabase() override;
 
     /// A new reference on a database that a dependant points to, or null if the database is null or its last
@@ -90,15 +90,15 @@ public:
     /// of one. The guard must be held.
     void RequireNotStopped() const;
 
-    /// RemoveStatement for a statement on its way out: raises nothing, wherever the statement stands. The
+    /// RemoveStatement for a statement that is being destroyed: no error if it isn't registered. The
     /// guard must be held.
     void ForgetStatement(const I_DuckDBStatement* inStatement) noexcept;
     /// The cell of this object's connection; null on a database that isn't open. The guard must be held; the
     /// reference keeps the cell, not the connection in it.
     std::shared_ptr<ConnectionCell> get_Connection() const { return mConnection; }
-    /// Raises xDuckDBError with this database's name first. @param inMessage UTF-8.
+    /// Throws xDuckDBError with this database's name first. @param inMessage UTF-8.
     [[noreturn]] void ThrowError(const char* inMessage) const;
-    /// Raises "DuckDBDatabase is not open" unless there are a handle and a connection. The guard must be
+    /// Throws "DuckDBDatabase is not open" unless there are a handle and a connection. The guard must be
     /// held.
     void RequireOpen() const;
 
@@ -127,7 +127,7 @@ private:
     void FinishOpening();
 
     // execution.cpp; the guard must be held
-    /// The results of a text's statements, in order. Raises, with nothing left alive, what the first failing
+    /// The results of a text's statements, in order. Throws, with nothing left alive, what the first failing
     /// statement says. @param inParams null or empty: the text runs without parameters.
     ResultList RunSql(const Run& inRun, const String& inSql, const smart_ptr<ValueArray>& inParams);
     /// Runs one statement of a script and appends its result. A statement that fails while running is
@@ -135,7 +135,8 @@ private:
     static Failure RunExtracted(const Run& inRun, duckdb_connection inConnection,
                                 duckdb_extracted_statements inStatements, idx_t inIndex,
                                 ResultList& ioResults);
-    /// Runs a text of one statement with values, the first for parameter 1. Raises with nothing left alive.
+    /// Runs a text of one statement with values, the first for parameter 1. If it throws, nothing is left
+    /// alive.
     /// @param inSql UTF-8. @param inParams not null.
     orlimbara::duckdb_support::OwnedResult RunWithParameters(const Run& inRun, const char* inSql,
                                                              const smart_ptr<ValueArray>& inParams);

@@ -45,7 +45,7 @@ ResultList DuckDBDatabase::RunSql(const Run& inRun, const String& inSql,
     }
     const std::shared_ptr<ConnectionCell> connection = mConnection;
 
-    // The exception is raised when all handles of the run are gone; the texts are DuckDB's until then.
+    // The exception is thrown once all handles of the run are gone; until then the texts belong to DuckDB.
     Failure failure;
     ResultList results;
     {

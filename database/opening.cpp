@@ -23,7 +23,7 @@ constexpr const char* kReadWrite = "READ_WRITE";
 constexpr const char* kReadOnly = "READ_ONLY";
 constexpr std::uint16_t kAccessModeReadOnly = 0;
 
-/// A value that DuckDB refuses shows up at the open, if at all: the answer isn't looked at.
+/// The result is ignored: a value that DuckDB rejects shows at the open, if at all.
 void SetOption(duckdb_config inConfig, const char* inName, const char* inValue) {
     duckdb_set_config(inConfig, inName, inValue);
 }
@@ -54,7 +54,7 @@ void DuckDBDatabase::Create() {
         // Others hold the path, and this object joins them; or there was no file to delete.
     }
     const EngineLockGuard guard;
-    Close(); // another thread may have opened this object meanwhile
+    Close(); // another thread may have opened this object in the meantime
     JoinSharedHandle();
     Failure failure;
     try {
@@ -215,7 +215,7 @@ std::shared_ptr<DatabaseCell> DuckDBDatabase::OpenHandle(duckdb_config inConfig,
         mIsReadOnly = false;
         return cell;
     }
-    // Also where writing was asked for: a database that can't be opened for that is still good to read.
+    // Also if writing was requested: a database that can't be opened for writing may still be readable.
     if (!open(kReadOnly)) {
         throw xException(error_code::kOpen, TextOr(error, "Failed to open DuckDB database").c_str());
     }

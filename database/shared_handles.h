@@ -14,14 +14,14 @@ namespace orkit::orsql {
 using DatabaseCell = orlimbara::duckdb_support::DatabaseCell;
 using ConnectionCell = orlimbara::duckdb_support::ConnectionCell;
 
-/// What is known of one path.
+/// What the module knows about one path.
 struct SharedDatabaseEntry {
     std::shared_ptr<DatabaseCell> mHandle; ///< what new objects on the path join; null when there is none
     std::uint32_t mConnectionCount = 0;    ///< objects on the path that hold a connection
 };
 
-/// A row for every path that was asked for, never removed. Read-only handles don't get in. Touched under the
-/// guard alone. At module unload it drops its references and closes no handle.
+/// One row per path that was ever used, never removed. Read-only handles aren't entered. Accessed only under
+/// the guard. At module unload it drops its references and closes no handle.
 extern std::map<String, SharedDatabaseEntry> gSharedDatabases;
 
 } // namespace orkit::orsql

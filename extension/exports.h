@@ -12,7 +12,7 @@ void orlimbara_extension_bind_api(const procedure_api* api);
 
 /// Called next, once: makes the root object, hands its only reference to the host, and registers the table
 /// procedures. A procedure that the host refuses is reported through the table and stops nothing. Takes no
-/// guard; what making the root object raises goes to the host.
+/// guard; what making the root object throws goes to the host.
 ///
 /// With a DuckDB of another version than the module was built for it does none of this: it makes one
 /// `report_error` that names both versions.

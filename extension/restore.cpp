@@ -30,7 +30,7 @@ smart_ptr<I_DuckDBDatabase> DuckDBExtension::RestoreDatabase(smart_ptr<I_Locatio
     // Not the object that the caller gets: its runs are this object's.
     const smart_ptr<I_DuckDBDatabase> database(new DuckDBDatabase(inLocation, mRestores));
     if (inLocation->get_Exists()) {
-        // Create would swallow it that others hold the path, and the import go into their database.
+        // Create ignores that others hold the path, and the import would go into their database.
         database->Drop();
     }
     database->Create();

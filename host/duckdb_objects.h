@@ -76,7 +76,7 @@ public:
     virtual std::uint32_t get_CurrentRecord() const = 0;
     /// Moves to a record. @return false, without a move, for 0 and past the last. Client only.
     virtual bool put_CurrentRecord(std::uint32_t inRecord) = 0;
-    /// The database; null once the cursor is cut off. Guarded: the database may be on its way out.
+    /// The database; null once the cursor is cut off. Guarded: another thread may be destroying the database.
     virtual smart_ptr<I_DuckDBDatabase> get_Database() const = 0;
     /// Cuts the cursor off. Called by the database when it closes, not by the host. Guarded.
     virtual void Invalidate() = 0;

@@ -1,7 +1,7 @@
 /// @file
-/// One SQL text and the walk through its statements, with the parameters that go along.
+/// One SQL text, the walk through its statements, and their parameters.
 ///
-/// Knows DuckDBDatabase, which makes statements and otherwise knows them by their interface.
+/// Calls DuckDBDatabase, which makes statements and otherwise uses them through their interface.
 #pragma once
 
 #include <atomic>
@@ -22,15 +22,15 @@ class RunControl;
 
 /// The object behind I_DuckDBStatement.
 ///
-/// The state can be read off the fields: "text" holds nothing; "walking" holds the split script alone;
+/// The state follows from the fields: "text" holds nothing; "walking" holds only the split script;
 /// "prepared" holds a prepared statement; "ran" a result besides, which may be that of a failed run. Both of
 /// the last hold the split script too, but after ExecuteAll and ExecuteScript. "Invalidated" has no database
-/// and no handles, and nothing leads out of it. Held arrays and texts are apart from all this.
+/// and no handles, and can't be left. Held arrays and texts are apart from all this.
 ///
 /// Its sources: duckdb_statement.cpp (the object), running.cpp, held_bindings.cpp, typed_bindings.cpp.
 class DuckDBStatement final : public I_DuckDBStatement, public ForeignPlugin_imp, noncopyable {
 public:
-    /// Doesn't look at the text and enters no registry. @param inDatabase not null; no reference is held.
+    /// Doesn't parse the text and enters no registry. @param inDatabase not null; no reference is held.
     DuckDBStatement(DuckDBDatabase* inDatabase, const String& inSql);
     ~DuckDBStatement() override;
 
@@ -99,7 +99,7 @@ public:
 private:
     // The guard must be held, unless told otherwise.
 
-    /// The database. Raises "DuckDBDatabase is invalid", context "unknown", on an invalidated statement.
+    /// The database. Throws "DuckDBDatabase is invalid", context "unknown", on an invalidated statement.
     /// Needs no guard, but only the guard keeps the database where it is.
     DuckDBDatabase& RequireDatabase() const;
     /// Throws xDuckDBError with the database's name, or "unknown", first. @param inMessage UTF-8.
@@ -108,16 +108,16 @@ private:
     void ReleaseHandles() noexcept;
     /// Ends the walk: no split script, count and index 0.
     void EndWalk() noexcept;
-    /// Destroys all handles and leaves the database's registry, once. Takes the guard. Raises nothing.
+    /// Destroys all handles and leaves the database's registry, once. Takes the guard.
     void Detach() noexcept;
 
     bool HasStatementsLeft() const noexcept { return mNextStatement < mStatementCount; }
-    /// Splits the text in work. Leaves no split script when there is no statement in it; raises DuckDB's text
+    /// Splits the text in work. Leaves no split script when there is no statement in it; throws DuckDB's text
     /// when there is one.
     void Split(const Run& inRun, duckdb_connection inConnection);
     /// Makes the next statement's text the text in work.
     void TakeSql();
-    /// The one place where DuckDB runs a statement: once, or once for each held row. Does nothing without a
+    /// Runs the prepared statement: once, or once per held row. Does nothing without a
     /// prepared statement. @param outRowsChanged the rows changed by the last run that changed rows; may be
     /// null.
     void RunPrepared(const Run& inRun, std::uint64_t* outRowsChanged);
@@ -133,11 +133,12 @@ private:
     void CheckBinding(const std::optional<std::string>& inFailure) const;
     /// Clears DuckDB's bindings. A statement must be prepared. Needs no guard.
     void ClearPreparedBindings();
-    /// Forgets held arrays before a single value is bound, and with them all bindings.
+    /// Drops held arrays, and with them all bindings, before a single value is bound.
     void DropHeldArrays();
-    /// A typed binding by a row of the table of typed_bindings.cpp. Takes the guard.
-    template <class Row, class... Args>
-    void Bind(const Row& inRow, std::uint32_t inIndex, const Args&... inArgs);
+    /// A typed binding. Takes the guard. @param inTypeName as the message of a failure names the type.
+    /// @param inStep binds; see typed_bindings.cpp.
+    template <class Step, class... Args>
+    void Bind(const char* inTypeName, Step inStep, std::uint32_t inIndex, const Args&... inArgs);
 
     RefCount mRefCount;
     const std::shared_ptr<const String> mContext; // the database's name, for failures; read without the guard

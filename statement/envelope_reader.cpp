@@ -123,12 +123,12 @@ support::OwnedValue CastTextToType(std::string_view inTypeName, std::string_view
     return value;
 }
 
-/// As wide as the text has digits, with as much scale as it has characters behind the point.
+/// The width is the number of digits in the text, the scale the number of characters after the point.
 support::OwnedLogicalType DecimalTypeOf(std::string_view inText) {
     const std::size_t point = inText.find('.');
     const auto digits =
         std::count_if(inText.begin(), inText.end(), [](char c) { return c >= '0' && c <= '9'; });
-    // Both count modulo 256; what DuckDB doesn't take gives no type, and the cast fails.
+    // Both are taken modulo 256; what DuckDB rejects gives no type, and the cast fails.
     const auto width = static_cast<std::uint8_t>(digits == 0 ? 1 : digits);
     const auto scale =
         static_cast<std::uint8_t>(point == std::string_view::npos ? 0 : inText.size() - point - 1);

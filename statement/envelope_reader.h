@@ -17,7 +17,7 @@ namespace orkit::orsql {
 /// @return null for every other value; no reference is added.
 I_ValueJSON* FindEnvelope(I_Value* inValue);
 
-/// A new value of what an envelope says; never empty. Raises for a malformed one and for a text that the type
+/// A new value of what an envelope says; never empty. Throws for a malformed one and for a text that the type
 /// doesn't take.
 orlimbara::duckdb_support::OwnedValue EnvelopeToDuckDB(const I_ValueJSON& inEnvelope);
 

@@ -103,7 +103,7 @@ struct HostType {
     OwnedValue (*mRead)(I_Value&); ///< for a value that stands alone, or an item
 };
 
-/// Types that aren't here have the row at the end.
+/// Other types use the last row.
 constexpr std::array kHostTypes = {
     HostType{value_type::kBoolean, DUCKDB_TYPE_BOOLEAN, Read<&I_Value::get_Boolean, duckdb_create_bool>},
     HostType{value_type::kByte, DUCKDB_TYPE_UTINYINT, Read<&I_Value::get_Byte, duckdb_create_uint8>},
@@ -143,7 +143,7 @@ const HostType& FindHostType(std::uint32_t inCode) noexcept {
 }
 
 OwnedValue ReadBinary(const I_Value& inValue, const I_ValueBinary& inBytes) {
-    // One byte more, so that there is a pointer for no bytes too.
+    // One extra byte, so that there is a pointer even for no bytes.
     std::vector<std::uint8_t> buffer(std::size_t{inValue.get_Length()} + 1);
     const std::uint32_t count = inBytes.ReadBytes(buffer.data(), inValue.get_Length());
     return OwnedValue(duckdb_create_blob(buffer.data(), count));
@@ -177,7 +177,7 @@ OwnedValue ArrayToDuckDBList(const I_ValueArray& inArray) {
         RefuseEnum();
     }
     const support::OwnedLogicalType type(duckdb_create_logical_type(itemType));
-    // One more, so that there is a pointer for no items too: DuckDB makes no list without one.
+    // One extra, so that there is a pointer even for no items: DuckDB makes no list without one.
     std::vector<duckdb_value> handles(items.size() + 1);
     for (std::size_t i = 0; i < items.size(); ++i) {
         handles[i] = items[i].Get();

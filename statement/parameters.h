@@ -18,7 +18,7 @@ namespace orkit::orsql {
 
 /// A new value of what a host value holds: null is NULL, bytes are a BLOB, an envelope is what it says, and
 /// the rest goes by the host's type; a type that DuckDB has no counterpart for gives its text. An enum value
-/// raises, context "value". A std::exception means that DuckDB has no such value, as for a date that no
+/// throws, context "value". A std::exception means that DuckDB has no such value, as for a date that no
 /// calendar has.
 /// @param inValue may be null, which is NULL.
 /// @return empty when DuckDB can't make the value, as with a list whose items don't fit its type.

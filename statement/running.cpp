@@ -1,4 +1,4 @@
-// The walk through a script, and every run.
+// The walk through a script, and running statements.
 
 #include <exception>
 #include <memory>
