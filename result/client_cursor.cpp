@@ -22,10 +22,12 @@ DuckDBCursor_client::DuckDBCursor_client(DuckDBDatabase* inDatabase, support::Ow
         while (const support::OwnedDataChunk chunk = FetchChunk()) {
             ReadChunk(chunk.Get(), reader);
         }
+        reader.Bind(nullptr);
+        ReleaseResult(); // the rows need no second copy in DuckDB
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& error) {
-        RaiseError(error.what());
+        ThrowError(error.what());
     }
 }
 
@@ -87,7 +89,7 @@ smart_ptr<I_Value> DuckDBCursor_client::get_Value(std::uint32_t inColumnIndex) {
     RequireValid();
     RequireColumn(inColumnIndex);
     if (mCurrentRecord == 0) {
-        RaiseError("No current record.");
+        ThrowError("No current record.");
     }
     const smart_ptr<ValueArray> row = (*mRows)[mCurrentRecord - 1];
     return (*row)[inColumnIndex];

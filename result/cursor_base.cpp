@@ -15,14 +15,14 @@ namespace {
 
 DuckDBDatabase* RequireDatabase(DuckDBDatabase* inDatabase) {
     if (!inDatabase) {
-        RaiseInvalidCursor();
+        ThrowInvalidCursor();
     }
     return inDatabase;
 }
 
 } // namespace
 
-void RaiseInvalidCursor() {
+void ThrowInvalidCursor() {
     // Without the database's name: the database may be gone.
     ThrowDuckDBError(kUnknownContext, "DuckDBCursor is invalid");
 }
@@ -85,7 +85,7 @@ void DuckDBCursor_imp::Invalidate() { Detach(); }
 
 void DuckDBCursor_imp::Dispose() { Detach(); }
 
-void DuckDBCursor_imp::RaiseError(const char* inMessage) const {
+void DuckDBCursor_imp::ThrowError(const char* inMessage) const {
     RequireValid();
     ThrowDuckDBError(*mContext, inMessage);
 }
@@ -97,9 +97,15 @@ support::OwnedDataChunk DuckDBCursor_imp::FetchChunk() {
         // DuckDB gives null at the end and after a failure; after a failure the result carries the text.
         const char* const error = duckdb_result_error(mResult.Get());
         if (error && *error) {
-            RaiseError(error);
+            ThrowError(error);
         }
+        // Without memory it may leave no text: only the count tells that the rows end too early.
+        if (mFetchedRows < duckdb_row_count(mResult.Get())) {
+            ThrowError("Unable to fetch all rows of the result.");
+        }
+        return chunk;
     }
+    mFetchedRows += duckdb_data_chunk_get_size(chunk.Get());
     return chunk;
 }
 

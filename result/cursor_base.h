@@ -18,7 +18,7 @@ namespace orkit::orsql {
 class DuckDBDatabase;
 
 /// Throws "DuckDBCursor is invalid", context "unknown".
-[[noreturn]] void RaiseInvalidCursor();
+[[noreturn]] void ThrowInvalidCursor();
 
 /// Base of the two cursors. Owns its result. The database's registry and the cursor point to each other
 /// without a reference; whichever goes first tells the other, under the guard.
@@ -48,20 +48,23 @@ protected:
     /// Throws "DuckDBCursor is invalid", context "unknown", if the cursor has lost its database.
     void RequireValid() const {
         if (!mDatabase.load(std::memory_order_acquire)) {
-            RaiseInvalidCursor();
+            ThrowInvalidCursor();
         }
     }
     /// Throws "inColumnIndex is out of bounds".
     void RequireColumn(std::uint32_t inColumnIndex) const {
         if (inColumnIndex >= mColumns.size()) {
-            RaiseError("inColumnIndex is out of bounds");
+            ThrowError("inColumnIndex is out of bounds");
         }
     }
     /// Throws with the database's name as context. Takes no guard.
-    [[noreturn]] void RaiseError(const char* inMessage) const;
+    [[noreturn]] void ThrowError(const char* inMessage) const;
     /// The next chunk of the result; empty at its end. Throws with DuckDB's text if the chunk can't be
     /// fetched. The guard must be held and the cursor must be valid.
     orlimbara::duckdb_support::OwnedDataChunk FetchChunk();
+
+    /// Destroys the result, of which no more chunks are needed. The guard must be held.
+    void ReleaseResult() noexcept { mResult.Reset(); }
 
     const ColumnList& Columns() const noexcept { return mColumns; }
 
@@ -73,6 +76,7 @@ private:
     std::atomic<DuckDBDatabase*> mDatabase; // null once detached; written under the guard, read without it
     const std::shared_ptr<const String> mContext; // the database's name, for failures
     orlimbara::duckdb_support::OwnedResult mResult;
+    idx_t mFetchedRows = 0;
     ColumnList mColumns;
 };
 

@@ -16,11 +16,12 @@ DuckDBCursor_server::DuckDBCursor_server(DuckDBDatabase* inDatabase, support::Ow
 bool DuckDBCursor_server::NextRecord() {
     const EngineLockGuard guard;
     RequireValid();
-    if (mChunk && mChunkRow + 1 < mChunkSize) {
+    if (mChunkRow + 1 < mChunkSize) {
         ++mChunkRow;
         return true;
     }
     mReader.Bind(nullptr);
+    mChunkSize = 0;
     mChunk.Reset();
     mChunk = FetchChunk();
     mChunkRow = 0;
@@ -37,18 +38,15 @@ bool DuckDBCursor_server::NextRecord() {
 smart_ptr<I_Value> DuckDBCursor_server::get_Value(std::uint32_t inColumnIndex) {
     RequireValid();
     RequireColumn(inColumnIndex);
-    if (!mChunk) {
-        RaiseError("Data is not available. Use NextRecord() to fetch data.");
-    }
-    if (mChunkRow >= mChunkSize) {
-        RaiseError("Current position is out of bounds");
+    if (mChunkSize == 0) {
+        ThrowError("Data is not available. Use NextRecord() to fetch data.");
     }
     try {
         return mReader.Read(inColumnIndex, mChunkRow);
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& error) {
-        RaiseError(error.what());
+        ThrowError(error.what());
     }
 }
 
@@ -72,7 +70,7 @@ bool DuckDBCursor_server::PrevRecord() { Refuse("PrevRecord() is not supported f
 
 void DuckDBCursor_server::Refuse(const char* inMessage) const {
     RequireValid();
-    RaiseError(inMessage);
+    ThrowError(inMessage);
 }
 
 } // namespace orkit::orsql

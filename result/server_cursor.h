@@ -31,8 +31,8 @@ private:
 
     ChunkReader mReader;
     orlimbara::duckdb_support::OwnedDataChunk mChunk; // empty before the first row and after the last
-    idx_t mChunkSize = 0;                             // rows of mChunk
-    idx_t mChunkRow = 0;                              // the current row in mChunk, from 0
+    idx_t mChunkSize = 0;                             // rows of mChunk; 0 without a chunk
+    idx_t mChunkRow = 0;                              // the current row in mChunk, less than its size
 };
 
 } // namespace orkit::orsql

@@ -1,3 +1,6 @@
+#include <dlfcn.h>
+
+#include "duckdb_support/handles.h"
 #include "result/server_cursor.h"
 #include "tests_support/object_fixture.h"
 
@@ -9,6 +12,24 @@ using Cursor = I_DuckDBCursor;
 
 constexpr const char* kInvalid = "DuckDBCursor is invalid";
 constexpr const char* kNoData = "Data is not available. Use NextRecord() to fetch data.";
+
+/// How many chunks are fetched before fetching fails as it does without memory: no chunk and no text.
+/// Negative: all.
+int gFetchesUntilFailure = -1;
+
+} // namespace
+} // namespace orkit::orsql::test
+
+/// DuckDB's function, for this executable.
+extern "C" duckdb_data_chunk duckdb_fetch_chunk(duckdb_result result) {
+    int& fetches = orkit::orsql::test::gFetchesUntilFailure;
+    static const auto original =
+        reinterpret_cast<decltype(&duckdb_fetch_chunk)>(dlsym(RTLD_NEXT, "duckdb_fetch_chunk"));
+    return fetches < 0 || fetches-- > 0 ? original(result) : nullptr;
+}
+
+namespace orkit::orsql::test {
+namespace {
 
 class Cursors : public ObjectTest {
 protected:
@@ -172,6 +193,25 @@ TEST_F(Cursors, RefuseWhatTheyCannotDoAndEverythingOnceCutOff) {
     mDatabase->Close(); // meets no pointer to them
     ExpectDuckDBError([] { DuckDBCursor_server cursor(nullptr, support::OwnedResult()); }, "unknown",
                       kInvalid);
+}
+
+TEST_F(Cursors, RowsThatCantBeFetchedAreNotTheEnd) {
+    const char* const sql = "SELECT range FROM range(10000)";
+    for (const int chunksBefore : {0, 2}) {
+        const smart_ptr<I_DuckDBCursor> cursor = Server(sql);
+        gFetchesUntilFailure = chunksBefore;
+        ExpectDuckDBError([&] { ReadAll(cursor); }, "cursors", "Unable to fetch all rows of the result.");
+        gFetchesUntilFailure = chunksBefore;
+        ExpectDuckDBError([&] { Client(sql); }, "cursors", "Unable to fetch all rows of the result.");
+    }
+    gFetchesUntilFailure = -1;
+}
+
+TEST_F(Cursors, ClientLeavesNoRowsInDuckDB) {
+    const smart_ptr<I_DuckDBCursor> cursor = Client("SELECT range FROM range(3000)");
+    EXPECT_EQ(support::LiveHandleCount(support::HandleKind::Result), 0);
+    EXPECT_EQ(cursor->get_RecordCount(), 3000u);
+    mDatabase->Close();
 }
 
 TEST_F(Cursors, ServerHoldsOneChunkUntilItGoes) {
