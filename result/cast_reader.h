@@ -7,6 +7,7 @@
 #include "duckdb_support/vector_cast.h"
 #include "result/cell_reader.h"
 #include "result/conversion_window.h"
+#include "result/plain_text.h"
 
 namespace orkit::orsql {
 
@@ -43,7 +44,7 @@ private:
 };
 
 /// DuckDB's text of a cell.
-class TextCastReader final : public CastReader {
+class TextCastReader : public CastReader {
 public:
     using CastReader::CastReader;
     smart_ptr<I_Value> Read(idx_t inRow) override;
@@ -52,6 +53,23 @@ private:
     bool Cast(orlimbara::duckdb_support::ColumnCast& ioCast, idx_t inFirst, idx_t inCount) override;
 
     const duckdb_string_t* mTexts = nullptr;
+};
+
+/// A type whose text is written straight into UTF-16 where that is sure, and cast where it isn't.
+/// @tparam Write a function of plain_text.h.
+template <class Item, std::size_t (*Write)(Item, PlainText&) noexcept>
+class PlainTextReader final : public TextCastReader {
+public:
+    using TextCastReader::TextCastReader;
+    smart_ptr<I_Value> Read(idx_t inRow) override {
+        if (IsNull(inRow)) {
+            return MakeNullValue();
+        }
+        PlainText text;
+        const std::size_t length = Write(DataAt<Item>(inRow), text);
+        return length != 0 ? TextBuffer::MakeString(String(text.data(), static_cast<std::ptrdiff_t>(length)))
+                           : TextCastReader::Read(inRow);
+    }
 };
 
 /// A cell as a double.

@@ -1,6 +1,5 @@
 #include "result/text_buffer.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <cstring>
 
@@ -51,32 +50,30 @@ void AppendEscaped(std::string& ioJson, std::string_view inText) {
 } // namespace
 
 smart_ptr<I_Value> TextBuffer::MakeString(std::string_view inText) {
-    const String text = Widen(UpToZero(inText));
+    const std::string_view text = UpToZero(inText);
+    return MakeString(String(text.data(), static_cast<std::ptrdiff_t>(text.size())));
+}
+
+smart_ptr<I_Value> TextBuffer::MakeString(const String& inText) {
     smart_ptr<I_Value> value(CreateValueString(false, nullptr, nullptr));
-    value->put_MaxLength(static_cast<std::uint32_t>(2 * text.get_Length() + 2));
-    value->put_String(text);
+    value->put_MaxLength(static_cast<std::uint32_t>(2 * inText.get_Length() + 2));
+    value->put_String(inText);
     return value;
 }
 
 smart_ptr<I_Value> TextBuffer::MakeEnvelope(std::string_view inTypeName, std::string_view inText) {
+    constexpr std::size_t kMostKept = std::size_t{1} << 20; // bytes
     mJson = R"({"duckdb_variant":true,"variant_type":")";
     AppendEscaped(mJson, inTypeName);
     mJson += R"(","value":")";
     AppendEscaped(mJson, UpToZero(inText));
     mJson += R"("})";
     smart_ptr<I_Value> value(CreateValueJSON(false, nullptr, nullptr));
-    value->put_String(Widen(mJson));
-    return value;
-}
-
-String TextBuffer::Widen(std::string_view inText) {
-    if (mCapacity < inText.size()) {
-        const std::size_t capacity = std::max(inText.size(), 2 * mCapacity);
-        mWide = std::make_unique_for_overwrite<char16_t[]>(capacity);
-        mCapacity = capacity;
+    value->put_String(String(mJson.data(), static_cast<std::ptrdiff_t>(mJson.size())));
+    if (mJson.capacity() > kMostKept) {
+        mJson = std::string();
     }
-    const std::size_t length = ConvertToUTF16(inText.data(), inText.size(), mConverter, mWide.get());
-    return String(mWide.get(), static_cast<std::ptrdiff_t>(length));
+    return value;
 }
 
 } // namespace orkit::orsql

@@ -1,9 +1,8 @@
 /// @file
-/// Values made of DuckDB's texts: plain texts and envelopes, through one buffer that is kept.
+/// Values made of DuckDB's texts: plain texts and envelopes.
 #pragma once
 
 #include <cstddef>
-#include <memory>
 #include <string>
 #include <string_view>
 
@@ -23,12 +22,14 @@ inline std::string_view ViewOf(const duckdb_string_t& inString) noexcept {
             length};
 }
 
-/// Makes values of texts, up to their first zero byte. Its buffers grow to the longest text so far and are
-/// kept, so that a text costs no allocation besides the value's own.
+/// Makes values of texts, up to their first zero byte.
 class TextBuffer {
 public:
     /// A String value. @param inText UTF-8.
     smart_ptr<I_Value> MakeString(std::string_view inText);
+
+    /// The same of a text that is wide already; all of it counts.
+    static smart_ptr<I_Value> MakeString(const String& inText);
 
     /// A JSON value that holds an envelope: the form in which a DuckDB value without a host type of its own
     /// leaves, and which statement/ reads:
@@ -37,13 +38,7 @@ public:
     smart_ptr<I_Value> MakeEnvelope(std::string_view inTypeName, std::string_view inText);
 
 private:
-    /// @param inText UTF-8; all of it is converted.
-    String Widen(std::string_view inText);
-
-    const I_Converter* mConverter = GetConverter_UTF8();
-    std::unique_ptr<char16_t[]> mWide;
-    std::size_t mCapacity = 0; // of mWide, in code units
-    std::string mJson;
+    std::string mJson; // kept, so that an envelope costs no allocation of its own
 };
 
 } // namespace orkit::orsql

@@ -180,6 +180,29 @@ TEST_F(ChunkReaderTest, ACellThatCantBeCastThrowsAloneAndAsOnTheReferencePath) {
     cells.Compare();
 }
 
+/// Of `u`, a hash that loses a bit from row to row, so that small numbers and zeros at the end occur as well.
+constexpr const char* kPlainTexts = R"(
+    DATE '0000-01-01' + i; DATE '1890-01-01' + 5 * i; DATE '9990-01-01' + i; DATE '2000-01-01' + (u % 4000000)::INTEGER
+    (TIME '00:00:00' + INTERVAL (t) MICROSECOND)::TIME; (TIME '00:00:00' + INTERVAL (t // 1000) MILLISECOND)::TIME
+    make_timestamp((u >> 1)::BIGINT - 4611686018427387904); make_timestamp(-62135596800000000 + (i - 5000) * 77777777::BIGINT)
+    make_timestamp((u >> 8)::BIGINT * 10)::TIMESTAMPTZ; make_timestamp(-((u >> 8)::BIGINT))::TIMESTAMPTZ
+    make_timestamp((u >> 8)::BIGINT)::TIMESTAMP_S; make_timestamp(-((u >> 8)::BIGINT))::TIMESTAMP_MS
+    make_timestamp_ns((u >> 1)::BIGINT - 4611686018427387904); make_timestamp_ns(-((u >> 2)::BIGINT))
+    concat('12:34:56.', lpad((u % 1000000000)::VARCHAR, 9, '0'))::TIME_NS; md5(i::VARCHAR)::UUID
+    (u >> 1)::HUGEINT * (i - 5000) * 922337203685477; (1::HUGEINT << i % 127) - i // 127
+    -(1::HUGEINT << i % 127) + i // 127 - 50; (u % 18446744073709551616)::UHUGEINT * (i::UHUGEINT + 1) * 7777777777777)";
+
+TEST_F(ChunkReaderTest, PlainTextsAreThoseOfTheCastOverTheWholeRange) {
+    mDuck->Run("CREATE TABLE t AS SELECT i::INTEGER AS i, hash(i) >> i % 64 AS u, hash(i) % 86400000001 AS t "
+               "FROM range(10000) r(i)");
+    for (const auto& column : Table(kPlainTexts)) {
+        SCOPED_TRACE(column[0]);
+        Cells cells(mDuck->Run("SELECT " + column[0] + " FROM t"));
+        EXPECT_EQ(cells.Expect().size(), 10000u);
+        cells.Compare();
+    }
+}
+
 TEST_F(ChunkReaderTest, ATimeOutOfRangeIsRefusedInEveryShape) {
     constexpr std::int64_t kDay = 86'400'000'000;
     constexpr std::int64_t kLowest = std::numeric_limits<std::int64_t>::min();
