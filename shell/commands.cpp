@@ -72,6 +72,10 @@ CommandAnswer RunDotCommand(Shell& inShell, std::string_view inLine) {
         (hasArgument && (command.traits & command_trait::kOutsideWithArgument) != 0)) {
         RequireExternalAccess(inShell, fmt::format(".{}", command.name));
     }
+    if ((command.traits & command_trait::kNotInRequests) != 0 &&
+        inShell.get_Options().input == InputForm::Jsonl) {
+        throw ShellError(fmt::format(".{} is refused with --input jsonl", command.name));
+    }
     try {
         return command.run(inShell, arguments);
     } catch (const UsageError& error) {

@@ -24,6 +24,7 @@ namespace command_trait {
 inline constexpr unsigned kWholeName = 1;           ///< a beginning of its name isn't enough
 inline constexpr unsigned kOutside = 2;             ///< refused without external access
 inline constexpr unsigned kOutsideWithArgument = 4; ///< refused without external access if it has an argument
+inline constexpr unsigned kNotInRequests = 8;       ///< refused where standard input is requests
 } // namespace command_trait
 
 /// One row of the table of dot commands.

@@ -8,6 +8,7 @@
 #include <rapidjson/document.h>
 
 #include "host/exceptions.h"
+#include "shell/requests.h"
 #include "shell/text.h"
 
 namespace orlimbara::shell {
@@ -172,6 +173,9 @@ Failure CurrentFailure() {
         Describe(failure, "xDBError", error);
     } catch (const orkit::xException& error) {
         Describe(failure, "xException", error);
+    } catch (const RequestError& error) {
+        failure = FailureOf(error);
+        failure.column = error.get_Column();
     } catch (const ShellError& error) {
         failure = FailureOf(error);
     } catch (const ProcedureError& error) {

@@ -49,9 +49,10 @@ struct Failure {
     std::string className;
     std::optional<std::uint32_t> code;
     std::optional<std::string> context;
-    std::string message;   ///< as the module gave it
-    std::string words;     ///< an explanation for people, not for programs
-    std::string statement; ///< the SQL that failed, for the caret; empty if there is none
+    std::string message;               ///< as the module gave it
+    std::optional<std::size_t> column; ///< of a line of JSON that is broken, from 1
+    std::string words;                 ///< an explanation for people, not for programs
+    std::string statement;             ///< the SQL that failed, for the caret; empty if there is none
     /// Where it came from: the script's line, then the lines that ran that script, innermost first. Empty for
     /// what was typed at the prompt.
     std::vector<SourceLine> places;

@@ -118,6 +118,10 @@ void PutFailureMembers(Writer& ioWriter, const Failure& inFailure) {
         PutKey(ioWriter, "position");
         ioWriter.Int64(*parts.position);
     }
+    if (inFailure.column) {
+        PutKey(ioWriter, "column");
+        ioWriter.Uint64(*inFailure.column);
+    }
     for (std::size_t i = 0; i < inFailure.places.size(); ++i) {
         if (i == 1) {
             PutKey(ioWriter, "from");

@@ -22,7 +22,8 @@ namespace {
 using namespace orlimbara::shell;
 
 bool IsInteractive(const Options& inOptions) {
-    return inOptions.scripts.empty() && isatty(STDIN_FILENO) == 1 && isatty(STDOUT_FILENO) == 1;
+    return inOptions.scripts.empty() && inOptions.input == InputForm::Sql && isatty(STDIN_FILENO) == 1 &&
+           isatty(STDOUT_FILENO) == 1;
 }
 
 /// Runs the scripts, standard input or an interactive session. @return the exit status.
@@ -97,7 +98,9 @@ int main(int inCount, char** inArguments) {
     settings.nullText = options->nullText;
     settings.maxRows = options->maxRows;
     settings.hasHeader = options->hasHeader;
-    const Mode usual = isatty(STDOUT_FILENO) == 1 ? Mode::Box : Mode::Csv;
+    const Mode usual = options->input == InputForm::Jsonl ? Mode::Jsonl
+                       : isatty(STDOUT_FILENO) == 1       ? Mode::Box
+                                                          : Mode::Csv;
     Answers answers(options->mode.value_or(usual), options->color, settings);
     try {
         return RunAll(*options, answers);

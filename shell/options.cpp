@@ -63,6 +63,9 @@ void AddOutputOptions(CLI::App& ioApp, Options& outOptions) {
     AddChoice<Mode>(
         ioApp, "-m,--mode", kModeNames, [&](Mode mode) { outOptions.mode = mode; },
         "form of the output; box on a terminal, csv otherwise");
+    AddChoice<InputForm>(
+        ioApp, "--input", kInputNames, [&](InputForm input) { outOptions.input = input; },
+        "how standard input is read; jsonl is a request per line");
     AddChoice<ColorChoice>(
         ioApp, "--color", kColorNames, [&](ColorChoice color) { outOptions.color = color; },
         "colour on a terminal, always or never");
@@ -181,6 +184,9 @@ std::optional<Options> ReadCommandLine(int inCount, const char* const* inArgumen
     app.add_flag("--version", options.showsVersion, "print the versions of orsql and of DuckDB");
     try {
         app.parse(ArgumentsInReverse(inCount, inArguments));
+        if (options.input == InputForm::Jsonl && options.mode.value_or(Mode::Jsonl) != Mode::Jsonl) {
+            throw CLI::ValidationError("--input jsonl goes with --mode jsonl alone");
+        }
         if (!IsVersionText(options.storageVersion)) {
             throw CLI::ValidationError("--storage-version", options.storageVersion + " is no version");
         }

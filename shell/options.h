@@ -18,6 +18,9 @@ enum class CursorLocation { Server, Client };
 inline constexpr std::array<std::string_view, 2> kCursorNames = {"server", "client"};
 /// The names of a switch's states, off being 0.
 inline constexpr std::array<std::string_view, 2> kSwitches = {"off", "on"};
+/// How standard input is read.
+enum class InputForm { Sql, Jsonl };
+inline constexpr std::array<std::string_view, 2> kInputNames = {"sql", "jsonl"};
 enum class ColorChoice { Auto, Always, Never };
 
 /// Exit statuses.
@@ -65,6 +68,7 @@ struct Options {
     bool hasHeader = true;
     ColorChoice color = ColorChoice::Auto;
     bool showsVersion = false;
+    InputForm input = InputForm::Sql;
     bool readsRc = true;
     std::string prompt; ///< in place of the database's name; empty for the name
 };

@@ -155,6 +155,10 @@ void Session::HoldRows(smart_ptr<orkit::orsql::RowArray> inRows) {
     mRows = std::move(inRows);
 }
 
+Session::Held Session::Exchange(Held inHeld) {
+    return {std::exchange(mValues, std::move(inHeld.values)), std::exchange(mRows, std::move(inHeld.rows))};
+}
+
 Outcome Session::Run(const std::string& inSql, CursorLocation inLocation) {
     I_DuckDBDatabase& database = get_OpenDatabase();
     const ActivityScope computing(Activity::Computing);

@@ -51,6 +51,14 @@ public:
     /// Rows, for each of which every statement from now on runs once.
     void HoldRows(orkit::smart_ptr<orkit::orsql::RowArray> inRows);
 
+    /// Values or rows that are held.
+    struct Held {
+        orkit::smart_ptr<orkit::orsql::ValueArray> values;
+        orkit::smart_ptr<orkit::orsql::RowArray> rows;
+    };
+    /// Puts others in place of what is held. @return what was held.
+    Held Exchange(Held inHeld);
+
     /// Runs one statement with the held values. If DuckDB expands it into several, the outcome is the last
     /// one with rows or a count, and a failure undoes them all unless a transaction was open before.
     Outcome Run(const std::string& inSql, CursorLocation inLocation);

@@ -105,10 +105,11 @@ CommandAnswer Quit(Shell& inShell, std::string_view inArguments) {
 
 constexpr auto kRows = std::to_array<DotCommand>({
     {"help", "[COMMAND]", "list the commands, or show one command's use", CompleteCommandNames, Help},
-    {"read", "FILE", "run a file of SQL and dot commands", CompleteFiles, Read, command_trait::kOutside},
+    {"read", "FILE", "run a file of SQL and dot commands", CompleteFiles, Read,
+     command_trait::kOutside | command_trait::kNotInRequests},
     {"print", "TEXT", "print TEXT as it is", nullptr, Print},
     {"edit", "", "edit the last statement with $VISUAL or $EDITOR and run it", nullptr, Edit,
-     command_trait::kOutside},
+     command_trait::kOutside | command_trait::kNotInRequests},
     {"quit", "", "leave", nullptr, Quit},
     {"exit", "", "leave", nullptr, Quit},
 });

@@ -104,7 +104,7 @@ CommandAnswer SendOnce(Shell& inShell, std::string_view inArguments) {
 
 constexpr auto kRows = std::to_array<DotCommand>({
     {"mode", "[box|csv|json|jsonl|line|markdown]", "choose the form of the output", CompleteWords<kModeNames>,
-     SetMode},
+     SetMode, command_trait::kNotInRequests},
     {"cursor", "[server|client]", "choose the cursor location for queries", CompleteWords<kCursorNames>,
      Cursor},
     {"timer", "[on|off]", "show the time that each statement and command takes", CompleteWords<kSwitches>,
@@ -113,9 +113,9 @@ constexpr auto kRows = std::to_array<DotCommand>({
     {"maxrows", "[N]", "choose the rows shown of a table in box mode; 0 shows all", nullptr, MaxRows},
     {"prompt", "[TEXT]", "show TEXT in the prompt, or the database's name again", nullptr, Prompt},
     {"output", "[FILE]", "send what follows to FILE, or to standard output again", CompleteFiles, SendOutput,
-     command_trait::kOutsideWithArgument},
+     command_trait::kOutsideWithArgument | command_trait::kNotInRequests},
     {"once", "FILE", "send the output of the next statement or command to FILE", CompleteFiles, SendOnce,
-     command_trait::kOutside},
+     command_trait::kOutside | command_trait::kNotInRequests},
 });
 
 } // namespace

@@ -74,7 +74,11 @@ void Shell::RunText(std::string_view inText, std::string_view inSource) {
 void Shell::RunFile(const std::string& inPath) {
     if (inPath == "-") {
         const SourceScope source(mOrigin, inPath);
-        RunOpenFile(STDIN_FILENO, "standard input");
+        if (mOptions.input == InputForm::Jsonl) {
+            RunRequests();
+        } else {
+            RunOpenFile(STDIN_FILENO, "standard input");
+        }
         return;
     }
     if (mOrigin.places.size() == kDeepest) {
@@ -149,6 +153,82 @@ void Shell::AnswerPiece(const Piece& inPiece) {
     } else {
         RunCommand(inPiece.text);
     }
+}
+
+void Shell::RunRequests() {
+    std::string text;
+    std::array<char, 1 << 16> part;
+    mOrigin.isOneLine = true;
+    while (!IsToStop() && WaitForInput(STDIN_FILENO)) {
+        const ssize_t count = read(STDIN_FILENO, part.data(), part.size());
+        if (count < 0 && errno == EINTR) {
+            continue;
+        }
+        if (count < 0) {
+            throw ShellError(fmt::format("can't read standard input: {}", std::strerror(errno)));
+        }
+        if (count == 0) {
+            RunRequest(text);
+            break;
+        }
+        std::size_t seen = text.size();
+        text.append(part.data(), static_cast<std::size_t>(count));
+        std::size_t start = 0;
+        for (std::size_t end = text.find('\n', seen); end != std::string::npos && !IsToStop();
+             end = text.find('\n', start)) {
+            RunRequest(std::string_view(text).substr(start, end - start));
+            start = end + 1;
+        }
+        text.erase(0, start);
+    }
+    mOrigin.isOneLine = false;
+}
+
+/// Gives one line for a request, none for an empty line.
+void Shell::RunRequest(std::string_view inLine) {
+    ++mOrigin.places.back().line;
+    mOrigin.statement.clear();
+    if (inLine.ends_with('\r')) {
+        inLine.remove_suffix(1);
+    }
+    if (inLine.empty()) {
+        return;
+    }
+    std::optional<std::string>& id = mAnswers.get_Settings().requestId;
+    try {
+        AnswerRequest(ParseRequest(inLine, id));
+    } catch (const ShellError&) {
+        mAnswers.Fail(CurrentFailure());
+    }
+    id.reset();
+}
+
+void Shell::AnswerRequest(Request inRequest) {
+    if (inRequest.command) {
+        if (!inRequest.command->starts_with('.')) {
+            throw RequestError("a \"command\" begins with a dot");
+        }
+        AnswerPiece({Piece::Kind::DotCommand, *inRequest.command});
+        return;
+    }
+    Splitter splitter;
+    splitter.Feed(*inRequest.sql);
+    splitter.Finish();
+    const std::optional<Piece> piece = splitter.Next();
+    if (!piece) {
+        mAnswers.Done();
+        return;
+    }
+    if (piece->kind == Piece::Kind::DotCommand || splitter.Next()) {
+        throw RequestError("\"sql\" is one statement");
+    }
+    if (!inRequest.holdsValues) {
+        AnswerPiece(*piece);
+        return;
+    }
+    const Session::Held held = mSession.Exchange({std::move(inRequest.values), std::move(inRequest.rows)});
+    AnswerPiece(*piece);
+    mSession.Exchange(held);
 }
 
 void Shell::EndOnce() {

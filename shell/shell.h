@@ -9,6 +9,7 @@
 
 #include "shell/answers.h"
 #include "shell/options.h"
+#include "shell/requests.h"
 #include "shell/session.h"
 #include "shell/splitter.h"
 
@@ -54,6 +55,9 @@ private:
     void RunOpenFile(int inFile, const std::string& inPath);
     void RunPiece(const Piece& inPiece);
     void AnswerPiece(const Piece& inPiece);
+    void RunRequests();
+    void RunRequest(std::string_view inLine);
+    void AnswerRequest(Request inRequest);
     void EndOnce();
     void RunStatement(const std::string& inSql);
     void RunCommand(const std::string& inLine);

@@ -5,7 +5,7 @@ _orsql() {
     local options='-h --help -c --command -f --file -m --mode --cursor --module --readonly --threads --max-memory
         --temp-directory --home-directory --secret-directory --extension-directory --no-external-access
         --token-file --user-agent --block-size --storage-version --bail --max-rows --timer --null --no-header
-        --color --version --no-rc'
+        --color --version --no-rc --input'
     COMPREPLY=()
     case $previous in
         -m | --mode)

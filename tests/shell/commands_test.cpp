@@ -280,6 +280,49 @@ TEST_F(Commands, OnceTakesTheNextOutputAlone) {
     EXPECT_EQ(JsonLines(ReadWhole("3.txt")).size(), 0U);
 }
 
+TEST_F(Commands, RequestsGiveOneLineEach) {
+    // A part of the line, and a part of its answer.
+    const std::vector<std::pair<std::string, std::string>> requests = {
+        {R"({"sql":"SELECT $1 + $2","values":[1,2],"id":7})", R"({"kind":"rows","id":7,"columns")"},
+        {R"({ "id" : {"a":[1e30, 1.50]} , "sql":"/* nothing */" })",
+         R"({"kind":"done","id":{"a":[1e30, 1.50]}})"},
+        {R"({"sql":"CREATE TABLE t(a INTEGER, b VARCHAR);"})", R"({"kind":"done"})"},
+        {R"~({"sql":"INSERT INTO t VALUES (?, ?)","rows":[[1,"a'\n"],[2,null]]})~", R"({"kind":"changed")"},
+        {R"({"sql":"SELECT $1, $2, $3, $4, $5","values":[{"date":"2024-01-31"},{"binary":"CAFE"},true,1.5,{"double":"-Infinity"}]})",
+         R"("rows":[["2024-01-31",{"binary":"CAFE"},true,1.5,{"double":"-Infinity"}]])"},
+        {R"({"sql":"SELECT 5 AS not_held"})", R"("rows":[[5]])"},
+        {R"({"sql":"SELECT 1; SELECT 2","id":null})", R"("id":null,"class":"orsql")"},
+        {R"({"sql":"SELECT\n nope","id":"x"})", R"("position":8,"source":"-","line":8})"},
+        {R"({"id":3,"sql":"SELECT ')", R"({"kind":"error","id":3,"class":"orsql")"},
+        {R"(["sql"])", R"("class":"orsql")"},
+        {R"({"sql":"SELECT 1","command":".info"})", R"("class":"orsql")"},
+        {R"({"id":1})", R"("class":"orsql")"},
+        {R"({"command":".info","values":[]})", R"("class":"orsql")"},
+        {R"({"sql":"SELECT 1","sql":"SELECT 2"})", R"("class":"orsql")"},
+        {R"({"sql":"SELECT 1","valves":[]})", R"("class":"orsql")"},
+        {R"({"sql":"SELECT $1","values":[{"date":"x"}]})", R"("class":"orsql")"},
+        {R"({"sql":1})", R"("class":"orsql")"},
+        {R"({"command":".mode csv","id":2})", R"("message":".mode is refused with --input jsonl")"},
+        {R"({"command":".print it's","id":[ ]})", R"({"kind":"text","id":[ ],"text":"it's"})"},
+        {R"({"command":".quit","id":-0})", R"({"kind":"done","id":-0})"},
+        {R"({"sql":"SELECT 'not reached'"})", ""},
+    };
+    std::string input;
+    for (const auto& request : requests) {
+        input += request.first + "\r\n";
+    }
+    input.pop_back();
+    const ShellRun run = RunShell({"--input", "jsonl"}, input);
+    const std::vector<std::string> lines = JsonLines(run.out);
+    ASSERT_EQ(lines.size(), requests.size() - 1) << run.out;
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        EXPECT_NE(lines[i].find(requests[i].second), std::string::npos) << requests[i].first << "\n"
+                                                                        << lines[i];
+    }
+    EXPECT_NE(lines[8].find(R"("column":24,"source":"-","line":9})"), std::string::npos) << lines[8];
+    EXPECT_EQ(run.status, 1);
+}
+
 TEST_F(Commands, ModeChangesTheFormOfWhatFollows) {
     WriteFile("script.sql",
               "SELECT 1 AS a;\n.mode csv\nSELECT 2 AS b;\n.mode json\nSELECT 3 AS c;\n.mode line\n"

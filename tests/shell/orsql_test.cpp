@@ -37,6 +37,7 @@ TEST_F(Orsql, LeavesWithTheStatusThatTellsWhatHappened) {
         {{"--storage-version", "v1.2.0", ":memory:"}, 2},
         {{"--block-size", "16384", "--no-external-access", "x.db"}, 2},
         {{"--block-size", "16384", "Memory.db"}, 2},
+        {{"--input", "jsonl", "-m", "csv"}, 2},
         {{"--storage-version", "v1'", "x.db"}, 2},
         {{"--module", "missing.so", "-c", "SELECT 1"}, 3},
         {{"--module", "text.txt", "-c", "SELECT 1"}, 3},
