@@ -14,7 +14,8 @@ namespace orlimbara::shell {
 const std::vector<DotCommand>& GetDotCommands() {
     static const std::vector<DotCommand> commands = [] {
         std::vector<DotCommand> all;
-        for (const auto rows : {SessionCommands(), DatabaseCommands(), DataCommands(), SettingsCommands()}) {
+        for (const auto rows :
+             {SessionCommands(), DatabaseCommands(), TableCommands(), DataCommands(), SettingsCommands()}) {
             all.insert(all.end(), rows.begin(), rows.end());
         }
         return all;

@@ -41,6 +41,7 @@ struct DotCommand {
 /// The rows of each kind, in the files of the same name.
 std::span<const DotCommand> SessionCommands();
 std::span<const DotCommand> DatabaseCommands();
+std::span<const DotCommand> TableCommands();
 std::span<const DotCommand> DataCommands();
 std::span<const DotCommand> SettingsCommands();
 

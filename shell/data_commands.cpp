@@ -1,4 +1,4 @@
-// The dot commands about tables, values for statements, and table procedures.
+// The dot commands about values for statements and table procedures.
 #include <algorithm>
 #include <array>
 
@@ -24,35 +24,6 @@ using orkit::smart_ptr;
 using orkit::orsql::RowArray;
 using orkit::orsql::ValueArray;
 namespace standin = orkit::standin;
-
-// Of the current database and the temporary one, what its users made.
-constexpr const char* kTables =
-    "SELECT schema_name AS \"schema\", table_name AS \"name\", 'table' AS \"type\" FROM duckdb_tables()"
-    " WHERE database_name IN (current_database(), 'temp') AND NOT internal AND table_name ILIKE $1"
-    " UNION ALL "
-    "SELECT schema_name, view_name, 'view' FROM duckdb_views()"
-    " WHERE database_name IN (current_database(), 'temp') AND NOT internal AND view_name ILIKE $1"
-    " ORDER BY ALL";
-
-constexpr const char* kSchema =
-    "SELECT sql FROM ("
-    "SELECT 1 AS kind, schema_name, table_name AS name, sql FROM duckdb_tables()"
-    " WHERE database_name IN (current_database(), 'temp') AND NOT internal"
-    " UNION ALL "
-    "SELECT 2, schema_name, view_name, sql FROM duckdb_views()"
-    " WHERE database_name IN (current_database(), 'temp') AND NOT internal)"
-    " WHERE $1 IS NULL OR lower(name) = lower($1) ORDER BY kind, schema_name, name";
-
-/// Answers with the rows of one of the shell's queries, which takes one value.
-CommandAnswer AnswerQuery(Shell& inShell, const char* inSql,
-                          const smart_ptr<orkit::orsql::I_Value>& inValue) {
-    const smart_ptr<ValueArray> values = new ValueArray(1);
-    values->Append(inValue);
-    CursorRows cursor(inShell.get_Session().Select(inSql, values));
-    UntypedRows rows(cursor);
-    inShell.get_Answers().Rows(rows);
-    return CommandAnswer::Given;
-}
 
 const standin::RegisteredProcedure&
 FindProcedure(const std::vector<standin::RegisteredProcedure>& inProcedures, const std::string& inName) {
@@ -137,17 +108,6 @@ CommandAnswer Call(Shell& inShell, std::string_view inArguments) {
     return CommandAnswer::Given;
 }
 
-CommandAnswer Tables(Shell& inShell, std::string_view inArguments) {
-    const std::vector<std::string> words = TakeWords(inArguments, 0, 1);
-    return AnswerQuery(inShell, kTables, MakeTextValue(words.empty() ? "%" : ToHost(words.front())));
-}
-
-CommandAnswer Schema(Shell& inShell, std::string_view inArguments) {
-    const std::vector<std::string> words = TakeWords(inArguments, 0, 1);
-    return AnswerQuery(inShell, kSchema,
-                       words.empty() ? MakeNullValue() : MakeTextValue(ToHost(words.front())));
-}
-
 CommandAnswer Procedures(Shell& inShell, std::string_view inArguments) {
     TakeWords(inArguments, 0, 0);
     TableRows rows({"name", "minimum", "maximum", "signature", "description"});
@@ -161,8 +121,6 @@ CommandAnswer Procedures(Shell& inShell, std::string_view inArguments) {
 }
 
 constexpr auto kRows = std::to_array<DotCommand>({
-    {"tables", "[PATTERN]", "list tables and views whose name is like PATTERN", CompleteTables, Tables},
-    {"schema", "[TABLE]", "show the SQL that makes the tables and views", CompleteTables, Schema},
     {"bind", "[VALUE...]", "hold values for the parameters of the next statements; without values, hold none",
      nullptr, Bind},
     {"rows", "FILE.csv", "hold rows of text values; the next statements run once per row", CompleteFiles,

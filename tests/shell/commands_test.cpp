@@ -62,7 +62,7 @@ TEST_F(Commands, AnUnambiguousBeginningOfANameIsEnough) {
 TEST_F(Commands, WithoutExternalAccessNothingOutsideIsTouched) {
     WriteFile("x.sql", "SELECT 1;\n");
     for (const std::string command : {".call parquet_count x", ".open x.db", ".restore a b", ".output x",
-                                      ".once x", ".read x.sql", ".rows x.sql"}) {
+                                      ".once x", ".read x.sql", ".import x t", ".edit", ".rows x.sql"}) {
         const ShellRun run = RunShell({"--no-external-access", "-c", command});
         EXPECT_NE(run.err.find(" is refused: orsql runs with --no-external-access"), std::string::npos)
             << command << run.err;
@@ -180,6 +180,26 @@ TEST_F(Commands, TablesAndSchemaTellWhatIsThere) {
                                     "CREATE VIEW v AS SELECT 1 AS one;");
     EXPECT_EQ(FirstCells(lines[7]), "CREATE TABLE s.books(a INTEGER);");
     EXPECT_EQ(FirstCells(lines[8]), "");
+}
+
+TEST_F(Commands, ImportMatchesColumnsAllOrNothing) {
+    WriteFile("named.csv", "B,a\n007,1\n,2\n");
+    WriteFile("plain.csv", "3,x\n4,y\n");
+    WriteFile("extra.csv", "a,other\n5,z\n");
+    WriteFile("broken.csv", "a,b\n6,z\nsix,z\n");
+    WriteFile("data", "{\"a\":8}\n");
+    EXPECT_EQ(
+        Answers(
+            ".bind 1\n.import named.csv new\n.bind\nSELECT count(*) FROM new;\n"
+            "CREATE SCHEMA s;\nCREATE TABLE s.\"My t\"(a INTEGER, b VARCHAR DEFAULT 'd');\n"
+            ".import named.csv s.\"My t\"\n.import plain.csv s.\"my T\"\n.import extra.csv s.\"My t\"\n"
+            ".import broken.csv s.\"My t\"\n.import data memory.s.\"My t\"\n.import missing.csv s.\"My t\"\n"
+            "SELECT a || coalesce(b, 'null') FROM s.\"My t\" ORDER BY a;\n"
+            ".describe s.\"My t\"\n.describe nope\n.schema s.\"My t\"\nATTACH ':memory:' AS o;\n"
+            "CREATE TABLE o.u(i INTEGER);\n.tables u\n"),
+        "done|changed|done|2|done|done|changed|changed|error|error|changed|error|1007 2null 3x 4y 8d|a "
+        "b|error|"
+        "CREATE TABLE s.\"My t\"(a INTEGER, b VARCHAR DEFAULT('d'));|done|done|o.main|");
 }
 
 TEST_F(Commands, BackupAndRestoreBringADatabaseBack) {
