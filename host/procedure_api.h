@@ -109,7 +109,8 @@ typedef struct cursor_descriptor {
 typedef void (*procedure_api_reserved)(void);
 
 /// The host's table of functions. An entry is known by its index; the table may have more entries than are
-/// named here. It stays valid and unchanged as long as the module is loaded.
+/// named here. It stays valid and unchanged as long as the module is loaded. An entry that makes a value
+/// returns null when it can't.
 ///
 /// The packed forms:
 /// - date, 32 bits: bits 0 to 4 day, 5 to 8 month, 9 up year;
@@ -128,7 +129,8 @@ typedef struct procedure_api {
 
     procedure_api_reserved reserved_7[3];
 
-    /// [10] Reports a failure of the current call. The text need be valid only during this function.
+    /// [10] Reports a failure of the current call. A cursor callback that fails reports it too, before it
+    /// returns null or -1. The text need be valid only during this function.
     void (*report_error)(call_context context, const char* text, uint64_t length);
 
     procedure_api_reserved reserved_11[4];

@@ -146,6 +146,8 @@ public:
     std::int32_t get_ColumnType(std::size_t inColumn) const;
     std::int64_t get_RowCount() const;
 
+    // A failure that a callback reports is thrown as std::runtime_error with its text.
+
     /// Whether it stands on a row afterwards. A fresh cursor stands before row 0.
     bool NextRow();
     /// Rows count from 0. False leaves the position as it was.

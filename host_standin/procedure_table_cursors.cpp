@@ -26,6 +26,15 @@ host_cursor NewCursor() {
     return new orlimbara_host_cursor;
 }
 
+/// Throws what the last callback reported.
+void ThrowReported(orlimbara_call_context& ioContext) {
+    if (!ioContext.mErrors.empty()) {
+        const std::string error = ioContext.mErrors.front();
+        ioContext.mErrors.clear();
+        throw std::runtime_error(error);
+    }
+}
+
 } // namespace
 
 std::int32_t MakeRowCursor(call_context inContext, std::uint64_t inColumns, std::uint64_t inRows,
@@ -114,14 +123,18 @@ std::int64_t ProcedureCursor::get_RowCount() const {
 
 bool ProcedureCursor::NextRow() {
     if (const cursor_descriptor* descriptor = mHandle->mDescriptor) {
-        return descriptor->next_row(&mHandle->mContext, descriptor->state) == 0;
+        const std::int32_t answer = descriptor->next_row(&mHandle->mContext, descriptor->state);
+        detail::ThrowReported(mHandle->mContext);
+        return answer == 0;
     }
     return SeekRow(mHandle->mRow + 1);
 }
 
 bool ProcedureCursor::SeekRow(std::int64_t inRow) {
     if (const cursor_descriptor* descriptor = mHandle->mDescriptor) {
-        return descriptor->seek_row(&mHandle->mContext, descriptor->state, inRow) == 0;
+        const std::int32_t answer = descriptor->seek_row(&mHandle->mContext, descriptor->state, inRow);
+        detail::ThrowReported(mHandle->mContext);
+        return answer == 0;
     }
     if (inRow < 0 || inRow >= get_RowCount()) {
         return false;
@@ -132,7 +145,10 @@ bool ProcedureCursor::SeekRow(std::int64_t inRow) {
 
 ProcedureValue ProcedureCursor::ReadValue(std::int32_t inColumn) const {
     if (const cursor_descriptor* descriptor = mHandle->mDescriptor) {
-        return ProcedureValue::Adopt(descriptor->read_value(&mHandle->mContext, descriptor->state, inColumn));
+        ProcedureValue value =
+            ProcedureValue::Adopt(descriptor->read_value(&mHandle->mContext, descriptor->state, inColumn));
+        detail::ThrowReported(mHandle->mContext);
+        return value;
     }
     const bool isThere =
         mHandle->mRow >= 0 && inColumn >= 0 && static_cast<std::size_t>(inColumn) < mHandle->mNames.size();

@@ -44,8 +44,7 @@ template <typename Element>
 namespace detail {
 
 [[nodiscard]] inline host_value MakeDateTime(call_context context, duckdb_timestamp timestamp) {
-    // DuckDB throws when it takes infinity apart.
-    if (!duckdb_is_finite_timestamp(timestamp)) {
+    if (!duckdb_is_finite_timestamp(timestamp)) { // DuckDB throws when it takes infinity apart
         return nullptr;
     }
     return GetProcedureApi()->new_datetime(context, PackDateTime(duckdb_from_timestamp(timestamp)));
@@ -53,9 +52,15 @@ namespace detail {
 
 } // namespace detail
 
+/// Whether the host has a value for a cell that isn't NULL: not for a timestamp of infinity, which has no
+/// packed form.
+[[nodiscard]] inline bool HasCellValue(duckdb_type runtime_type, void* data, std::uint64_t row) {
+    return runtime_type != DUCKDB_TYPE_TIMESTAMP ||
+           duckdb_is_finite_timestamp(detail::ElementAt<duckdb_timestamp>(data, row));
+}
+
 /// Makes the value of a cell that isn't NULL; the value is the host's. `data` is the data of a flat vector of
-/// the runtime type, and `row` counts from 0 in it. Null for a timestamp of infinity, which has no packed
-/// form.
+/// the runtime type, and `row` counts from 0 in it. Null when the host has no such value or can't make it.
 [[nodiscard]] inline host_value MakeCellValue(call_context context, duckdb_type runtime_type, void* data,
                                               std::uint64_t row) {
     const procedure_api& api = *GetProcedureApi();

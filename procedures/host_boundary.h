@@ -1,5 +1,5 @@
 /// @file
-/// The boundary with the host: its table of functions, and the two wrappers that keep every exception inside.
+/// The boundary with the host: its table of functions, and the wrapper that keeps every exception inside.
 #pragma once
 
 #include <exception>
@@ -30,12 +30,11 @@ inline void ReportError(call_context context, std::string_view message) noexcept
     GetProcedureApi()->report_error(context, message.data(), message.size());
 }
 
-/// Runs the whole body of a procedure: a callable that returns a cursor, never null, or throws. A failure
-/// becomes one `report_error` and a null cursor. A std::exception is reported by its own text, anything else
-/// by `unexpected_message`.
-template <typename Body>
-[[nodiscard]] host_cursor RunAtProcedureBoundary(call_context context, std::string_view unexpected_message,
-                                                 Body&& body) noexcept {
+/// Runs the whole body of a procedure or a cursor callback. An exception becomes one `report_error` and
+/// `failure_answer`: a std::exception is reported by its own text, anything else by `unexpected_message`.
+template <typename Answer, typename Body>
+[[nodiscard]] Answer RunAtBoundary(call_context context, std::string_view unexpected_message,
+                                   Answer failure_answer, Body&& body) noexcept {
     try {
         return std::forward<Body>(body)();
     } catch (const std::exception& failure) {
@@ -43,17 +42,7 @@ template <typename Body>
     } catch (...) {
         ReportError(context, unexpected_message);
     }
-    return nullptr;
-}
-
-/// Runs the body of a cursor callback. A failure becomes `failure_answer`, without a message to the host.
-template <typename Answer, typename Body>
-[[nodiscard]] Answer RunAtCursorBoundary(Answer failure_answer, Body&& body) noexcept {
-    try {
-        return std::forward<Body>(body)();
-    } catch (...) {
-        return failure_answer;
-    }
+    return failure_answer;
 }
 
 } // namespace orlimbara::procedures

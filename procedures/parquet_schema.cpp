@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <cstring>
+#include <new>
 #include <stdexcept>
 #include <vector>
 
@@ -28,12 +30,16 @@ SchemaRow DescribeColumn(call_context context, duckdb_result* result, idx_t colu
     const duckdb_type runtime_type = RuntimeType(type);
     const std::int32_t host_type = HostTypeOf(runtime_type);
     const procedure_api& api = *GetProcedureApi();
-    return {api.new_int64(context, static_cast<std::int64_t>(column) + 1),
-            NewText(context, name != nullptr ? name : ""),
-            NewText(context, DuckDBTypeName(type)),
-            NewText(context, DuckDBTypeName(runtime_type)),
-            api.new_int64(context, host_type),
-            NewText(context, HostTypeName(host_type))};
+    const SchemaRow row = {api.new_int64(context, static_cast<std::int64_t>(column) + 1),
+                           NewText(context, name != nullptr ? name : ""),
+                           NewText(context, DuckDBTypeName(type)),
+                           NewText(context, DuckDBTypeName(runtime_type)),
+                           api.new_int64(context, host_type),
+                           NewText(context, HostTypeName(host_type))};
+    if (std::ranges::find(row, nullptr) != row.end()) {
+        throw std::bad_alloc(); // null would pass for SQL NULL
+    }
+    return row;
 }
 
 /// A cursor of rows that are made beforehand. The values pass to the host, also when it refuses.

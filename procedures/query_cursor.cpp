@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iterator>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <utility>
 
@@ -18,6 +19,7 @@ namespace {
 
 constexpr std::int32_t kPositioned = 0;
 constexpr std::int32_t kNotPositioned = -1;
+constexpr std::string_view kUnexpectedMessage = "Unexpected error while reading a row.";
 
 /// One SELECT item: the column, or the column cast to its runtime type, under its own name. With
 /// `checks_times` a time outside its range makes the query fail, before a cast to text could meet it.
@@ -96,13 +98,17 @@ void QueryCursor::IndexChunks() {
     const idx_t count = duckdb_result_chunk_count(result_.Struct());
     chunk_starts_.reserve(count);
     for (idx_t index = 0; index < count; ++index) {
-        const duckdb_support::OwnedDataChunk chunk(duckdb_result_get_chunk(result_.Struct(), index));
-        if (!chunk) {
-            throw std::runtime_error("Unable to access DuckDB result chunk.");
-        }
         chunk_starts_.push_back(row_count_);
-        row_count_ += duckdb_data_chunk_get_size(chunk.Get());
+        row_count_ += duckdb_data_chunk_get_size(FetchChunk(index).Get());
     }
+}
+
+duckdb_support::OwnedDataChunk QueryCursor::FetchChunk(std::uint64_t index) const {
+    duckdb_support::OwnedDataChunk chunk(duckdb_result_get_chunk(result_.Struct(), index));
+    if (!chunk) {
+        throw std::runtime_error("Unable to access DuckDB result chunk.");
+    }
+    return chunk;
 }
 
 void QueryCursor::FillDescriptor() {
@@ -132,10 +138,7 @@ std::int32_t QueryCursor::SeekRow(std::uint64_t row) {
     const auto index = static_cast<std::uint64_t>(std::distance(chunk_starts_.begin(), behind)) - 1;
     if (!chunk_ || chunk_index_ != index) {
         chunk_.Reset();
-        duckdb_support::OwnedDataChunk chunk(duckdb_result_get_chunk(result_.Struct(), index));
-        if (!chunk) {
-            return kNotPositioned;
-        }
+        duckdb_support::OwnedDataChunk chunk = FetchChunk(index);
         for (idx_t column = 0; column < columns_.size(); ++column) {
             duckdb_vector vector = duckdb_data_chunk_get_vector(chunk.Get(), column);
             columns_[column].data = duckdb_vector_get_data(vector);
@@ -169,25 +172,31 @@ host_value QueryCursor::ReadValue(call_context context, std::int32_t column) con
     if (cells.validity != nullptr && !duckdb_validity_row_is_valid(cells.validity, row_in_chunk_)) {
         return nullptr;
     }
-    return MakeCellValue(context, cells.runtime_type, cells.data, row_in_chunk_);
+    const host_value value = MakeCellValue(context, cells.runtime_type, cells.data, row_in_chunk_);
+    if (value == nullptr && HasCellValue(cells.runtime_type, cells.data, row_in_chunk_)) {
+        throw std::bad_alloc(); // null would pass for SQL NULL
+    }
+    return value;
 }
 
 void QueryCursor::OnDestroy(call_context, void* state) noexcept { delete static_cast<QueryCursor*>(state); }
 
 host_value QueryCursor::OnReadValue(call_context context, void* state, std::int32_t column) noexcept {
-    return RunAtCursorBoundary<host_value>(
-        nullptr, [&] { return static_cast<QueryCursor*>(state)->ReadValue(context, column); });
+    return RunAtBoundary<host_value>(context, kUnexpectedMessage, nullptr, [&] {
+        return static_cast<QueryCursor*>(state)->ReadValue(context, column);
+    });
 }
 
-std::int32_t QueryCursor::OnSeekRow(call_context, void* state, std::int64_t row) noexcept {
-    return RunAtCursorBoundary(kNotPositioned, [&] {
+std::int32_t QueryCursor::OnSeekRow(call_context context, void* state, std::int64_t row) noexcept {
+    return RunAtBoundary(context, kUnexpectedMessage, kNotPositioned, [&] {
         // A negative row becomes one far past the end.
         return static_cast<QueryCursor*>(state)->SeekRow(static_cast<std::uint64_t>(row));
     });
 }
 
-std::int32_t QueryCursor::OnNextRow(call_context, void* state) noexcept {
-    return RunAtCursorBoundary(kNotPositioned, [&] { return static_cast<QueryCursor*>(state)->NextRow(); });
+std::int32_t QueryCursor::OnNextRow(call_context context, void* state) noexcept {
+    return RunAtBoundary(context, kUnexpectedMessage, kNotPositioned,
+                         [&] { return static_cast<QueryCursor*>(state)->NextRow(); });
 }
 
 std::int64_t QueryCursor::OnRowCount(call_context, void* state) noexcept {

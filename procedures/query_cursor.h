@@ -20,8 +20,9 @@ namespace orlimbara::procedures {
 /// without a copy; a cell becomes a value of the host only when it is asked for.
 ///
 /// A fresh cursor stands before row 0. There is no position past the end: at the end a cursor stays on the
-/// last row. The host ends the object through `destroy`, which closes chunk, result, connection and database
-/// in this order. One thread at a time; no lock, nothing shared.
+/// last row. A callback that fails reports it to the host, and the cursor stays usable. The host ends the
+/// object through `destroy`, which closes chunk, result, connection and database in this order. One thread at
+/// a time; no lock, nothing shared.
 class QueryCursor {
 public:
     /// Opens DuckDB, runs `sql` and gives the host a cursor over the result, which is then the host's. `path`
@@ -49,20 +50,22 @@ private:
     [[nodiscard]] std::string ProbeColumns(const std::string& source);
     void RequireRuntimeTypes();
     void IndexChunks();
+    [[nodiscard]] duckdb_support::OwnedDataChunk FetchChunk(std::uint64_t index) const;
     void FillDescriptor();
 
-    /// Both give 0 when positioned, -1 otherwise. A row that doesn't exist leaves the position as it was; a
-    /// chunk that can't be fetched loses it. May throw what DuckDB throws, with the position lost.
+    /// Both return 0 when positioned, -1 when there is no such row, which leaves the position as it was. When
+    /// a chunk can't be fetched they throw, and there is no current row then.
     [[nodiscard]] std::int32_t SeekRow(std::uint64_t row);
     [[nodiscard]] std::int32_t NextRow();
 
-    /// The value of a cell of the current row; null for SQL NULL, and when there is nothing to read.
+    /// The value of a cell of the current row; null for SQL NULL, and when there is nothing to read. Throws
+    /// std::bad_alloc when the host can't make the value.
     [[nodiscard]] host_value ReadValue(call_context context, std::int32_t column) const;
 
     static void OnDestroy(call_context, void* state) noexcept;
     static host_value OnReadValue(call_context context, void* state, std::int32_t column) noexcept;
-    static std::int32_t OnSeekRow(call_context, void* state, std::int64_t row) noexcept;
-    static std::int32_t OnNextRow(call_context, void* state) noexcept;
+    static std::int32_t OnSeekRow(call_context context, void* state, std::int64_t row) noexcept;
+    static std::int32_t OnNextRow(call_context context, void* state) noexcept;
     static std::int64_t OnRowCount(call_context, void* state) noexcept;
 
     // The handles stand in the order in which they open.

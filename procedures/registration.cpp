@@ -13,7 +13,7 @@ namespace {
 template <std::size_t kRow>
 host_cursor Call(call_context context, const host_value* arguments) noexcept {
     static constexpr const TableProcedure& kProcedure = kTableProcedures[kRow];
-    return RunAtProcedureBoundary(context, kProcedure.unexpected_message, [&] {
+    return RunAtBoundary<host_cursor>(context, kProcedure.unexpected_message, nullptr, [&] {
         return kProcedure.body(ArgumentView(context, arguments, kProcedure.name));
     });
 }

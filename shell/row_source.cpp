@@ -3,6 +3,7 @@
 #include <array>
 #include <utility>
 
+#include "shell/failure.h"
 #include "shell/text.h"
 
 namespace orlimbara::shell {
@@ -79,7 +80,7 @@ ProcedureRows::ProcedureRows(orkit::standin::ProcedureCursor inCursor) : mCursor
     }
 }
 
-bool ProcedureRows::Next(Row& outRow) {
+bool ProcedureRows::Next(Row& outRow) try {
     if (!std::exchange(mIsOnFirstRow, false) && !mCursor.NextRow()) {
         return false;
     }
@@ -88,6 +89,8 @@ bool ProcedureRows::Next(Row& outRow) {
         ReadCell(mCursor.ReadValue(static_cast<std::int32_t>(i)), outRow[i]);
     }
     return true;
+} catch (const std::runtime_error& error) { // what a callback reported
+    throw ProcedureError(error.what());
 }
 
 TableRows::TableRows(std::vector<std::string> inNames) {

@@ -3,6 +3,7 @@
 #include <climits>
 #include <thread>
 
+#include "duckdb_faults.h"
 #include "procedure_test.h"
 
 namespace orlimbara::procedures::test {
@@ -76,17 +77,50 @@ TEST_F(BoundaryTest, ReportsEveryKindOfFailureOnceAndGivesNoCursor) {
     EXPECT_EQ(ErrorOf("parquet_count", {Text(path)}), std::bad_alloc().what());
 }
 
-TEST_F(BoundaryTest, LivesWithAHostThatMakesNoValue) {
+TEST_F(BoundaryTest, ReportsADuckDBThatGivesNoReason) {
+    const std::string database = WriteDatabase("CREATE TABLE t AS SELECT 1 AS n");
+    struct FaultCase {
+        const char* function;
+        const char* procedure;
+        const char* message;
+    };
+    for (const FaultCase& each : {
+             FaultCase{"duckdb_open", "parquet_schema", "Unable to open in-memory DuckDB database."},
+             {"duckdb_connect", "parquet_count", "Unable to connect to in-memory DuckDB database."},
+             {"duckdb_connect", "fetch_duckdb", "Unable to connect to DuckDB database."},
+             {"duckdb_query", "parquet_schema", "DuckDB query failed."},
+             {"duckdb_query", "fetch_parquet", "DuckDB query failed."},
+             {"duckdb_result_get_chunk", "parquet_metadata", "Unable to access DuckDB result chunk."},
+         }) {
+        const FailingFunction failing(each.function);
+        const bool is_parquet = each.procedure != std::string("fetch_duckdb");
+        EXPECT_EQ(ErrorOf(each.procedure,
+                          is_parquet ? Arguments{Text(path)} : Arguments{Text(database), Text("t")}),
+                  each.message);
+        EXPECT_EQ(duckdb_support::LiveHandleCount(), 0);
+    }
+}
+
+TEST_F(BoundaryTest, ReportsAHostThatMakesNoValue) {
     orkit::standin::FailCall(orkit::standin::Fault::NewProcedureValue, 2);
-    const std::vector<Row> rows = Fetch("parquet_schema", {Text(path)});
-    EXPECT_EQ(rows.at(0).at(0), Int(1));
-    EXPECT_TRUE(rows.at(0).at(1).IsNull());
+    EXPECT_EQ(ErrorOf("parquet_schema", {Text(path)}), std::bad_alloc().what());
 
     ProcedureCursor cursor = Open("fetch_parquet", {Text(path)});
     ASSERT_TRUE(cursor.NextRow());
+    const auto failure = [&cursor]() -> std::string {
+        try {
+            return cursor.ReadValue(0).AsText();
+        } catch (const std::runtime_error& error) {
+            return error.what();
+        }
+    };
+    orkit::standin::FailCall(orkit::standin::Fault::NewProcedureValue, 1);
+    EXPECT_EQ(failure(), std::bad_alloc().what());
     table.new_int64 = [](call_context, std::int64_t) -> host_value { throw 42; };
     BindProcedureApi(&table);
-    EXPECT_TRUE(cursor.ReadValue(0).IsNull());
+    EXPECT_EQ(failure(), "Unexpected error while reading a row.");
+    BindProcedureApi(orkit::standin::GetProcedureTable());
+    EXPECT_EQ(failure(), "0"); // the cursor is as good as before
 }
 
 // What lies behind the arguments that the host counts is not the module's: here, values that would show.

@@ -211,9 +211,10 @@ TEST_F(ResultTransferTest, StartsAnewWhenAChunkCannotBeFetched) {
     const std::string path = WriteParquet("SELECT range AS n FROM range(5000)");
     ProcedureCursor cursor = Open("fetch_parquet", {Text(path)});
     ASSERT_TRUE(cursor.SeekRow(4999));
-    gFailingFunction = "duckdb_result_get_chunk";
-    EXPECT_FALSE(cursor.SeekRow(0));
-    gFailingFunction = {};
+    {
+        const FailingFunction failing("duckdb_result_get_chunk");
+        EXPECT_THROW(cursor.SeekRow(0), std::runtime_error);
+    }
     EXPECT_TRUE(cursor.ReadValue(0).IsNull());
     ASSERT_TRUE(cursor.NextRow());
     EXPECT_EQ(cursor.ReadValue(0), Int(0));
