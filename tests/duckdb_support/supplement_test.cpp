@@ -32,6 +32,9 @@ TEST_F(CastValue, TextsBecomeWhatTheTypeMakesOfThemInAnyTimeZone) {
     EXPECT_EQ(Cast("text", MakeType(kVariantId)), "text");
     EXPECT_EQ(Cast("123.45", OwnedLogicalType(duckdb_create_decimal_type(5, 2))), "123.45");
     EXPECT_EQ(Cast("300", MakeType(DUCKDB_TYPE_TINYINT)), "!Could not convert string '300' to INT8");
+    EXPECT_NE(Cast("2024-02-30", MakeType(DUCKDB_TYPE_DATE)).find("date"), std::string::npos);
+    EXPECT_NE(Cast("nowhere", MakeType(DUCKDB_TYPE_GEOMETRY)).find("geometry"),
+              std::string::npos); // DuckDB throws
     // Types that no value has.
     for (const duckdb_type type : {DUCKDB_TYPE_INVALID, DUCKDB_TYPE_ANY, DUCKDB_TYPE_STRING_LITERAL}) {
         EXPECT_EQ(Cast("1", MakeType(type)).find("!Cannot cast a value to the type"), 0) << type;
