@@ -3,7 +3,7 @@
 
 PRESETS ?= release asan tsan
 
-.PHONY: help setup build run test check format measure bench bench-peers install uninstall package docs check-windows clean distclean
+.PHONY: help setup build run test check format measure bench bench-peers install uninstall package docs check-windows windows clean distclean
 
 help:
 	@echo 'make run    set up, build, and show the demonstration on three million flights'
@@ -17,6 +17,7 @@ help:
 	@echo 'make package           a .deb and a .tar.gz in build/release/packages'
 	@echo 'make docs              the reference of host/ and its guide, in build/docs/html'
 	@echo 'make check-windows     compile the sources of the module and host/ for Windows'
+	@echo 'make windows           build DuckDB, the module and example hosts for Windows, run them under Wine'
 	@echo 'make clean  remove build/; make distclean also removes what was fetched (.deps/)'
 	@echo
 	@echo 'DUCKDB_ROOT=folder  take include/ and lib/ of DuckDB from there instead of fetching it'
@@ -72,6 +73,10 @@ docs:
 check-windows: setup
 	@scripts/get_packages.sh windows
 	@scripts/build.sh windows
+
+windows: setup
+	@scripts/get_packages.sh windows wine
+	@scripts/windows.sh
 
 clean:
 	rm -rf build

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <filesystem>
 #include <optional>
 
 #include <unistd.h>
@@ -36,7 +37,7 @@ struct FileWin::Imp {
         if (mFile) {
             ThrowFileError(path, "file is open");
         }
-        if (!path.starts_with('/')) {
+        if (!std::filesystem::path(path).is_absolute()) {
             ThrowFileError(path, "names no file");
         }
         if (standin::detail::TakeFault(standin::Fault::FileOpen)) {

@@ -23,7 +23,10 @@ constexpr int kMaxLinks = 40; // as many as Linux follows
 // Pushes the components of a path so that the first one lies on top.
 void PushComponents(const fs::path& inPath, std::vector<std::string>& ioPending) {
     const fs::path relative = inPath.relative_path();
-    const std::vector<std::string> components(relative.begin(), relative.end());
+    std::vector<std::string> components;
+    for (const fs::path& component : relative) {
+        components.push_back(component.generic_string());
+    }
     ioPending.insert(ioPending.end(), components.rbegin(), components.rend());
 }
 
@@ -45,7 +48,7 @@ std::string ResolvePath(const std::string& inPath) {
     const fs::path start = fs::absolute(inPath, error);
     std::vector<std::string> pending;
     PushComponents(start, pending);
-    fs::path resolved = "/";
+    fs::path resolved = start.root_path();
     int links = 0;
     while (!error && !pending.empty()) {
         const std::string component = std::move(pending.back());
@@ -69,14 +72,14 @@ std::string ResolvePath(const std::string& inPath) {
         }
         const fs::path target = fs::read_symlink(next, error);
         if (target.is_absolute()) {
-            resolved = "/";
+            resolved = target.root_path();
         }
         PushComponents(target, pending);
     }
     if (error) {
         ThrowFileError(inPath, "can't resolve path", error);
     }
-    return resolved.native();
+    return resolved.generic_string();
 }
 
 bool NamesNoFile(const std::string& inPath) { return inPath == ":memory:" || inPath.starts_with("md:"); }
@@ -86,7 +89,7 @@ public:
     // @param inPath in UTF-8 and resolved, unless it names no file.
     explicit Location(std::string inPath)
         : mNativePath(std::move(inPath)), mIsFile(!NamesNoFile(mNativePath)), mPath(FromUtf8(mNativePath)),
-          mName(mIsFile ? FromUtf8(fs::path(mNativePath).stem().native()) : mPath), mFolder(*this) {
+          mName(mIsFile ? FromUtf8(fs::path(mNativePath).stem().generic_string()) : mPath), mFolder(*this) {
         detail::Count(detail::Counted::Locations, +1);
     }
     ~Location() override { detail::Count(detail::Counted::Locations, -1); }
@@ -121,7 +124,7 @@ public:
         if (!mIsFile || mNativePath == "/") {
             return nullptr;
         }
-        return new Location(fs::path(mNativePath).parent_path().native());
+        return new Location(fs::path(mNativePath).parent_path().generic_string());
     }
 
     bool get_Exists() const override { return get_Kind() != Kind::Nothing; }

@@ -43,8 +43,13 @@ std::size_t SkipExponent(std::u16string_view inText, std::size_t inFrom) noexcep
 
 // A number that from_chars finds too big or too small: strtod tells which, in the locale "C".
 double ConvertOutOfRange(const std::string& inDigits) noexcept {
+#ifdef _WIN32
+    static const _locale_t locale = _create_locale(LC_ALL, "C");
+    return _strtod_l(inDigits.c_str(), nullptr, locale);
+#else
     static const locale_t locale = newlocale(LC_ALL_MASK, "C", nullptr);
     return strtod_l(inDigits.c_str(), nullptr, locale);
+#endif
 }
 
 double ConvertWord(std::u16string_view inText) noexcept {

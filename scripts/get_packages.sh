@@ -1,6 +1,6 @@
 #!/bin/bash
 # get_packages.sh [GROUP...]: installs the Debian packages that the project needs and that aren't installed; with
-# "check", "docs", "package" or "windows" also the tools of that target of make. Does nothing where all are there.
+# "check", "docs", "package", "windows" or "wine" also the tools of that target of make. Does nothing where all are there.
 source "$(dirname "$0")/common.sh"
 
 packages=(
@@ -16,6 +16,7 @@ for group in "$@"; do
     docs) packages+=(doxygen) ;;
     package) packages+=(dpkg-dev file) ;;
     windows) packages+=(g++-mingw-w64-x86-64-posix) ;;
+    wine) packages+=(wine wine64) ;;
     *) die "no group of packages is named $group" ;;
     esac
 done
