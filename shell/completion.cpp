@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <optional>
 
 #include "host_standin/procedure_table.h"
 #include "shell/commands.h"
+#include "shell/host_values.h"
 #include "shell/row_source.h"
 #include "shell/session.h"
 #include "shell/text.h"
@@ -21,6 +23,18 @@ constexpr const char* kNames = "SELECT DISTINCT name FROM ("
                                " UNION ALL SELECT column_name FROM duckdb_columns() WHERE NOT internal)";
 constexpr const char* kTableNames = "SELECT table_name AS name FROM duckdb_tables() WHERE NOT internal"
                                     " UNION ALL SELECT view_name FROM duckdb_views() WHERE NOT internal";
+// What can stand behind a qualifier and a dot: tables of a schema or database, schemas, columns of a table.
+constexpr const char* kQualified =
+    "SELECT DISTINCT name FROM ("
+    "SELECT table_name AS name FROM duckdb_tables() WHERE lower($1) IN (lower(schema_name), "
+    "lower(database_name))"
+    " UNION ALL SELECT view_name FROM duckdb_views()"
+    " WHERE NOT internal AND lower($1) IN (lower(schema_name), lower(database_name))"
+    " UNION ALL SELECT schema_name FROM duckdb_schemas() WHERE lower($1) = lower(database_name)"
+    " UNION ALL SELECT column_name FROM duckdb_columns() WHERE NOT internal AND lower($1) = "
+    "lower(table_name))";
+constexpr const char* kFunctions = "SELECT DISTINCT function_name FROM duckdb_functions() WHERE "
+                                   "regexp_matches(function_name, '^[a-z]\\w*$')";
 constexpr const char* kKeywords = "SELECT upper(keyword_name) FROM duckdb_keywords()";
 
 bool IsNamePart(char c) {
@@ -37,10 +51,16 @@ void AddAll(Completions& ioFound, std::string_view inTyped, const Words& inWords
 
 /// The first column of a query. A database that doesn't answer (closed, or in an aborted transaction) has
 /// none.
-std::vector<std::string> Ask(Session& inSession, const char* inSql) {
+std::vector<std::string> Ask(Session& inSession, const char* inSql,
+                             const std::optional<std::string>& inValue = std::nullopt) {
     std::vector<std::string> names;
     try {
-        CursorRows rows(inSession.Select(inSql, nullptr));
+        orkit::smart_ptr<orkit::orsql::ValueArray> values;
+        if (inValue) {
+            values = new orkit::orsql::ValueArray(1);
+            values->Append(MakeTextValue(ToHost(*inValue)));
+        }
+        CursorRows rows(inSession.Select(inSql, values));
         Row row;
         while (rows.Next(row)) {
             names.push_back(row.front().text);
@@ -83,21 +103,63 @@ void CompleteCommand(Session& inSession, std::string_view inBefore, Completions&
     }
 }
 
+std::size_t StartOfName(std::string_view inText) {
+    std::size_t start = inText.size();
+    while (start > 0 && IsNamePart(inText[start - 1])) {
+        --start;
+    }
+    return start;
+}
+
+/// The name before the dot that a text ends with; empty if there is none.
+std::string QualifierOf(std::string_view inText) {
+    if (!inText.ends_with('.')) {
+        return {};
+    }
+    inText.remove_suffix(1);
+    if (inText.size() > 1 && inText.ends_with('"')) {
+        inText.remove_suffix(1);
+        return std::string(inText.substr(inText.rfind('"') + 1));
+    }
+    return std::string(inText.substr(StartOfName(inText)));
+}
+
+/// A name with quotes if it was begun with one or needs them to be read back as it is.
+std::string AsInSql(const std::string& inName, bool inIsQuoted) {
+    const bool isPlain = !inName.empty() && !IsDigit(inName.front()) &&
+                         std::all_of(inName.begin(), inName.end(),
+                                     [](char c) { return IsNamePart(c) && (c < 'A' || c > 'Z'); });
+    if (isPlain && !inIsQuoted) {
+        return inName;
+    }
+    std::string quoted = "\"";
+    for (const char c : inName) {
+        quoted += c == '"' ? "\"\"" : std::string(1, c);
+    }
+    return quoted + '"';
+}
+
 void CompleteSql(Session& inSession, std::string_view inBefore, Completions& ioFound) {
     if (std::count(inBefore.begin(), inBefore.end(), '\'') % 2 != 0) {
         ioFound.start = inBefore.rfind('\'') + 1;
         AddFiles(ioFound, inBefore.substr(ioFound.start));
         return;
     }
-    ioFound.start = inBefore.size();
-    while (ioFound.start > 0 && IsNamePart(inBefore[ioFound.start - 1])) {
-        --ioFound.start;
-    }
+    const bool isQuoted = std::count(inBefore.begin(), inBefore.end(), '"') % 2 != 0;
+    ioFound.start = isQuoted ? inBefore.rfind('"') : StartOfName(inBefore);
     const std::string_view typed = inBefore.substr(ioFound.start);
-    AddAll(ioFound, typed, Ask(inSession, kNames));
-    if (typed.empty()) {
+    const std::string qualifier = QualifierOf(inBefore.substr(0, ioFound.start));
+    const std::vector<std::string> names =
+        qualifier.empty() ? Ask(inSession, kNames) : Ask(inSession, kQualified, qualifier);
+    for (const std::string& name : names) {
+        if (StartsIgnoringCase(name, typed.substr(isQuoted ? 1 : 0))) {
+            ioFound.texts.push_back(AsInSql(name, isQuoted));
+        }
+    }
+    if (typed.empty() || isQuoted || !qualifier.empty()) {
         return;
     }
+    AddAll(ioFound, typed, Ask(inSession, kFunctions));
     const bool isLower =
         std::none_of(typed.begin(), typed.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
     for (std::string word : Ask(inSession, kKeywords)) {

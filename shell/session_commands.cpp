@@ -1,4 +1,5 @@
 // The dot commands for help, scripts and leaving.
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -17,16 +18,44 @@ namespace orlimbara::shell {
 
 namespace {
 
+/// `inText` behind `inStart`, broken between words so that it fits 80 columns, `inIndent` spaces before each
+/// line but the first.
+std::string Wrap(std::string inStart, std::string_view inText, std::size_t inIndent) {
+    constexpr std::size_t kWidth = 80;
+    const std::string next = "\n" + std::string(inIndent, ' ');
+    std::size_t column = inStart.size();
+    if (column >= inIndent) {
+        inStart += next;
+    } else {
+        inStart.resize(inIndent, ' ');
+    }
+    column = inIndent;
+    while (!inText.empty()) {
+        const std::size_t length = std::min(inText.find(' '), inText.size());
+        if (column > inIndent && column + length + 1 > kWidth) {
+            inStart += next;
+            column = inIndent;
+        } else if (column > inIndent) {
+            inStart += ' ';
+            ++column;
+        }
+        inStart += inText.substr(0, length);
+        column += length;
+        inText.remove_prefix(std::min(length + 1, inText.size()));
+    }
+    return inStart;
+}
+
 CommandAnswer Help(Shell& inShell, std::string_view inArguments) {
     const std::vector<std::string> words = TakeWords(inArguments, 0, 1);
     std::string text;
     if (!words.empty()) {
         const std::string_view name = words.front();
         const DotCommand& command = FindCommand(name.substr(name.starts_with('.') ? 1 : 0));
-        text = fmt::format("{}\n    {}", UseOf(command), command.help);
+        text = UseOf(command) + "\n" + Wrap("", command.help, 4);
     } else {
         for (const DotCommand& command : GetDotCommands()) {
-            text += fmt::format("{}{:<38} {}", text.empty() ? "" : "\n", UseOf(command), command.help);
+            text += (text.empty() ? "" : "\n") + Wrap(UseOf(command), command.help, 26);
         }
     }
     inShell.get_Answers().Text(text);

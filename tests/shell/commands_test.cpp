@@ -1,5 +1,6 @@
 // The dot commands of the built program.
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -44,6 +45,10 @@ TEST_F(Commands, EachGivesOneLine) {
         RunShell({"-c", ".mode", "-c", ".cursor client", "-c", ".cursor", "-c", ".timer", "-c", ".maxrows"})
             .out,
         "csv\nclient\noff\n40\n");
+    std::istringstream help(RunShell({"-c", ".help"}).out);
+    for (std::string line; std::getline(help, line);) {
+        EXPECT_LE(line.size(), 80U) << line;
+    }
     EXPECT_EQ(Line({"-c", ".print  it's \"so\" ;"}), R"({"kind":"text","text":" it's \"so\" ;"})");
     EXPECT_EQ(Line({"-c", ".nope"}), R"({"kind":"error","class":"orsql",)"
                                      R"("message":"there is no command .nope; .help lists them",)"

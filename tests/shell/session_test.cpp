@@ -195,6 +195,13 @@ TEST_F(Terminal, CompletesWhatIsThere) {
     complete(" fro", "from");
     shell.Send(" flights;\n");
     shell.WaitFor("departure\n12345\n");
+    shell.Send("CREATE SCHEMA s;CREATE TABLE s.\"Order Items\"(\"Unit Price\" INTEGER);\n");
+    shell.WaitFor(kPrompt);
+    complete("SELECT regexp_extract_a", "regexp_extract_all");
+    complete("('a', 'a'), unit", "\"Unit Price\"");
+    complete(" FROM s.", "\"Order Items\"");
+    shell.Send(";\n");
+    shell.WaitFor("Unit Price\n");
     complete(".rea", ".read");
     complete(" some_", "some_script.sql");
     shell.Send("\n");
