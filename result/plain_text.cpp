@@ -184,7 +184,7 @@ std::size_t WriteUuid(duckdb_hugeint inUuid, PlainText& outText) noexcept {
     const std::array<std::uint64_t, 2> halves = {
         static_cast<std::uint64_t>(inUuid.upper) ^ std::uint64_t{1} << 63, inUuid.lower};
     std::size_t length = 0;
-    for (int nibble = 0; nibble < 32; ++nibble) {
+    for (std::size_t nibble = 0; nibble < 32; ++nibble) {
         if (nibble == 8 || nibble == 12 || nibble == 16 || nibble == 20) {
             outText[length++] = u'-';
         }
