@@ -30,6 +30,11 @@ smart_ptr<I_Value> TextCastReader::Read(idx_t inRow) {
 bool TextCastReader::Cast(support::ColumnCast& ioCast, idx_t inFirst, idx_t inCount) {
     const bool isCast = ioCast.ToText(Chunk(), Setup().mColumn, inFirst, inCount);
     mTexts = ioCast.Texts();
+    std::size_t bytes = 0;
+    for (idx_t row = 0; isCast && row < inCount; ++row) {
+        bytes += IsValid(ioCast.Validity(), row) ? ViewOf(mTexts[row]).size() : 0;
+    }
+    put_Bytes(bytes);
     return isCast;
 }
 

@@ -27,6 +27,8 @@ protected:
         }
         return mIsCast && IsValid(mCastValidity, inRow - mWindow.get_First());
     }
+    /// Tells how long the texts of the run are.
+    void put_Bytes(std::size_t inBytes) noexcept { mWindow.put_Bytes(inBytes); }
     /// The row's index in the cast.
     idx_t Index(idx_t inRow) const noexcept { return inRow - mWindow.get_First(); }
 

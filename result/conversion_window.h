@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 
 #include <duckdb.h>
 
@@ -14,11 +15,11 @@ namespace orkit::orsql {
 /// wasted on rows that nobody reads. So the first run is one row long, and each next run is eight times as
 /// long as the one before if at least half of that was read; otherwise it is one row again. The length is
 /// kept from chunk to chunk: a caller that reads everything soon gets whole chunks, and one that reads a few
-/// rows pays for those alone.
+/// rows pays for those alone. A caller that reads every cell begins with 64 rows. Long rows make short runs.
 class ConversionWindow {
 public:
     explicit ConversionWindow(ChunkAccess inAccess) noexcept
-        : mLength(inAccess == ChunkAccess::EveryCell ? kLongest : 0) {}
+        : mLength(inAccess == ChunkAccess::EveryCell ? kGrowth : 0) {}
 
     /// Counts a read. @return whether the row is in the run.
     bool Take(idx_t inRow) noexcept {
@@ -32,11 +33,18 @@ public:
         const idx_t readsOfLast = mReads - 1;
         const bool wasWorth = 2 * readsOfLast >= mCount;
         mLength = wasWorth ? std::clamp<idx_t>(mLength * kGrowth, 1, kLongest) : 1;
+        if (mCount == 1) {
+            mBytesPerRow /= 2; // single rows aren't measured: try two again after some of them
+        }
+        mLength = std::min(mLength, std::max<idx_t>(kMostBytes / std::max<idx_t>(mBytesPerRow, 1), 1));
         mReads = 1;
         mFirst = inRow;
         mCount = std::min(mLength, inChunkSize - inRow);
         mHeld = mCount;
     }
+
+    /// Tells how many bytes the run took: the next one is bounded by bytes as well.
+    void put_Bytes(std::size_t inBytes) noexcept { mBytesPerRow = inBytes / std::max<idx_t>(mCount, 1); }
 
     /// Forgets what was converted, but not the length of the run.
     void Close() noexcept { mHeld = 0; }
@@ -46,13 +54,15 @@ public:
 
 private:
     static constexpr idx_t kGrowth = 8;
-    static constexpr idx_t kLongest = idx_t{1} << 20; // more than any chunk has
+    static constexpr idx_t kLongest = idx_t{1} << 20;   // more than any chunk has
+    static constexpr idx_t kMostBytes = idx_t{1} << 20; // of a run, if its rows are like those of the last
 
     idx_t mFirst = 0;
-    idx_t mHeld = 0;  // rows that can be read; mCount or, after Close, 0
-    idx_t mCount = 0; // of the last run
-    idx_t mLength;    // of the last run, if its chunk was long enough
-    idx_t mReads = 0; // in the last run
+    idx_t mHeld = 0;        // rows that can be read; mCount or, after Close, 0
+    idx_t mCount = 0;       // of the last run
+    idx_t mLength;          // of the last run, if its chunk was long enough
+    idx_t mReads = 0;       // in the last run
+    idx_t mBytesPerRow = 0; // of the last run
 };
 
 } // namespace orkit::orsql

@@ -93,10 +93,12 @@ smart_ptr<I_Value> VariantCellReader::Read(idx_t inRow) {
 
 smart_ptr<I_Value> VariantCellReader::ReadNested(idx_t inRow, std::int32_t inNumber) {
     std::string_view text;
-    return mJsonWindow.get_Count() > 1 &&
-                   mColumn.ReadJson(inRow, text, mJsonWindow.get_First(), mJsonWindow.get_Count())
-               ? Setup().mTextBuffer->MakeEnvelope(VariantTypeName(inNumber), text)
-               : ReadPayload(inRow, inNumber);
+    const idx_t count = mJsonWindow.get_Count();
+    if (count <= 1 || !mColumn.ReadJson(inRow, text, mJsonWindow.get_First(), count)) {
+        return ReadPayload(inRow, inNumber);
+    }
+    mJsonWindow.put_Bytes(text.size() * count); // this row stands for the others
+    return Setup().mTextBuffer->MakeEnvelope(VariantTypeName(inNumber), text);
 }
 
 smart_ptr<I_Value> VariantCellReader::ReadPayload(idx_t inRow, std::int32_t inNumber) {
