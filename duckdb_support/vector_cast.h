@@ -24,9 +24,10 @@ public:
     /// All rows from the first one on.
     static constexpr idx_t kToEnd = ~idx_t{0};
 
-    /// Casts column `inColumn` (from 0) of the chunk to text, for Texts(). The chunk stays the caller's. False
-    /// if a cell can't be cast or there is no such column: the object is empty then, and the caller reads each
-    /// cell through a `duckdb_value`, which fails only for the cell at fault. Throws only std::bad_alloc.
+    /// Casts column `inColumn` (from 0) of the chunk to text, for Texts(). The chunk stays the caller's.
+    /// False if a cell can't be cast or there is no such column: the object is empty then, and the caller
+    /// reads each cell through a `duckdb_value`, which fails only for the cell at fault. Throws only
+    /// std::bad_alloc.
     /// @param inFirst, inCount the rows to cast, which become rows 0 and up of the result; cut at the chunk's
     /// size. Fewer than all are copied first, so that a list costs no more than its own items.
     [[nodiscard]] bool ToText(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst = 0,

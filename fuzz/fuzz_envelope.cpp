@@ -43,7 +43,7 @@ support::OwnedValue Read(std::string_view inInput) {
     return TypedTextToDuckDB(inInput.substr(0, end), end == inInput.npos ? "" : inInput.substr(end + 1));
 }
 
-/// Some values have no text, such as an object with two members of one name: DuckDB raises then.
+/// Some values have no text, such as an object with two members of one name: DuckDB throws then.
 void Write(const support::OwnedValue& inValue) {
     if (duckdb_is_null_value(inValue.Get())) {
         return;

@@ -15,8 +15,8 @@ namespace orkit {
 /// Counts the arrays alive, for leak checks. Defined by the host's library.
 void CountLiveArray(int inChange) noexcept;
 
-/// What both kinds of array share: the count of references, and room that doubles when it is full. New room
-/// is zero-filled (holds null pointers). Indexes start at 0. The array itself takes no lock.
+/// What both kinds of array share: the count of references, and a capacity that doubles when it is full. New
+/// items are zero-filled (null pointers). Indexes start at 0. The array itself takes no lock.
 template <class Derived, class Item>
 class ArrayBase : noncopyable {
 public:
@@ -40,7 +40,7 @@ public:
     const Item& operator[](std::size_t inIndex) const noexcept { return mItems[inIndex]; }
     Item& operator[](std::size_t inIndex) noexcept { return mItems[inIndex]; }
 
-    /// Appends; doubles the room when it is full. When that raises, the array is as it was.
+    /// Appends; doubles the capacity when it is full. When that throws, the array is as it was.
     void Append(Item inItem) {
         if (mCount == mCapacity) {
             Grow();
@@ -59,7 +59,7 @@ public:
     }
 
 protected:
-    /// @param inCapacity the room at the start; 0 is allowed.
+    /// @param inCapacity the capacity at the start; 0 is allowed.
     explicit ArrayBase(std::size_t inCapacity)
         : mItems(std::make_unique<Item[]>(inCapacity)), mCapacity(inCapacity) {
         CountLiveArray(+1);

@@ -9,7 +9,7 @@
 namespace orkit {
 
 /// The place of folder `inName` inside `inParent`, which is made if it isn't there; null where the parent is
-/// null. What the file system refuses raises xException.
+/// null. Throws xException where the file system refuses.
 smart_ptr<I_Location> PrepareFolder(smart_ptr<I_Location> inParent, const String& inName);
 
 /// The folder that the server's settings name for all backups: nothing where they don't say, else a value
@@ -17,7 +17,7 @@ smart_ptr<I_Location> PrepareFolder(smart_ptr<I_Location> inParent, const String
 extern std::optional<smart_ptr<I_Location>> (*gServerBackupLocation)();
 
 /// Makes the folder for one new backup inside `inFolder`. Names of later backups sort behind those of earlier
-/// ones, and two calls never give the same. What the file system refuses raises xException.
+/// ones, and two calls never give the same. Throws xException where the file system refuses.
 extern smart_ptr<I_Location> (*gCreateBackupLocation)(smart_ptr<I_Location> inFolder);
 
 /// The ending of a DuckDB backup's marker file, and its content. Zero-terminated ASCII.

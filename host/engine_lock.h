@@ -34,8 +34,8 @@ private:
     Slot mSlot;
 };
 
-/// This thread holds the engine lock. Raised after the lock is taken and lowered after it is given back, by
-/// whoever takes the lock.
+/// This thread holds the engine lock. Whoever takes the lock sets it after taking and clears it after giving
+/// back.
 extern TLS_SimpleType_Var<bool> gIsGlobalLockTaken;
 
 /// This thread works without the lock. Set by the host alone.

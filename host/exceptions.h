@@ -11,7 +11,7 @@
 
 namespace orkit {
 
-/// The codes that this module raises.
+/// The codes that this module throws.
 namespace error_code {
 inline constexpr std::uint32_t kFeature = 0xA000;           ///< 40960, xFeatureError
 inline constexpr std::uint32_t kNullLocation = 0x51501;     ///< 333057, xDBError
@@ -21,7 +21,7 @@ inline constexpr std::uint32_t kUnexpectedDuckDB = 0x72000; ///< 466944, in a Du
 inline constexpr std::uint32_t kOpen = 0x99000;             ///< 626688, xException
 } // namespace error_code
 
-/// The root of the host's exceptions; not of the standard family. Copying never raises.
+/// The root of the host's exceptions; not of the standard family. Copying never throws.
 class xException {
 public:
     static constexpr std::size_t kTextCount = 4;

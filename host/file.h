@@ -1,5 +1,5 @@
 /// @file
-/// Files by location. Every failure raises xException (or a class derived from it) with a text that names
+/// Files by location. Every failure throws xException (or a class derived from it) with a text that names
 /// the path and the cause.
 #pragma once
 
@@ -13,13 +13,13 @@ namespace orkit {
 /// A file that can be opened, read, written and deleted. One object is used by one thread at a time.
 class I_File : public I_Unknown {
 public:
-    /// Sets the place. Null, and a file that is open, raise.
+    /// Sets the place. Throws if it is null or the file is open.
     virtual void put_Location(smart_ptr<I_Location> inLocation) = 0;
     /// Whether the next Open asks for reading alone; false at the start.
     virtual void put_IsReadOnly(bool inIsReadOnly) = 0;
-    /// Makes a new, empty file and opens it for writing. An existing file raises.
+    /// Makes a new, empty file and opens it for writing. Throws if the file exists.
     virtual void Create() = 0;
-    /// Opens an existing file. A missing one, and one that another process has locked, raise.
+    /// Opens an existing file. Throws if it is missing or another process has locked it.
     virtual void Open() = 0;
     /// Closes; nothing happens if the file isn't open.
     virtual void Close() = 0;
@@ -59,7 +59,7 @@ private:
     std::unique_ptr<Imp> mImp;
 };
 
-/// A new file object for a place, without a reference. A null location raises.
+/// A new file object for a place, without a reference. Throws if the location is null.
 I_File* CreateFile(smart_ptr<I_Location> inLocation);
 
 } // namespace orkit

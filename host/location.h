@@ -20,7 +20,7 @@ public:
     virtual smart_ptr<I_Location> get_ParentLocation() const = 0;
     /// The last component of the path without its ending.
     virtual const String& get_Name() const = 0;
-    /// Whether a file or folder is there now. Raises nothing.
+    /// Whether a file or folder is there now. Never throws.
     virtual bool get_Exists() const = 0;
 };
 
@@ -30,7 +30,7 @@ class I_Folder {
 public:
     static constexpr std::uint32_t kInterfaceId = interface_id::kFolder;
     virtual ~I_Folder() = default;
-    /// Whether a folder is there now and files can be made in it. Raises nothing.
+    /// Whether a folder is there now and files can be made in it. Never throws.
     virtual bool get_Exists() const = 0;
 };
 

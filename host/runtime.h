@@ -9,7 +9,7 @@
 namespace orkit {
 
 /// Makes the calling thread ready for the host's library. Called first on every execution path; cheap when it
-/// has nothing to do. Raises nothing.
+/// has nothing to do. Never throws.
 void OrlimbaraInit3();
 
 namespace orsql {

@@ -106,7 +106,7 @@ private:
 /// text. Invalid bytes become U+FFFD.
 /// @param inText the bytes; may be null when the length is 0.
 /// @param inLength number of bytes.
-/// @param outBuffer room for at least `inLength` code units; UTF-16 never needs more units than UTF-8 bytes.
+/// @param outBuffer holds at least `inLength` code units; UTF-16 never needs more units than UTF-8 bytes.
 /// @return the number of code units written; no terminator is added.
 std::size_t ConvertToUTF16(const char* inText, std::size_t inLength, const I_Converter* inConverter,
                            char16_t* outBuffer);

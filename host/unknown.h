@@ -1,5 +1,5 @@
 /// @file
-/// Reference-counted objects and interfaces: the frame that every object shared with the host stands in.
+/// Reference-counted objects and interfaces: what every object shared with the host is made of.
 #pragma once
 
 #include <cstddef>
@@ -129,7 +129,7 @@ Interface* QueryAspect(Object* inObject) {
 class I_ForeignPlugin : public I_Unknown {
 public:
     static constexpr std::uint32_t kInterfaceId = interface_id::kForeignPlugin;
-    /// Called with the back reference when the object is destroyed. Must not raise.
+    /// Called with the back reference when the object is destroyed. Must not throw.
     using Finalize = void (*)(void* inBackRef);
 
     virtual void* get_Xtra() const = 0;

@@ -44,27 +44,27 @@ inline constexpr std::uint32_t kJSON = 40;
 
 /// One value of the host's SQL. Reading in another width than the value's own converts: numbers are cut to
 /// the asked width as C++ does, a text is read as the number it begins with, a null value reads as 0, false
-/// or the empty text. An operation that a kind of value has no use for raises xException.
+/// or the empty text. An operation that a kind of value doesn't have throws xException.
 class I_Value : public I_Unknown {
 public:
     virtual bool get_IsNull() const = 0;
-    /// True makes the value null, which raises if it isn't nullable. Setting any content makes it not null.
+    /// True makes the value null, which throws if it isn't nullable. Setting any content makes it not null.
     virtual void put_IsNull(bool inIsNull) = 0;
     /// One of `value_type`.
     virtual std::uint32_t get_Type() const = 0;
 
     /// Length of the content in bytes: of a binary value its bytes, of a text twice its UTF-16 code units.
     virtual std::uint32_t get_Length() const = 0;
-    /// Sets the length of a binary value, at most its room; new bytes are zero.
+    /// Sets the length of a binary value, at most its capacity; new bytes are zero.
     virtual void put_Length(std::uint32_t inLength) = 0;
-    /// The room of the value in bytes; of a text, with a terminator of two bytes.
+    /// The capacity of the value in bytes; of a text, including a terminator of two bytes.
     virtual std::uint32_t get_MaxLength() const = 0;
     virtual void put_MaxLength(std::uint32_t inMaxLength) = 0;
 
     /// The value as text. @param inMaxLength in UTF-16 code units; -1 means no limit.
     virtual void get_String(String& outText, std::int32_t inMaxLength) const = 0;
-    /// Sets the text of a string or JSON value. A string that doesn't fit the room, and a text that isn't
-    /// JSON in a JSON value, raise.
+    /// Sets the text of a string or JSON value. Throws if a string doesn't fit the capacity, and if the text
+    /// for a JSON value isn't JSON.
     virtual void put_String(const String& inText) = 0;
 
     virtual bool get_Boolean() const = 0;
@@ -101,7 +101,7 @@ public:
     virtual ~I_ValueBinary() = default;
     /// Copies at most `inLength` bytes out. @return how many.
     virtual std::uint32_t ReadBytes(void* outBuffer, std::uint32_t inLength) const = 0;
-    /// Copies the bytes to the value's begin; more than the value's length raise.
+    /// Copies the bytes to the start of the value; throws if there are more than the value's length.
     virtual void WriteBytes(const void* inData, std::uint32_t inLength) = 0;
 };
 
@@ -226,8 +226,8 @@ private:
 /// @param inTypeParameter what the kind of value needs to know, told at the factory; null where it needs
 /// none.
 /// @param inReserved null.
-/// New values hold 0, false, the empty text or no bytes, and aren't null. Memory that runs out raises
-/// std::bad_alloc.
+/// New values hold 0, false, the empty text or no bytes, and aren't null. They throw std::bad_alloc when
+/// memory runs out.
 /// @{
 I_Value* CreateValueBoolean(bool inIsNullable, const void* inTypeParameter, const void* inReserved);
 I_Value* CreateValueByte(bool inIsNullable, const void* inTypeParameter, const void* inReserved);
@@ -239,9 +239,9 @@ I_Value* CreateValueLLong(bool inIsNullable, const void* inTypeParameter, const 
 I_Value* CreateValueULLong(bool inIsNullable, const void* inTypeParameter, const void* inReserved);
 I_Value* CreateValueFloat(bool inIsNullable, const void* inTypeParameter, const void* inReserved);
 I_Value* CreateValueDouble(bool inIsNullable, const void* inTypeParameter, const void* inReserved);
-/// A text. Its room is 0 until put_MaxLength.
+/// A text. Its capacity is 0 until put_MaxLength.
 I_Value* CreateValueString(bool inIsNullable, const void* inTypeParameter, const void* inReserved);
-/// A JSON value; its room is unlimited.
+/// A JSON value; its capacity is unlimited.
 I_Value* CreateValueJSON(bool inIsNullable, const void* inTypeParameter, const void* inReserved);
 /// Bytes. @param inTypeParameter points to the length, a std::uint32_t in bytes; null means 0.
 I_Value* CreateValueFixedBinary(bool inIsNullable, const void* inTypeParameter, const void* inReserved);

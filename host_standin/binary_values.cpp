@@ -12,27 +12,27 @@ namespace {
 class BinaryValue final : public AspectHost_imp, public I_ValueBinary {
 public:
     BinaryValue(bool inIsNullable, std::uint32_t inLength)
-        : AspectHost_imp(inIsNullable), mBytes(inLength), mRoom(inLength) {}
+        : AspectHost_imp(inIsNullable), mBytes(inLength), mCapacity(inLength) {}
 
     void* QueryInterface(std::uint32_t inInterfaceId) override {
         return inInterfaceId == I_ValueBinary::kInterfaceId ? static_cast<I_ValueBinary*>(this) : nullptr;
     }
     std::uint32_t get_Type() const override { return value_type::kFixedBinary; }
     std::uint32_t get_Length() const override { return BinaryValue::get_IsNull() ? 0 : get_Size(); }
-    std::uint32_t get_MaxLength() const override { return mRoom; }
+    std::uint32_t get_MaxLength() const override { return mCapacity; }
 
     void put_Length(std::uint32_t inLength) override {
-        if (inLength > mRoom) {
-            standin::ThrowValueError("the length is beyond the room of the value");
+        if (inLength > mCapacity) {
+            standin::ThrowValueError("the length is beyond the capacity of the value");
         }
         mBytes.resize(inLength);
         SetNotNull();
     }
     void put_MaxLength(std::uint32_t inMaxLength) override {
         if (inMaxLength < get_Size()) {
-            standin::ThrowValueError("the bytes don't fit the new room");
+            standin::ThrowValueError("the bytes don't fit the new capacity");
         }
-        mRoom = inMaxLength;
+        mCapacity = inMaxLength;
     }
 
     void get_String(String& outText, std::int32_t inMaxLength) const override {
@@ -63,7 +63,7 @@ private:
     std::uint32_t get_Size() const { return static_cast<std::uint32_t>(mBytes.size()); }
 
     std::vector<std::uint8_t> mBytes;
-    std::uint32_t mRoom;
+    std::uint32_t mCapacity;
 };
 
 } // namespace

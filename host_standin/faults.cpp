@@ -1,7 +1,5 @@
 #include "host_standin/faults.h"
 
-#include "host_standin/faults.h"
-
 namespace orkit::standin {
 
 namespace detail {

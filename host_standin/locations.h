@@ -11,7 +11,7 @@ namespace orkit::standin {
 /// text. What becomes a symbolic link later isn't seen. Hard links stay two paths.
 /// ":memory:" and texts that begin with "md:" name no file and stay as they are.
 /// @param inPath an empty text, one with a zero character, and a path that the file system won't let be
-/// resolved raise xException.
+/// resolved throw xException.
 smart_ptr<I_Location> MakeLocation(const String& inPath);
 
 /// The location that `gCreateBackupLocation` last gave in this process; null before the first.

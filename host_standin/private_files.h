@@ -29,7 +29,7 @@ class PrivateFile {
 public:
     enum class Mode { ReadOnly, ReadWrite, CreateNew };
 
-    /// Opens `inPath` (UTF-8), which must be a regular file. Raises xException, code
+    /// Opens `inPath` (UTF-8), which must be a regular file. Throws xException, code
     /// error_code::kFileSystem, also where another process holds a lock on the file that forbids the mode. A
     /// lock of this process doesn't. (Where this process holds a read lock, a read lock that another process
     /// holds beside it isn't seen.)

@@ -128,7 +128,7 @@ void Reserved() noexcept {
     std::abort();
 }
 
-constexpr procedure_api gTable = {
+constexpr procedure_api kTable = {
     .reserved_0 = {Reserved<0>, Reserved<1>},
     .register_procedure = RegisterProcedure,
     .reserved_3 = {Reserved<3>, Reserved<4>, Reserved<5>},
@@ -187,7 +187,7 @@ const host_value* ProcedureContext::get_ArgumentHandles() const {
 
 const std::vector<std::string>& ProcedureContext::get_Errors() const { return mImp->mErrors; }
 
-const procedure_api* GetProcedureTable() { return &gTable; }
+const procedure_api* GetProcedureTable() { return &kTable; }
 
 std::vector<RegisteredProcedure> ListProcedures() {
     ProcedureRegistry& registry = GetRegistry();

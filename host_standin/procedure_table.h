@@ -77,7 +77,7 @@ public:
     /// The kind, a number of `host_type`; HOST_TYPE_NULL for no value.
     std::int32_t get_Type() const;
 
-    /// The payload. Each raises std::logic_error for a value of another kind.
+    /// The payload. Each throws std::logic_error for a value of another kind.
     bool get_Bool() const;
     std::int64_t get_Int64() const;
     std::uint64_t get_UInt64() const;

@@ -74,7 +74,8 @@ ProcedureValue FreeBytes(std::int32_t inType, std::string_view inBytes) {
 } // namespace
 
 std::uint32_t PackDate(const ProcedureDate& inDate) {
-    return inDate.mDay | inDate.mMonth << kMonthShift | static_cast<std::uint32_t>(inDate.mYear) << kYearShift;
+    return inDate.mDay | inDate.mMonth << kMonthShift |
+           static_cast<std::uint32_t>(inDate.mYear) << kYearShift;
 }
 
 std::uint32_t PackTime(const ProcedureTime& inTime) {

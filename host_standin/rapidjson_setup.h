@@ -1,6 +1,6 @@
 /// @file
 /// Includes RapidJSON under a name of the stand-in's own, so that nobody else's copy in the process is mixed
-/// up with this one, which raises where RapidJSON's would end the process.
+/// up with this one, which throws where RapidJSON's would end the process.
 #pragma once
 
 namespace orkit::standin::detail {

@@ -46,8 +46,8 @@ std::int64_t String::parseLLong() const noexcept { return standin::TextToInt64(m
 
 // There is one character set here, so the converter has nothing to tell.
 const I_Converter* GetConverter_UTF8() {
-    static constexpr I_Converter converter;
-    return &converter;
+    static constexpr I_Converter kConverter;
+    return &kConverter;
 }
 
 StFromUTF16::StFromUTF16(const char16_t* inText, std::ptrdiff_t inLength, const I_Converter*)

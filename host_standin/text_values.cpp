@@ -56,29 +56,29 @@ public:
     explicit StringValue(bool inIsNullable) : TextValue(inIsNullable) {}
 
     std::uint32_t get_Type() const override { return value_type::kString; }
-    std::uint32_t get_MaxLength() const override { return mRoom; }
+    std::uint32_t get_MaxLength() const override { return mCapacity; }
 
     void put_MaxLength(std::uint32_t inMaxLength) override {
-        if (get_Text().size() > 0 && NeededRoom(get_Text()) > inMaxLength) {
-            standin::ThrowValueError("the text doesn't fit the new room");
+        if (!get_Text().empty() && NeededCapacity(get_Text()) > inMaxLength) {
+            standin::ThrowValueError("the text doesn't fit the new capacity");
         }
-        mRoom = inMaxLength;
+        mCapacity = inMaxLength;
     }
 
     void put_String(const String& inText) override {
-        if (NeededRoom(ViewOf(inText)) > mRoom) {
-            standin::ThrowValueError("the text doesn't fit the room of the value");
+        if (NeededCapacity(ViewOf(inText)) > mCapacity) {
+            standin::ThrowValueError("the text doesn't fit the capacity of the value");
         }
         SetText(inText);
     }
 
 private:
     // With the terminator.
-    static std::size_t NeededRoom(std::u16string_view inText) {
+    static std::size_t NeededCapacity(std::u16string_view inText) {
         return (inText.size() + 1) * sizeof(char16_t);
     }
 
-    std::uint32_t mRoom = 0;
+    std::uint32_t mCapacity = 0;
 };
 
 class EnumValue final : public TextValue {
@@ -127,7 +127,7 @@ public:
     }
     std::uint32_t get_Type() const override { return value_type::kJSON; }
     std::uint32_t get_MaxLength() const override { return std::numeric_limits<std::uint32_t>::max(); }
-    void put_MaxLength(std::uint32_t) override {} // the room has no limit
+    void put_MaxLength(std::uint32_t) override {} // the capacity has no limit
 
     void put_String(const String& inText) override {
         const std::optional<standin::JsonKind> kind = standin::CheckJson(ViewOf(inText));

@@ -10,7 +10,7 @@
 
 namespace orkit::standin {
 
-/// @param outText room for `inLength` code units. @return the units written.
+/// @param outText holds at least `inLength` code units. @return the units written.
 std::size_t Utf8ToUtf16(const char* inText, std::size_t inLength, char16_t* outText) noexcept;
 
 /// @param inLength in code units. @return the UTF-8 bytes.

@@ -19,7 +19,11 @@ check() {
     format) files '*.h' '*.cpp' '*.c' | xargs -0 clang-format-14 --dry-run --Werror ;;
     scripts) files '*.sh' .ci/run | xargs -0 shellcheck -x -P SCRIPTDIR ;;
     # This target brings the compile commands up to date, and what CMake generates.
-    tidy) scripts/build.sh release build.ninja >/dev/null && scripts/run_clang_tidy.py build/release ;;
+    tidy)
+        scripts/build.sh check build.ninja >/dev/null
+        scripts/run_clang_tidy.py build/check host_standin duckdb_support object_support extension database \
+            statement result procedures shell benchmarks fuzz
+        ;;
     *) die "usage: check.sh [format] [scripts] [tidy], or check.sh fix" ;;
     esac
 }

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""run_clang_tidy.py BUILD_DIR [FOLDER...]: runs clang-tidy over every source of the build, or over those of
-the folders, and fails on any finding.
+"""run_clang_tidy.py BUILD_DIR FOLDER...: runs clang-tidy over the sources of the folders, and fails on any
+finding.
 
 A source that had none is looked at again only after it, a header that it includes, its compile command, or
 .clang-tidy changed; build/tidy/ remembers.
@@ -53,9 +53,8 @@ def main():
     build, *folders = sys.argv[1:]
     entries = [entry for entry in json.loads(pathlib.Path(build, "compile_commands.json").read_text())
                if entry["file"].endswith(".cpp")]
-    if folders:
-        inside = tuple(f"{TOP / folder}/" for folder in folders)
-        entries = [entry for entry in entries if entry["file"].startswith(inside)]
+    inside = tuple(f"{TOP / folder}/" for folder in folders)
+    entries = [entry for entry in entries if entry["file"].startswith(inside)]
     # A source that several targets compile is looked at once.
     entries = list({entry["file"]: entry for entry in entries}.values())
     CLEAN.mkdir(parents=True, exist_ok=True)

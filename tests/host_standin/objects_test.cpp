@@ -46,7 +46,7 @@ TEST_F(Values, OfNumbersAreCutToTheWidthThatIsAsked) {
 
 TEST_F(Values, OfTextKeepToTheirRoomAndAreReadAsNumbers) {
     const Value value = CreateValueString(true, nullptr, nullptr);
-    EXPECT_EQ(Refusal([&] { value->put_String(""); }), "the text doesn't fit the room of the value");
+    EXPECT_EQ(Refusal([&] { value->put_String(""); }), "the text doesn't fit the capacity of the value");
     value->put_MaxLength(2);
     value->put_String("");
     value->put_MaxLength(8);
