@@ -8,8 +8,8 @@
 
 namespace orkit {
 
-/// A JSON text (RFC 8259), parsed once. Nesting has no limit. Not valid are a number beyond the range of a
-/// double and an escape of half a surrogate pair.
+/// A JSON text (RFC 8259), parsed once. Nesting and numbers have no limit. An escape of half a surrogate pair
+/// isn't valid.
 class Json {
 public:
     /// @param inText zero-terminated UTF-8; null counts as an empty text, which isn't valid.

@@ -16,10 +16,10 @@ enum class Fault : std::uint8_t {
     ValueCreation,        ///< any CreateValue...: std::bad_alloc
     PrepareFolder,        ///< xException
     CreateBackupLocation, ///< the stand-in's own `gCreateBackupLocation`: xException
-    RegisterProcedure,    ///< the procedure table's: answers -1, and the procedure is not known
-    MakeRowCursor,        ///< the procedure table's: answers -1; the values are given back
-    MakeCallbackCursor,   ///< the procedure table's: answers -1; the state stays with the module
-    NewProcedureValue,    ///< any `new_` entry of the procedure table: gives null
+    RegisterProcedure,  ///< the procedure table's: refused (-1, 1 and INT_MIN in turn), not known afterwards
+    MakeRowCursor,      ///< the procedure table's: refused likewise; the values are given back
+    MakeCallbackCursor, ///< the procedure table's: refused likewise; the state stays with the module
+    NewProcedureValue,  ///< any `new_` entry of the procedure table: gives null
 };
 inline constexpr std::size_t kFaultCount = 8;
 

@@ -1,5 +1,7 @@
 #include "host_standin/json_text.h"
 
+#include <utility>
+
 #include "host/json.h"
 #include "host_standin/rapidjson_setup.h"
 #include "host_standin/value_support.h"
@@ -10,7 +12,11 @@ namespace {
 
 using Encoding = rapidjson::UTF16<char16_t>;
 
-// A text of known length; a zero character at its end or inside ends the reading.
+bool IsDigit(char16_t inUnit) { return inUnit >= u'0' && inUnit <= u'9'; }
+
+// A text of known length; a zero character at its end or inside ends the reading. Of a run of digits outside
+// of strings the reader sees the first alone (two behind a leading zero, which must stay an error): it would
+// refuse numbers beyond the range of a double, and nobody asks for a number's value here.
 class TextStream {
 public:
     using Ch = char16_t;
@@ -18,7 +24,23 @@ public:
     explicit TextStream(std::u16string_view inText) : mText(inText) {}
 
     Ch Peek() const { return mPosition < mText.size() ? mText[mPosition] : Ch{0}; }
-    Ch Take() { return mPosition < mText.size() ? mText[mPosition++] : Ch{0}; }
+    Ch Take() {
+        if (mPosition == mText.size()) {
+            return 0;
+        }
+        const Ch before = std::exchange(mLast, mText[mPosition++]);
+        if (mLast == u'"' && !mIsEscaped) {
+            mIsInString = !mIsInString;
+        }
+        mIsEscaped = mIsInString && mLast == u'\\' && !mIsEscaped;
+        if (!mIsInString && IsDigit(mLast) &&
+            (mLast != u'0' || before == u'.' || before == u'e' || before == u'E')) {
+            while (IsDigit(Peek())) {
+                ++mPosition;
+            }
+        }
+        return mLast;
+    }
     std::size_t Tell() const { return mPosition; }
     bool IsAtEnd() const { return mPosition == mText.size(); }
 
@@ -30,11 +52,14 @@ public:
 private:
     const std::u16string_view mText;
     std::size_t mPosition = 0;
+    Ch mLast = 0;
+    bool mIsInString = false;
+    bool mIsEscaped = false;
 };
 
 bool IsOfNumber(char16_t inUnit) {
-    return (inUnit >= u'0' && inUnit <= u'9') || inUnit == u'-' || inUnit == u'+' || inUnit == u'.' ||
-           inUnit == u'e' || inUnit == u'E';
+    return IsDigit(inUnit) || inUnit == u'-' || inUnit == u'+' || inUnit == u'.' || inUnit == u'e' ||
+           inUnit == u'E';
 }
 
 // Follows the reader's events: knows the kind of the whole text, and picks the members of the top object.

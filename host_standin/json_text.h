@@ -1,7 +1,7 @@
 /// @file
-/// JSON texts (RFC 8259) in UTF-16, read and written. Two limits: a number beyond the range of a double, and
-/// an escape of half a surrogate pair make a text invalid. Nesting has no limit, and no depth can overflow
-/// the stack.
+/// JSON texts (RFC 8259) in UTF-16, read and written. An escape of half a surrogate pair makes a text
+/// invalid. Numbers and nesting have no limit: a number is kept as its text, and no depth can overflow the
+/// stack.
 #pragma once
 
 #include <cstdint>

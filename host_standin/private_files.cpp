@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <system_error>
+#include <utility>
 
 #include <fcntl.h>
 #include <linux/close_range.h>
@@ -73,6 +74,15 @@ PrivateFile::PrivateFile(std::string inPath, Mode inMode) : mPath(std::move(inPa
     } catch (const std::system_error& error) {
         ThrowFileError(mPath, "can't start the thread of a file", error.code());
     }
+    try {
+        Open(inMode);
+    } catch (...) {
+        Stop(); // a thread that is left behind would end the process
+        throw;
+    }
+}
+
+void PrivateFile::Open(Mode inMode) {
     OpenFailure failure;
     Run([&] {
         if (mLeaveError != 0) {
@@ -82,11 +92,10 @@ PrivateFile::PrivateFile(std::string inPath, Mode inMode) : mPath(std::move(inPa
         mDescriptor = static_cast<int>(Call(SYS_openat, AT_FDCWD, mPath.c_str(), FlagsOf(inMode), 0666));
         failure = mDescriptor < 0 ? OpenFailure{"can't open file", errno} : CheckOpened(mDescriptor, inMode);
     });
+    if (failure.mErrno != 0) {
+        ThrowFileError(mPath, failure.mWhat, failure.mErrno);
+    }
     if (!failure.mWhat.empty()) {
-        Stop();
-        if (failure.mErrno != 0) {
-            ThrowFileError(mPath, failure.mWhat, failure.mErrno);
-        }
         ThrowFileError(mPath, failure.mWhat);
     }
 }
@@ -107,6 +116,9 @@ void PrivateFile::Run(const std::function<void()>& inJob) {
     mJob = &inJob;
     mChanged.notify_all();
     mChanged.wait(lock, [this] { return mJob == nullptr; });
+    if (mFailure) {
+        std::rethrow_exception(std::exchange(mFailure, nullptr));
+    }
 }
 
 void PrivateFile::Serve() {
@@ -122,7 +134,11 @@ void PrivateFile::Serve() {
         if (!mJob) {
             break;
         }
-        (*mJob)();
+        try {
+            (*mJob)();
+        } catch (...) {
+            mFailure = std::current_exception();
+        }
         mJob = nullptr;
         mChanged.notify_all();
     }

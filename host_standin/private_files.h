@@ -17,6 +17,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <mutex>
 #include <string>
@@ -46,7 +47,8 @@ public:
     void Write(const void* inBuffer, std::uint64_t inOffset, std::size_t inLength);
 
 private:
-    // Runs a job on the file's thread.
+    void Open(Mode inMode);
+    // Runs a job on the file's thread, and throws what it throws.
     void Run(const std::function<void()>& inJob);
     void Serve();
     void Stop();
@@ -55,6 +57,7 @@ private:
     std::mutex mMutex;
     std::condition_variable mChanged;
     const std::function<void()>* mJob = nullptr; // to be run
+    std::exception_ptr mFailure;                 // of the job that ran last
     bool mIsStopping = false;
     int mLeaveError = 0; // errno of leaving the common table
     int mDescriptor = -1;

@@ -1,16 +1,22 @@
 #include "host_standin/procedure_table.h"
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <bit>
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 #include <mutex>
 
 #include "host_standin/faults.h"
 #include "host_standin/live_objects.h"
 #include "host_standin/procedure_table_values.h"
 
-orlimbara_call_context::orlimbara_call_context() { mUntaken.mPrevious = mUntaken.mNext = &mUntaken; }
+orlimbara_call_context::orlimbara_call_context() {
+    mUntaken.mPrevious = mUntaken.mNext = &mUntaken;
+    mErrors.reserve(1);
+}
 
 orlimbara_call_context::~orlimbara_call_context() {
     while (mUntaken.mNext != &mUntaken) {
@@ -27,6 +33,12 @@ void Require(bool inKept, const char* inWhatIsRequired) noexcept {
         std::fprintf(stderr, "procedure table: %s\n", inWhatIsRequired);
         std::abort();
     }
+}
+
+std::int32_t Refusal() noexcept {
+    static constexpr std::array<std::int32_t, 3> kAnswers = {-1, 1, std::numeric_limits<std::int32_t>::min()};
+    static std::atomic<std::size_t> refusals = 0;
+    return kAnswers[refusals.fetch_add(1) % kAnswers.size()];
 }
 
 } // namespace detail
@@ -55,20 +67,23 @@ std::int32_t RegisterProcedure(call_context inContext, const procedure_descripto
     Require(inDescriptor->zero_32 == 0 && inDescriptor->zero_40 == 0,
             "two words of a procedure descriptor are zero");
     if (detail::TakeFault(Fault::RegisterProcedure)) {
-        return -1;
+        return detail::Refusal();
     }
-    RegisteredProcedure procedure{
-        inDescriptor->name,      inDescriptor->minimum_arguments, inDescriptor->maximum_arguments,
-        inDescriptor->signature, inDescriptor->description,       inDescriptor->callback};
-    ProcedureRegistry& registry = GetRegistry();
-    const std::lock_guard lock(registry.mMutex);
-    const auto known = std::ranges::find(registry.mProcedures, procedure.name, &RegisteredProcedure::name);
-    if (known != registry.mProcedures.end()) {
-        *known = std::move(procedure);
-    } else {
-        registry.mProcedures.push_back(std::move(procedure));
-    }
-    return 0;
+    return detail::WithoutThrowing(-1, [&] {
+        RegisteredProcedure procedure{
+            inDescriptor->name,      inDescriptor->minimum_arguments, inDescriptor->maximum_arguments,
+            inDescriptor->signature, inDescriptor->description,       inDescriptor->callback};
+        ProcedureRegistry& registry = GetRegistry();
+        const std::lock_guard lock(registry.mMutex);
+        const auto known =
+            std::ranges::find(registry.mProcedures, procedure.name, &RegisteredProcedure::name);
+        if (known != registry.mProcedures.end()) {
+            *known = std::move(procedure);
+        } else {
+            registry.mProcedures.push_back(std::move(procedure));
+        }
+        return 0;
+    });
 }
 
 std::int32_t ArgumentCount(call_context inContext) noexcept {
@@ -78,7 +93,14 @@ std::int32_t ArgumentCount(call_context inContext) noexcept {
 
 void ReportError(call_context inContext, const char* inText, std::uint64_t inLength) noexcept {
     Require(inContext != nullptr && inText != nullptr, "report_error needs a context and a text");
-    inContext->mErrors.emplace_back(inText, inLength);
+    // Short enough to need no memory.
+    const char* const kNoMemory = "out of memory";
+    detail::WithoutThrowing(0, [&] {
+        std::vector<std::string>& errors = inContext->mErrors;
+        errors.emplace_back(kNoMemory); // there is capacity for the first
+        errors.back().assign(inText, inLength);
+        return 0;
+    });
 }
 
 host_value NewBytes(call_context inContext, std::int32_t inType, const char* inBytes, std::uint64_t inLength,
@@ -86,10 +108,14 @@ host_value NewBytes(call_context inContext, std::int32_t inType, const char* inB
     Require(inBytes != nullptr || inLength == 0, "new_text and new_binary need their bytes");
     Require(inZero == 0, "the last argument of new_text and new_binary is 0");
     host_value value = NewValue(inContext, inType, 0);
-    if (value != nullptr && inLength != 0) {
-        value->mBytes.assign(inBytes, inLength);
+    if (value == nullptr || inLength == 0) {
+        return value;
     }
-    return value;
+    // A value without its bytes stays behind in the context, which gives it back.
+    return detail::WithoutThrowing<host_value>(nullptr, [&] {
+        value->mBytes.assign(inBytes, inLength);
+        return value;
+    });
 }
 
 host_value NewBinary(call_context inContext, const char* inBytes, std::uint64_t inLength,
@@ -128,39 +154,50 @@ void Reserved() noexcept {
     std::abort();
 }
 
+/// An entry as the table has it: each spoils the text that was given last.
+template <auto kEntry>
+struct Entry;
+template <class Answer, class... Arguments, Answer (*kEntry)(Arguments...) noexcept>
+struct Entry<kEntry> {
+    static Answer Call(Arguments... inArguments) noexcept {
+        detail::SpoilText();
+        return kEntry(inArguments...);
+    }
+};
+
 constexpr procedure_api kTable = {
     .reserved_0 = {Reserved<0>, Reserved<1>},
-    .register_procedure = RegisterProcedure,
+    .register_procedure = Entry<RegisterProcedure>::Call,
     .reserved_3 = {Reserved<3>, Reserved<4>, Reserved<5>},
-    .argument_count = ArgumentCount,
+    .argument_count = Entry<ArgumentCount>::Call,
     .reserved_7 = {Reserved<7>, Reserved<8>, Reserved<9>},
-    .report_error = ReportError,
+    .report_error = Entry<ReportError>::Call,
     .reserved_11 = {Reserved<11>, Reserved<12>, Reserved<13>, Reserved<14>},
-    .make_row_cursor = detail::MakeRowCursor,
+    .make_row_cursor = Entry<detail::MakeRowCursor>::Call,
     .reserved_16 = {Reserved<16>},
-    .make_callback_cursor = detail::MakeCallbackCursor,
+    .make_callback_cursor = Entry<detail::MakeCallbackCursor>::Call,
     .reserved_18 = {Reserved<18>, Reserved<19>},
-    .new_binary = NewBinary,
-    .new_bool = NewBool,
-    .new_date = NewDate,
-    .new_datetime = NewDateTime,
-    .new_double = NewDouble,
-    .new_int64 = NewInt64,
+    .new_binary = Entry<NewBinary>::Call,
+    .new_bool = Entry<NewBool>::Call,
+    .new_date = Entry<NewDate>::Call,
+    .new_datetime = Entry<NewDateTime>::Call,
+    .new_double = Entry<NewDouble>::Call,
+    .new_int64 = Entry<NewInt64>::Call,
     .reserved_26 = {Reserved<26>, Reserved<27>},
-    .new_text = NewText,
+    .new_text = Entry<NewText>::Call,
     .reserved_29 = {Reserved<29>},
-    .new_time = NewTime,
-    .new_uint64 = NewUInt64,
+    .new_time = Entry<NewTime>::Call,
+    .new_uint64 = Entry<NewUInt64>::Call,
     .reserved_32 = {Reserved<32>},
-    .value_is_null = detail::ValueIsNull,
-    .value_type = detail::ValueType,
-    .array_size = detail::ArraySize,
-    .array_element = detail::ArrayElement,
+    .value_is_null = Entry<detail::ValueIsNull>::Call,
+    .value_type = Entry<detail::ValueType>::Call,
+    .array_size = Entry<detail::ArraySize>::Call,
+    .array_element = Entry<detail::ArrayElement>::Call,
     .reserved_37 = {Reserved<37>, Reserved<38>, Reserved<39>, Reserved<40>, Reserved<41>},
-    .value_int64 = detail::ValueInt64,
+    .value_int64 = Entry<detail::ValueInt64>::Call,
     .reserved_43 = {Reserved<43>},
-    .value_uint64 = detail::ValueUInt64,
-    .value_text = detail::ValueText,
+    .value_uint64 = Entry<detail::ValueUInt64>::Call,
+    .value_text = Entry<detail::ValueText>::Call,
 };
 
 /// An exception that comes out of the module ends the process here.

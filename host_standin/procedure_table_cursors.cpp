@@ -1,3 +1,4 @@
+#include <memory>
 #include <span>
 
 #include "host_standin/faults.h"
@@ -21,9 +22,11 @@ namespace detail {
 
 namespace {
 
-host_cursor NewCursor() {
+/// Writes a whole cursor out. @return what the entry answers.
+std::int32_t GiveCursor(std::unique_ptr<orlimbara_host_cursor> inCursor, host_cursor* outCursor) noexcept {
     Count(Counted::ProcedureCursors, +1);
-    return new orlimbara_host_cursor;
+    *outCursor = inCursor.release();
+    return 0;
 }
 
 /// Throws what the last callback reported.
@@ -43,21 +46,25 @@ std::int32_t MakeRowCursor(call_context inContext, std::uint64_t inColumns, std:
     Require(inContext != nullptr && outCursor != nullptr, "make_row_cursor needs a context and a place");
     Require((inColumns == 0 || inNames != nullptr) && (inRows == 0 || inValues != nullptr),
             "make_row_cursor needs its arrays");
-    std::vector<std::vector<ProcedureValue>> rows;
-    rows.reserve(inRows);
-    for (const host_value* row : std::span(inValues, inRows)) {
-        std::vector<ProcedureValue>& taken = rows.emplace_back();
-        for (const host_value value : std::span(row, inColumns)) {
-            taken.push_back(ProcedureValue::Adopt(value));
+    return WithoutThrowing(-1, [&] {
+        // Values that aren't taken when memory runs out are the context's, which gives them back.
+        std::vector<std::vector<ProcedureValue>> rows;
+        rows.reserve(inRows);
+        for (const host_value* row : std::span(inValues, inRows)) {
+            std::vector<ProcedureValue>& taken = rows.emplace_back();
+            taken.reserve(inColumns);
+            for (const host_value value : std::span(row, inColumns)) {
+                taken.push_back(ProcedureValue::Adopt(value));
+            }
         }
-    }
-    if (TakeFault(Fault::MakeRowCursor)) {
-        return -1;
-    }
-    *outCursor = NewCursor();
-    (*outCursor)->mNames.assign(inNames, inNames + inColumns);
-    (*outCursor)->mRows = std::move(rows);
-    return 0;
+        if (TakeFault(Fault::MakeRowCursor)) {
+            return Refusal();
+        }
+        auto cursor = std::make_unique<orlimbara_host_cursor>();
+        cursor->mNames.assign(inNames, inNames + inColumns);
+        cursor->mRows = std::move(rows);
+        return GiveCursor(std::move(cursor), outCursor);
+    });
 }
 
 std::int32_t MakeCallbackCursor(call_context inContext, const cursor_descriptor* inDescriptor,
@@ -76,11 +83,13 @@ std::int32_t MakeCallbackCursor(call_context inContext, const cursor_descriptor*
         Require(word == 0, "the last words of a cursor descriptor are zero");
     }
     if (TakeFault(Fault::MakeCallbackCursor)) {
-        return -1;
+        return Refusal();
     }
-    *outCursor = NewCursor();
-    (*outCursor)->mDescriptor = inDescriptor;
-    return 0;
+    return WithoutThrowing(-1, [&] {
+        auto cursor = std::make_unique<orlimbara_host_cursor>();
+        cursor->mDescriptor = inDescriptor;
+        return GiveCursor(std::move(cursor), outCursor);
+    });
 }
 
 } // namespace detail

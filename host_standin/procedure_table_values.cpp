@@ -1,8 +1,10 @@
 #include "host_standin/procedure_table_values.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <charconv>
+#include <memory>
 #include <span>
 #include <stdexcept>
 
@@ -224,7 +226,10 @@ host_value NewValue(call_context inContext, std::int32_t inType, std::uint64_t i
     if (TakeFault(Fault::NewProcedureValue)) {
         return nullptr;
     }
-    host_value value = NewFreeValue(inType, inNumber);
+    host_value value = WithoutThrowing<host_value>(nullptr, [&] { return NewFreeValue(inType, inNumber); });
+    if (value == nullptr) {
+        return nullptr;
+    }
     orlimbara_host_value& end = inContext->mUntaken;
     value->mNext = &end;
     value->mPrevious = end.mPrevious;
@@ -271,16 +276,32 @@ std::uint64_t ValueUInt64(host_value inValue) noexcept {
     return inValue->mNumber;
 }
 
+namespace {
+
+/// Of exactly the text's size, so that a reader that goes beyond it is found out.
+struct TextBuffer {
+    std::unique_ptr<char[]> mBytes;
+    std::size_t mLength = 0;
+};
+thread_local TextBuffer gText;
+
+} // namespace
+
+void SpoilText() noexcept { std::fill_n(gText.mBytes.get(), std::exchange(gText.mLength, 0), '\xDD'); }
+
 const char* ValueText(call_context, host_value inValue, std::uint64_t* outLength) noexcept {
     Require(inValue != nullptr && outLength != nullptr, "value_text needs a value and a place");
     if (inValue->mType == HOST_TYPE_NULL || inValue->mType == HOST_TYPE_ARRAY) {
         return nullptr;
     }
-    if (!HoldsBytes(inValue->mType)) {
-        inValue->mBytes = MakeText(*inValue);
-    }
-    *outLength = inValue->mBytes.size();
-    return inValue->mBytes.data();
+    return WithoutThrowing<const char*>(nullptr, [&] {
+        const std::string text = HoldsBytes(inValue->mType) ? inValue->mBytes : MakeText(*inValue);
+        gText.mBytes = std::make_unique<char[]>(text.size());
+        gText.mLength = text.size();
+        std::copy(text.begin(), text.end(), gText.mBytes.get());
+        *outLength = text.size();
+        return gText.mBytes.get();
+    });
 }
 
 } // namespace detail

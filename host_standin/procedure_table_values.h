@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -18,7 +19,7 @@ struct orlimbara_host_value {
     orlimbara_host_value* mNext = nullptr;
     /// Numbers, Booleans and packed forms as they are; a double by its bits.
     std::uint64_t mNumber = 0;
-    /// The bytes of a text or binary; of all others, the text that `value_text` made last.
+    /// The bytes of a text or binary.
     std::string mBytes;
     std::vector<orkit::standin::ProcedureValue> mElements;
 };
@@ -42,7 +43,23 @@ namespace orkit::standin::detail {
 /// Ends the process with a message when the module broke the contract of the table.
 void Require(bool inKept, const char* inWhatIsRequired) noexcept;
 
-/// A new value in the context's ring; null when a value was made to fail.
+/// What an entry answers instead, when it refuses or memory runs out.
+template <class Answer, class Body>
+Answer WithoutThrowing(Answer inFailure, Body inBody) noexcept {
+    try {
+        return inBody();
+    } catch (const std::bad_alloc&) {
+        return inFailure;
+    }
+}
+
+/// What an entry answers that was made to fail: -1, 1 and INT_MIN in turn, since only 0 means success.
+std::int32_t Refusal() noexcept;
+
+/// Overwrites the text that `value_text` gave last on this thread: it is valid only until the next entry.
+void SpoilText() noexcept;
+
+/// A new value in the context's ring; null when a value was made to fail or memory runs out.
 host_value NewValue(call_context inContext, std::int32_t inType, std::uint64_t inNumber) noexcept;
 
 /// Takes a value out of its context's ring; the share is the caller's.
