@@ -29,3 +29,6 @@ BEGIN;
 DELETE FROM books;
 ROLLBACK;
 SELECT count(*) AS books FROM books;
+
+-- The database is closed and its file deleted.
+.drop

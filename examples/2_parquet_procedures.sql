@@ -27,3 +27,6 @@ TO 'readings.parquet' (FORMAT parquet);
 CREATE TABLE best AS SELECT * FROM 'readings.parquet' WHERE value >= 499;
 .close
 .call fetch_duckdb readings.db best
+
+-- A database that is closed can be dropped, too. readings.parquet stays.
+.drop

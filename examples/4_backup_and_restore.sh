@@ -1,9 +1,12 @@
 #!/bin/sh
-# Backing a database up and bringing it back. Run it in an empty folder, with orsql in the PATH:
+# Backing a database up and bringing it back. It works in a folder of its own, with orsql in the PATH:
 #
 #     sh 4_backup_and_restore.sh
 set -eu
 orsql=${ORSQL:-orsql}
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+cd "$folder"
 
 "$orsql" harbour.db -c "CREATE TABLE ships AS SELECT 'ship ' || i AS name FROM range(1, 4) t(i)"
 
