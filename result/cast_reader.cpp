@@ -1,5 +1,10 @@
 #include "result/cast_reader.h"
 
+#include <algorithm>
+#include <array>
+
+#include "duckdb_support/handles.h"
+
 namespace orkit::orsql {
 
 namespace support = orlimbara::duckdb_support;
@@ -38,16 +43,50 @@ bool TextCastReader::Cast(support::ColumnCast& ioCast, idx_t inFirst, idx_t inCo
     return isCast;
 }
 
-smart_ptr<I_Value> DoubleCastReader::Read(idx_t inRow) {
-    const bool isCast = Reach(inRow);
+void DecimalReader::Bind(duckdb_data_chunk inChunk) {
+    CastReader::Bind(inChunk);
+    if (inChunk && mStorage == DUCKDB_TYPE_INVALID) {
+        static constexpr std::array kPowers = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,
+                                               1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19,
+                                               1e20, 1e21, 1e22, 1e23, 1e24, 1e25, 1e26, 1e27, 1e28, 1e29,
+                                               1e30, 1e31, 1e32, 1e33, 1e34, 1e35, 1e36, 1e37, 1e38};
+        const support::OwnedLogicalType type(
+            duckdb_vector_get_column_type(duckdb_data_chunk_get_vector(inChunk, Setup().mColumn)));
+        mDivisor = kPowers[std::min<std::size_t>(duckdb_decimal_scale(type.Get()), kPowers.size() - 1)];
+        mStorage = duckdb_decimal_internal_type(type.Get());
+    }
+}
+
+std::int64_t DecimalReader::Unscaled(idx_t inRow) const noexcept {
+    switch (mStorage) {
+    case DUCKDB_TYPE_SMALLINT:
+        return DataAt<std::int16_t>(inRow);
+    case DUCKDB_TYPE_INTEGER:
+        return DataAt<std::int32_t>(inRow);
+    case DUCKDB_TYPE_BIGINT:
+        return DataAt<std::int64_t>(inRow);
+    default: {
+        const auto& number = DataAt<duckdb_hugeint>(inRow);
+        const auto lower = static_cast<std::int64_t>(number.lower);
+        const bool fits = number.upper == (lower < 0 ? -1 : 0);
+        return fits ? lower : kMostExact + 1;
+    }
+    }
+}
+
+smart_ptr<I_Value> DecimalReader::Read(idx_t inRow) {
     if (IsNull(inRow)) {
         return MakeNullValue();
     }
-    return isCast ? MakeValue(CreateValueDouble, &I_Value::put_Double, mDoubles[Index(inRow)])
-                  : ReadReference(inRow);
+    const std::int64_t unscaled = Unscaled(inRow);
+    if (unscaled >= -kMostExact && unscaled <= kMostExact) {
+        return MakeValue(CreateValueDouble, &I_Value::put_Double, static_cast<double>(unscaled) / mDivisor);
+    }
+    return Reach(inRow) ? MakeValue(CreateValueDouble, &I_Value::put_Double, mDoubles[Index(inRow)])
+                        : ReadReference(inRow);
 }
 
-bool DoubleCastReader::Cast(support::ColumnCast& ioCast, idx_t inFirst, idx_t inCount) {
+bool DecimalReader::Cast(support::ColumnCast& ioCast, idx_t inFirst, idx_t inCount) {
     const bool isCast = ioCast.ToDouble(Chunk(), Setup().mColumn, inFirst, inCount);
     mDoubles = ioCast.Doubles();
     return isCast;

@@ -17,7 +17,7 @@ class CastReader : public CellReader {
 public:
     explicit CastReader(const CellReaderSetup& inSetup) : CellReader(inSetup), mWindow(inSetup.mAccess) {}
 
-    void Bind(duckdb_data_chunk inChunk) final;
+    void Bind(duckdb_data_chunk inChunk) override;
 
 protected:
     /// Casts the row's run unless that was done. @return false if ReadReference must give the value.
@@ -74,15 +74,24 @@ public:
     }
 };
 
-/// A cell as a double.
-class DoubleCastReader final : public CastReader {
+/// A DECIMAL as a double: divided here where the unscaled number is exact in a double, cast where it isn't.
+class DecimalReader final : public CastReader {
 public:
     using CastReader::CastReader;
+    void Bind(duckdb_data_chunk inChunk) override;
     smart_ptr<I_Value> Read(idx_t inRow) override;
 
 private:
     bool Cast(orlimbara::duckdb_support::ColumnCast& ioCast, idx_t inFirst, idx_t inCount) override;
 
+    /// The unscaled number; beyond kMostExact where it doesn't fit.
+    std::int64_t Unscaled(idx_t inRow) const noexcept;
+
+    static constexpr std::int64_t kMostExact = std::int64_t{1} << 53;
+
+    duckdb_type mStorage =
+        DUCKDB_TYPE_INVALID; // the integer type of the items; not known before the first chunk
+    double mDivisor = 1;
     const double* mDoubles = nullptr;
 };
 

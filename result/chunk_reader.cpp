@@ -70,7 +70,7 @@ constexpr auto kFixedReaders = MakeFixedReaders(FixedTypes());
 constexpr std::array kReaders = {
     ReaderRow{DUCKDB_TYPE_VARCHAR, Make<VarcharReader>},
     ReaderRow{DUCKDB_TYPE_BLOB, Make<BlobReader>},
-    ReaderRow{DUCKDB_TYPE_DECIMAL, Make<DoubleCastReader>},
+    ReaderRow{DUCKDB_TYPE_DECIMAL, Make<DecimalReader>},
     ReaderRow{DUCKDB_TYPE_VARIANT, Make<VariantCellReader>},
     ReaderRow{DUCKDB_TYPE_TIMESTAMP, Make<PlainTextReader<duckdb_timestamp, WriteTimestamp>>},
     ReaderRow{DUCKDB_TYPE_DATE, Make<PlainTextReader<duckdb_date, WriteDate>>},

@@ -190,6 +190,8 @@ constexpr const char* kPlainTexts = R"(
     make_timestamp_ns((u >> 1)::BIGINT - 4611686018427387904); make_timestamp_ns(-((u >> 2)::BIGINT))
     concat('12:34:56.', lpad((u % 1000000000)::VARCHAR, 9, '0'))::TIME_NS; md5(i::VARCHAR)::UUID
     (u >> 1)::HUGEINT * (i - 5000) * 922337203685477; (1::HUGEINT << i % 127) - i // 127
+    ((i - 5000) % 9999 / 10)::DECIMAL(4,1); (u % 100000)::DECIMAL(9,4); ((u >> 9)::BIGINT * 16 + i)::DECIMAL(18,0)
+    900719925474.0993::DECIMAL(18,4) + (i - 5000) // 100; (u / 1e20)::DECIMAL(38,37); -(u::DECIMAL(38,10))
     -(1::HUGEINT << i % 127) + i // 127 - 50; (u % 18446744073709551616)::UHUGEINT * (i::UHUGEINT + 1) * 7777777777777)";
 
 TEST_F(ChunkReaderTest, PlainTextsAreThoseOfTheCastOverTheWholeRange) {
