@@ -3,11 +3,12 @@
 
 PRESETS ?= release asan tsan
 
-.PHONY: help setup build run test check format measure bench bench-peers install uninstall package docs check-windows windows clean distclean
+.PHONY: help setup build run test soak check format measure bench bench-peers install uninstall package docs check-windows windows clean distclean
 
 help:
 	@echo 'make run    set up, build, and show the demonstration on three million flights'
 	@echo 'make test   set up, build, and run all tests (PRESETS="$(PRESETS)" can be narrowed)'
+	@echo 'make soak   kill writers for SOAK=600 seconds and count what is left'
 	@echo 'make check  look at format, at faults that clang-tidy finds, and at the scripts'
 	@echo 'make format format every source'
 	@echo 'make bench  set up, build, and run the benchmarks (BENCHMARKS, BENCHMARK_ARGS)'
@@ -36,6 +37,10 @@ run: build
 
 test: setup
 	@scripts/test.sh $(PRESETS)
+
+SOAK ?= 600
+soak: build
+	@tests/campaigns/kill_writers.py build/release/bin/orsql $(SOAK) $(SEED)
 
 check: setup
 	@scripts/get_packages.sh check
