@@ -145,6 +145,8 @@ int ReadCharacter(EditLine* inEditor, wchar_t* outCharacter) {
     while (!HasInput() && !IsInterrupted()) {
         if (gResizes != 0) {
             gResizes = 0;
+            // The library takes the cursor to be at the start of an empty line afterwards.
+            std::fputs(IsDumbTerminal() ? "\n" : "\r\x1b[J", stdout);
             el_resize(inEditor);
             el_set(inEditor, EL_REFRESH);
         }
