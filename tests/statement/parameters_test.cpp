@@ -321,6 +321,8 @@ TEST_F(Envelopes, BringAVariantBackChanged) {
     const Value date = Leave("'infinity'::DATE"); // a date that the calendar doesn't reach
     ExpectFailure("Date out of range", [&] { Parameter(date); });
     ExpectFailure("out of range", [&] { Leave("'infinity'::TIMESTAMP_MS"); });
+    const Value hours = Leave("to_hours(1000000000)"); // DuckDB's text of it is none that DuckDB reads
+    ExpectDuckDBErrorWith([&] { Parameter(hours); }, "value", "Could not convert string '1000000000:00:00'");
 }
 
 } // namespace
