@@ -15,30 +15,19 @@ namespace {
 class Commands : public testing::Test {
 protected:
     /// Runs lines of a script and gives the first cells, or the kind, of each answer, with "|" behind each.
-    static std::string Answers(const std::string& inScript, const std::string& inDatabase = ":memory:") {
+    static std::string AnswersTo(const std::string& inScript, const std::string& inDatabase = ":memory:") {
         WriteFile("script.sql", inScript);
-        std::string answers;
-        for (const std::string& line : RunJsonl({inDatabase, "-f", "script.sql"})) {
-            answers += FirstCells(line) + "|";
-        }
-        return answers;
+        return Answers({inDatabase, "-f", "script.sql"});
     }
 
-    /// The one line that a script of one answer gives.
-    static std::string Line(const Arguments& inArguments) {
-        const std::vector<std::string> lines = RunJsonl(inArguments);
-        EXPECT_EQ(lines.size(), 1U);
-        return lines.empty() ? "" : lines.front();
-    }
-
-    TempFolder mFolder;
+    HomeFolder mFolder;
 };
 
 TEST_F(Commands, EachGivesOneLine) {
     EXPECT_EQ(
-        Answers(".help\n.help open\n.help .open\n.print a b\n.timer on\n.timer off\n.null x\n.maxrows 3\n"
-                ".cursor client\n.mode jsonl\n.procedures\n.close\n.tables\n.nope\n.help nope\n.mode x\n"
-                ".maxrows x\n.open\n.quit\n.print not reached\n"),
+        AnswersTo(".help\n.help open\n.help .open\n.print a b\n.timer on\n.timer off\n.null x\n.maxrows 3\n"
+                  ".cursor client\n.mode jsonl\n.procedures\n.close\n.tables\n.nope\n.help nope\n.mode x\n"
+                  ".maxrows x\n.open\n.quit\n.print not reached\n"),
         "text|text|text|text|done|done|done|done|done|done|fetch_parquet parquet_schema parquet_metadata "
         "parquet_count fetch_duckdb|done|error|error|error|error|error|error|done|");
     EXPECT_EQ(
@@ -49,10 +38,157 @@ TEST_F(Commands, EachGivesOneLine) {
     for (std::string line; std::getline(help, line);) {
         EXPECT_LE(line.size(), 80U) << line;
     }
-    EXPECT_EQ(Line({"-c", ".print  it's \"so\" ;"}), R"({"kind":"text","text":" it's \"so\" ;"})");
-    EXPECT_EQ(Line({"-c", ".nope"}), R"({"kind":"error","class":"orsql",)"
-                                     R"("message":"there is no command .nope; .help lists them",)"
-                                     R"("source":"-c","line":1})");
+}
+
+TEST_F(Commands, AnswerInLinesOfJson) {
+    const std::string rows = R"({"kind":"rows","columns":[{"name":)";
+    const std::string error = R"({"kind":"error","class":)";
+    // What is given, and what its line begins with.
+    const std::vector<std::pair<std::string, std::string>> examples = {
+        {".info", rows + R"("name"},{"name":"value"}],"rows":[["path",")" + mFolder / "a.db" +
+                      R"("],["name","a"],["open",true],["read_only",false],["connections",1],)"},
+        {".print  it's \"so\" ;", R"({"kind":"text","text":" it's \"so\" ;"})"},
+        {".nope",
+         error +
+             R"("orsql","message":"there is no command .nope; .help lists them","source":"-c","line":1})"},
+        {".info x", error + R"("orsql","message":"too many arguments; use: .info")"},
+        {".restore missing c.db", error + R"("xDBError","code":417792,"message":"")"},
+        {".open b.db", R"({"kind":"done"})"},
+        {".open a.db", R"({"kind":"done"})"},
+        {".databases", rows + R"("path"},{"name":"connections"}],"rows":[[")" + mFolder / "a.db" +
+                           R"(",1],[")" + mFolder / "b.db" + R"(",0]],"count":2})"},
+        {"CREATE SCHEMA s", R"({"kind":"done"})"},
+        {"CREATE TABLE s.books(a INTEGER)", R"({"kind":"done"})"},
+        {"CREATE TEMP TABLE tt(b INTEGER)", R"({"kind":"done"})"},
+        {"CREATE VIEW v AS SELECT 1 AS one", R"({"kind":"done"})"},
+        {".tables", rows + R"("schema"},{"name":"name"},{"name":"type"}],"rows":[["main","tt","table"],)"
+                           R"(["main","v","view"],["s","books","table"]],"count":3})"},
+        {".tables b%",
+         rows + R"("schema"},{"name":"name"},{"name":"type"}],"rows":[["s","books","table"]],)"},
+        {".schema", rows + R"("sql"}],"rows":[["CREATE TEMP TABLE tt(b INTEGER);"],)"
+                           R"(["CREATE TABLE s.books(a INTEGER);"],["CREATE VIEW v AS SELECT 1 AS one;"]],)"},
+        {".schema BOOKS", rows + R"("sql"}],"rows":[["CREATE TABLE s.books(a INTEGER);"]],)"},
+        {".schema nope", rows + R"("sql"}],"rows":[],)"},
+        {"COPY (SELECT i AS a, 'x' || i AS b FROM range(5) t(i)) TO 'p.parquet'", R"({"kind":"changed")"},
+        {".call fetch_parquet p.parquet [b] 'a > 1' 2",
+         rows + R"("b","host_type":"text"}],"rows":[["x2"],["x3"]],"count":2})"},
+        {".call parquet_schema p.parquet", rows + R"("ordinal")"},
+        {".call parquet_count missing.parquet", error + R"("procedure","message":"IO Error: )"},
+        {".call parquet_count",
+         error + R"("orsql","message":"parquet_count takes 1 to 2 arguments (uri [, where]), not 0")"},
+        {".call parquet_count a b c", error + R"("orsql","message":"parquet_count takes 1 to 2 )"},
+        {".call nope 1", error + R"("orsql")"},
+        {".call", error + R"("orsql")"},
+        {".close", R"({"kind":"done"})"},
+        {".info", rows + R"("name"},{"name":"value"}],"rows":[["path",")" + mFolder / "a.db" +
+                      R"("],["name","a"],["open",false],["read_only",false],["connections",0])"},
+        {".call parquet_count p.parquet", rows + R"("count","host_type":"int64"}],"rows":[[5]],"count":1})"},
+    };
+    Arguments arguments = {"a.db"};
+    for (const auto& example : examples) {
+        arguments.insert(arguments.end(), {"-c", example.first});
+    }
+    const std::vector<std::string> lines = RunJsonl(arguments);
+    ASSERT_EQ(lines.size(), examples.size());
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        EXPECT_EQ(lines[i].substr(0, examples[i].second.size()), examples[i].second);
+    }
+}
+
+TEST_F(Commands, OpenCloseAndDropTheDatabase) {
+    EXPECT_EQ(
+        AnswersTo("SELECT 1;\n.open a.db\nCREATE TABLE t AS SELECT 42 AS a;\n.close\nSELECT 1;\n.open a.db\n"
+                  "SELECT * FROM t;\n.open --readonly 'a.db'\nSELECT * FROM t;\nDROP TABLE t;\n"
+                  ".open no/folder/a.db\nSELECT 1;\n.drop\n.open a.db\n.drop\nSELECT 1;\n.drop\n"),
+        "1|done|done|done|error|done|42|done|42|error|error|error|error|done|done|error|error|");
+    EXPECT_FALSE(std::filesystem::exists("a.db"));
+}
+
+TEST_F(Commands, BindHoldsValuesOfItsTypesUntilTheyAreCleared) {
+    EXPECT_EQ(
+        AnswersTo(".bind 7 'it''s' NULL\nSELECT $1;\nSELECT $1, $2, $3;\nSELECT $2 || '!', $1, $3;\n.bind\n"
+                  "SELECT 1;\nSELECT $1;\n.bind 'open\n.bind 18446744073709551616\n"),
+        "done|error|7|it's!|done|1|error|error|error|");
+    std::string script;
+    std::string expected;
+    for (const auto& [literal, cell] : std::vector<std::pair<std::string, std::string>>{
+             {"1", "INTEGER 1"},
+             {"3000000000", "BIGINT 3000000000"},
+             {"18446744073709551615", "UBIGINT 18446744073709551615"},
+             {"1.5", "DOUBLE 1.5"},
+             {"true", "BOOLEAN true"},
+             {"word", "VARCHAR word"},
+             {"x'CAFE'", "BLOB \\xCA\\xFE"},
+             {"date '2024-01-31'", "DATE 2024-01-31"},
+             {"time '12:30:00.250'", "TIME 12:30:00.25"},
+             {"datetime '2024-01-31 12:30:00.250'", "TIMESTAMP_MS 2024-01-31 12:30:00.25"},
+             {"[1, NULL, 3]", "INTEGER[] [1, NULL, 3]"},
+             {"[]", "VARCHAR[] []"},
+         }) {
+        script += ".bind " + literal + "\nSELECT typeof(p) || ' ' || p::VARCHAR FROM (SELECT $1 AS p);\n";
+        expected += "done|" + cell + "|";
+    }
+    EXPECT_EQ(AnswersTo(script), expected);
+}
+
+TEST_F(Commands, RowsRunAStatementOncePerRow) {
+    WriteFile("rows.csv", "1,one\n2,\n3,\"\"\n");
+    WriteFile("twice.csv", "8,x\n1,again\n9,y\n");
+    WriteFile("broken.csv", "1,\"x\n");
+    EXPECT_EQ(
+        AnswersTo(
+            "CREATE TABLE t(a INTEGER PRIMARY KEY, b VARCHAR);\n.rows rows.csv\nINSERT INTO t "
+            "VALUES (?, ?);\nSELECT ?::INTEGER, ?;\n.bind\nSELECT coalesce(b, 'none') FROM t ORDER BY a;\n"
+            ".rows twice.csv\nINSERT INTO t VALUES (?, ?);\n.bind\nSELECT a FROM t ORDER BY a;\n"
+            ".rows missing.csv\n.rows broken.csv\n"),
+        "done|done|changed|3|done|one none |done|error|done|1 2 3 8|error|error|");
+}
+
+TEST_F(Commands, BackupAndRestoreBringADatabaseBack) {
+    const std::vector<std::string> lines =
+        RunJsonl({"a.db", "-c", "CREATE TABLE t AS SELECT 42 AS a", "-c", ".backup", "-c", ".backup ."});
+    rapidjson::Document document;
+    document.Parse(lines[1].c_str());
+    const std::string backup = document["rows"][0][0].GetString();
+    EXPECT_TRUE(std::filesystem::exists(backup + "/load.sql")) << backup;
+    EXPECT_NE(backup.find("/Backup/"), std::string::npos) << backup;
+    EXPECT_GT(document["rows"][0][1].GetDouble(), 0);
+    ASSERT_EQ(RunScript("rm 2*/*.parquet && mv 2* broken").status, 0);
+    WriteFile("text.txt", "not a database at all");
+    const std::string restore = ".restore '" + backup + "' ";
+    const std::string replace = ".restore --replace '" + backup + "' ";
+    EXPECT_EQ(AnswersTo(restore + "b.db\nSELECT a FROM t;\nUPDATE t SET a = 1;\n" + restore +
+                        "b.db\nSELECT a FROM t;\n" + replace + "b.db\nSELECT a FROM t;\n" + replace +
+                        "text.txt\n.restore missing c.db\n.restore missing b.db\n" + restore +
+                        ":memory:\nSELECT a FROM t;\n.restore --replace broken a.db\nSELECT 1;\n"),
+              "done|42|changed|error|1|done|42|error|error|error|error|42|error|1|");
+    EXPECT_EQ(AnswersTo("SELECT a FROM t;\n.restore --replace broken a.db\nSELECT a FROM t;\n", "a.db"),
+              "42|error|42|");
+    EXPECT_EQ(ReadWhole("text.txt"), "not a database at all");
+    EXPECT_FALSE(std::filesystem::exists("c.db"));
+    for (const auto& entry : std::filesystem::directory_iterator(".")) {
+        EXPECT_EQ(entry.path().string().find("restoring"), std::string::npos) << entry.path();
+    }
+    EXPECT_EQ(Answers({"b.db", "-c", "SELECT a FROM t"}), "42|");
+}
+
+TEST_F(Commands, OutputGoesToAFileAndBack) {
+    WriteFile("script.sql", ".output out.txt\nSELECT 1 AS a;\n.print text\n.output\nSELECT 2 AS b;\n");
+    EXPECT_EQ(RunShell({"-f", "script.sql"}).out, "b\n2\n");
+    EXPECT_EQ(ReadWhole("out.txt"), "a\n1\ntext\n");
+    // In lines of JSON the command itself is answered where the reader waits.
+    EXPECT_EQ(Answers({"-f", "script.sql"}), "done|done|2|");
+    EXPECT_EQ(JsonLines(ReadWhole("out.txt")).size(), 2U);
+    EXPECT_EQ(AnswersTo(".output no/folder/x\nSELECT 1;\n.output /dev/full\nSELECT 2;\nSELECT 3;\n"),
+              "error|1|done|error|3|");
+}
+
+TEST_F(Commands, ReadRunsAFile) {
+    WriteFile("inner.sql", "SELECT 2;\nSELECT nope;\n");
+    WriteFile("loop.sql", ".read loop.sql\n");
+    EXPECT_EQ(AnswersTo("SELECT 1;\n.read inner.sql\nSELECT 3;\n.read missing.sql\n"),
+              "1|2|error|done|3|error|");
+    EXPECT_EQ(RunShell({"-c", ".read loop.sql"}).status, 1) << "ends";
 }
 
 TEST_F(Commands, AnUnambiguousBeginningOfANameIsEnough) {
@@ -77,116 +213,6 @@ TEST_F(Commands, WithoutExternalAccessNothingOutsideIsTouched) {
     EXPECT_FALSE(std::filesystem::exists("x"));
 }
 
-TEST_F(Commands, OpenCloseAndDropTheDatabase) {
-    EXPECT_EQ(
-        Answers("SELECT 1;\n.open a.db\nCREATE TABLE t AS SELECT 42 AS a;\n.close\nSELECT 1;\n.open a.db\n"
-                "SELECT * FROM t;\n.open --readonly 'a.db'\nSELECT * FROM t;\nDROP TABLE t;\n"
-                ".open no/folder/a.db\nSELECT 1;\n.drop\n.open a.db\n.drop\nSELECT 1;\n.drop\n"),
-        "1|done|done|done|error|done|42|done|42|error|error|error|error|done|done|error|error|");
-    EXPECT_FALSE(std::filesystem::exists("a.db"));
-    EXPECT_EQ(
-        Line({"-c", ".info x"}),
-        R"({"kind":"error","class":"orsql","message":"too many arguments; use: .info","source":"-c","line":1})");
-}
-
-TEST_F(Commands, InfoTellsOfTheDatabase) {
-    const std::vector<std::string> lines = RunJsonl({"a.db", "-c", ".info", "-c", ".close", "-c", ".info"});
-    const std::string path = std::filesystem::canonical(mFolder.get_Path()) / "a.db";
-    EXPECT_TRUE(lines[0].starts_with(
-        R"({"kind":"rows","columns":[{"name":"name"},{"name":"value"}],"rows":[["path",")" + path +
-        R"("],["name","a"],["open",true],["read_only",false],["connections",1],)"))
-        << lines[0];
-    EXPECT_NE(lines[2].find(R"(["open",false],["read_only",false],["connections",0])"), std::string::npos)
-        << lines[2];
-}
-
-TEST_F(Commands, DatabasesListsThePathsOfThisRun) {
-    const std::vector<std::string> lines =
-        RunJsonl({"a.db", "-c", ".open b.db", "-c", ".open a.db", "-c", ".databases"});
-    const std::string folder = std::filesystem::canonical(mFolder.get_Path());
-    EXPECT_EQ(lines.back(),
-              R"({"kind":"rows","columns":[{"name":"path"},{"name":"connections"}],"rows":[[")" + folder +
-                  R"(/a.db",1],[")" + folder + R"(/b.db",0]],"count":2})");
-}
-
-TEST_F(Commands, BindHoldsValuesUntilTheyAreCleared) {
-    EXPECT_EQ(
-        Answers(".bind 7 'it''s' NULL\nSELECT $1;\nSELECT $1, $2, $3;\nSELECT $2 || '!', $1, $3;\n.bind\n"
-                "SELECT 1;\nSELECT $1;\n.bind 'open\n.bind 18446744073709551616\n"),
-        "done|error|7|it's!|done|1|error|error|error|");
-}
-
-TEST_F(Commands, BindGivesEachLiteralItsType) {
-    const std::vector<std::pair<std::string, std::string>> examples = {
-        {"1", "INTEGER 1"},
-        {"3000000000", "BIGINT 3000000000"},
-        {"18446744073709551615", "UBIGINT 18446744073709551615"},
-        {"1.5", "DOUBLE 1.5"},
-        {"1e3", "DOUBLE 1000.0"},
-        {"true", "BOOLEAN true"},
-        {"word", "VARCHAR word"},
-        {"x'CAFE'", "BLOB \\xCA\\xFE"},
-        {"date '2024-01-31'", "DATE 2024-01-31"},
-        {"time '12:30:00.250'", "TIME 12:30:00.25"},
-        {"datetime '2024-01-31 12:30:00.250'", "TIMESTAMP_MS 2024-01-31 12:30:00.25"},
-        {"[1, NULL, 3]", "INTEGER[] [1, NULL, 3]"},
-        {"[]", "VARCHAR[] []"},
-    };
-    for (const auto& [literal, expected] : examples) {
-        EXPECT_EQ(
-            Answers(".bind " + literal + "\nSELECT typeof(p) || ' ' || p::VARCHAR FROM (SELECT $1 AS p);"),
-            "done|" + expected + "|")
-            << literal;
-    }
-}
-
-TEST_F(Commands, RowsRunAStatementOncePerRow) {
-    WriteFile("rows.csv", "1,one\n2,\n3,\"\"\n");
-    WriteFile("twice.csv", "8,x\n1,again\n9,y\n");
-    WriteFile("broken.csv", "1,\"x\n");
-    EXPECT_EQ(Answers("CREATE TABLE t(a INTEGER PRIMARY KEY, b VARCHAR);\n.rows rows.csv\nINSERT INTO t "
-                      "VALUES (?, ?);\n"
-                      "SELECT ?::INTEGER, ?;\n.bind\nSELECT coalesce(b, 'none') FROM t ORDER BY a;\n"
-                      ".rows twice.csv\nINSERT INTO t VALUES (?, ?);\n.bind\nSELECT a FROM t ORDER BY a;\n"
-                      ".rows missing.csv\n.rows broken.csv\n"),
-              "done|done|changed|3|done|one none |done|error|done|1 2 3 8|error|error|");
-}
-
-TEST_F(Commands, CallRunsTableProcedures) {
-    ASSERT_EQ(
-        RunShell({"-c", "COPY (SELECT i AS a, 'x' || i AS b FROM range(5) t(i)) TO 'p.parquet'"}).status, 0);
-    EXPECT_EQ(
-        Line({"-c", ".call fetch_parquet p.parquet [b] 'a > 1' 2"}),
-        R"({"kind":"rows","columns":[{"name":"b","host_type":"text"}],"rows":[["x2"],["x3"]],"count":2})");
-    EXPECT_EQ(Line({"-c", ".call parquet_count p.parquet"}),
-              R"({"kind":"rows","columns":[{"name":"count","host_type":"int64"}],"rows":[[5]],"count":1})");
-    EXPECT_EQ(FirstCells(Line({"-c", ".call parquet_schema p.parquet"})), "1 2");
-    EXPECT_TRUE(Line({"-c", ".call parquet_count missing.parquet"})
-                    .starts_with(R"({"kind":"error","class":"procedure","message":"IO Error: )"));
-    EXPECT_EQ(
-        Line({"-c", ".call parquet_count"}),
-        R"({"kind":"error","class":"orsql","message":"parquet_count takes 1 to 2 arguments (uri [, where]), not 0","source":"-c","line":1})");
-    EXPECT_EQ(
-        Answers(".call nope 1\n.call parquet_count a b c\n.call\n.close\n.call parquet_count p.parquet\n"),
-        "error|error|error|done|5|");
-}
-
-TEST_F(Commands, TablesAndSchemaTellWhatIsThere) {
-    const std::vector<std::string> lines = RunJsonl(
-        {"-c",
-         "CREATE SCHEMA s; CREATE TABLE s.books(a INTEGER); CREATE VIEW v AS SELECT 1 AS one; "
-         "CREATE TEMP TABLE tt(b INTEGER)",
-         "-c", ".tables", "-c", ".tables b%", "-c", ".schema", "-c", ".schema BOOKS", "-c", ".schema nope"});
-    EXPECT_EQ(lines[4],
-              R"({"kind":"rows","columns":[{"name":"schema"},{"name":"name"},{"name":"type"}],)"
-              R"("rows":[["main","tt","table"],["main","v","view"],["s","books","table"]],"count":3})");
-    EXPECT_EQ(FirstCells(lines[5]), "s");
-    EXPECT_EQ(FirstCells(lines[6]), "CREATE TEMP TABLE tt(b INTEGER); CREATE TABLE s.books(a INTEGER); "
-                                    "CREATE VIEW v AS SELECT 1 AS one;");
-    EXPECT_EQ(FirstCells(lines[7]), "CREATE TABLE s.books(a INTEGER);");
-    EXPECT_EQ(FirstCells(lines[8]), "");
-}
-
 TEST_F(Commands, ImportMatchesColumnsAllOrNothing) {
     WriteFile("named.csv", "B,a\n007,1\n,2\n");
     WriteFile("plain.csv", "3,x\n4,y\n");
@@ -194,7 +220,7 @@ TEST_F(Commands, ImportMatchesColumnsAllOrNothing) {
     WriteFile("broken.csv", "a,b\n6,z\nsix,z\n");
     WriteFile("data", "{\"a\":8}\n");
     EXPECT_EQ(
-        Answers(
+        AnswersTo(
             ".bind 1\n.import named.csv new\n.bind\nSELECT count(*) FROM new;\n"
             "CREATE SCHEMA s;\nCREATE TABLE s.\"My t\"(a INTEGER, b VARCHAR DEFAULT 'd');\n"
             ".import named.csv s.\"My t\"\n.import plain.csv s.\"my T\"\n.import extra.csv s.\"My t\"\n"
@@ -207,46 +233,6 @@ TEST_F(Commands, ImportMatchesColumnsAllOrNothing) {
         "CREATE TABLE s.\"My t\"(a INTEGER, b VARCHAR DEFAULT('d'));|done|done|o.main|");
 }
 
-TEST_F(Commands, BackupAndRestoreBringADatabaseBack) {
-    const std::vector<std::string> lines =
-        RunJsonl({"a.db", "-c", "CREATE TABLE t AS SELECT 42 AS a", "-c", ".backup", "-c", ".backup ."});
-    rapidjson::Document document;
-    document.Parse(lines[1].c_str());
-    const std::string backup = document["rows"][0][0].GetString();
-    EXPECT_TRUE(std::filesystem::exists(backup + "/load.sql")) << backup;
-    EXPECT_NE(backup.find("/Backup/"), std::string::npos) << backup;
-    EXPECT_GT(document["rows"][0][1].GetDouble(), 0);
-    WriteFile("text.txt", "not a database at all");
-    EXPECT_EQ(Answers(".restore '" + backup + "' b.db\nSELECT a FROM t;\nUPDATE t SET a = 1;\n.restore '" +
-                      backup + "' b.db\nSELECT a FROM t;\n.restore --replace '" + backup +
-                      "' b.db\nSELECT a FROM t;\n" + ".restore --replace '" + backup +
-                      "' text.txt\n.restore missing c.db\n.restore missing b.db\n" + ".restore '" + backup +
-                      "' :memory:\nSELECT a FROM t;\n"),
-              "done|42|changed|error|1|done|42|error|error|error|error|42|");
-    EXPECT_EQ(ReadWhole("text.txt"), "not a database at all");
-    EXPECT_FALSE(std::filesystem::exists("c.db"));
-    for (const auto& entry : std::filesystem::directory_iterator(".")) {
-        EXPECT_EQ(entry.path().string().find("restoring"), std::string::npos) << entry.path();
-    }
-    EXPECT_EQ(FirstCells(RunJsonl({"b.db", "-c", "SELECT a FROM t"})[0]), "42");
-    EXPECT_EQ(Line({"-c", ".restore missing c.db"}),
-              R"({"kind":"error","class":"xDBError","code":417792,"message":"","source":"-c","line":1})");
-}
-
-TEST_F(Commands, ABrokenBackupLeavesTheOldDatabase) {
-    ASSERT_EQ(RunShell({"a.db", "-c", "CREATE TABLE t AS SELECT 42 AS a", "-c", ".backup ."}).status, 0);
-    ASSERT_EQ(
-        RunScript("mv 2* broken && cp -r broken cut && echo > cut/load.sql && rm broken/*.parquet").status,
-        0);
-    for (const std::string folder : {"cut", "broken/.."}) {
-        EXPECT_NE(Line({"-c", ".restore " + folder + " b.db"}).find(" is not complete\""), std::string::npos);
-    }
-    EXPECT_FALSE(std::filesystem::exists("b.db"));
-    EXPECT_EQ(Answers(".restore --replace broken a.db\nSELECT 1;\n", "other.db"), "error|1|");
-    EXPECT_EQ(Answers("SELECT a FROM t;\n.restore --replace broken a.db\nSELECT a FROM t;\n", "a.db"),
-              "42|error|42|");
-}
-
 TEST_F(Commands, AReplacingRestoreLosesNothing) {
     // A log that the next opening needs, a killed restore's leftovers, and a live process's files.
     ASSERT_EQ(RunScript("$ORSQL a.db -c 'CREATE TABLE t AS SELECT 42 AS a' -c '.backup .' && mv 2* backup; "
@@ -257,7 +243,7 @@ TEST_F(Commands, AReplacingRestoreLosesNothing) {
     const std::string leaveLog =
         "$ORSQL a.db -c 'PRAGMA disable_checkpoint_on_shutdown; INSERT INTO t VALUES (7)'";
     ASSERT_EQ(RunScript(leaveLog).status, 0);
-    EXPECT_EQ(Answers(".restore --replace backup a.db\nSELECT a FROM t;\n"), "done|42|");
+    EXPECT_EQ(AnswersTo(".restore --replace backup a.db\nSELECT a FROM t;\n"), "done|42|");
     EXPECT_EQ(RunScript("ls -d a.db*").out, "a.db\na.db.restoring-1-0\n");
     // One that can't be opened any more.
     ASSERT_EQ(RunScript(leaveLog + "; dd if=/dev/zero of=a.db bs=4096 seek=1 count=2 conv=notrunc").status,
@@ -278,18 +264,6 @@ TEST_F(Commands, AFailedBackupLeavesNoFolderAndSaysWhy) {
               std::string::npos);
     EXPECT_NE(RunShell({"-c", ".bind 1", "-c", "SELECT 5"}).err.find(".bind alone clears them"),
               std::string::npos);
-}
-
-TEST_F(Commands, OutputGoesToAFileAndBack) {
-    WriteFile("script.sql", ".output out.txt\nSELECT 1 AS a;\n.print text\n.output\nSELECT 2 AS b;\n");
-    EXPECT_EQ(RunShell({"-f", "script.sql"}).out, "b\n2\n");
-    EXPECT_EQ(ReadWhole("out.txt"), "a\n1\ntext\n");
-    // In lines of JSON the command itself is answered where the reader waits.
-    const ShellRun run = RunShell({"-m", "jsonl", "-f", "script.sql"});
-    EXPECT_EQ(JsonLines(run.out).size(), 3U) << run.out;
-    EXPECT_EQ(JsonLines(ReadWhole("out.txt")).size(), 2U);
-    EXPECT_EQ(Answers(".output no/folder/x\nSELECT 1;\n.output /dev/full\nSELECT 2;\nSELECT 3;\n"),
-              "error|1|done|error|3|");
 }
 
 TEST_F(Commands, OnceTakesTheNextOutputAlone) {
@@ -348,25 +322,6 @@ TEST_F(Commands, RequestsGiveOneLineEach) {
     EXPECT_EQ(run.status, 1);
 }
 
-TEST_F(Commands, ModeChangesTheFormOfWhatFollows) {
-    WriteFile("script.sql",
-              "SELECT 1 AS a;\n.mode csv\nSELECT 2 AS b;\n.mode json\nSELECT 3 AS c;\n.mode line\n"
-              "SELECT 4 AS d;\n");
-    const ShellRun run = RunShell({"-m", "jsonl", "-f", "script.sql"});
-    EXPECT_TRUE(run.out.find("\n{\"kind\":\"done\"}\nb\n2\n[\n  {\n    \"kind\": \"rows\"") !=
-                std::string::npos)
-        << run.out;
-    EXPECT_TRUE(run.out.ends_with("    \"kind\": \"done\"\n  }\n]\nd = 4\n")) << run.out;
-}
-
-TEST_F(Commands, ReadRunsAFile) {
-    WriteFile("inner.sql", "SELECT 2;\nSELECT nope;\n");
-    WriteFile("loop.sql", ".read loop.sql\n");
-    EXPECT_EQ(Answers("SELECT 1;\n.read inner.sql\nSELECT 3;\n.read missing.sql\n"),
-              "1|2|error|done|3|error|");
-    EXPECT_EQ(RunShell({"-c", ".read loop.sql"}).status, 1) << "ends";
-}
-
 TEST_F(Commands, AFailureInAScriptTellsItsPlace) {
     WriteFile("inner.sql", "\uFEFF.print first\n\n-- a comment\nSELECT\n  1,\n  nope;\n");
     WriteFile("outer.sql", "/* two\nlines */ SELECT 1; SELECT\n2;\n.read inner.sql\n.nope\n");
@@ -380,12 +335,6 @@ TEST_F(Commands, AFailureInAScriptTellsItsPlace) {
     EXPECT_TRUE(lines[3].ends_with(
         R"("position":14,"source":"inner.sql","line":6,"from":[{"source":"outer.sql","line":4}]})"))
         << lines[3];
-}
-
-TEST_F(Commands, TimerTellsTheTimeOnStandardError) {
-    const ShellRun run = RunShell({"--no-header", "-c", ".timer on", "-c", "SELECT 1"});
-    EXPECT_EQ(run.out, "1\n");
-    EXPECT_TRUE(run.err.starts_with("time: ")) << run.err;
 }
 
 } // namespace

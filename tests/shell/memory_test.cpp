@@ -1,8 +1,7 @@
 // Rows are written as they are read: what a run needs is DuckDB's own result, and little else.
-#include <algorithm>
-#include <string>
-#include <vector>
+#include <cstdlib>
 
+#include <duckdb.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
@@ -11,17 +10,16 @@
 
 namespace {
 
-/// The largest memory of a run in kilobytes. Its output goes nowhere.
-long PeakMemory(const std::vector<std::string>& inCommand) {
+constexpr const char* kQuery = "SELECT i, i * 1.5::DOUBLE AS d, 'text number ' || i AS s, NULL::INTEGER AS n "
+                               "FROM range(1000000) t(i)";
+
+/// The largest memory of a child process in kilobytes.
+template <class Body>
+long PeakMemory(Body inBody) {
     const pid_t child = fork();
     if (child == 0) {
         dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
-        std::vector<char*> arguments;
-        for (const std::string& argument : inCommand) {
-            arguments.push_back(const_cast<char*>(argument.c_str()));
-        }
-        arguments.push_back(nullptr);
-        execv(arguments[0], arguments.data());
+        inBody();
         _exit(127);
     }
     int status = 0;
@@ -31,12 +29,27 @@ long PeakMemory(const std::vector<std::string>& inCommand) {
     return usage.ru_maxrss;
 }
 
+/// Runs the query through DuckDB's C functions and walks its chunks.
+void RunPlainProgram() {
+    duckdb_database database = nullptr;
+    duckdb_connection connection = nullptr;
+    duckdb_result result;
+    duckdb_open(nullptr, &database);
+    duckdb_connect(database, &connection);
+    duckdb_query(connection, "SET threads = 1", nullptr);
+    if (duckdb_query(connection, kQuery, &result) == DuckDBSuccess) {
+        while (duckdb_data_chunk chunk = duckdb_fetch_chunk(result)) {
+            duckdb_destroy_data_chunk(&chunk);
+        }
+        _exit(0);
+    }
+}
+
 TEST(Memory, StaysNearThatOfAPlainProgram) {
-    const std::string query = "SELECT i, i * 1.5::DOUBLE AS d, 'text number ' || i AS s, NULL::INTEGER AS n "
-                              "FROM range(2000000) t(i)";
-    const long plain = PeakMemory({PLAIN_QUERY, query});
-    for (const std::string mode : {"csv", "jsonl", "line"}) {
-        const long shell = PeakMemory({ORSQL_PROGRAM, "--threads", "1", "-m", mode, "-c", query});
+    const long plain = PeakMemory(RunPlainProgram);
+    for (const char* const mode : {"csv", "jsonl", "line"}) {
+        const long shell = PeakMemory(
+            [&] { execl(ORSQL_PROGRAM, "orsql", "--threads", "1", "-m", mode, "-c", kQuery, nullptr); });
         EXPECT_LE(shell, plain + plain / 10) << mode;
     }
 }

@@ -1,5 +1,6 @@
 // The built program beside a running partner: programs that drive it, readers that leave, Ctrl-C, terminals.
 #include <csignal>
+#include <filesystem>
 #include <string>
 
 #include <gtest/gtest.h>
@@ -14,7 +15,7 @@ using Way = RunningShell::Way;
 
 class Pipes : public testing::Test {
 protected:
-    TempFolder mFolder;
+    HomeFolder mFolder;
 };
 
 TEST_F(Pipes, AnswerEachStatementAtOnce) {
@@ -75,7 +76,7 @@ TEST_F(Pipes, CtrlCWhileDuckDBComputesSaysThatItMustWait) {
     shell.WaitFor("\n");
     usleep(kStart);
     shell.Signal(SIGINT);
-    shell.WaitForError("DuckDB is still computing and can't be stopped");
+    shell.WaitFor("DuckDB is still computing and can't be stopped");
     shell.Signal(SIGINT);
     EXPECT_EQ(shell.Wait(), 130) << "the second at once";
 }
@@ -91,21 +92,23 @@ TEST_F(Pipes, CtrlCWhileWaitingForInputEndsTheRun) {
 TEST_F(Pipes, CtrlCEndsAScriptWhenTheStatementReturns) {
     RunningShell shell(Way::Pipes, {"-m", "jsonl", "a.db", "-c", "CREATE TABLE t(a DOUBLE)", "-c",
                                     "INSERT INTO t SELECT sum(sqrt(a.range + b.range)) FROM range(10000) a, "
-                                    "range(10000) b",
+                                    "range(3000) b",
                                     "-c", "SELECT 2"});
     shell.WaitFor("\n");
     shell.Signal(SIGINT);
     std::string rest;
     EXPECT_EQ(shell.Wait(&rest), 130);
     // The statement had an outcome, and the next one didn't begin.
-    EXPECT_TRUE(rest.empty() || rest == "{\"kind\":\"changed\",\"count\":1}\n") << rest;
+    EXPECT_TRUE(rest.find("\"kind\"") == std::string::npos ||
+                rest.ends_with("{\"kind\":\"changed\",\"count\":1}\n"))
+        << rest;
 }
 
 class Terminal : public testing::Test {
 protected:
     static constexpr const char* kPrompt = "memory> ";
     static constexpr const char* kAnyPrompt = "> ";
-    TempFolder mFolder;
+    HomeFolder mFolder;
 };
 
 TEST_F(Terminal, ServesASessionFromStartToEnd) {
@@ -277,7 +280,7 @@ TEST_F(Terminal, ShowsTheDatabaseAndTheTransactionInThePrompt) {
         RunScript("mkdir -p config/orsql && printf '.mode csv\\nSELECT nope;\\n' > config/orsql/orsqlrc")
             .status,
         0);
-    setenv("XDG_CONFIG_HOME", (mFolder.get_Path() + "/config").c_str(), 1);
+    setenv("XDG_CONFIG_HOME", (mFolder / "config").c_str(), 1);
     setenv("EDITOR", "sed -i s/2/3/", 1);
     RunningShell shell(Way::Terminal, {"birds.db"});
     shell.WaitFor("orsqlrc:2");
@@ -306,11 +309,23 @@ TEST_F(Terminal, ShowsTheDatabaseAndTheTransactionInThePrompt) {
 TEST_F(Terminal, ShowsTheProgressOfALongBackup) {
     RunningShell shell(Way::Terminal, {"-m", "csv", "--threads", "1"});
     shell.WaitFor(kPrompt);
-    shell.Send(
-        "CREATE TABLE t AS SELECT i, hash(i)::VARCHAR AS h, random() AS r FROM range(16000000) t(i);\n");
-    shell.WaitFor("t(i);");
+    shell.Ask("CREATE TABLE t AS SELECT i, hash(i)::VARCHAR AS h FROM range(1000000) t(i);\n", "t(i);");
     shell.WaitFor(kPrompt);
-    shell.Send(".backup .\n");
+    std::filesystem::create_directory("folder");
+    shell.Send(".backup folder\n");
+    const auto hasBegun = [] {
+        std::error_code missing;
+        return std::filesystem::exists("folder", missing) && !std::filesystem::is_empty("folder", missing);
+    };
+    for (int i = 0; i < 10'000 && !hasBegun(); ++i) {
+        usleep(1000);
+    }
+    for (int i = 0; i < 6; ++i) {
+        shell.Signal(SIGSTOP);
+        usleep(250'000);
+        shell.Signal(SIGCONT);
+        usleep(20'000);
+    }
     shell.WaitFor("backing up: ");
     shell.WaitFor(" MB written");
     shell.WaitFor("path,seconds\n");

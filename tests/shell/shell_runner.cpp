@@ -8,6 +8,7 @@
 #include <fstream>
 #include <iterator>
 #include <sstream>
+#include <utility>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -23,16 +24,11 @@ namespace {
 
 constexpr int kPatience = 60'000; // milliseconds
 
-std::array<int, 2> MakePipe() {
-    std::array<int, 2> ends{};
-    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
-        std::abort();
+/// Becomes the program, on the given files. Only called in a child.
+[[noreturn]] void Execute(const Arguments& inCommand, const std::vector<int>& inFiles = {}) {
+    for (std::size_t i = 0; i < inFiles.size(); ++i) {
+        dup2(inFiles[i], static_cast<int>(i));
     }
-    return ends;
-}
-
-/// Becomes the program. Only called in a child.
-[[noreturn]] void Execute(const Arguments& inCommand) {
     std::vector<char*> arguments;
     for (const std::string& argument : inCommand) {
         arguments.push_back(const_cast<char*>(argument.c_str()));
@@ -43,7 +39,11 @@ std::array<int, 2> MakePipe() {
     _exit(127);
 }
 
-int StatusOf(int inWaited) { return WIFEXITED(inWaited) ? WEXITSTATUS(inWaited) : -WTERMSIG(inWaited); }
+int WaitForEnd(pid_t inProcess) {
+    int status = 0;
+    waitpid(inProcess, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+}
 
 /// Reads what is there. @return false at the end.
 bool ReadSome(int inFile, std::string& ioText) {
@@ -55,67 +55,30 @@ bool ReadSome(int inFile, std::string& ioText) {
     return count > 0 || (count < 0 && errno == EINTR);
 }
 
-Arguments WithProgram(const Arguments& inArguments) {
-    Arguments command = {ORSQL_PROGRAM};
-    command.insert(command.end(), inArguments.begin(), inArguments.end());
-    return command;
+Arguments WithProgram(Arguments inArguments) {
+    inArguments.insert(inArguments.begin(), ORSQL_PROGRAM);
+    return inArguments;
 }
 
 ShellRun RunToEnd(const Arguments& inCommand, std::string_view inInput) {
-    const auto in = MakePipe();
-    const auto out = MakePipe();
-    const auto err = MakePipe();
+    const tests_support::TempFolder folder;
+    WriteFile(folder / "in", inInput);
     const pid_t child = fork();
     if (child == 0) {
-        dup2(in[0], STDIN_FILENO);
-        dup2(out[1], STDOUT_FILENO);
-        dup2(err[1], STDERR_FILENO);
-        Execute(inCommand);
+        constexpr int kNew = O_WRONLY | O_CREAT | O_CLOEXEC;
+        Execute(inCommand,
+                {open((folder / "in").c_str(), O_RDONLY | O_CLOEXEC),
+                 open((folder / "out").c_str(), kNew, 0600), open((folder / "err").c_str(), kNew, 0600)});
     }
-    close(in[0]);
-    close(out[1]);
-    close(err[1]);
-    signal(SIGPIPE, SIG_IGN);
-    ShellRun run;
-    bool isWriting = true;
-    std::array<pollfd, 3> files = {{{in[1], POLLOUT, 0}, {out[0], POLLIN, 0}, {err[0], POLLIN, 0}}};
-    while (files[1].fd >= 0 || files[2].fd >= 0) {
-        poll(files.data(), files.size(), -1);
-        if (isWriting && files[0].revents != 0) {
-            const ssize_t count = inInput.empty() ? -1 : write(in[1], inInput.data(), inInput.size());
-            inInput.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-            isWriting = count >= 0 && !inInput.empty();
-            if (!isWriting) {
-                close(in[1]);
-                files[0].fd = -1;
-            }
-        }
-        if (files[1].revents != 0 && !ReadSome(out[0], run.out)) {
-            files[1].fd = -1;
-        }
-        if (files[2].revents != 0 && !ReadSome(err[0], run.err)) {
-            files[2].fd = -1;
-        }
-    }
-    if (isWriting) {
-        close(in[1]);
-    }
-    close(out[0]);
-    close(err[0]);
-    int waited = 0;
-    waitpid(child, &waited, 0);
-    run.status = StatusOf(waited);
-    return run;
+    const int status = WaitForEnd(child);
+    return {status, ReadWhole(folder / "out"), ReadWhole(folder / "err")};
 }
 
-/// Takes the sequences out that steer a terminal, and carriage returns.
-std::string WithoutEscapes(std::string_view inText) {
+std::string WithoutEscapes(const std::string& inText) {
     std::string text;
     for (std::size_t i = 0; i < inText.size(); ++i) {
-        if (inText[i] == '\x1b' && i + 1 < inText.size() && inText[i + 1] == '[') {
-            i += 2;
-            while (i < inText.size() && (inText[i] < '@' || inText[i] > '~')) {
-                ++i;
+        if (inText.compare(i, 2, "\x1b[") == 0) {
+            for (i += 2; i < inText.size() && (inText[i] < '@' || inText[i] > '~'); ++i) {
             }
         } else if (inText[i] != '\r') {
             text += inText[i];
@@ -151,8 +114,7 @@ std::vector<std::string> JsonLines(const std::string& inOut) {
     for (std::string line; std::getline(stream, line);) {
         rapidjson::Document document;
         document.Parse<rapidjson::kParseValidateEncodingFlag>(line.c_str(), line.size());
-        EXPECT_FALSE(document.HasParseError()) << line;
-        EXPECT_TRUE(document.IsObject() && document.HasMember("kind")) << line;
+        EXPECT_TRUE(!document.HasParseError() && document.IsObject() && document.HasMember("kind")) << line;
         lines.push_back(line);
     }
     EXPECT_TRUE(inOut.empty() || inOut.ends_with('\n')) << inOut;
@@ -180,23 +142,23 @@ std::string FirstCells(const std::string& inLine) {
     return cells;
 }
 
-TempFolder::TempFolder() : mBefore(std::filesystem::current_path()) {
-    mPath = (std::filesystem::temp_directory_path() / "orsql_test_XXXXXX").string();
-    if (!mkdtemp(mPath.data())) {
-        std::abort();
+std::string Answers(const Arguments& inArguments) {
+    std::string answers;
+    for (const std::string& line : RunJsonl(inArguments)) {
+        answers += FirstCells(line) + "|";
     }
-    std::filesystem::current_path(mPath);
-    setenv("HOME", mPath.c_str(), 1);
+    return answers;
+}
+
+HomeFolder::HomeFolder() {
+    std::filesystem::current_path(Path());
+    setenv("HOME", Path().c_str(), 1);
     setenv("TERM", "xterm", 1);
     unsetenv("XDG_STATE_HOME");
     unsetenv("NO_COLOR");
 }
 
-TempFolder::~TempFolder() {
-    std::filesystem::current_path(mBefore);
-    std::error_code ignored;
-    std::filesystem::remove_all(mPath, ignored);
-}
+HomeFolder::~HomeFolder() { std::filesystem::current_path("/"); }
 
 void WriteFile(const std::string& inPath, std::string_view inText) {
     std::ofstream(inPath, std::ios::binary) << inText;
@@ -208,6 +170,7 @@ std::string ReadWhole(const std::string& inPath) {
 }
 
 RunningShell::RunningShell(Way inWay, const Arguments& inArguments) {
+    signal(SIGPIPE, SIG_IGN);
     const Arguments command = WithProgram(inArguments);
     if (inWay == Way::Terminal) {
         winsize size = {24, 100, 0, 0};
@@ -218,80 +181,57 @@ RunningShell::RunningShell(Way inWay, const Arguments& inArguments) {
         mOutput = mInput;
         return;
     }
-    const auto in = MakePipe();
-    const auto out = MakePipe();
-    const auto err = MakePipe();
+    std::array<int, 2> in{};
+    std::array<int, 2> out{};
+    if (pipe2(in.data(), O_CLOEXEC) != 0 || pipe2(out.data(), O_CLOEXEC) != 0) {
+        throw std::runtime_error("no pipes");
+    }
     mProcess = fork();
     if (mProcess == 0) {
-        dup2(in[0], STDIN_FILENO);
-        dup2(out[1], STDOUT_FILENO);
-        dup2(err[1], STDERR_FILENO);
-        Execute(command);
+        Execute(command, {in[0], out[1], out[1]});
     }
     close(in[0]);
     close(out[1]);
-    close(err[1]);
     mInput = in[1];
     mOutput = out[0];
-    mError = err[0];
 }
 
 RunningShell::~RunningShell() {
     if (mProcess > 0) {
         kill(mProcess, SIGKILL);
-        waitpid(mProcess, nullptr, 0);
+        WaitForEnd(mProcess);
     }
-    CloseInput();
-    CloseOutput();
-    if (mError >= 0) {
-        close(mError);
+    if (mInput >= 0 && mInput != mOutput) {
+        close(mInput);
     }
+    close(mOutput);
 }
 
 void RunningShell::Send(std::string_view inText) const {
-    while (!inText.empty()) {
-        const ssize_t count = write(mInput, inText.data(), inText.size());
-        ASSERT_GT(count, 0);
-        inText.remove_prefix(static_cast<std::size_t>(count));
-    }
+    ASSERT_EQ(write(mInput, inText.data(), inText.size()), static_cast<ssize_t>(inText.size()));
 }
 
 void RunningShell::Signal(int inSignal) const { kill(mProcess, inSignal); }
 
-void RunningShell::CloseInput() {
-    if (mInput >= 0 && mInput != mOutput) {
-        close(mInput);
-    }
-    mInput = -1;
-}
-
-void RunningShell::CloseOutput() {
-    if (mOutput >= 0) {
-        close(mOutput);
-    }
-    mOutput = -1;
-}
-
-std::string RunningShell::WaitFor(std::string_view inText) { return WaitOn(mOutput, mUnread, inText); }
-
-std::string RunningShell::WaitForError(std::string_view inText) {
-    return WaitOn(mError, mUnreadError, inText);
-}
-
-std::string RunningShell::WaitOn(int inFile, std::string& ioUnread, std::string_view inText) const {
+std::string RunningShell::WaitFor(std::string_view inText) {
     for (;;) {
-        const std::string text = WithoutEscapes(ioUnread);
+        const std::string text = WithoutEscapes(mUnread);
         const std::size_t found = text.find(inText);
         if (found != std::string::npos) {
-            ioUnread = text.substr(found + inText.size());
+            mUnread = text.substr(found + inText.size());
             return text.substr(0, found + inText.size());
         }
-        pollfd file = {inFile, POLLIN, 0};
-        if (poll(&file, 1, kPatience) <= 0 || !ReadSome(inFile, ioUnread)) {
+        pollfd file = {mOutput, POLLIN, 0};
+        if (poll(&file, 1, kPatience) <= 0 || !ReadSome(mOutput, mUnread)) {
             ADD_FAILURE() << "waited for <" << inText << ">, got <" << text << ">";
             return text;
         }
     }
+}
+
+std::string RunningShell::Ask(std::string_view inText, std::string_view inAnswer) {
+    Send(inText);
+    return WaitFor(inAnswer);
 }
 
 int RunningShell::WaitPressing(std::string_view inKey) {
@@ -310,25 +250,19 @@ int RunningShell::WaitPressing(std::string_view inKey) {
 
 int RunningShell::Wait(std::string* outRest) {
     if (mInput != mOutput) {
-        CloseInput();
+        close(std::exchange(mInput, -1));
     }
-    std::string rest = mUnread;
     pollfd file = {mOutput, POLLIN, 0};
-    while (mOutput >= 0) {
+    do {
         if (poll(&file, 1, kPatience) <= 0) {
-            ADD_FAILURE() << "waited for the end, got <" << rest << ">";
+            ADD_FAILURE() << "waited for the end, got <" << mUnread << ">";
             kill(mProcess, SIGKILL);
         }
-        if (!ReadSome(mOutput, rest)) {
-            break;
-        }
-    }
+    } while (ReadSome(mOutput, mUnread));
     if (outRest) {
-        *outRest = WithoutEscapes(rest);
+        *outRest = WithoutEscapes(mUnread);
     }
-    int waited = 0;
-    waitpid(std::exchange(mProcess, -1), &waited, 0);
-    return StatusOf(waited);
+    return WaitForEnd(std::exchange(mProcess, -1));
 }
 
 } // namespace orsql_test

@@ -2,25 +2,26 @@
 /// Running the built orsql: to its end, through two pipes, or in a pseudo-terminal.
 #pragma once
 
-#include <chrono>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include <sys/types.h>
 
+#include "tests_support/temp_folder.h"
+
 namespace orsql_test {
 
 using Arguments = std::vector<std::string>;
 
-/// What a run came to. @param status the exit status, or minus the signal that ended it.
+/// What a run came to.
 struct ShellRun {
-    int status = 0;
+    int status = 0; ///< the exit status, or minus the signal that ended it
     std::string out;
     std::string err;
 };
 
-/// Runs orsql in the folder of the test (see TempFolder) to its end.
+/// Runs orsql in the current folder to its end.
 ShellRun RunShell(const Arguments& inArguments, std::string_view inInput = {});
 /// Runs `inScript` with sh; $ORSQL is the program.
 ShellRun RunScript(const std::string& inScript);
@@ -31,19 +32,14 @@ std::vector<std::string> JsonLines(const std::string& inOut);
 std::vector<std::string> RunJsonl(const Arguments& inArguments);
 /// Only the first cells of the rows of a line of JSON, such as "1 2 NULL", or its kind if it has no rows.
 std::string FirstCells(const std::string& inLine);
+/// FirstCells of each line that a run with -m jsonl gives, with "|" behind each.
+std::string Answers(const Arguments& inArguments);
 
 /// A fresh folder that is the current one for its lifetime, with nothing of the user's around.
-class TempFolder {
+class HomeFolder : public tests_support::TempFolder {
 public:
-    TempFolder();
-    TempFolder(const TempFolder&) = delete;
-    TempFolder& operator=(const TempFolder&) = delete;
-    ~TempFolder();
-    const std::string& get_Path() const { return mPath; }
-
-private:
-    std::string mPath;
-    std::string mBefore;
+    HomeFolder();
+    ~HomeFolder();
 };
 
 void WriteFile(const std::string& inPath, std::string_view inText);
@@ -61,28 +57,23 @@ public:
 
     void Send(std::string_view inText) const;
     void Signal(int inSignal) const;
-    void CloseInput();
-    void CloseOutput();
-    /// Reads until the output since the last wait holds `inText`. @return that output, escapes of the
-    /// terminal taken out; what follows on `inText` is kept for the next wait.
+    /// Reads until what was written since the last wait, on either output, holds `inText`. @return what was
+    /// read, escapes of the terminal taken out; what follows on `inText` is kept for the next wait.
     std::string WaitFor(std::string_view inText);
-    /// The same on standard error.
-    std::string WaitForError(std::string_view inText);
-    /// The exit status, or minus the signal. @param outRest what else was written.
+    /// Sends, and waits.
+    std::string Ask(std::string_view inText, std::string_view inAnswer);
+    /// Ends the input of a program behind pipes. @return the exit status, or minus the signal. @param outRest
+    /// what else was written.
     int Wait(std::string* outRest = nullptr);
     /// The same for a program that leaves at a key, which is pressed until it does: one that comes while the
     /// terminal changes over to the next line can be lost.
     int WaitPressing(std::string_view inKey);
 
 private:
-    std::string WaitOn(int inFile, std::string& ioUnread, std::string_view inText) const;
-
     pid_t mProcess = -1;
     int mInput = -1;
     int mOutput = -1;
-    int mError = -1;
     std::string mUnread;
-    std::string mUnreadError;
 };
 
 } // namespace orsql_test
