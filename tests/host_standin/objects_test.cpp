@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "host/engine_lock.h"
+#include "host/unknown.h"
 #include "standin_test.h"
 
 namespace orkit::standin {
@@ -148,6 +149,30 @@ TEST_F(Values, OfJsonKeepTheirTextGiveMembersAndGoIntoArrays) {
     EXPECT_EQ(QueryAspect<I_ValueJSON>(value.get()), nullptr);
     value->put_String("[1]");
     EXPECT_EQ(QueryAspect<I_ValueJSON>(value.get()), nullptr);
+}
+
+// Stands for an object of the plug-in.
+class PluginObject final : public I_Folder, public ForeignPlugin_imp {
+public:
+    std::uint32_t AddRef() override { return 1; }
+    std::uint32_t Release() override { return 1; }
+    void* QueryInterface(std::uint32_t inInterfaceId) override {
+        static constexpr std::array<INTERFACE_ITEM, 3> table = {
+            InterfaceRow<PluginObject, I_Folder>(interface_id::kFolder),
+            InterfaceRow<PluginObject, I_ForeignPlugin>(interface_id::kForeignPlugin), kInterfaceTableEnd};
+        return InterfaceTableQueryInterface(this, table.data(), inInterfaceId);
+    }
+    std::uint32_t get_RefsCount() const override { return 1; }
+    bool get_Exists() const override { return true; }
+};
+
+TEST(PluginObjects, AnswerToTheIdsOfTheirTableAndAreCounted) {
+    PluginObject object;
+    EXPECT_EQ(object.QueryInterface(interface_id::kFolder), static_cast<I_Folder*>(&object));
+    EXPECT_EQ(object.QueryInterface(interface_id::kForeignPlugin), static_cast<I_ForeignPlugin*>(&object));
+    EXPECT_EQ(object.QueryInterface(interface_id::kDuckDBCursor), nullptr);
+    EXPECT_EQ(object.QueryInterface(interface_id::kEnd), nullptr);
+    EXPECT_EQ(CountLiveObjects().mForeignPlugins, 1);
 }
 
 TEST(EngineLock, FlagsAreFalseOnEachNewThreadAndApart) {

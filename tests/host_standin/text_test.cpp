@@ -60,6 +60,7 @@ TEST(Text, IsReadAndWrittenAsUtf8WithWhatIsMalformedReplaced) {
     EXPECT_EQ(ConvertToUTF16("\xC3\x9Fx", 3, GetConverter_UTF8(), buffer.data()), 2U);
     EXPECT_EQ(buffer, u"\u00DFx##");
     EXPECT_EQ(String("abc\0def").get_Length(), 3U);
+    EXPECT_TRUE(String("abc", 0).isEmpty());
     EXPECT_TRUE(String(static_cast<const char*>(nullptr)).isEmpty());
     EXPECT_EQ(StFromUTF16(u"\u20AC\0x", -1, GetConverter_UTF8()).get_Length(), 3U);
     EXPECT_EQ(std::u16string(OwnedTextU(EscapeStringU(u"it's ''\\\"", 0)).get()), u"it''s ''''\\\"");
