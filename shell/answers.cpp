@@ -52,7 +52,8 @@ Renderer& Answers::Prepare(Sink& ioSink) {
         ioSink.mode = mMode;
     }
     const bool isTerminal = ioSink.output.IsTerminal();
-    mSettings.width = isTerminal ? TerminalWidth(STDOUT_FILENO) : 0;
+    mSettings.width = mSettings.maxWidth.value_or(isTerminal ? TerminalWidth(STDOUT_FILENO) : 0);
+    mSettings.isTerminal = isTerminal;
     mSettings.hasColor = UsesColor(mColor, isTerminal);
     return *ioSink.renderer;
 }

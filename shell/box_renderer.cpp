@@ -14,7 +14,12 @@ namespace orlimbara::shell {
 
 namespace {
 
-constexpr std::size_t kNarrowest = 4;
+/// Texts are cut to no less, and types make no column wider than this.
+constexpr std::size_t kNarrowest = 8;
+constexpr std::size_t kWidestType = 16;
+
+/// What stands around the columns' texts.
+std::size_t LinesWidth(std::size_t inColumns) { return inColumns * 3 + 1; }
 
 /// The rows that a box shows: the first ones, and the last ones of more.
 class ShownRows {
@@ -22,12 +27,12 @@ public:
     explicit ShownRows(std::uint64_t inMaxRows) : mMaxRows(inMaxRows), mHeadRows(inMaxRows - inMaxRows / 2) {}
 
     /// Keeps a row; `ioRow` gets another one to fill.
-    void Add(Row& ioRow) {
+    void Add(LazyRow& ioRow) {
         const std::uint64_t tailRows = mMaxRows - mHeadRows;
         if (mMaxRows == 0 || mHead.size() < mHeadRows) {
-            mHead.push_back(std::exchange(ioRow, Row()));
+            mHead.push_back(std::exchange(ioRow, LazyRow()));
         } else if (mTail.size() < tailRows) {
-            mTail.push_back(std::exchange(ioRow, Row()));
+            mTail.push_back(std::exchange(ioRow, LazyRow()));
         } else {
             mIsCut = true;
             if (tailRows > 0) {
@@ -42,29 +47,32 @@ public:
         std::for_each(mHead.begin(), mHead.end(), inChange);
         std::for_each(mTail.begin(), mTail.end(), inChange);
     }
-    const std::vector<Row>& get_Head() const { return mHead; }
-    const std::deque<Row>& get_Tail() const { return mTail; }
+    const std::vector<LazyRow>& get_Head() const { return mHead; }
+    const std::deque<LazyRow>& get_Tail() const { return mTail; }
     /// Whether rows between head and tail are left out.
     bool IsCut() const { return mIsCut; }
 
 private:
     std::uint64_t mMaxRows;
     std::uint64_t mHeadRows;
-    std::vector<Row> mHead;
-    std::deque<Row> mTail;
+    std::vector<LazyRow> mHead;
+    std::deque<LazyRow> mTail;
     bool mIsCut = false;
 };
 
-/// The lines of a cell without control characters; a final line feed begins no new line.
-std::vector<std::string> LinesOf(std::string_view inText) {
-    std::vector<std::string> lines;
-    do {
-        const std::size_t end = std::min(inText.find('\n'), inText.size());
-        lines.push_back(OneLine(inText.substr(0, end)));
-        inText.remove_prefix(std::min(end + 1, inText.size()));
-    } while (!inText.empty());
-    return lines;
-}
+/// One row that was read already, for another form.
+class KeptRow final : public RowSource {
+public:
+    KeptRow(const std::vector<Column>& inColumns, const Row& inRow) : mRow(inRow) { mColumns = inColumns; }
+    bool Next(Row& outRow) override {
+        outRow = mRow;
+        return !std::exchange(mIsRead, true);
+    }
+
+private:
+    const Row& mRow;
+    bool mIsRead = false;
+};
 
 class BoxRenderer final : public Renderer {
 public:
@@ -73,8 +81,11 @@ public:
 
     RowsEnd WriteRows(RowSource& inRows) override {
         ShownRows shown(mSettings.maxRows);
-        RowsEnd end = ReadRows(inRows, [&shown](Row& row) { shown.Add(row); });
+        RowsEnd end = ReadRows<LazyRow>(
+            inRows, [&inRows](LazyRow& row) { return inRows.NextLazy(row); },
+            [&shown](LazyRow& row) { shown.Add(row); });
         if (!inRows.get_Columns().empty() && !end.isInterrupted) {
+            shown.ForEach([](LazyRow& row) { row.Format(); });
             Draw(inRows.get_Columns(), shown, end.count);
         }
         mOutput.Flush();
@@ -82,7 +93,7 @@ public:
     }
 
     void WriteText(std::string_view inText) override {
-        mOutput.Write(inText);
+        mOutput.Write(mSettings.isTerminal ? Harmless(inText) : std::string(inText));
         mOutput.Write("\n");
         mOutput.Flush();
     }
@@ -96,6 +107,12 @@ private:
 
     void Draw(const std::vector<Column>& inColumns, ShownRows& ioShown, std::uint64_t inCount) {
         MeasureColumns(inColumns, ioShown);
+        if (mColumns.size() < inColumns.size() && inCount == 1 && inColumns.front().type) {
+            KeptRow row(inColumns, ioShown.get_Head().front().cells);
+            MakeLineRenderer(mOutput, mSettings)->WriteRows(row);
+            mOutput.Write(fmt::format("one row of {} columns, shown as in line mode\n", inColumns.size()));
+            return;
+        }
         const std::string between = fmt::format("… {} rows, {} shown …", inCount,
                                                 ioShown.get_Head().size() + ioShown.get_Tail().size());
         if (ioShown.IsCut()) {
@@ -117,21 +134,52 @@ private:
         }
         DrawRows(inColumns, ioShown.get_Tail());
         DrawLine("└", "┴", "┘");
+        DrawFooter(inColumns);
     }
 
-    void MeasureColumns(const std::vector<Column>& inColumns, ShownRows& ioShown) {
-        mWidths.assign(inColumns.size(), 1);
-        for (std::size_t i = 0; i < inColumns.size() && mSettings.hasHeader; ++i) {
-            mWidths[i] = std::max(mWidths[i], DisplayWidth(OneLine(inColumns[i].name)));
+    void DrawFooter(const std::vector<Column>& inColumns) {
+        if (mColumns.size() < inColumns.size()) {
+            mOutput.Write(fmt::format("{} columns, {} shown\n", inColumns.size(), mColumns.size() - 1));
         }
-        ioShown.ForEach([this](const Row& row) {
-            for (std::size_t i = 0; i < row.size(); ++i) {
-                for (const std::string& line : LinesOf(CellText(row[i], NullText()))) {
-                    mWidths[i] = std::max(mWidths[i], DisplayWidth(line));
-                }
+        const bool isRounded = std::any_of(mColumns.begin(), mColumns.end(), [&](std::size_t inIndex) {
+            return inIndex != kLeftOut && inColumns[inIndex].decimal &&
+                   !inColumns[inIndex].decimal->IsExact();
+        });
+        if (isRounded) {
+            mOutput.Write("shown to 15 digits\n");
+        }
+    }
+
+    std::string TextOf(const Cell& inCell, const Column& inColumn) const {
+        return OneLine(CellText(inCell, inColumn, NullText()));
+    }
+
+    /// Chooses the columns to show and their widths.
+    void MeasureColumns(const std::vector<Column>& inColumns, ShownRows& ioShown) {
+        std::vector<ColumnWidth> widths(inColumns.size());
+        ioShown.ForEach([&](const LazyRow& row) {
+            for (std::size_t i = 0; i < row.cells.size(); ++i) {
+                widths[i].wanted =
+                    std::max(widths[i].wanted, DisplayWidth(TextOf(row.cells[i], inColumns[i])));
             }
         });
-        FitColumns(mWidths, mSettings.width);
+        for (std::size_t i = 0; i < inColumns.size(); ++i) {
+            widths[i].least =
+                inColumns[i].isWhole ? widths[i].wanted : std::min(widths[i].wanted, kNarrowest);
+            if (mSettings.hasHeader) {
+                const std::size_t name = DisplayWidth(OneLine(inColumns[i].name));
+                const std::size_t type =
+                    std::min(inColumns[i].type ? DisplayWidth(OneLine(*inColumns[i].type)) : 0, kWidestType);
+                widths[i].wanted = std::max({widths[i].wanted, name, type});
+                widths[i].least = std::max(widths[i].least, std::min(name, kNarrowest));
+            }
+        }
+        mColumns = ChooseColumns(widths, mSettings.width);
+        std::vector<ColumnWidth> shown;
+        for (const std::size_t column : mColumns) {
+            shown.push_back(column == kLeftOut ? ColumnWidth{} : widths[column]);
+        }
+        mWidths = FitColumns(shown, mSettings.width);
     }
 
     /// Everything between the outer lines.
@@ -152,8 +200,24 @@ private:
     }
 
     void DrawHeader(const std::vector<Column>& inColumns) {
-        for (std::size_t i = 0; i < inColumns.size(); ++i) {
-            DrawCell(i, OneLine(inColumns[i].name), inColumns[i].isNumber, "\x1b[1m");
+        DrawEach(
+            inColumns, [&](const Column& column) { return column.name; }, "\x1b[1m");
+        if (inColumns.front().type) {
+            DrawEach(
+                inColumns, [&](const Column& column) { return column.type.value_or(""); }, "\x1b[2m");
+        }
+    }
+
+    /// One line with a text of each shown column.
+    template <class Text>
+    void DrawEach(const std::vector<Column>& inColumns, Text inText, std::string_view inColor) {
+        for (std::size_t i = 0; i < mColumns.size(); ++i) {
+            if (mColumns[i] == kLeftOut) {
+                DrawCell(i, "…", false, "");
+            } else {
+                const Column& column = inColumns[mColumns[i]];
+                DrawCell(i, OneLine(inText(column)), column.isNumber, inColor);
+            }
         }
         mOutput.Write("│\n");
     }
@@ -161,26 +225,19 @@ private:
     /// Stops at Ctrl-C.
     template <class Rows>
     void DrawRows(const std::vector<Column>& inColumns, const Rows& inRows) {
-        for (const Row& row : inRows) {
+        for (const LazyRow& row : inRows) {
             if (IsInterrupted()) {
                 return;
             }
-            DrawRow(inColumns, row);
-        }
-    }
-
-    void DrawRow(const std::vector<Column>& inColumns, const Row& inRow) {
-        std::vector<std::vector<std::string>> cells;
-        std::size_t height = 1;
-        for (const Cell& cell : inRow) {
-            cells.push_back(LinesOf(CellText(cell, NullText())));
-            height = std::max(height, cells.back().size());
-        }
-        for (std::size_t line = 0; line < height; ++line) {
-            for (std::size_t i = 0; i < cells.size(); ++i) {
-                const bool isNull = inRow[i].kind == Cell::Kind::Null;
-                DrawCell(i, line < cells[i].size() ? cells[i][line] : "", inColumns[i].isNumber,
-                         isNull ? "\x1b[2m" : "");
+            for (std::size_t i = 0; i < mColumns.size(); ++i) {
+                if (mColumns[i] == kLeftOut) {
+                    DrawCell(i, "…", false, "");
+                } else {
+                    const Cell& cell = row.cells[mColumns[i]];
+                    const Column& column = inColumns[mColumns[i]];
+                    DrawCell(i, TextOf(cell, column), column.isNumber,
+                             cell.kind == Cell::Kind::Null ? "\x1b[2m" : "");
+                }
             }
             mOutput.Write("│\n");
         }
@@ -201,40 +258,76 @@ private:
 
     Output& mOutput;
     const RenderSettings& mSettings;
-    std::vector<std::size_t> mWidths;
+    std::vector<std::size_t> mColumns; ///< that are shown, and kLeftOut in place of those that aren't
+    std::vector<std::size_t> mWidths;  ///< of each of them
 };
 
 } // namespace
 
-void FitColumns(std::vector<std::size_t>& ioWidths, std::size_t inTotal) {
-    const std::size_t lines = ioWidths.size() * 3 + 1;
-    if (inTotal == 0 || ioWidths.empty()) {
-        return;
+std::vector<std::size_t> ChooseColumns(const std::vector<ColumnWidth>& inWidths, std::size_t inTotal) {
+    std::vector<std::size_t> columns(inWidths.size());
+    std::iota(columns.begin(), columns.end(), std::size_t{0});
+    const auto least = std::accumulate(inWidths.begin(), inWidths.end(), LinesWidth(inWidths.size()),
+                                       [](std::size_t sum, const ColumnWidth& w) { return sum + w.least; });
+    if (inTotal == 0 || least <= inTotal || inWidths.size() < 2) {
+        return columns;
     }
+    // One from the left, one from the right, and so on; the mark of those left out is one wide.
+    std::size_t used = LinesWidth(2) + inWidths.front().least + 1;
+    std::size_t left = 1;
+    std::size_t right = inWidths.size();
+    for (bool isRight = true; left + 1 < right; isRight = !isRight) {
+        const std::size_t next = 3 + inWidths[isRight ? right - 1 : left].least;
+        if (used + next > inTotal) {
+            break;
+        }
+        used += next;
+        isRight ? --right : ++left;
+    }
+    columns.erase(columns.begin() + static_cast<std::ptrdiff_t>(left),
+                  columns.begin() + static_cast<std::ptrdiff_t>(right));
+    columns.insert(columns.begin() + static_cast<std::ptrdiff_t>(left), kLeftOut);
+    return columns;
+}
+
+std::vector<std::size_t> FitColumns(const std::vector<ColumnWidth>& inWidths, std::size_t inTotal) {
     const auto widthAt = [&](std::size_t cap) {
-        return std::accumulate(
-            ioWidths.begin(), ioWidths.end(), lines,
-            [cap](std::size_t sum, std::size_t width) { return sum + std::min(width, cap); });
+        std::vector<std::size_t> widths;
+        for (const ColumnWidth& width : inWidths) {
+            widths.push_back(std::max({std::min(width.wanted, cap), width.least, std::size_t{1}}));
+        }
+        return widths;
     };
-    std::size_t low = kNarrowest;
-    std::size_t high = std::max(kNarrowest, *std::max_element(ioWidths.begin(), ioWidths.end()));
+    std::size_t low = 0;
+    std::size_t high = 0;
+    for (const ColumnWidth& width : inWidths) {
+        high = std::max(high, width.wanted);
+    }
+    if (inTotal == 0) {
+        return widthAt(high);
+    }
+    const auto sum = [&](const std::vector<std::size_t>& widths) {
+        return std::accumulate(widths.begin(), widths.end(), LinesWidth(widths.size()));
+    };
     while (low < high) { // the widest cap that fits
         const std::size_t middle = (low + high + 1) / 2;
-        if (widthAt(middle) <= inTotal) {
+        if (sum(widthAt(middle)) <= inTotal) {
             low = middle;
         } else {
             high = middle - 1;
         }
     }
     // The rest goes to the columns that were cut, one character each from the left.
-    const std::size_t used = widthAt(low);
-    std::size_t left = inTotal > used ? inTotal - used : 0;
-    for (std::size_t& width : ioWidths) {
-        if (width > low) {
-            width = low + (left > 0 ? 1 : 0);
-            left -= left > 0 ? 1 : 0;
+    std::vector<std::size_t> widths = widthAt(low);
+    const std::size_t used = sum(widths);
+    std::size_t rest = inTotal > used ? inTotal - used : 0;
+    for (std::size_t i = 0; i < widths.size() && rest > 0; ++i) {
+        if (widths[i] < inWidths[i].wanted) {
+            ++widths[i];
+            --rest;
         }
     }
+    return widths;
 }
 
 std::unique_ptr<Renderer> MakeBoxRenderer(Output& inOutput, const RenderSettings& inSettings) {

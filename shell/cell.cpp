@@ -4,6 +4,8 @@
 #include <charconv>
 #include <cmath>
 
+#include <fmt/format.h>
+
 #include "host/procedure_api.h"
 #include "shell/literals.h"
 #include "shell/text.h"
@@ -108,6 +110,13 @@ ClockTime FromPacked(const orkit::standin::ProcedureTime& inTime) {
 }
 
 } // namespace
+
+std::string DecimalText(const std::string& inNumber, const DecimalType& inType) {
+    double number = 0;
+    std::from_chars(inNumber.data(), inNumber.data() + inNumber.size(), number);
+    return inType.IsExact() ? fmt::format("{:.{}f}", number, inType.scale)
+                            : fmt::format("{:.{}g}", number, DecimalType::kExactWidth);
+}
 
 void ReadCell(const I_Value& inValue, Cell& outCell) {
     if (inValue.get_IsNull()) {

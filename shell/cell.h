@@ -34,6 +34,19 @@ struct Cell {
 
 using Row = std::vector<Cell>;
 
+/// Width and scale of a DECIMAL column.
+struct DecimalType {
+    int width = 0;
+    int scale = 0;
+    /// A host's double holds each number of at most so many digits.
+    static constexpr int kExactWidth = 15;
+    bool IsExact() const { return width <= kExactWidth; }
+};
+
+/// The text of a DECIMAL's double for people: with the scale if a double holds it exactly, else the double's
+/// 15 digits. @param inNumber as a cell has it.
+std::string DecimalText(const std::string& inNumber, const DecimalType& inType);
+
 /// Reads a host value. Exceptions of the value pass through.
 void ReadCell(const orkit::orsql::I_Value& inValue, Cell& outCell);
 /// Reads a procedure's value; a missing one is NULL.

@@ -240,8 +240,9 @@ std::string DescribeFailure(const Failure& inFailure, const ErrorStyle& inStyle)
     if (parts.position) {
         details += fmt::format("{}position: {}", details.empty() ? "" : ", ", *parts.position);
     }
-    std::string text = fmt::format("{}error:{} {}\n", inStyle.hasColor ? "\x1b[1;31m" : "",
-                                   inStyle.hasColor ? "\x1b[0m" : "", message);
+    std::string text =
+        fmt::format("{}error:{} {}\n", inStyle.hasColor ? "\x1b[1;31m" : "",
+                    inStyle.hasColor ? "\x1b[0m" : "", inStyle.isTerminal ? Harmless(message) : message);
     if (!details.empty()) {
         text += fmt::format("{}{}\n", kIndent, details);
     }
@@ -252,7 +253,8 @@ std::string DescribeFailure(const Failure& inFailure, const ErrorStyle& inStyle)
         text += fmt::format("{}{}\n", kIndent, inFailure.words);
     }
     for (const SourceLine& place : inFailure.places) {
-        text += fmt::format("{}at {}:{}\n", kIndent, place.source, place.line);
+        text += fmt::format("{}at {}:{}\n", kIndent,
+                            inStyle.isTerminal ? OneLine(place.source) : place.source, place.line);
     }
     return text;
 }

@@ -97,6 +97,7 @@ int main(int inCount, char** inArguments) {
     RenderSettings settings;
     settings.nullText = options->nullText;
     settings.maxRows = options->maxRows;
+    settings.maxWidth = options->maxWidth;
     settings.hasHeader = options->hasHeader;
     const Mode usual = options->input == InputForm::Jsonl ? Mode::Jsonl
                        : isatty(STDOUT_FILENO) == 1       ? Mode::Box

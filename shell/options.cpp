@@ -69,6 +69,13 @@ void AddOutputOptions(CLI::App& ioApp, Options& outOptions) {
     AddChoice<ColorChoice>(
         ioApp, "--color", kColorNames, [&](ColorChoice color) { outOptions.color = color; },
         "colour on a terminal, always or never");
+    ioApp
+        .add_option("--max-width", outOptions.maxWidth,
+                    "columns of text that a box may take, else the terminal's width; 0 is no limit")
+        ->check(CLI::Validator(
+            [](std::string& text) { return text.starts_with('-') ? text + " is below 0" : std::string(); },
+            ""))
+        ->type_name("N");
     ioApp.add_option("--max-rows", outOptions.maxRows, "rows shown of a table in box mode; 0 shows all")
         ->check(CLI::Validator(
             [](std::string& text) { return text.starts_with('-') ? text + " is below 0" : std::string(); },

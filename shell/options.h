@@ -63,6 +63,7 @@ struct Options {
 
     bool stopsAtFailure = false;
     std::uint64_t maxRows = 40;
+    std::optional<std::size_t> maxWidth; ///< of a box; 0 is no limit
     bool showsTimer = false;
     std::optional<std::string> nullText;
     bool hasHeader = true;

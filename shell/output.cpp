@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "shell/failure.h"
+#include "shell/text.h"
 
 namespace orlimbara::shell {
 
@@ -25,6 +26,9 @@ Output::Output(const std::string& inPath)
 }
 
 void Output::Flush() {
+    if (mIsTerminal && mIsJson) {
+        mBuffer = HarmlessJson(mBuffer);
+    }
     const bool isWritten = WriteAll(mFile, mBuffer);
     const int error = errno;
     mBuffer.clear();

@@ -42,6 +42,8 @@ public:
     void Flush();
     /// Flushes and closes. Throws OutputError.
     void Close();
+    /// Says that JSON is written, whose control characters are escaped on a terminal.
+    void put_IsJson(bool inIsJson) { mIsJson = inIsJson; }
     /// Whether it is a terminal.
     bool IsTerminal() const { return mIsTerminal; }
 
@@ -52,6 +54,7 @@ private:
     FileDescriptor mOwned; // of a file; nothing of standard output
     int mFile;
     bool mIsTerminal;
+    bool mIsJson = false;
 };
 
 } // namespace orlimbara::shell

@@ -16,7 +16,7 @@ public:
         : mOutput(inOutput), mSettings(inSettings) {}
 
     void WriteText(std::string_view inText) override {
-        mOutput.Write(inText);
+        mOutput.Write(mSettings.isTerminal ? Harmless(inText) : std::string(inText));
         mOutput.Write("\n");
         mOutput.Flush();
     }
@@ -79,6 +79,14 @@ private:
     }
 
     void PutPlainOrQuoted(std::string_view inText, bool inIsQuoted) {
+        if (mSettings.isTerminal) {
+            PutBytes(Harmless(inText), inIsQuoted);
+        } else {
+            PutBytes(inText, inIsQuoted);
+        }
+    }
+
+    void PutBytes(std::string_view inText, bool inIsQuoted) {
         if (!inIsQuoted && std::none_of(inText.begin(), inText.end(), IsSpecial)) {
             mOutput.Write(inText);
             return;
@@ -102,11 +110,12 @@ public:
     RowsEnd WriteRows(RowSource& inRows) override {
         std::size_t width = 0;
         for (const Column& column : inRows.get_Columns()) {
-            width = std::max(width, DisplayWidth(column.name));
+            width = std::max(width, DisplayWidth(OneLine(column.name)));
         }
         std::vector<std::string> heads;
         for (const Column& column : inRows.get_Columns()) {
-            heads.push_back(std::string(width - DisplayWidth(column.name), ' ') + column.name + " = ");
+            const std::string name = OneLine(column.name);
+            heads.push_back(std::string(width - DisplayWidth(name), ' ') + name + " = ");
         }
         const std::string_view nullText = NullText(kNullText);
         bool isFirst = true;
@@ -115,7 +124,7 @@ public:
             isFirst = false;
             for (std::size_t i = 0; i < row.size(); ++i) {
                 mOutput.Write(heads[i]);
-                mOutput.Write(CellText(row[i], nullText));
+                mOutput.Write(Harmless(CellText(row[i], inRows.get_Columns()[i], nullText)));
                 mOutput.Write("\n");
             }
         });
@@ -139,8 +148,8 @@ public:
         mOutput.Write("|\n");
         const std::string_view nullText = NullText(kNullText);
         RowsEnd end = ReadRows(inRows, [&](const Row& row) {
-            for (const Cell& cell : row) {
-                PutField(CellText(cell, nullText));
+            for (std::size_t i = 0; i < row.size(); ++i) {
+                PutField(CellText(row[i], inRows.get_Columns()[i], nullText));
             }
             mOutput.Write("|\n");
         });
@@ -151,10 +160,10 @@ public:
 private:
     void PutField(std::string_view inText) {
         mOutput.Write("| ");
-        for (const char c : inText) {
+        for (const char c : Harmless(inText)) {
             if (c == '\n') {
                 mOutput.Write("<br>");
-            } else if (c != '\r') {
+            } else {
                 mOutput.Write(c == '|' ? "\\|" : std::string_view(&c, 1));
             }
         }

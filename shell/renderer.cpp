@@ -5,6 +5,7 @@
 namespace orlimbara::shell {
 
 std::unique_ptr<Renderer> MakeRenderer(Mode inMode, Output& inOutput, const RenderSettings& inSettings) {
+    inOutput.put_IsJson(inMode == Mode::Json || inMode == Mode::Jsonl);
     switch (inMode) {
     case Mode::Csv:
         return MakeCsvRenderer(inOutput, inSettings);

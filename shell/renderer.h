@@ -28,7 +28,9 @@ struct RenderSettings {
     bool hasHeader = true;
     std::optional<std::string> requestId; ///< JSON that answers in the forms of JSON carry as "id"
     bool hasColor = false;
-    std::size_t width = 0; ///< of the terminal in columns; 0 without one
+    std::optional<std::size_t> maxWidth; ///< columns of a box in place of the terminal's; 0 is no limit
+    std::size_t width = 0;               ///< columns that a box may take; 0 is no limit
+    bool isTerminal = false;             ///< what goes out must not act on a terminal
 };
 
 /// How the reading of rows ended.

@@ -23,8 +23,19 @@ std::unique_ptr<Renderer> MakeLineRenderer(Output& inOutput, const RenderSetting
 /// For documents: a Markdown table.
 std::unique_ptr<Renderer> MakeMarkdownRenderer(Output& inOutput, const RenderSettings& inSettings);
 
-/// Narrows the widest columns until a box of these columns fits, but none below a few characters.
-/// @param ioWidths the widths of the columns' content. @param inTotal the width to fit; 0 means no limit.
-void FitColumns(std::vector<std::size_t>& ioWidths, std::size_t inTotal);
+/// How wide a box's column is, in columns of text.
+struct ColumnWidth {
+    std::size_t wanted = 1; ///< of all that it shows
+    std::size_t least = 1;  ///< to which it may be cut
+};
+
+/// Stands for the columns that a box leaves out.
+inline constexpr std::size_t kLeftOut = ~std::size_t{0};
+
+/// The columns whose least widths fit a box: all, or the first and the last ones with one kLeftOut between.
+/// @param inTotal the width to fit; 0 means no limit.
+std::vector<std::size_t> ChooseColumns(const std::vector<ColumnWidth>& inWidths, std::size_t inTotal);
+/// The widths of a box's columns, the widest of them narrowed until the box fits, none below its least.
+std::vector<std::size_t> FitColumns(const std::vector<ColumnWidth>& inWidths, std::size_t inTotal);
 
 } // namespace orlimbara::shell

@@ -22,6 +22,16 @@ struct Column {
     std::uint32_t typeId = 0;            ///< goes with `type`
     std::optional<std::string> hostType; ///< of a procedure's column
     bool isNumber = false;               ///< to be shown flush right
+    bool isWhole = false;                ///< numbers, dates and times, which are never cut
+    std::optional<DecimalType> decimal;  ///< of a DECIMAL column
+};
+
+/// A row that isn't formatted yet: the host's values, or cells that were there at once.
+struct LazyRow {
+    std::vector<orkit::smart_ptr<orkit::orsql::I_Value>> values;
+    Row cells;
+    /// Makes the cells of the values.
+    void Format();
 };
 
 /// Rows that are read once, front to back.
@@ -32,6 +42,11 @@ public:
     /// Reads the next row into `outRow`, one cell per column. @return false after the last row. Exceptions of
     /// the cursor pass through.
     virtual bool Next(Row& outRow) = 0;
+    /// The same without formatting, where that can wait.
+    virtual bool NextLazy(LazyRow& outRow) {
+        outRow.values.clear();
+        return Next(outRow.cells);
+    }
     /// What asked for the rows; may be null. It must outlive the reading.
     void put_Origin(const Origin* inOrigin) { mOrigin = inOrigin; }
     const Origin* get_Origin() const { return mOrigin; }
@@ -48,6 +63,7 @@ class CursorRows final : public RowSource {
 public:
     explicit CursorRows(orkit::smart_ptr<orkit::orsql::I_DuckDBCursor> inCursor);
     bool Next(Row& outRow) override;
+    bool NextLazy(LazyRow& outRow) override;
 
 private:
     orkit::smart_ptr<orkit::orsql::I_DuckDBCursor> mCursor;

@@ -9,17 +9,18 @@ namespace orlimbara::shell {
 
 /// Reads rows up to the end, a failure or Ctrl-C, and passes each to `inOnRow`. A failure to read is
 /// returned; exceptions of `inOnRow` pass through.
-template <class OnRow>
-RowsEnd ReadRows(RowSource& inRows, OnRow inOnRow) {
+/// @param inNext reads the next row, and tells whether there was one.
+template <class AnyRow, class Next, class OnRow>
+RowsEnd ReadRows(RowSource& inRows, Next inNext, OnRow inOnRow) {
     RowsEnd end;
-    Row row;
+    AnyRow row;
     for (;;) {
         if (IsInterrupted()) {
             end.isInterrupted = true;
             return end;
         }
         try {
-            if (!inRows.Next(row)) {
+            if (!inNext(row)) {
                 return end;
             }
         } catch (...) {
@@ -34,9 +35,21 @@ RowsEnd ReadRows(RowSource& inRows, OnRow inOnRow) {
     }
 }
 
-/// The text of a cell in the forms for people, which show the inner value of JSON's objects.
-inline std::string_view CellText(const Cell& inCell, std::string_view inNullText) {
-    return inCell.kind == Cell::Kind::Null ? inNullText : std::string_view(inCell.text);
+/// The same, with each row formatted.
+template <class OnRow>
+RowsEnd ReadRows(RowSource& inRows, OnRow inOnRow) {
+    return ReadRows<Row>(
+        inRows, [&inRows](Row& row) { return inRows.Next(row); }, inOnRow);
+}
+
+/// The text of a cell in the forms for people, which show the inner value of JSON's objects and a DECIMAL
+/// with its scale.
+inline std::string CellText(const Cell& inCell, const Column& inColumn, std::string_view inNullText) {
+    if (inCell.kind == Cell::Kind::Null) {
+        return std::string(inNullText);
+    }
+    return inColumn.decimal && inCell.kind == Cell::Kind::Number ? DecimalText(inCell.text, *inColumn.decimal)
+                                                                 : inCell.text;
 }
 
 /// The text of an answer that is a count.

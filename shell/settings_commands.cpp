@@ -67,18 +67,32 @@ CommandAnswer Null(Shell& inShell, std::string_view inArguments) {
     return Tell(inShell, setting.value_or("the mode's own"));
 }
 
+std::uint64_t TakeNumber(const std::string& inWord, std::string_view inWhat) {
+    std::uint64_t number = 0;
+    const auto [end, error] = std::from_chars(inWord.data(), inWord.data() + inWord.size(), number);
+    if (error != std::errc() || end != inWord.data() + inWord.size()) {
+        throw UsageError(fmt::format("{} is no number of {}", inWord, inWhat));
+    }
+    return number;
+}
+
 CommandAnswer MaxRows(Shell& inShell, std::string_view inArguments) {
     std::uint64_t& setting = inShell.get_Answers().get_Settings().maxRows;
     const std::optional<std::string> word = TakeSetting(inArguments);
     if (!word) {
         return Tell(inShell, std::to_string(setting));
     }
-    std::uint64_t count = 0;
-    const auto [end, error] = std::from_chars(word->data(), word->data() + word->size(), count);
-    if (error != std::errc() || end != word->data() + word->size()) {
-        throw UsageError(fmt::format("{} is no number of rows", *word));
+    setting = TakeNumber(*word, "rows");
+    return CommandAnswer::Pending;
+}
+
+CommandAnswer MaxWidth(Shell& inShell, std::string_view inArguments) {
+    std::optional<std::size_t>& setting = inShell.get_Answers().get_Settings().maxWidth;
+    const std::optional<std::string> word = TakeSetting(inArguments);
+    if (!word) {
+        return Tell(inShell, setting ? std::to_string(*setting) : "the terminal's own");
     }
-    setting = count;
+    setting = TakeNumber(*word, "columns");
     return CommandAnswer::Pending;
 }
 
@@ -112,6 +126,7 @@ constexpr auto kRows = std::to_array<DotCommand>({
     {"null", "[TEXT]", "choose what NULL is shown as", nullptr, Null},
     {"maxrows", "[N]", "choose the rows shown of a table in box mode; 0 shows all", nullptr, MaxRows},
     {"prompt", "[TEXT]", "show TEXT in the prompt, or the database's name again", nullptr, Prompt},
+    {"maxwidth", "[N]", "choose the columns of text that a box may take; 0 is no limit", nullptr, MaxWidth},
     {"output", "[FILE]", "send what follows to FILE, or to standard output again", CompleteFiles, SendOutput,
      command_trait::kOutsideWithArgument | command_trait::kNotInRequests},
     {"once", "FILE", "send the output of the next statement or command to FILE", CompleteFiles, SendOnce,

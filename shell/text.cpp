@@ -1,6 +1,7 @@
 #include "shell/text.h"
 
 #include <algorithm>
+#include <cstdint>
 
 #include <fmt/format.h>
 #include <utf8proc.h>
@@ -41,6 +42,45 @@ std::size_t WidthOf(utf8proc_int32_t inCodePoint) {
 bool IsAscii(std::string_view inText) {
     return std::all_of(inText.begin(), inText.end(),
                        [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+/// Whether a terminal could take a character for more than one to show.
+bool IsControl(utf8proc_int32_t inCodePoint) {
+    return inCodePoint < 0x20 || (inCodePoint >= 0x7F && inCodePoint < 0xA0) || inCodePoint == 0x061C ||
+           inCodePoint == 0x200E || inCodePoint == 0x200F ||
+           (inCodePoint >= 0x202A && inCodePoint <= 0x202E) ||
+           (inCodePoint >= 0x2066 && inCodePoint <= 0x2069);
+}
+
+void AppendEscape(std::string& ioText, char32_t inCodePoint) {
+    const auto number = static_cast<std::uint32_t>(inCodePoint);
+    ioText += number < 0x100 ? fmt::format("\\x{:02x}", number) : fmt::format("\\u{:04x}", number);
+}
+
+bool IsPlainAscii(std::string_view inText) {
+    return std::all_of(inText.begin(), inText.end(), [](char c) { return c >= 0x20 && c < 0x7F; });
+}
+
+/// A copy in which `inAppend` writes each control character.
+template <class AppendControl>
+std::string Escape(std::string_view inText, AppendControl inAppend) {
+    if (IsPlainAscii(inText)) {
+        return std::string(inText);
+    }
+    std::string text;
+    text.reserve(inText.size());
+    WalkCodePoints(inText, [&](utf8proc_int32_t codePoint, std::size_t position, std::size_t length) {
+        const std::string_view bytes = inText.substr(position, length);
+        if (IsControl(codePoint)) {
+            inAppend(text, static_cast<char32_t>(codePoint));
+        } else if (codePoint == 0xFFFD) {
+            text += "\xEF\xBF\xBD"; // perhaps in place of a byte that isn't UTF-8
+        } else {
+            text += bytes;
+        }
+        return true;
+    });
+    return text;
 }
 
 } // namespace
@@ -89,29 +129,34 @@ std::string CutToWidth(std::string_view inText, std::size_t inWidth) {
     return std::string(inText.substr(0, end)) + "…";
 }
 
-std::string OneLine(std::string_view inText) {
-    std::string line;
-    line.reserve(inText.size());
-    for (const char c : inText) {
-        switch (c) {
-        case '\n':
-            line += "\\n";
-            break;
-        case '\r':
-            line += "\\r";
-            break;
-        case '\t':
-            line += "\\t";
-            break;
-        default:
-            if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) {
-                line += fmt::format("\\x{:02X}", static_cast<unsigned>(static_cast<unsigned char>(c)));
-            } else {
-                line += c;
-            }
+std::string Harmless(std::string_view inText) {
+    return Escape(inText, [](std::string& ioText, char32_t inCodePoint) {
+        if (inCodePoint == '\n' || inCodePoint == '\t') {
+            ioText += static_cast<char>(inCodePoint);
+        } else {
+            AppendEscape(ioText, inCodePoint);
         }
-    }
-    return line;
+    });
+}
+
+std::string OneLine(std::string_view inText) {
+    return Escape(inText, [](std::string& ioText, char32_t inCodePoint) {
+        if (inCodePoint == '\n' || inCodePoint == '\t') {
+            ioText += inCodePoint == '\n' ? "\\n" : "\\t";
+        } else {
+            AppendEscape(ioText, inCodePoint);
+        }
+    });
+}
+
+std::string HarmlessJson(std::string_view inJson) {
+    return Escape(inJson, [](std::string& ioText, char32_t inCodePoint) {
+        if (inCodePoint < 0x20) { // JSON writes those of its texts as escapes: these lie between its members
+            ioText += static_cast<char>(inCodePoint);
+        } else {
+            ioText += fmt::format("\\u{:04x}", static_cast<std::uint32_t>(inCodePoint));
+        }
+    });
 }
 
 bool IsWhitespace(char inCharacter) {

@@ -22,8 +22,13 @@ std::size_t DisplayWidth(std::string_view inText);
 /// `inText` itself if it is at most `inWidth` columns wide, else its beginning and "…", together at most
 /// `inWidth` columns. @param inWidth at least 1.
 std::string CutToWidth(std::string_view inText, std::size_t inWidth);
-/// The text with control characters as escapes (\n for a line feed, \xNN for others), which is one line.
+/// The text with what could act on a terminal as escapes: control characters but line feed and tab (C0, DEL,
+/// C1) as \xNN, bidirectional controls as \uNNNN. Bytes that aren't UTF-8 become U+FFFD.
+std::string Harmless(std::string_view inText);
+/// The same with \n and \t for line feed and tab: one line.
 std::string OneLine(std::string_view inText);
+/// JSON with the same characters as JSON's escapes \u00NN; where the text is JSON, it stays the same JSON.
+std::string HarmlessJson(std::string_view inJson);
 
 /// ASCII whitespace: space, tab, line feed, carriage return, form feed, vertical tab.
 bool IsWhitespace(char inCharacter);

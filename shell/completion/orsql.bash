@@ -4,8 +4,8 @@ _orsql() {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
     local options='-h --help -c --command -f --file -m --mode --cursor --module --readonly --threads --max-memory
         --temp-directory --home-directory --secret-directory --extension-directory --no-external-access
-        --token-file --user-agent --block-size --storage-version --bail --max-rows --timer --null --no-header
-        --color --version --no-rc --input'
+        --token-file --user-agent --block-size --storage-version --bail --max-width --max-rows --timer --null
+        --no-header --color --version --no-rc --input'
     COMPREPLY=()
     case $previous in
         -m | --mode)
@@ -25,7 +25,7 @@ _orsql() {
             compopt -o filenames 2> /dev/null
             mapfile -t COMPREPLY < <(compgen -d -- "$current")
             ;;
-        -c | --command | --threads | --max-memory | --user-agent | --block-size | --storage-version | --max-rows | \
+        -c | --command | --threads | --max-memory | --user-agent | --block-size | --storage-version | --max-width | --max-rows | \
             --null) ;;
         *)
             if [[ $current == -* ]]; then

@@ -71,7 +71,8 @@ TEST_F(Orsql, WritesEveryForm) {
     std::string expected;
     for (const auto& [command, text] : std::vector<std::pair<std::string, std::string>>{
              {".mode box",
-              "┌────┬──────┐\n│  n │ s    │\n├────┼──────┤\n│  1 │ a,b  │\n│ 20 │ NULL │\n└────┴──────┘\n"},
+              "┌─────────┬─────────┐\n│       n │ s       │\n│ INTEGER │ VARCHAR │\n├─────────┼─────────┤\n"
+              "│       1 │ a,b     │\n│      20 │ NULL    │\n└─────────┴─────────┘\n"},
              {".mode csv", "n,s\n1,\"a,b\"\n20,\n"},
              {".null -", "n,s\n1,\"a,b\"\n20,-\n"},
              {".mode line", "n = 1\ns = a,b\n\nn = 20\ns = -\n"},

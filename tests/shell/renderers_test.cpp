@@ -35,14 +35,13 @@ TEST(Box, AlignsWideCharactersAndNumbers) {
     TableRows rows({"name", "n"});
     rows.Add({TextCell("日本"), NumberCell(1)});
     rows.Add({TextCell("e\u0301a\tb"), NumberCell(-20)});
-    rows.Add({TextCell("two\nlines"), NumberCell(3)});
+    rows.Add({TextCell("2\nd"), NumberCell(3)});
     EXPECT_EQ(Rendered(Mode::Box, {}, rows), "┌───────┬─────┐\n"
                                              "│ name  │   n │\n"
                                              "├───────┼─────┤\n"
                                              "│ 日本  │   1 │\n"
                                              "│ e\u0301a\\tb │ -20 │\n"
-                                             "│ two   │   3 │\n"
-                                             "│ lines │     │\n"
+                                             "│ 2\\nd  │   3 │\n"
                                              "└───────┴─────┘\n");
 }
 
@@ -72,24 +71,123 @@ TEST(Box, ShowsAllRowsThatTheLimitAllows) {
 
 TEST(Box, FitsTheTerminalWheneverItCan) {
     rc::check([] {
-        auto widths = *rc::gen::nonEmpty(
+        const auto wanted = *rc::gen::nonEmpty(
             rc::gen::container<std::vector<std::size_t>>(rc::gen::inRange<std::size_t>(1, 200)));
         const auto total = *rc::gen::inRange<std::size_t>(1, 300);
-        const std::vector<std::size_t> before = widths;
-        FitColumns(widths, total);
+        std::vector<ColumnWidth> all;
+        for (const std::size_t width : wanted) {
+            all.push_back({width, *rc::gen::inRange<std::size_t>(1, width + 1)});
+        }
+        std::vector<ColumnWidth> shown;
+        for (const std::size_t column : ChooseColumns(all, total)) {
+            shown.push_back(column == kLeftOut ? ColumnWidth{} : all[column]);
+        }
+        const std::vector<std::size_t> widths = FitColumns(shown, total);
         std::size_t sum = widths.size() * 3 + 1;
         std::size_t least = sum;
-        std::size_t wanted = sum;
+        std::size_t most = sum;
         for (std::size_t i = 0; i < widths.size(); ++i) {
-            RC_ASSERT(widths[i] <= before[i]);
-            RC_ASSERT(widths[i] >= std::min<std::size_t>(before[i], 4));
+            RC_ASSERT(widths[i] >= shown[i].least && widths[i] <= shown[i].wanted);
             sum += widths[i];
-            least += std::min<std::size_t>(before[i], 4);
-            wanted += before[i];
+            least += shown[i].least;
+            most += shown[i].wanted;
         }
-        RC_ASSERT(sum <= std::max(total, least));
-        RC_ASSERT(sum == std::min(wanted, std::max(total, least)));
+        RC_ASSERT(sum == std::min(most, std::max(total, least)));
+        RC_ASSERT(least <= total || widths.size() <= 2);
     });
+}
+
+/// A query's columns with one row, or the same row several times.
+class TypedRows final : public RowSource {
+public:
+    TypedRows(std::size_t inColumns, std::size_t inRows, const Cell& inCell, const Column& inColumn)
+        : mLeft(inRows), mRow(inColumns, inCell) {
+        mColumns.assign(inColumns, inColumn);
+    }
+    bool Next(Row& outRow) override {
+        outRow = mRow;
+        return mLeft-- > 0;
+    }
+
+private:
+    std::size_t mLeft;
+    Row mRow;
+};
+
+TEST(Box, LeavesMiddleColumnsOutRatherThanCutNumbers) {
+    RenderSettings settings;
+    settings.width = 40;
+    Column column;
+    column.name = "n";
+    column.type = "BIGINT";
+    column.isNumber = column.isWhole = true;
+    TypedRows rows(30, 2, NumberCell(123456789), column);
+    EXPECT_EQ(Rendered(Mode::Box, settings, rows), "┌───────────┬───┬───────────┐\n"
+                                                   "│         n │ … │         n │\n"
+                                                   "│    BIGINT │ … │    BIGINT │\n"
+                                                   "├───────────┼───┼───────────┤\n"
+                                                   "│ 123456789 │ … │ 123456789 │\n"
+                                                   "│ 123456789 │ … │ 123456789 │\n"
+                                                   "└───────────┴───┴───────────┘\n"
+                                                   "30 columns, 2 shown\n");
+    TypedRows row(30, 1, NumberCell(1), column);
+    EXPECT_NE(Rendered(Mode::Box, settings, row).find("n = 1\none row of 30 columns"), std::string::npos);
+}
+
+TEST(Decimals, KeepTheirScaleUpToFifteenDigits) {
+    const Cell cell = DoubleCell(1.5);
+    for (const auto& [width, text] : {std::pair{15, "1.50"}, std::pair{16, "1.5"}}) {
+        Column column;
+        column.name = "d";
+        column.decimal = DecimalType{width, 2};
+        TypedRows line(1, 1, cell, column);
+        EXPECT_EQ(Rendered(Mode::Line, {}, line), std::string("d = ") + text + "\n");
+        TypedRows box(1, 1, cell, column);
+        EXPECT_EQ(Rendered(Mode::Box, {}, box).find("shown to 15 digits") != std::string::npos, width > 15);
+        TypedRows csv(1, 1, cell, column);
+        EXPECT_EQ(Rendered(Mode::Csv, {}, csv), "d\n1.5\n");
+    }
+}
+
+/// All characters that could act on a terminal, in a cell, a name and a text, in each mode.
+TEST(Terminals, ShowNothingThatActsOnThem) {
+    std::vector<char32_t> controls;
+    for (char32_t c = 1; c < 0xA0; ++c) {
+        if (c < 0x20 ? c != '\n' && c != '\t' : c >= 0x7F) {
+            controls.push_back(c);
+        }
+    }
+    for (const char32_t c : {0x061C, 0x200E, 0x200F, 0x202A, 0x202E, 0x2066, 0x2069}) {
+        controls.push_back(c);
+    }
+    RenderSettings settings;
+    settings.isTerminal = true;
+    for (const char32_t c : controls) {
+        std::string bytes;
+        if (c < 0x80) {
+            bytes = static_cast<char>(c);
+        } else if (c < 0x800) {
+            bytes = {static_cast<char>(0xC0 | c >> 6), static_cast<char>(0x80 | (c & 0x3F))};
+        } else {
+            bytes = {static_cast<char>(0xE0 | c >> 12), static_cast<char>(0x80 | (c >> 6 & 0x3F)),
+                     static_cast<char>(0x80 | (c & 0x3F))};
+        }
+        for (const Mode mode : {Mode::Box, Mode::Csv, Mode::Line, Mode::Markdown}) {
+            TableRows rows({"a" + bytes});
+            rows.Add({TextCell("b" + bytes)});
+            EXPECT_EQ(Rendered(mode, settings, rows).find(bytes), std::string::npos) << int(c) << int(mode);
+            EXPECT_EQ(Written(mode, settings, [&](Renderer& r) { r.WriteText("c" + bytes); }).find(bytes),
+                      std::string::npos);
+        }
+        Failure failure;
+        failure.className = "orsql";
+        failure.message = "d" + bytes;
+        EXPECT_EQ(DescribeFailure(failure, {true, false, 80}).find(bytes), std::string::npos) << int(c);
+        EXPECT_EQ(HarmlessJson("\"" + bytes + "\"").find(bytes), c < 0x20 ? 1U : std::string::npos);
+        TableRows csv({"a"});
+        csv.Add({TextCell("b" + bytes)});
+        EXPECT_NE(Rendered(Mode::Csv, {}, csv).find("b" + bytes), std::string::npos) << "into a file";
+    }
 }
 
 TEST(Box, CutsTextToTheColumn) {
@@ -166,7 +264,13 @@ TEST(Json, GivesDoublesThatReadBack) {
 /// Rows that can't be read past the first.
 class FailingRows final : public RowSource {
 public:
-    FailingRows() { mColumns.push_back({"c", "INTEGER", 4, std::nullopt, true}); }
+    FailingRows() {
+        Column column;
+        column.name = "c";
+        column.type = "INTEGER";
+        column.typeId = 4;
+        mColumns.push_back(column);
+    }
     bool Next(Row& outRow) override {
         if (mHasGiven) {
             throw std::runtime_error("out of rows");

@@ -122,7 +122,8 @@ TEST_F(Terminal, ServesASessionFromStartToEnd) {
     EXPECT_NE(send(".help call").find(".call PROCEDURE [ARG...]"), std::string::npos);
     send(".open a.db");
     send("CREATE TABLE t AS SELECT 42 AS answer;");
-    EXPECT_NE(send("SELECT * FROM t;").find("│ answer │\n├────────┤\n│     42 │"), std::string::npos);
+    EXPECT_NE(send("SELECT * FROM t;").find("│  answer │\n│ INTEGER │\n├─────────┤\n│      42 │"),
+              std::string::npos);
     shell.Send("SELECT nope\n");
     shell.WaitFor("...> ");
     const std::string error = send("  FROM t;");
