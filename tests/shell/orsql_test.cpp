@@ -233,14 +233,14 @@ TEST_F(Orsql, GivesSettingsToDuckDB) {
 TEST_F(Orsql, RunsTheExamples) {
     for (const auto& [command, shown] : std::vector<std::pair<std::string, std::vector<std::string>>>{
              {"$ORSQL books.db -f $EXAMPLES/1_first_database.sql",
-              {"│ A Field Guide to Clouds    │    96 │ NULL       │", "read_on = (not yet)",
+              {"│ A Field Guide to Clouds    │      96 │ NULL       │", "read_on = (not yet)",
                "main,books,table", "CREATE TABLE books(", "books\n3\n"}},
              {"$ORSQL -f $EXAMPLES/2_parquet_procedures.sql",
               {"│ fetch_duckdb     │", "│       3 │ value │ DECIMAL     │ DOUBLE       │", "│  1000 │",
                "│   100 │", "│ 903 │ reading 903 │", "│ 1000 │ reading 1000 │ 500.0 │"}},
              {"$ORSQL -f $EXAMPLES/3_parameters_and_variant.sql",
               {"│ harbour │ 2024-01-31 12:30:00.25 │    -3.5 │",
-               "│ UUID │ 1b671a64-40d5-491e-99b0-da01ff1f3341 │",
+               "│ UUID    │ 1b671a64-40d5-491e-99b0-da01ff1f3341 │",
                R"([[{"date":"2024-01-31"},{"json":"{\"duckdb_variant\":true,)", "[\"DECIMAL(3,2)\",1.25]"}},
              {"sh $EXAMPLES/4_backup_and_restore.sh",
               {"ships.parquet", "ships_in_copy\n3\n", "ship 1\nship 2\nship 3\n"}},
