@@ -40,32 +40,28 @@ TEST(Failure, TakesDuckDBsTextApart) {
     }
 }
 
-template <class Raise>
-Failure FailureOf(Raise inRaise) {
-    try {
-        inRaise();
-    } catch (...) {
-        return CurrentFailure();
-    }
-    return {};
-}
-
 TEST(Failure, KnowsTheHostsClasses) {
-    const Failure duckdb = FailureOf([] { throw orkit::orsql::xDuckDBError(468225, "flights", "broken"); });
-    EXPECT_EQ(duckdb.className, "xDuckDBError");
-    EXPECT_EQ(duckdb.code, 468225U);
-    EXPECT_EQ(duckdb.context, "flights");
-    EXPECT_EQ(duckdb.message, "broken");
-    const Failure open = FailureOf([] { throw orkit::xException(626688, "no file"); });
-    EXPECT_EQ(open.className, "xException");
-    EXPECT_FALSE(open.context);
-    EXPECT_EQ(open.message, "no file");
-    const Failure backup = FailureOf([] { throw orkit::xDBError(417792); });
-    EXPECT_EQ(backup.className, "xDBError");
+    const std::pair<std::function<void()>, const char*> examples[] = {
+        {[] { throw orkit::orsql::xDuckDBError(468225, "flights", "broken"); },
+         "xDuckDBError 468225 <flights> broken"},
+        {[] { throw orkit::xException(626688, "no file"); }, "xException 626688 <none> no file"},
+        {[] { throw orkit::xDBError(417792); }, "xDBError 417792 <none> "},
+        {[] { throw std::runtime_error("oh"); }, "std::exception 0 <none> oh"},
+    };
+    for (const auto& [call, expected] : examples) {
+        try {
+            call();
+        } catch (...) {
+            const Failure failure = CurrentFailure();
+            EXPECT_EQ(failure.className + " " + std::to_string(failure.code.value_or(0)) + " <" +
+                          failure.context.value_or("none") + "> " + failure.message,
+                      expected);
+        }
+    }
+    Failure backup;
+    backup.className = "xDBError";
+    backup.code = 417792;
     EXPECT_EQ(DescribeFailure(backup, {}), "error: xDBError 417792\n");
-    const Failure standard = FailureOf([] { throw std::runtime_error("oh"); });
-    EXPECT_EQ(standard.className, "std::exception");
-    EXPECT_FALSE(standard.code);
 }
 
 TEST(Failure, ShowsThePlaceOnATerminal) {
