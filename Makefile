@@ -8,7 +8,7 @@ PRESETS ?= release asan tsan
 help:
 	@echo 'make run    set up, build, and show the demonstration on three million flights'
 	@echo 'make test   set up, build, and run all tests (PRESETS="$(PRESETS)" can be narrowed)'
-	@echo 'make soak   kill writers for SOAK=600 seconds and count what is left'
+	@echo 'make soak   kill writers, backups and restores and damage files, for SOAK=600 seconds in all'
 	@echo 'make check  look at format, at faults that clang-tidy finds, and at the scripts'
 	@echo 'make format format every source'
 	@echo 'make bench  set up, build, and run the benchmarks (BENCHMARKS, BENCHMARK_ARGS)'
@@ -39,8 +39,12 @@ test: setup
 	@scripts/test.sh $(PRESETS)
 
 SOAK ?= 600
+CAMPAIGNS ?= kill_writers kill_restores damage_files
 soak: build
-	@tests/campaigns/kill_writers.py build/release/bin/orsql $(SOAK) $(SEED)
+	@status=0; for campaign in $(CAMPAIGNS); do \
+		tests/campaigns/$$campaign.py build/release/bin/orsql \
+			$$(( $(SOAK) / $(words $(CAMPAIGNS)) )) $(SEED) || status=1; \
+	done; exit $$status
 
 check: setup
 	@scripts/get_packages.sh check
