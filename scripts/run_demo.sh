@@ -32,7 +32,7 @@ run -c .procedures
 headline 'A DuckDB file is made, and three million flights are loaded into it'
 run flights.db --timer -c "CREATE TABLE flights AS SELECT * FROM read_parquet('$quoted')" -c .info
 
-headline 'Queries are answered through a server cursor, which reads rows as they are asked for'
+headline 'Queries are answered through a server cursor, which makes values as they are asked for'
 run flights.db --cursor server -c "SELECT count(*) AS flights, min(date) AS first, max(date) AS last FROM flights" \
     -c "SELECT origin, count(*) AS flights, round(avg(delay), 1) AS mean_delay FROM flights
         GROUP BY origin ORDER BY flights DESC LIMIT 5"

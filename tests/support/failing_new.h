@@ -61,15 +61,16 @@ inline void* AllocateOrFail(std::size_t inSize, std::uintptr_t inCaller) {
 
 } // namespace orkit::orsql::test
 
-void* operator new(std::size_t inSize) {
+// Not inlined: a compiler that sees malloc and free inside takes them for a mismatch.
+[[gnu::noinline]] void* operator new(std::size_t inSize) {
     return orkit::orsql::test::AllocateOrFail(inSize,
                                               reinterpret_cast<std::uintptr_t>(__builtin_return_address(0)));
 }
-void* operator new[](std::size_t inSize) {
+[[gnu::noinline]] void* operator new[](std::size_t inSize) {
     return orkit::orsql::test::AllocateOrFail(inSize,
                                               reinterpret_cast<std::uintptr_t>(__builtin_return_address(0)));
 }
-void operator delete(void* inMemory) noexcept { std::free(inMemory); }
-void operator delete[](void* inMemory) noexcept { std::free(inMemory); }
-void operator delete(void* inMemory, std::size_t) noexcept { std::free(inMemory); }
-void operator delete[](void* inMemory, std::size_t) noexcept { std::free(inMemory); }
+[[gnu::noinline]] void operator delete(void* inMemory) noexcept { std::free(inMemory); }
+[[gnu::noinline]] void operator delete[](void* inMemory) noexcept { std::free(inMemory); }
+[[gnu::noinline]] void operator delete(void* inMemory, std::size_t) noexcept { std::free(inMemory); }
+[[gnu::noinline]] void operator delete[](void* inMemory, std::size_t) noexcept { std::free(inMemory); }
