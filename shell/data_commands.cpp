@@ -97,7 +97,7 @@ CommandAnswer Call(Shell& inShell, std::string_view inArguments) {
     }
     standin::ProcedureAnswer answer;
     {
-        const ActivityScope computing(Activity::Computing);
+        const ActivityScope busy(Activity::Busy);
         answer = standin::CallProcedure(name, arguments);
     }
     if (!answer.cursor) {

@@ -80,7 +80,7 @@ std::string ExportBackup(orkit::orsql::I_DuckDBDatabase& inDatabase,
     std::error_code ignored;
     const bool makesUsual = !inFolder && !std::filesystem::exists(usual, ignored);
     try {
-        const ActivityScope computing(Activity::Computing);
+        const RunScope run(&inDatabase);
         const ExportProgress progress;
         inDatabase.Backup(inFolder);
     } catch (...) {

@@ -8,6 +8,7 @@
 #include <rapidjson/document.h>
 
 #include "host/exceptions.h"
+#include "shell/interrupts.h"
 #include "shell/requests.h"
 #include "shell/text.h"
 
@@ -115,6 +116,8 @@ void Describe(Failure& outFailure, const char* inClass, const orkit::xException&
 constexpr std::size_t kWidthWithoutTerminal = 80;
 constexpr std::string_view kIndent = "  ";
 
+constexpr const char* kInterruptType = "INTERRUPT";
+
 /// The line of the statement that holds byte `inPosition`, and a caret under it.
 std::string ShowPlace(std::string_view inStatement, std::size_t inPosition, std::size_t inWidth) {
     const std::size_t position = std::min(inPosition, inStatement.size());
@@ -187,6 +190,7 @@ Failure CurrentFailure() {
     } catch (...) {
         failure.className = "unknown";
     }
+    failure.isInterrupted = IsInterrupted() && PartsOf(failure).type == kInterruptType;
     return failure;
 }
 
@@ -225,7 +229,7 @@ ErrorParts PartsOf(const Failure& inFailure) {
 }
 
 std::string DescribeFailure(const Failure& inFailure, const ErrorStyle& inStyle) {
-    const ErrorParts parts = PartsOf(inFailure);
+    const ErrorParts parts = inFailure.isInterrupted ? ErrorParts{"interrupted", {}, {}} : PartsOf(inFailure);
     std::string message = parts.readable;
     if (message.empty() && !inFailure.words.empty()) {
         message = inFailure.words;

@@ -51,6 +51,7 @@ struct Failure {
     std::optional<std::string> context;
     std::string message;               ///< as the module gave it
     std::optional<std::size_t> column; ///< of a line of JSON that is broken, from 1
+    bool isInterrupted = false;        ///< Ctrl-C stopped it
     std::string words;                 ///< an explanation for people, not for programs
     std::string statement;             ///< the SQL that failed, for the caret; empty if there is none
     /// Where it came from: the script's line, then the lines that ran that script, innermost first. Empty for

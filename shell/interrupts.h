@@ -2,18 +2,24 @@
 /// Ctrl-C: what it does depends on what the shell is doing.
 #pragma once
 
+#include "host/duckdb_objects.h"
+
 namespace orlimbara::shell {
 
 /// What the shell is doing when Ctrl-C arrives.
 enum class Activity {
     Idle,      ///< the shell waits for input or does short work
     Prompting, ///< at the prompt, where no number of Ctrl-C leaves
-    Computing, ///< inside the module, which can't be stopped: the first Ctrl-C says so
+    Running,   ///< DuckDB runs what can be stopped
+    Busy,      ///< inside the module, which can't be stopped here: the first Ctrl-C says so
 };
 
 /// Handles SIGINT, and ignores SIGPIPE so that writing reports it. Call it once, at the start. The second
 /// Ctrl-C since the last ForgetInterrupts ends the process with 130.
 void InstallInterrupts();
+/// From now on a second Ctrl-C ends the process only within a second of the one before, unless the shell is
+/// busy with what can't be stopped. Others try once more to stop what runs.
+void EndOnlyAtQuickInterrupts();
 /// Whether Ctrl-C has come since the last ForgetInterrupts.
 bool IsInterrupted();
 void ForgetInterrupts();
@@ -31,6 +37,25 @@ public:
 
 private:
     Activity mBefore;
+};
+
+/// Lets Ctrl-C stop what DuckDB runs, for its lifetime, also if it came just before. Stopped calls throw.
+class RunScope {
+public:
+    /// @param inObject whose calls are stopped: a database, or the root object for its import. It must
+    /// outlive the scope.
+    explicit RunScope(orkit::I_Unknown* inObject);
+    RunScope(const RunScope&) = delete;
+    RunScope& operator=(const RunScope&) = delete;
+    ~RunScope();
+
+    /// Null if the module can't stop calls of this object.
+    orkit::orsql::I_DuckDBRunControl* get_Control() const { return mControl; }
+
+private:
+    orkit::orsql::I_DuckDBRunControl* mControl;
+    orkit::orsql::I_DuckDBRunControl* mBefore;
+    ActivityScope mActivity;
 };
 
 } // namespace orlimbara::shell

@@ -140,6 +140,10 @@ void PutFailureMembers(Writer& ioWriter, const Failure& inFailure) {
     if (inFailure.places.size() > 1) {
         ioWriter.EndArray();
     }
+    if (inFailure.isInterrupted) {
+        PutKey(ioWriter, "interrupted");
+        ioWriter.Bool(true);
+    }
 }
 
 /// Writes one object per answer; derived classes write what surrounds them.

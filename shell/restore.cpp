@@ -147,7 +147,7 @@ void Rename(const std::string& inFrom, const std::string& inTo, bool inReplaces)
 
 /// Opens the old database and empties its log into it. @return nothing if it can't be opened for writing.
 Session::Database OpenWithoutLog(const Session& inSession, const smart_ptr<I_Location>& inTarget) {
-    const ActivityScope computing(Activity::Computing);
+    const ActivityScope busy(Activity::Busy);
     try {
         Session::Database database = inSession.get_Extension().CreateDatabase(inTarget);
         database->Open();
@@ -209,7 +209,7 @@ void RestoreBackup(Session& inSession, Answers& inAnswers, const std::string& in
     RemoveLeftovers(path);
     const TemporaryDatabase made(FreeName(fmt::format("{}{}{}", path, kRestoring, getpid())));
     try {
-        const ActivityScope computing(Activity::Computing);
+        const RunScope run(&inSession.get_Extension());
         inSession.get_Extension().RestoreDatabase(orkit::standin::MakeLocation(ToHost(made.get_Path())),
                                                   backup);
     } catch (const orkit::xDBError&) {

@@ -100,7 +100,7 @@ void Session::Open(const std::string& inPath, bool inIsReadOnly) {
     }
     const bool isReadOnly = inIsReadOnly || mOptions.isReadOnly;
     const Database database = MakeDatabase(LocationOf(inPath), isReadOnly);
-    const ActivityScope computing(Activity::Computing);
+    const ActivityScope busy(Activity::Busy);
     if (IsRemotePath(inPath)) {
         database->put_MotherDuckAccess(ToHost(ReadToken()), ToHost(mOptions.userAgent));
         database->Open();
@@ -118,14 +118,14 @@ void Session::OpenExisting(const smart_ptr<orkit::I_Location>& inLocation) {
     Close();
     mDatabase.reset();
     const Database database = MakeDatabase(inLocation, mOptions.isReadOnly);
-    const ActivityScope computing(Activity::Computing);
+    const ActivityScope busy(Activity::Busy);
     database->Open();
     mDatabase = database;
 }
 
 void Session::Close() {
     if (mDatabase) {
-        const ActivityScope computing(Activity::Computing);
+        const ActivityScope busy(Activity::Busy);
         mDatabase->Close();
     }
 }
@@ -134,7 +134,7 @@ void Session::Drop() {
     if (!mDatabase) {
         throw ShellError("no database is open");
     }
-    const ActivityScope computing(Activity::Computing);
+    const ActivityScope busy(Activity::Busy);
     mDatabase->Drop();
 }
 
@@ -161,7 +161,6 @@ Session::Held Session::Exchange(Held inHeld) {
 
 Outcome Session::Run(const std::string& inSql, CursorLocation inLocation) {
     I_DuckDBDatabase& database = get_OpenDatabase();
-    const ActivityScope computing(Activity::Computing);
     const smart_ptr<I_DuckDBStatement> statement = database.CreateStatement(ToHost(inSql));
     if (mRows) {
         statement->BindRows(mRows);
@@ -170,6 +169,7 @@ Outcome Session::Run(const std::string& inSql, CursorLocation inLocation) {
     }
     bool ownsTransaction = false;
     try {
+        const RunScope run(&database);
         return Walk(*statement, HostLocation(inLocation), ownsTransaction);
     } catch (...) {
         if (ownsTransaction) {
@@ -184,7 +184,7 @@ Outcome Session::Run(const std::string& inSql, CursorLocation inLocation) {
 
 smart_ptr<orkit::orsql::I_DuckDBCursor> Session::Select(const char* inSql,
                                                         smart_ptr<orkit::orsql::ValueArray> inValues) const {
-    const ActivityScope computing(Activity::Computing);
+    // Ctrl-C doesn't stop it, which would abort an open transaction for a prompt or a completion.
     return get_OpenDatabase().SqlSelect(inSql, orkit::orsql::kCursorLocationServer, std::move(inValues));
 }
 
