@@ -1,5 +1,6 @@
+#include <algorithm>
+#include <filesystem>
 #include <limits>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -14,13 +15,12 @@
 namespace orlimbara::shell {
 namespace {
 
-std::vector<std::string> Lines(const std::string& inText) {
-    std::vector<std::string> lines;
-    std::istringstream stream(inText);
-    for (std::string line; std::getline(stream, line);) {
-        lines.push_back(line);
+TableRows MakeRows(std::vector<std::string> inNames, std::initializer_list<Row> inRows) {
+    TableRows rows(std::move(inNames));
+    for (const Row& row : inRows) {
+        rows.Add(row);
     }
-    return lines;
+    return rows;
 }
 
 TableRows Numbers(int inCount) {
@@ -32,10 +32,9 @@ TableRows Numbers(int inCount) {
 }
 
 TEST(Box, AlignsWideCharactersAndNumbers) {
-    TableRows rows({"name", "n"});
-    rows.Add({TextCell("日本"), NumberCell(1)});
-    rows.Add({TextCell("e\u0301a\tb"), NumberCell(-20)});
-    rows.Add({TextCell("2\nd"), NumberCell(3)});
+    TableRows rows = MakeRows({"name", "n"}, {{TextCell("日本"), NumberCell(1)},
+                                              {TextCell("e\u0301a\tb"), NumberCell(-20)},
+                                              {TextCell("2\nd"), NumberCell(3)}});
     EXPECT_EQ(Rendered(Mode::Box, {}, rows), "┌───────┬─────┐\n"
                                              "│ name  │   n │\n"
                                              "├───────┼─────┤\n"
@@ -46,27 +45,27 @@ TEST(Box, AlignsWideCharactersAndNumbers) {
 }
 
 TEST(Box, ShowsHeadAndTailWithTheCountBetween) {
-    RenderSettings settings;
-    settings.maxRows = 3;
-    TableRows rows = Numbers(1000);
-    const std::vector<std::string> lines = Lines(Rendered(Mode::Box, settings, rows));
-    ASSERT_EQ(lines.size(), 10U);
-    EXPECT_NE(lines[3].find("│    1 │"), std::string::npos) << lines[3];
-    EXPECT_NE(lines[4].find("│    2 │"), std::string::npos) << lines[4];
-    EXPECT_NE(lines[6].find("1000 rows"), std::string::npos) << lines[6];
-    EXPECT_NE(lines[8].find("1000000 │"), std::string::npos) << lines[8];
-    for (const std::string& line : lines) {
-        EXPECT_EQ(DisplayWidth(line), DisplayWidth(lines[0])) << line;
-    }
-}
-
-TEST(Box, ShowsAllRowsThatTheLimitAllows) {
-    for (const std::uint64_t limit : {0U, 5U, 6U}) {
+    const auto show = [](std::uint64_t inLimit, int inCount) {
         RenderSettings settings;
-        settings.maxRows = limit;
-        TableRows rows = Numbers(5);
-        EXPECT_EQ(Lines(Rendered(Mode::Box, settings, rows)).size(), 9U) << limit;
+        settings.maxRows = inLimit;
+        TableRows rows = Numbers(inCount);
+        return Rendered(Mode::Box, settings, rows);
+    };
+    EXPECT_EQ(show(3, 1000), R"(┌──────┬─────────────────┐
+│    n │          square │
+├──────┼─────────────────┤
+│    1 │               1 │
+│    2 │               4 │
+├──────┴─────────────────┤
+│ … 1000 rows, 3 shown … │
+├──────┬─────────────────┤
+│ 1000 │         1000000 │
+└──────┴─────────────────┘
+)");
+    for (const std::uint64_t limit : {5U, 6U}) {
+        EXPECT_EQ(show(limit, 5), show(0, 5)) << limit;
     }
+    EXPECT_EQ(std::ranges::count(show(0, 5), '\n'), 9);
 }
 
 TEST(Box, FitsTheTerminalWheneverItCan) {
@@ -151,30 +150,17 @@ TEST(Decimals, KeepTheirScaleUpToFifteenDigits) {
 
 /// All characters that could act on a terminal, in a cell, a name and a text, in each mode.
 TEST(Terminals, ShowNothingThatActsOnThem) {
-    std::vector<char32_t> controls;
-    for (char32_t c = 1; c < 0xA0; ++c) {
-        if (c < 0x20 ? c != '\n' && c != '\t' : c >= 0x7F) {
-            controls.push_back(c);
-        }
-    }
-    for (const char32_t c : {0x061C, 0x200E, 0x200F, 0x202A, 0x202E, 0x2066, 0x2069}) {
-        controls.push_back(c);
+    std::u32string controls = U"\u061C\u200E\u200F\u202A\u202E\u2066\u2069\x7F";
+    for (char32_t c = 1; c <= 0x20; ++c) {
+        controls += c + 0x7F; // 0x80 to 0x9F
+        controls += c == '\n' || c == '\t' || c == ' ' ? 1 : c;
     }
     RenderSettings settings;
     settings.isTerminal = true;
     for (const char32_t c : controls) {
-        std::string bytes;
-        if (c < 0x80) {
-            bytes = static_cast<char>(c);
-        } else if (c < 0x800) {
-            bytes = {static_cast<char>(0xC0 | c >> 6), static_cast<char>(0x80 | (c & 0x3F))};
-        } else {
-            bytes = {static_cast<char>(0xE0 | c >> 12), static_cast<char>(0x80 | (c >> 6 & 0x3F)),
-                     static_cast<char>(0x80 | (c & 0x3F))};
-        }
+        const std::string bytes = std::filesystem::path(std::u32string(1, c)).string();
         for (const Mode mode : {Mode::Box, Mode::Csv, Mode::Line, Mode::Markdown}) {
-            TableRows rows({"a" + bytes});
-            rows.Add({TextCell("b" + bytes)});
+            TableRows rows = MakeRows({"a" + bytes}, {{TextCell("b" + bytes)}});
             EXPECT_EQ(Rendered(mode, settings, rows).find(bytes), std::string::npos) << int(c) << int(mode);
             EXPECT_EQ(Written(mode, settings, [&](Renderer& r) { r.WriteText("c" + bytes); }).find(bytes),
                       std::string::npos);
@@ -184,8 +170,7 @@ TEST(Terminals, ShowNothingThatActsOnThem) {
         failure.message = "d" + bytes;
         EXPECT_EQ(DescribeFailure(failure, {true, false, 80}).find(bytes), std::string::npos) << int(c);
         EXPECT_EQ(HarmlessJson("\"" + bytes + "\"").find(bytes), c < 0x20 ? 1U : std::string::npos);
-        TableRows csv({"a"});
-        csv.Add({TextCell("b" + bytes)});
+        TableRows csv = MakeRows({"a"}, {{TextCell("b" + bytes)}});
         EXPECT_NE(Rendered(Mode::Csv, {}, csv).find("b" + bytes), std::string::npos) << "into a file";
     }
 }
@@ -197,29 +182,32 @@ TEST(Box, CutsTextToTheColumn) {
     EXPECT_EQ(CutToWidth("日本語", 1), "…");
 }
 
-TEST(Csv, QuotesAsTheFormatTells) {
-    TableRows rows({"a,b", "c"});
-    rows.Add({TextCell("say \"hi\""), TextCell("two\nlines")});
-    rows.Add({TextCell(""), Cell()});
-    EXPECT_EQ(Rendered(Mode::Csv, {}, rows), "\"a,b\",c\n\"say \"\"hi\"\"\",\"two\nlines\"\n\"\",\n");
+TEST(Renderers, QuoteAndEscapeAsTheFormatsTell) {
     RenderSettings settings;
     settings.nullText = "-,-";
-    TableRows nulls({"a", "b"});
-    nulls.Add({Cell(), NumberCell(2)});
-    EXPECT_EQ(Rendered(Mode::Csv, settings, nulls), "a,b\n\"-,-\",2\n");
-}
-
-TEST(Line, PutsEachCellOnALineOfItsOwn) {
-    TableRows rows({"a", "long"});
-    rows.Add({NumberCell(1), Cell()});
-    rows.Add({NumberCell(2), TextCell("x")});
-    EXPECT_EQ(Rendered(Mode::Line, {}, rows), "   a = 1\nlong = NULL\n\n   a = 2\nlong = x\n");
-}
-
-TEST(Markdown, EscapesWhatWouldEndACell) {
-    TableRows rows({"a|b", "n"});
-    rows.Add({TextCell("x|y\nz"), NumberCell(1)});
-    EXPECT_EQ(Rendered(Mode::Markdown, {}, rows), "| a\\|b | n |\n|---|---:|\n| x\\|y<br>z | 1 |\n");
+    const struct {
+        Mode mode;
+        RenderSettings settings;
+        TableRows rows;
+        const char* expected;
+    } examples[] = {
+        {Mode::Csv,
+         {},
+         MakeRows({"a,b", "c"}, {{TextCell("say \"hi\""), TextCell("two\nlines")}, {TextCell(""), Cell()}}),
+         "\"a,b\",c\n\"say \"\"hi\"\"\",\"two\nlines\"\n\"\",\n"},
+        {Mode::Csv, settings, MakeRows({"a", "b"}, {{Cell(), NumberCell(2)}}), "a,b\n\"-,-\",2\n"},
+        {Mode::Line,
+         {},
+         MakeRows({"a", "long"}, {{NumberCell(1), Cell()}, {NumberCell(2), TextCell("x")}}),
+         "   a = 1\nlong = NULL\n\n   a = 2\nlong = x\n"},
+        {Mode::Markdown,
+         {},
+         MakeRows({"a|b", "n"}, {{TextCell("x|y\nz"), NumberCell(1)}}),
+         "| a\\|b | n |\n|---|---:|\n| x\\|y<br>z | 1 |\n"}};
+    for (const auto& [mode, settings_used, rows, expected] : examples) {
+        TableRows source = rows;
+        EXPECT_EQ(Rendered(mode, settings_used, source), expected);
+    }
 }
 
 TEST(Json, IsValidWhateverTheCells) {
@@ -299,25 +287,11 @@ TEST(Json, StaysValidWhenRowsFailHalfWay) {
 }
 
 TEST(Json, IsOneArrayOfAllAnswers) {
-    const auto write = [](Renderer& renderer) {
-        renderer.WriteDone();
-        renderer.WriteText("a\"b");
-        renderer.WriteChanged(3);
-    };
-    EXPECT_EQ(Written(Mode::Json, {}, write), R"([
-  {
-    "kind": "done"
-  },
-  {
-    "kind": "text",
-    "text": "a\"b"
-  },
-  {
-    "kind": "changed",
-    "count": 3
-  }
-]
-)");
+    const auto write = [](Renderer& r) { r.WriteDone(), r.WriteText("a\"b"), r.WriteChanged(3); };
+    EXPECT_EQ(
+        Written(Mode::Json, {}, write),
+        "[\n  {\n    \"kind\": \"done\"\n  },\n  {\n    \"kind\": \"text\",\n    \"text\": \"a\\\"b\"\n  },\n"
+        "  {\n    \"kind\": \"changed\",\n    \"count\": 3\n  }\n]\n");
     EXPECT_EQ(Written(Mode::Json, {}, [](Renderer&) {}), "[]\n");
 }
 
