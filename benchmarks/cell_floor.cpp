@@ -8,12 +8,12 @@
 #include <string>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "duckdb_support/handles.h"
 #include "duckdb_support/variant_column.h"
 #include "duckdb_support/vector_cast.h"
 #include "host/string.h"
+#include "result/plain_text.h"
 
 namespace orkit::orsql::bench {
 
@@ -43,34 +43,18 @@ std::string_view BytesOf(const duckdb_string_t& inString) {
     return {length <= 12 ? inString.value.inlined.inlined : inString.value.pointer.ptr, length};
 }
 
-/// Texts by way of one wide buffer.
-class Texts {
-public:
-    smart_ptr<I_Value> Make(std::string_view inText) {
-        const String text = Widen(inText.substr(0, ::strnlen(inText.data(), inText.size())));
-        smart_ptr<I_Value> value(CreateValueString(false, nullptr, nullptr));
-        value->put_MaxLength(static_cast<std::uint32_t>(2 * text.get_Length() + 2));
-        value->put_String(text);
-        return value;
-    }
-    smart_ptr<I_Value> MakeJson(std::string_view inText) {
-        smart_ptr<I_Value> value(CreateValueJSON(false, nullptr, nullptr));
-        value->put_String(Widen(inText));
-        return value;
-    }
+smart_ptr<I_Value> MakeText(const String& inText) {
+    smart_ptr<I_Value> value(CreateValueString(false, nullptr, nullptr));
+    value->put_MaxLength(static_cast<std::uint32_t>(2 * inText.get_Length() + 2));
+    value->put_String(inText);
+    return value;
+}
 
-private:
-    String Widen(std::string_view inText) {
-        if (mWide.size() < inText.size()) {
-            mWide.resize(2 * inText.size());
-        }
-        const std::size_t length = ConvertToUTF16(inText.data(), inText.size(), mConverter, mWide.data());
-        return String(mWide.data(), static_cast<std::ptrdiff_t>(length));
-    }
-
-    const I_Converter* mConverter = GetConverter_UTF8();
-    std::vector<char16_t> mWide;
-};
+/// A text up to its first zero byte.
+smart_ptr<I_Value> MakeText(std::string_view inText) {
+    return MakeText(
+        String(inText.data(), static_cast<std::ptrdiff_t>(::strnlen(inText.data(), inText.size()))));
+}
 
 /// The vectors of a chunk, whose items DuckDB keeps as `Item`.
 template <class Item>
@@ -105,11 +89,8 @@ public:
 class Varchar : public Vectors<duckdb_string_t> {
 public:
     smart_ptr<I_Value> Make(idx_t inColumn, idx_t inRow) {
-        return mValidity[inColumn][inRow] ? mTexts.Make(BytesOf(mData[inColumn][inRow])) : MakeNull();
+        return mValidity[inColumn][inRow] ? MakeText(BytesOf(mData[inColumn][inRow])) : MakeNull();
     }
-
-private:
-    Texts mTexts;
 };
 
 class Blob : public Vectors<duckdb_string_t> {
@@ -136,28 +117,32 @@ void Require(bool inIsGood) {
     }
 }
 
-class DoubleCast {
+/// Texts that `Write` puts into UTF-16; the measured columns have no others.
+template <class Item, auto Write>
+class Plain : public Vectors<Item> {
 public:
-    void Bind(duckdb_data_chunk inChunk) {
-        for (idx_t column = 0; column < kColumns; ++column) {
-            Require(mCasts[column].ToDouble(inChunk, column));
-            mData[column] = mCasts[column].Doubles();
-            mValidity[column] = Validity(mCasts[column].Validity());
+    smart_ptr<I_Value> Make(idx_t inColumn, idx_t inRow) {
+        if (!this->mValidity[inColumn][inRow]) {
+            return MakeNull();
         }
+        PlainText text;
+        const std::size_t length = Write(this->mData[inColumn][inRow], text);
+        Require(length != 0);
+        return MakeText(String(text.data(), static_cast<std::ptrdiff_t>(length)));
     }
+};
+
+/// Of the scale and the width that the measured column has; its numbers are exact as doubles.
+class Decimal : public Vectors<std::int64_t> {
+public:
     smart_ptr<I_Value> Make(idx_t inColumn, idx_t inRow) {
         if (!mValidity[inColumn][inRow]) {
             return MakeNull();
         }
         smart_ptr<I_Value> value(CreateValueDouble(false, nullptr, nullptr));
-        value->put_Double(mData[inColumn][inRow]);
+        value->put_Double(static_cast<double>(mData[inColumn][inRow]) / 1000.0);
         return value;
     }
-
-private:
-    std::array<support::ColumnCast, kColumns> mCasts;
-    std::array<const double*, kColumns> mData;
-    std::array<Validity, kColumns> mValidity;
 };
 
 class TextCast {
@@ -170,14 +155,13 @@ public:
         }
     }
     smart_ptr<I_Value> Make(idx_t inColumn, idx_t inRow) {
-        return mValidity[inColumn][inRow] ? mTexts.Make(BytesOf(mData[inColumn][inRow])) : MakeNull();
+        return mValidity[inColumn][inRow] ? MakeText(BytesOf(mData[inColumn][inRow])) : MakeNull();
     }
 
 private:
     std::array<support::ColumnCast, kColumns> mCasts;
     std::array<const duckdb_string_t*, kColumns> mData;
     std::array<Validity, kColumns> mValidity;
-    Texts mTexts;
 };
 
 /// Integers, texts, doubles and dates become values of their like, INT8 and arrays envelopes.
@@ -203,7 +187,7 @@ public:
             value->put_Double(vector.Fixed<double>(inRow));
             return value;
         case 16:
-            return mTexts.Make(vector.Bytes(inRow));
+            return MakeText(vector.Bytes(inRow));
         case 19: {
             const duckdb_date_struct date = duckdb_from_date({vector.Fixed<std::int32_t>(inRow)});
             value = CreateValueDate(true, nullptr, nullptr);
@@ -218,7 +202,9 @@ public:
             mJson = R"({"duckdb_variant":true,"variant_type":"ARRAY","value":")";
             mJson += text; // numbers and commas, with nothing to escape
             mJson += R"("})";
-            return mTexts.MakeJson(mJson);
+            value = CreateValueJSON(false, nullptr, nullptr);
+            value->put_String(String(mJson.data(), static_cast<std::ptrdiff_t>(mJson.size())));
+            return value;
         }
         default:
             Require(false);
@@ -228,7 +214,6 @@ public:
 
 private:
     std::array<support::VariantColumn, kColumns> mVectors;
-    Texts mTexts;
     std::string mJson;
 };
 
@@ -289,7 +274,18 @@ const Floor kFloatFloor = kFloorOf<Fixed<float, float, CreateValueFloat, &I_Valu
 const Floor kDoubleFloor = kFloorOf<Fixed<double, double, CreateValueDouble, &I_Value::put_Double>>;
 const Floor kVarcharFloor = kFloorOf<Varchar>;
 const Floor kBlobFloor = kFloorOf<Blob>;
-const Floor kDoubleCastFloor = kFloorOf<DoubleCast>;
+const Floor kDecimalFloor = kFloorOf<Decimal>;
+const Floor kHugeintFloor = kFloorOf<Plain<duckdb_hugeint, WriteHugeint>>;
+const Floor kUhugeintFloor = kFloorOf<Plain<duckdb_uhugeint, WriteUhugeint>>;
+const Floor kDateFloor = kFloorOf<Plain<duckdb_date, WriteDate>>;
+const Floor kTimeFloor = kFloorOf<Plain<duckdb_time, WriteTime>>;
+const Floor kTimeNsFloor = kFloorOf<Plain<duckdb_time_ns, WriteTimeNs>>;
+const Floor kTimestampFloor = kFloorOf<Plain<duckdb_timestamp, WriteTimestamp>>;
+const Floor kTimestampSFloor = kFloorOf<Plain<duckdb_timestamp_s, WriteTimestampS>>;
+const Floor kTimestampMsFloor = kFloorOf<Plain<duckdb_timestamp_ms, WriteTimestampMs>>;
+const Floor kTimestampNsFloor = kFloorOf<Plain<duckdb_timestamp_ns, WriteTimestampNs>>;
+const Floor kTimestampTzFloor = kFloorOf<Plain<duckdb_timestamp, WriteTimestampTz>>;
+const Floor kUuidFloor = kFloorOf<Plain<duckdb_hugeint, WriteUuid>>;
 const Floor kTextCastFloor = kFloorOf<TextCast>;
 const Floor kVariantFloor = kFloorOf<Variant>;
 

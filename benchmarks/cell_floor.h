@@ -40,8 +40,19 @@ extern const Floor kFloatFloor;
 extern const Floor kDoubleFloor;
 extern const Floor kVarcharFloor;
 extern const Floor kBlobFloor;
-extern const Floor kDoubleCastFloor; ///< the vector cast to DOUBLE first
-extern const Floor kTextCastFloor;   ///< the vector cast to VARCHAR first
-extern const Floor kVariantFloor;    ///< of what the measured VARIANT column holds
+extern const Floor kDecimalFloor; ///< of the scale and width that the measured DECIMAL column has
+extern const Floor kHugeintFloor;
+extern const Floor kUhugeintFloor;
+extern const Floor kDateFloor;
+extern const Floor kTimeFloor;
+extern const Floor kTimeNsFloor;
+extern const Floor kTimestampFloor;
+extern const Floor kTimestampSFloor;
+extern const Floor kTimestampMsFloor;
+extern const Floor kTimestampNsFloor;
+extern const Floor kTimestampTzFloor;
+extern const Floor kUuidFloor;
+extern const Floor kTextCastFloor; ///< the vector cast to VARCHAR first
+extern const Floor kVariantFloor;  ///< of what the measured VARIANT column holds
 
 } // namespace orkit::orsql::bench
