@@ -1,4 +1,5 @@
 #include <cmath>
+#include <cstdlib>
 #include <limits>
 #include <string>
 #include <vector>
@@ -6,6 +7,7 @@
 #include "host/json.h"
 #include "host_standin/number_text.h"
 #include "standin_test.h"
+#include "tests_support/table.h"
 
 namespace orkit::standin {
 
@@ -67,50 +69,34 @@ TEST(Text, IsReadAndWrittenAsUtf8WithWhatIsMalformedReplaced) {
     EXPECT_EQ(std::u16string(OwnedTextU(EscapeStringU(nullptr, 0)).get()), u"");
 }
 
+/// Texts, and what they are as a signed number, an unsigned one and a double.
+constexpr const char* kNumbers = R"(
+    |0|0|0; -12abc|-12|18446744073709551604|-12; +7|7|7|7; - 7|0|0|0; --7|0|0|0; 1e3|1|1|1000; +1.5E-2x|1|1|0.015
+    1e|1|1|1; 1.e+|1|1|1; .5|0|0|0.5; .|0|0|0; 1e-999|1|1|0; Infinity|0|0|Infinity; -Infinity|0|0|-Infinity
+    9223372036854775807|9223372036854775807|9223372036854775807|9223372036854775808; Inf|0|0|0
+    9223372036854775808|9223372036854775807|9223372036854775808|9223372036854775808
+    -9223372036854775808|-9223372036854775808|9223372036854775808|-9223372036854775808
+    -9223372036854775809|-9223372036854775808|9223372036854775808|-9223372036854775808
+    18446744073709551615|9223372036854775807|18446744073709551615|18446744073709551616
+    18446744073709551616|9223372036854775807|18446744073709551615|18446744073709551616; NaN|0|0|NaN
+    1e999|1|1|Infinity; -1e999|-1|18446744073709551615|-Infinity; ١|0|0|0)"; // a digit of another script
+
 TEST(Text, IsReadAsTheNumberItBeginsWith) {
-    constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
-    constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
-    constexpr std::uint64_t kUMax = std::numeric_limits<std::uint64_t>::max();
-    struct Case {
-        const char16_t* mText;
-        std::int64_t mNumber;
-        std::uint64_t mUnsigned;
-        double mDouble;
-    };
-    constexpr double kInfinity = std::numeric_limits<double>::infinity();
-    for (const Case& test : {
-             Case{u"", 0, 0, 0},
-             {u" \t\n\r-12abc", -12, static_cast<std::uint64_t>(-12), -12},
-             {u"+7", 7, 7, 7},
-             {u"- 7", 0, 0, 0},
-             {u"--7", 0, 0, 0},
-             {u"1e3", 1, 1, 1000},
-             {u" +1.5E-2x", 1, 1, 0.015},
-             {u"1e", 1, 1, 1},
-             {u"1.e+", 1, 1, 1},
-             {u".5", 0, 0, 0.5},
-             {u".", 0, 0, 0},
-             {u"\u0661", 0, 0, 0}, // a digit of another script
-             {u"9223372036854775807", kMax, std::uint64_t{kMax}, 0x1p63},
-             {u"9223372036854775808", kMax, std::uint64_t{1} << 63, 0x1p63},
-             {u"-9223372036854775808", kMin, std::uint64_t{1} << 63, -0x1p63},
-             {u"-9223372036854775809", kMin, std::uint64_t{1} << 63, -0x1p63},
-             {u"18446744073709551615", kMax, kUMax, 0x1p64},
-             {u"18446744073709551616", kMax, kUMax, 0x1p64},
-             {u"1e999", 1, 1, kInfinity},
-             {u"-1e999", -1, kUMax, -kInfinity},
-             {u"1e-999", 1, 1, 0},
-             {u" Infinity", 0, 0, kInfinity},
-             {u"-Infinity", 0, 0, -kInfinity},
-             {u"Inf", 0, 0, 0},
-         }) {
-        EXPECT_EQ(String(test.mText).parseLLong(), test.mNumber) << Narrow(test.mText);
-        EXPECT_EQ(TextToUInt64(test.mText), test.mUnsigned) << Narrow(test.mText);
-        EXPECT_EQ(TextToDouble(test.mText), test.mDouble) << Narrow(test.mText);
+    for (const auto& row : tests_support::Table(kNumbers)) {
+        for (const char* const before : {"", " \t\n\r"}) {
+            const String text((before + row[0]).c_str());
+            EXPECT_EQ(std::to_string(text.parseLLong()), row.at(1)) << row[0];
+            EXPECT_EQ(std::to_string(TextToUInt64(Wide(text))), row.at(2)) << row[0];
+            const double number = std::strtod(row.at(3).c_str(), nullptr);
+            const double read = TextToDouble(Wide(text));
+            EXPECT_TRUE(read == number || (std::isnan(read) && std::isnan(number))) << row[0] << read;
+        }
     }
-    EXPECT_TRUE(std::isnan(TextToDouble(u"NaN")));
     for (const auto& [number, text] : std::vector<std::pair<double, const char*>>{
-             {0.1, "0.1"}, {-0.0, "-0"}, {1.0 / 3, "0.3333333333333333"}, {-kInfinity, "-Infinity"}}) {
+             {0.1, "0.1"},
+             {-0.0, "-0"},
+             {1.0 / 3, "0.3333333333333333"},
+             {-std::numeric_limits<double>::infinity(), "-Infinity"}}) {
         EXPECT_EQ(Narrow(FormatNumber(number)), text);
     }
     EXPECT_EQ(Narrow(FormatNumber(0.1F)), "0.1");

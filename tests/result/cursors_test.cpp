@@ -77,32 +77,26 @@ TEST_F(Cursors, ListTheirColumnsInOrder) {
 }
 
 TEST_F(Cursors, ClientMovesAnswerAndStayAtTheEnds) {
-    const struct {
-        bool (*mMove)(Cursor&);
-        bool mAnswer;
-        std::uint32_t mPosition;
-    } kMoves[] = {
-        {[](Cursor& c) { return c.PrevRecord(); }, false, 0},
-        {[](Cursor& c) { return c.put_CurrentRecord(0); }, false, 0},
-        {[](Cursor& c) { return c.NextRecord(); }, true, 1},
-        {[](Cursor& c) { return c.PrevRecord(); }, false, 1},
-        {[](Cursor& c) { return c.put_CurrentRecord(0); }, false, 1},
-        {[](Cursor& c) { return c.LastRecord(); }, true, 3},
-        {[](Cursor& c) { return c.NextRecord(); }, false, 3},
-        {[](Cursor& c) { return c.put_CurrentRecord(4); }, false, 3},
-        {[](Cursor& c) { return c.PrevRecord(); }, true, 2},
-        {[](Cursor& c) { return c.PrevRecord(); }, true, 1},
-        {[](Cursor& c) { return c.put_CurrentRecord(3); }, true, 3},
-        {[](Cursor& c) { return c.FirstRecord(); }, true, 1},
-    };
     const smart_ptr<Cursor> cursor = Client("SELECT * FROM range(3)");
     EXPECT_EQ(cursor->get_RecordCount(), 3u);
-    for (const auto& move : kMoves) {
-        const auto step = &move - kMoves;
-        EXPECT_EQ(move.mMove(*cursor), move.mAnswer) << step;
-        EXPECT_EQ(cursor->get_CurrentRecord(), move.mPosition) << step;
-        if (move.mPosition != 0) {
-            EXPECT_EQ(Text(cursor->get_Value(0)), std::to_string(move.mPosition - 1)) << step;
+    const auto go = [&](const std::string& inWhere) {
+        return inWhere == "next"    ? cursor->NextRecord()
+               : inWhere == "prev"  ? cursor->PrevRecord()
+               : inWhere == "first" ? cursor->FirstRecord()
+               : inWhere == "last"
+                   ? cursor->LastRecord()
+                   : cursor->put_CurrentRecord(static_cast<std::uint32_t>(std::stoul(inWhere)));
+    };
+    // Where to, whether the cursor moves, and the position behind.
+    const Rows moves =
+        Table("prev|no|0; 0|no|0; next|yes|1; prev|no|1; 0|no|1; last|yes|3; next|no|3; 4|no|3;"
+              "prev|yes|2; prev|yes|1; 3|yes|3; first|yes|1");
+    for (std::size_t step = 0; step < moves.size(); ++step) {
+        const auto& [where, answer, position] = std::tie(moves[step][0], moves[step][1], moves[step][2]);
+        EXPECT_EQ(go(where), answer == "yes") << step;
+        EXPECT_EQ(std::to_string(cursor->get_CurrentRecord()), position) << step;
+        if (position != "0") {
+            EXPECT_EQ(cursor->get_Value(0)->get_LLong() + 1, std::stoll(position)) << step;
         }
     }
     const smart_ptr<Cursor> empty = Client("SELECT 1 WHERE false");
