@@ -171,9 +171,10 @@ TEST_F(Cursors, RefuseWhatTheyCannotDoAndEverythingOnceCutOff) {
             }
         }
         EXPECT_EQ(server->get_Database(), mDatabase);
+        const smart_ptr<I_DuckDBCursor> first = result->get_Cursor(); // null once the database is closed
         cut(*client);
         cut(*server);
-        cut(*result->get_Cursor());
+        cut(*first);
         result->Invalidate();
         EXPECT_EQ(support::LiveHandleCount(support::HandleKind::Result), 0) << "none outlives its connection";
         for (const auto& cursor : {client, server}) {
