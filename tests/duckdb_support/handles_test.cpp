@@ -38,16 +38,7 @@ TEST(OwnedHandle, EndsEachHandleExactlyOnce) {
     EXPECT_EQ(LiveHandleCount(), before);
 }
 
-TEST(OwnedHandle, IsUsableLaterInTheExpressionThatFillsIt) {
-    OwnedDatabase database;
-    OwnedConnection connection;
-    ASSERT_TRUE(duckdb_open(nullptr, database.Put()) == DuckDBSuccess &&
-                duckdb_connect(database.Get(), connection.Put()) == DuckDBSuccess);
-    EXPECT_EQ(LiveHandleCount(HandleKind::Database), 1);
-    EXPECT_EQ(LiveHandleCount(HandleKind::Connection), 1);
-}
-
-TEST(OwnedHandle, CountsNothingForACallThatFailed) {
+TEST(OwnedHandle, IsCountedAndUsableAtOnceUnlessItsCallFailed) {
     OwnedDatabase database;
     OwnedText error;
     EXPECT_EQ(duckdb_open_ext("/no/such/folder/x.duckdb", database.Put(), nullptr, error.Put()), DuckDBError);
@@ -55,6 +46,11 @@ TEST(OwnedHandle, CountsNothingForACallThatFailed) {
     EXPECT_NE(std::string_view(error.Get()).find("x.duckdb"), std::string_view::npos);
     EXPECT_EQ(LiveHandleCount(HandleKind::Database), 0);
     EXPECT_EQ(LiveHandleCount(HandleKind::Text), 1);
+    OwnedConnection connection;
+    ASSERT_TRUE(duckdb_open(nullptr, database.Put()) == DuckDBSuccess &&
+                duckdb_connect(database.Get(), connection.Put()) == DuckDBSuccess);
+    EXPECT_EQ(LiveHandleCount(HandleKind::Database), 1);
+    EXPECT_EQ(LiveHandleCount(HandleKind::Connection), 1);
 }
 
 class OwnedResultTest : public SupportTest {};
@@ -81,34 +77,26 @@ TEST_F(OwnedResultTest, HoldsAFailedResultForItsError) {
 }
 
 TEST(SharedCell, ClosesForAllHoldersAtOnceAndOnlyWhenTold) {
-    const auto cell = std::make_shared<DatabaseCell>();
+    auto cell = std::make_shared<DatabaseCell>();
     EXPECT_FALSE(*cell);
     ASSERT_EQ(duckdb_open(nullptr, cell->Put()), DuckDBSuccess);
     auto holder = cell;
-    const duckdb_database kept = cell->Get();
-    holder.reset();
-    EXPECT_EQ(cell->Get(), kept);
-    EXPECT_EQ(LiveHandleCount(HandleKind::Database), 1);
-    holder = cell;
-    holder->Close();
-    EXPECT_FALSE(*cell);
-    EXPECT_EQ(LiveHandleCount(HandleKind::Database), 0);
-    cell->Close();
-    EXPECT_EQ(LiveHandleCount(HandleKind::Database), 0);
-}
-
-TEST(SharedCell, LeavesItsHandleOpenWhenItGoes) {
-    duckdb_database left = nullptr;
-    {
-        DatabaseCell cell;
-        ASSERT_EQ(duckdb_open(nullptr, cell.Put()), DuckDBSuccess);
-        left = cell.Get();
+    for (int i = 0; i < 2; ++i) {
+        holder->Close();
+        EXPECT_FALSE(*cell);
+        EXPECT_EQ(LiveHandleCount(HandleKind::Database), 0);
     }
-    EXPECT_EQ(LiveHandleCount(HandleKind::Database), 1);
+    ASSERT_EQ(duckdb_open(nullptr, cell->Put()), DuckDBSuccess);
+    duckdb_database kept = cell->Get();
+    for (auto* const going : {&holder, &cell}) { // the handle stays open when they go
+        EXPECT_EQ((*going)->Get(), kept);
+        going->reset();
+        EXPECT_EQ(LiveHandleCount(HandleKind::Database), 1);
+    }
     OwnedConnection connection;
-    EXPECT_EQ(duckdb_connect(left, connection.Put()), DuckDBSuccess);
+    EXPECT_EQ(duckdb_connect(kept, connection.Put()), DuckDBSuccess);
     connection.Reset();
-    duckdb_close(&left);
+    duckdb_close(&kept);
     detail::CountHandles(HandleKind::Database, -1); // the cell's share, for the tests that follow
 }
 
