@@ -96,14 +96,18 @@ TEST(Box, FitsTheTerminalWheneverItCan) {
     });
 }
 
-/// A query's columns with one row, or the same row several times.
+/// A query's columns with one row, or the same row several times; behind them rows may fail to be read.
 class TypedRows final : public RowSource {
 public:
-    TypedRows(std::size_t inColumns, std::size_t inRows, const Cell& inCell, const Column& inColumn)
-        : mLeft(inRows), mRow(inColumns, inCell) {
+    TypedRows(std::size_t inColumns, std::size_t inRows, const Cell& inCell, const Column& inColumn,
+              bool inFails = false)
+        : mLeft(inRows), mRow(inColumns, inCell), mFails(inFails) {
         mColumns.assign(inColumns, inColumn);
     }
     bool Next(Row& outRow) override {
+        if (mLeft == 0 && mFails) {
+            throw std::runtime_error("out of rows");
+        }
         outRow = mRow;
         return mLeft-- > 0;
     }
@@ -111,6 +115,7 @@ public:
 private:
     std::size_t mLeft;
     Row mRow;
+    bool mFails;
 };
 
 TEST(Box, LeavesMiddleColumnsOutRatherThanCutNumbers) {
@@ -249,36 +254,17 @@ TEST(Json, GivesDoublesThatReadBack) {
     EXPECT_EQ(DoubleCell(-std::numeric_limits<double>::infinity()), (Cell{Cell::Kind::Special, "-Infinity"}));
 }
 
-/// Rows that can't be read past the first.
-class FailingRows final : public RowSource {
-public:
-    FailingRows() {
-        Column column;
-        column.name = "c";
-        column.type = "INTEGER";
-        column.typeId = 4;
-        mColumns.push_back(column);
-    }
-    bool Next(Row& outRow) override {
-        if (mHasGiven) {
-            throw std::runtime_error("out of rows");
-        }
-        mHasGiven = true;
-        outRow = {NumberCell(1)};
-        return true;
-    }
-
-private:
-    bool mHasGiven = false;
-};
-
 TEST(Json, StaysValidWhenRowsFailHalfWay) {
-    FailingRows rows;
+    Column column;
+    column.name = "c";
+    column.type = "INTEGER";
+    column.typeId = 4;
+    TypedRows rows(1, 1, NumberCell(1), column, true);
     EXPECT_EQ(Rendered(Mode::Jsonl, {}, rows),
               R"({"kind":"rows","columns":[{"name":"c","type":"INTEGER","id":4}],"rows":[[1]],)"
               R"("error":{"class":"std::exception","message":"out of rows"}})"
               "\n");
-    FailingRows again;
+    TypedRows again(1, 1, NumberCell(1), column, true);
     const std::string array = Rendered(Mode::Json, {}, again);
     rapidjson::Document document;
     document.Parse(array.c_str());
