@@ -127,13 +127,9 @@ TEST_F(Bindings, OneArrayServesEveryStatementAndEveryRun) {
     statement->BindValues(Values({}));
     ExpectFailure(kNotProvided, [&] { Run(statement); });
     // A single value drops the arrays and all bindings; later ones add to what is there.
-    for (const auto& bindArray : {std::function<void()>([&] {
-                                      statement->BindValues(Values({Number(1), Number(2)}));
-                                  }),
-                                  std::function<void()>([&] {
-                                      statement->BindRows(RowsOf({Values({Number(1), Number(2)})}));
-                                  })}) {
-        bindArray();
+    const auto two = Values({Number(1), Number(2)});
+    for (const bool asRows : {false, true}) {
+        asRows ? statement->BindRows(RowsOf({two})) : statement->BindValues(two);
         statement->BindInteger(1, 5);
         ExpectFailure(kNotProvided, [&] { Run(statement); });
         statement->BindValue(2, Number(6));

@@ -13,29 +13,23 @@ using namespace value_type;
 
 class Parameters : public StatementTest {};
 
-Value DateValue(std::int32_t inYear, std::uint16_t inMonth, std::uint16_t inDay) {
-    Value value(CreateValueDate(true, nullptr, nullptr));
-    QueryAspect<I_ValueDate>(value.get())->put_Date(inYear, inMonth, inDay);
+/// A new value that is set by its aspect.
+template <class Aspect, class Create, class... Parameters, class... Arguments>
+Value With(Create inCreate, void (Aspect::*inPut)(Parameters...), Arguments... inArguments) {
+    Value value(inCreate(true, nullptr, nullptr));
+    (QueryAspect<Aspect>(value.get())->*inPut)(static_cast<Parameters>(inArguments)...);
     return value;
 }
-
-Value TimeValue(std::uint16_t inHour, std::uint16_t inMinute, std::uint16_t inSecond) {
-    Value value(CreateValueTime(true, nullptr, nullptr));
-    QueryAspect<I_ValueTime>(value.get())->put_Time(inHour, inMinute, inSecond, 7);
-    return value;
+Value DateValue(int inYear, int inMonth, int inDay) {
+    return With(CreateValueDate, &I_ValueDate::put_Date, inYear, inMonth, inDay);
 }
-
-Value DateTimeValue(std::int32_t inYear, std::uint16_t inMonth, std::uint16_t inHour) {
-    Value value(CreateValueDateTime(true, nullptr, nullptr));
-    QueryAspect<I_ValueDateTime>(value.get())->put_DateTime(inYear, inMonth, 28, inHour, 4, 5, 678);
-    return value;
+Value TimeValue(int inHour, int inMinute, int inSecond) {
+    return With(CreateValueTime, &I_ValueTime::put_Time, inHour, inMinute, inSecond, 7);
 }
-
-Value Holder(Value inInner) {
-    Value value(CreateValueHolder(true, nullptr, nullptr));
-    QueryAspect<I_ValueHolder>(value.get())->put_Inner(std::move(inInner));
-    return value;
+Value DateTimeValue(int inYear, int inMonth, int inHour) {
+    return With(CreateValueDateTime, &I_ValueDateTime::put_DateTime, inYear, inMonth, 28, inHour, 4, 5, 678);
 }
+Value Holder(const Value& inInner) { return With(CreateValueHolder, &I_ValueHolder::put_Inner, inInner); }
 
 Value ArrayValue(std::uint32_t inItemType, std::initializer_list<Value> inItems) {
     Value value(CreateValueArray(true, &inItemType, nullptr));
