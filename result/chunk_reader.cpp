@@ -1,12 +1,19 @@
 #include "result/chunk_reader.h"
 
 #include <array>
+#include <optional>
+#include <utility>
+#include <vector>
 
+#include "duckdb_support/handles.h"
+#include "host/string.h"
 #include "result/cast_reader.h"
 #include "result/fixed_types.h"
 #include "result/variant_cell_reader.h"
 
 namespace orkit::orsql {
+
+namespace support = orlimbara::duckdb_support;
 
 namespace {
 
@@ -48,6 +55,52 @@ public:
     }
 };
 
+/// Keeps the texts of the dictionary that occur.
+class EnumReader final : public CellReader {
+public:
+    using CellReader::CellReader;
+
+    void Bind(duckdb_data_chunk inChunk) override {
+        CellReader::Bind(inChunk);
+        if (inChunk && !mType) {
+            support::OwnedLogicalType type(
+                duckdb_vector_get_column_type(duckdb_data_chunk_get_vector(inChunk, Setup().mColumn)));
+            mTexts.resize(duckdb_enum_dictionary_size(type.Get()));
+            mStorage = duckdb_enum_internal_type(type.Get());
+            mType = std::move(type);
+        }
+    }
+
+    smart_ptr<I_Value> Read(idx_t inRow) override {
+        if (IsNull(inRow)) {
+            return MakeNullValue();
+        }
+        const std::uint32_t index = Index(inRow);
+        std::optional<String>& text = mTexts.at(index);
+        if (!text) {
+            const support::OwnedText narrow(duckdb_enum_dictionary_value(mType.Get(), index));
+            text.emplace(narrow.Get());
+        }
+        return TextBuffer::MakeString(*text);
+    }
+
+private:
+    std::uint32_t Index(idx_t inRow) const noexcept {
+        switch (mStorage) {
+        case DUCKDB_TYPE_UTINYINT:
+            return DataAt<std::uint8_t>(inRow);
+        case DUCKDB_TYPE_USMALLINT:
+            return DataAt<std::uint16_t>(inRow);
+        default:
+            return DataAt<std::uint32_t>(inRow);
+        }
+    }
+
+    support::OwnedLogicalType mType; // null before the first chunk
+    duckdb_type mStorage = DUCKDB_TYPE_INVALID;
+    std::vector<std::optional<String>> mTexts;
+};
+
 struct ReaderRow {
     duckdb_type mType;
     std::unique_ptr<CellReader> (*mMake)(const CellReaderSetup& inSetup);
@@ -80,14 +133,14 @@ constexpr std::array kReaders = {
     ReaderRow{DUCKDB_TYPE_TIMESTAMP_S, Make<PlainTextReader<duckdb_timestamp_s, WriteTimestampS>>},
     ReaderRow{DUCKDB_TYPE_TIMESTAMP_MS, Make<PlainTextReader<duckdb_timestamp_ms, WriteTimestampMs>>},
     ReaderRow{DUCKDB_TYPE_TIMESTAMP_NS, Make<PlainTextReader<duckdb_timestamp_ns, WriteTimestampNs>>},
-    ReaderRow{DUCKDB_TYPE_ENUM, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_ENUM, Make<EnumReader>},
     ReaderRow{DUCKDB_TYPE_LIST, Make<TextCastReader>},
     ReaderRow{DUCKDB_TYPE_STRUCT, Make<TextCastReader>},
     ReaderRow{DUCKDB_TYPE_MAP, Make<TextCastReader>},
     ReaderRow{DUCKDB_TYPE_UUID, Make<PlainTextReader<duckdb_hugeint, WriteUuid>>},
     ReaderRow{DUCKDB_TYPE_UNION, Make<TextCastReader>},
-    ReaderRow{DUCKDB_TYPE_BIT, Make<TextCastReader>},
-    ReaderRow{DUCKDB_TYPE_TIME_TZ, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_BIT, Make<PlainTextReader<duckdb_string_t, WriteBit>>},
+    ReaderRow{DUCKDB_TYPE_TIME_TZ, Make<PlainTextReader<duckdb_time_tz, WriteTimeTz>>},
     ReaderRow{DUCKDB_TYPE_TIMESTAMP_TZ, Make<PlainTextReader<duckdb_timestamp, WriteTimestampTz>>},
     ReaderRow{DUCKDB_TYPE_UHUGEINT, Make<PlainTextReader<duckdb_uhugeint, WriteUhugeint>>},
     ReaderRow{DUCKDB_TYPE_ARRAY, Make<TextCastReader>},

@@ -1,6 +1,9 @@
 #include "result/plain_text.h"
 
 #include <limits>
+#include <string_view>
+
+#include "result/text_buffer.h"
 
 namespace orkit::orsql {
 
@@ -153,6 +156,25 @@ std::size_t WriteTimeNs(duckdb_time_ns inTime, PlainText& outText) noexcept {
     return WriteTimeIn<1'000'000'000, 9>(inTime.nanos, outText);
 }
 
+std::size_t WriteTimeTz(duckdb_time_tz inTime, PlainText& outText) noexcept {
+    constexpr std::int32_t kMaxOffset = 16 * 3600 - 1;
+    // The lower 24 bits hold the distance of the offset from the greatest one.
+    const std::int32_t offset = kMaxOffset - static_cast<std::int32_t>(inTime.bits & 0xFFFFFF);
+    const auto magnitude = static_cast<std::uint32_t>(offset < 0 ? -offset : offset);
+    std::size_t length = WriteTimeIn<1'000'000, 6>(static_cast<std::int64_t>(inTime.bits >> 24), outText);
+    if (length == 0 || offset < -kMaxOffset || magnitude % 60 != 0) {
+        return 0;
+    }
+    char16_t* end = outText.data() + length;
+    *end++ = offset < 0 ? u'-' : u'+';
+    end = WriteTwo(end, magnitude / 3600);
+    if (magnitude % 3600 != 0) {
+        *end++ = u':';
+        end = WriteTwo(end, magnitude / 60 % 60);
+    }
+    return LengthOf(end, outText);
+}
+
 std::size_t WriteTimestamp(duckdb_timestamp inTimestamp, PlainText& outText) noexcept {
     return LengthOf(WriteTimestampIn<1'000'000, 6>(inTimestamp.micros, outText), outText);
 }
@@ -206,6 +228,21 @@ std::size_t WriteHugeint(duckdb_hugeint inNumber, PlainText& outText) noexcept {
 
 std::size_t WriteUhugeint(duckdb_uhugeint inNumber, PlainText& outText) noexcept {
     return WriteWide(inNumber.upper, inNumber.lower, false, outText);
+}
+
+std::size_t WriteBit(duckdb_string_t inBits, PlainText& outText) noexcept {
+    const std::string_view bytes = ViewOf(inBits);
+    if (bytes.size() < 2 || bytes.size() - 1 > outText.size() / 8) {
+        return 0;
+    }
+    const auto skipped = static_cast<std::size_t>(static_cast<unsigned char>(bytes[0]));
+    const std::size_t end = 8 * (bytes.size() - 1);
+    std::size_t length = 0;
+    for (std::size_t bit = skipped; bit < end; ++bit) {
+        const auto byte = static_cast<unsigned char>(bytes[1 + bit / 8]);
+        outText[length++] = (byte >> (7 - bit % 8) & 1) != 0 ? u'1' : u'0';
+    }
+    return length;
 }
 
 } // namespace orkit::orsql

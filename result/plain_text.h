@@ -1,8 +1,9 @@
 /// @file
-/// DuckDB's texts of fixed-width types, written straight into UTF-16.
+/// DuckDB's short texts of items of a vector, written straight into UTF-16.
 ///
 /// Each function writes the text that DuckDB's cast gives and returns its length, or 0 where it isn't sure of
-/// that text (years before 1 and after 9999, infinity, times out of range): the caller then takes the cast.
+/// that text (years before 1 and after 9999, infinity, times out of range, long BITs): the caller then takes
+/// the cast.
 #pragma once
 
 #include <array>
@@ -19,6 +20,7 @@ using PlainText = std::array<char16_t, 64>;
 std::size_t WriteDate(duckdb_date inDate, PlainText& outText) noexcept;
 std::size_t WriteTime(duckdb_time inTime, PlainText& outText) noexcept;
 std::size_t WriteTimeNs(duckdb_time_ns inTime, PlainText& outText) noexcept;
+std::size_t WriteTimeTz(duckdb_time_tz inTime, PlainText& outText) noexcept;
 std::size_t WriteTimestamp(duckdb_timestamp inTimestamp, PlainText& outText) noexcept;
 /// With the offset of UTC.
 std::size_t WriteTimestampTz(duckdb_timestamp inTimestamp, PlainText& outText) noexcept;
@@ -29,5 +31,8 @@ std::size_t WriteTimestampNs(duckdb_timestamp_ns inTimestamp, PlainText& outText
 std::size_t WriteUuid(duckdb_hugeint inUuid, PlainText& outText) noexcept;
 std::size_t WriteHugeint(duckdb_hugeint inNumber, PlainText& outText) noexcept;
 std::size_t WriteUhugeint(duckdb_uhugeint inNumber, PlainText& outText) noexcept;
+/// Of at most 64 bits. @param inBits as a vector holds them: behind a byte that tells how many bits of the
+/// first of the others don't count.
+std::size_t WriteBit(duckdb_string_t inBits, PlainText& outText) noexcept;
 
 } // namespace orkit::orsql

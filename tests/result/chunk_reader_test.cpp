@@ -188,6 +188,9 @@ constexpr const char* kPlainTexts = R"(
     make_timestamp((u >> 8)::BIGINT * 10)::TIMESTAMPTZ; make_timestamp(-((u >> 8)::BIGINT))::TIMESTAMPTZ
     make_timestamp((u >> 8)::BIGINT)::TIMESTAMP_S; make_timestamp(-((u >> 8)::BIGINT))::TIMESTAMP_MS
     make_timestamp_ns((u >> 1)::BIGINT - 4611686018427387904); make_timestamp_ns(-((u >> 2)::BIGINT))
+    concat(TIME '00:00:00' + to_microseconds(t), (['-', '+'])[1 + i % 2], strftime(TIMESTAMP '2000-01-01' + to_seconds((u % 960 * 60 + i % 9 // 8)::BIGINT), '%H:%M:%S'))::TIMETZ
+    (u % 256)::UTINYINT::BIT; right(u::UBIGINT::BIT::VARCHAR, i % 64 + 1)::BIT; concat(u::UBIGINT::BIT, i % 2)::BIT
+    i::VARCHAR::few; (6 * i + 9999)::VARCHAR::many
     concat('12:34:56.', lpad((u % 1000000000)::VARCHAR, 9, '0'))::TIME_NS; md5(i::VARCHAR)::UUID
     (u >> 1)::HUGEINT * (i - 5000) * 922337203685477; (1::HUGEINT << i % 127) - i // 127
     ((i - 5000) % 9999 / 10)::DECIMAL(4,1); (u % 100000)::DECIMAL(9,4); ((u >> 9)::BIGINT * 16 + i)::DECIMAL(18,0)
@@ -197,6 +200,8 @@ constexpr const char* kPlainTexts = R"(
 TEST_F(ChunkReaderTest, PlainTextsAreThoseOfTheCastOverTheWholeRange) {
     mDuck->Run("CREATE TABLE t AS SELECT i::INTEGER AS i, hash(i) >> i % 64 AS u, hash(i) % 86400000001 AS t "
                "FROM range(10000) r(i)");
+    mDuck->Run("CREATE TYPE few AS ENUM (SELECT range::VARCHAR FROM range(10000))");  // two bytes a cell
+    mDuck->Run("CREATE TYPE many AS ENUM (SELECT range::VARCHAR FROM range(70000))"); // four
     for (const auto& column : Table(kPlainTexts)) {
         SCOPED_TRACE(column[0]);
         Cells cells(mDuck->Run("SELECT " + column[0] + " FROM t"));
