@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "duckdb_support/handles.h"
 #include "duckdb_support/variant_column.h"
@@ -143,6 +144,29 @@ public:
         value->put_Double(static_cast<double>(mData[inColumn][inRow]) / 1000.0);
         return value;
     }
+};
+
+/// Of at most 256 texts, widened once.
+class Enum : public Vectors<std::uint8_t> {
+public:
+    void Bind(duckdb_data_chunk inChunk) {
+        Vectors::Bind(inChunk);
+        if (!mTexts.empty()) {
+            return;
+        }
+        const support::OwnedLogicalType type(
+            duckdb_vector_get_column_type(duckdb_data_chunk_get_vector(inChunk, 0)));
+        Require(duckdb_enum_internal_type(type.Get()) == DUCKDB_TYPE_UTINYINT);
+        for (idx_t index = 0; index < duckdb_enum_dictionary_size(type.Get()); ++index) {
+            mTexts.emplace_back(support::OwnedText(duckdb_enum_dictionary_value(type.Get(), index)).Get());
+        }
+    }
+    smart_ptr<I_Value> Make(idx_t inColumn, idx_t inRow) {
+        return mValidity[inColumn][inRow] ? MakeText(mTexts[mData[inColumn][inRow]]) : MakeNull();
+    }
+
+private:
+    std::vector<String> mTexts; // the same for all columns
 };
 
 class TextCast {
@@ -286,6 +310,9 @@ const Floor kTimestampMsFloor = kFloorOf<Plain<duckdb_timestamp_ms, WriteTimesta
 const Floor kTimestampNsFloor = kFloorOf<Plain<duckdb_timestamp_ns, WriteTimestampNs>>;
 const Floor kTimestampTzFloor = kFloorOf<Plain<duckdb_timestamp, WriteTimestampTz>>;
 const Floor kUuidFloor = kFloorOf<Plain<duckdb_hugeint, WriteUuid>>;
+const Floor kTimeTzFloor = kFloorOf<Plain<duckdb_time_tz, WriteTimeTz>>;
+const Floor kBitFloor = kFloorOf<Plain<duckdb_string_t, WriteBit>>;
+const Floor kEnumFloor = kFloorOf<Enum>;
 const Floor kTextCastFloor = kFloorOf<TextCast>;
 const Floor kVariantFloor = kFloorOf<Variant>;
 

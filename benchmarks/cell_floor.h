@@ -52,6 +52,9 @@ extern const Floor kTimestampMsFloor;
 extern const Floor kTimestampNsFloor;
 extern const Floor kTimestampTzFloor;
 extern const Floor kUuidFloor;
+extern const Floor kTimeTzFloor;
+extern const Floor kBitFloor;
+extern const Floor kEnumFloor;     ///< of at most 256 texts
 extern const Floor kTextCastFloor; ///< the vector cast to VARCHAR first
 extern const Floor kVariantFloor;  ///< of what the measured VARIANT column holds
 
