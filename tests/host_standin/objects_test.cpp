@@ -1,6 +1,7 @@
 #include "host/value.h"
 
 #include <array>
+#include <cstdlib>
 #include <limits>
 #include <string>
 #include <thread>
@@ -9,6 +10,7 @@
 #include "host/engine_lock.h"
 #include "host/unknown.h"
 #include "standin_test.h"
+#include "tests_support/table.h"
 
 namespace orkit::standin {
 
@@ -27,21 +29,14 @@ TEST_F(Values, OfNumbersAreCutToTheWidthThatIsAsked) {
     EXPECT_EQ(whole->get_Double(), 0);
     EXPECT_EQ(TextOf(whole), "");
 
-    constexpr auto kMax = std::numeric_limits<std::int64_t>::max();
-    constexpr auto kUMax = std::numeric_limits<std::uint64_t>::max();
-    using Widths = std::tuple<std::int64_t, std::uint64_t, std::uint8_t>;
     const Value real = CreateValueDouble(false, nullptr, nullptr);
-    for (const auto& [number, widths] : std::vector<std::pair<double, Widths>>{
-             {-2.9, {-2, 0, 0}},
-             {255.9, {255, 255, 255}},
-             {256, {256, 256, 255}},
-             {0x1p63, {kMax, std::uint64_t{1} << 63, 255}},
-             {-1e300, {-kMax - 1, 0, 0}},
-             {1e300, {kMax, kUMax, 255}},
-             {std::numeric_limits<double>::quiet_NaN(), {0, 0, 0}},
-         }) {
-        real->put_Double(number);
-        EXPECT_EQ(Widths(real->get_LLong(), real->get_ULLong(), real->get_Byte()), widths) << number;
+    for (const auto& row : tests_support::Table(R"(-2.9|-2|0|0; 255.9|255|255|255; 256|256|256|255; NaN|0|0|0
+             0x1p63|9223372036854775807|9223372036854775808|255; -1e300|-9223372036854775808|0|0
+             1e300|9223372036854775807|18446744073709551615|255)")) {
+        real->put_Double(std::strtod(row[0].c_str(), nullptr));
+        EXPECT_EQ((std::vector{row[0], std::to_string(real->get_LLong()), std::to_string(real->get_ULLong()),
+                               std::to_string(real->get_Byte())}),
+                  row);
     }
 }
 

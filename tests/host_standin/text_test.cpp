@@ -121,24 +121,14 @@ TEST(JsonTexts, GiveTheMembersOfTheTopObject) {
     const Json json(R"( { "message" : "a \"b\"\n\u20ac", "number":-1.50e+2,
         "big":123456789012345678901234567890, "beyond":-12.5e400, "yes":true, "nothing":null, "list":[1, [2 ] ,{"deep":3}],
         "object" : { "deep" : "]}" }, "twice":1, "twice":2, "":"empty name", "zero\u0000in":"z" } )");
-    for (const auto& [name, text] : std::vector<std::pair<String, const char*>>{
-             {"message", "a \"b\"\n\xE2\x82\xAC"},
-             {"number", "-1.50e+2"},
-             {"big", "123456789012345678901234567890"},
-             {"beyond", "-12.5e400"},
-             {"yes", "true"},
-             {"nothing", ""},
-             {"list", "[1, [2 ] ,{\"deep\":3}]"},
-             {"object", "{ \"deep\" : \"]}\" }"},
-             {"twice", "1"},
-             {"", "empty name"},
-             {String("zero\0in", 7), "z"},
-             {"zero", ""},
-             {"deep", ""},
-             {"Message", ""},
-         }) {
-        EXPECT_EQ(Narrow(json.get_JsonValue(name)), text) << Narrow(name);
+    for (const auto& row :
+         tests_support::Table(R"(number|-1.50e+2; big|123456789012345678901234567890; twice|1
+             beyond|-12.5e400; yes|true; nothing|; list|[1, [2 ] ,{"deep":3}]; object|{ "deep" : "]}" }
+             |empty name; zero|; deep|; Message|)")) {
+        EXPECT_EQ(Narrow(json.get_JsonValue(row[0].c_str())), row.at(1)) << row[0];
     }
+    EXPECT_EQ(Narrow(json.get_JsonValue("message")), "a \"b\"\n\xE2\x82\xAC");
+    EXPECT_EQ(Narrow(json.get_JsonValue(String("zero\0in", 7))), "z");
     EXPECT_TRUE(Json("[{\"a\":1}]").get_JsonValue("a").isEmpty());
 }
 
