@@ -188,7 +188,7 @@ constexpr const char* kPlainTexts = R"(
     make_timestamp((u >> 8)::BIGINT * 10)::TIMESTAMPTZ; make_timestamp(-((u >> 8)::BIGINT))::TIMESTAMPTZ
     make_timestamp((u >> 8)::BIGINT)::TIMESTAMP_S; make_timestamp(-((u >> 8)::BIGINT))::TIMESTAMP_MS
     make_timestamp_ns((u >> 1)::BIGINT - 4611686018427387904); make_timestamp_ns(-((u >> 2)::BIGINT))
-    concat(TIME '00:00:00' + to_microseconds(t), (['-', '+'])[1 + i % 2], strftime(TIMESTAMP '2000-01-01' + to_seconds((u % 960 * 60 + i % 9 // 8)::BIGINT), '%H:%M:%S'))::TIMETZ
+    concat(TIME '00:00:00' + to_microseconds(t::BIGINT), (['-', '+'])[1 + i % 2], strftime(TIMESTAMP '2000-01-01' + to_seconds((u % 960 * 60 + i % 9 // 8)::BIGINT), '%H:%M:%S'))::TIMETZ
     (u % 256)::UTINYINT::BIT; right(u::UBIGINT::BIT::VARCHAR, i % 64 + 1)::BIT; concat(u::UBIGINT::BIT, i % 2)::BIT
     i::VARCHAR::few; (6 * i + 9999)::VARCHAR::many
     concat('12:34:56.', lpad((u % 1000000000)::VARCHAR, 9, '0'))::TIME_NS; md5(i::VARCHAR)::UUID
