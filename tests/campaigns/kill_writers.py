@@ -1,21 +1,21 @@
 #!/usr/bin/env python3
-"""kill_writers.py ORSQL SECONDS [SEED]: kills a shell that writes, again and again, and counts what is left.
-
-Every row that the shell acknowledged must be there afterwards, every later one at most once, and a new shell
-must open the file. The seed is printed; with it, the same times are waited for.
-"""
+# kill_writers.py ORSQL SECONDS [SEED]: kills a shell that writes, again and again, and counts what is left.
+#
+# Every row that the shell acknowledged must be there afterwards, every later one at most once, and a new shell
+# must open the file. The seed is printed; with it, the same times are waited for.
 
 import json
 import pathlib
-import random
 import subprocess
 import sys
 import tempfile
 import time
 
+from campaign import start
 
+
+# Inserts first, first + 1, ...; gives the number that the last acknowledged row had, plus one.
 def write_until_killed(orsql, database, first, seconds):
-    """Inserts first, first + 1, ...; gives the number that the last acknowledged row had, plus one."""
     shell = subprocess.Popen([orsql, "-m", "jsonl", database], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                              stderr=subprocess.DEVNULL, text=True, bufsize=1)
     end = time.monotonic() + seconds
@@ -35,10 +35,7 @@ def write_until_killed(orsql, database, first, seconds):
 
 
 def main():
-    orsql, seconds = sys.argv[1], float(sys.argv[2])
-    seed = int(sys.argv[3]) if len(sys.argv) > 3 else random.randrange(1 << 32)
-    print(f"kill_writers: seed {seed}", flush=True)
-    chance = random.Random(seed)
+    orsql, chance, has_time = start("kill_writers")
     with tempfile.TemporaryDirectory() as folder:
         database = str(pathlib.Path(folder, "killed.db"))
 
@@ -49,8 +46,8 @@ def main():
             return json.loads(run.stdout.splitlines()[-1]).get("rows")
 
         query("CREATE TABLE t(n BIGINT)")
-        rows, kills, end = 0, 0, time.monotonic() + seconds
-        while time.monotonic() < end:
+        rows, kills = 0, 0
+        while has_time():
             acknowledged = write_until_killed(orsql, database, rows, chance.uniform(0.02, 0.6))
             count, distinct, top = query("SELECT count(*), count(DISTINCT n), coalesce(max(n), -1) FROM t")[0]
             if not acknowledged <= count <= acknowledged + 1 or count != distinct or top != count - 1:
@@ -59,5 +56,4 @@ def main():
         print(f"kill_writers: {kills} kills, {rows} rows, none lost")
 
 
-if __name__ == "__main__":
-    main()
+main()
