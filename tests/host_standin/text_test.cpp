@@ -42,7 +42,7 @@ TEST(Text, IsReadAndWrittenAsUtf8WithWhatIsMalformedReplaced) {
     };
     for (const auto& [bytes, text, back] : conversions) {
         for (std::size_t before = 0; before < 40; ++before) {
-            for (const std::size_t after : {0, 1, 15, 16, 17, 33}) {
+            for (const std::size_t after : {0U, 1U, 15U, 16U, 17U, 33U}) {
                 const auto place = [&](const auto& inMiddle) {
                     using Piece = std::decay_t<decltype(inMiddle)>;
                     return Piece(before, 'x') + inMiddle + Piece(after, 'y');

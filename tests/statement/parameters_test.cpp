@@ -247,8 +247,8 @@ TEST_F(Envelopes, MalformedOnesAreRefused) {
         {R"({"duckdb_variant":true,"variant_type":"INT32"})", variant},
         {R"({"duckdb_variant":true,"value_type":"INT32","value":"1"})", variant}};
     for (const auto& [json, message] : kIncomplete) {
-        ExpectDuckDBError([&] { Parameter(TextValue(json, true)); }, message == value ? "value" : "variant",
-                          message);
+        ExpectDuckDBError([&, envelope = json] { Parameter(TextValue(envelope, true)); },
+                          message == value ? "value" : "variant", message);
     }
     for (const char* type : {"int32", "BLOB", "UNKNOWN", "TIMESTAMP_MILLIS", ""}) {
         ExpectDuckDBError([&] { Read("variant", type, "1"); }, "value",
