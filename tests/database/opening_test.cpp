@@ -14,7 +14,7 @@ protected:
     static std::string Setting(const smart_ptr<I_DuckDBDatabase>& inDatabase, const std::string& inName) {
         return SelectOne(inDatabase, "SELECT current_setting('" + inName + "')");
     }
-    /// Checks that an Open raises the host's exception with DuckDB's text.
+    /// Checks that an Open throws the host's exception with DuckDB's text.
     static void ExpectOpenError(const smart_ptr<I_DuckDBDatabase>& inDatabase, const char* inPart) {
         const Raised raised = Catch([&] { inDatabase->Open(); });
         EXPECT_EQ(raised.mClass, "xException");

@@ -123,7 +123,7 @@ TEST_F(BoundaryTest, ReportsAHostThatMakesNoValue) {
     EXPECT_EQ(failure(), "0"); // the cursor is as good as before
 }
 
-// What lies behind the arguments that the host counts is not the module's: here, values that would show.
+// Memory after the arguments that the host counts is not the module's: here, values that would show.
 TEST_F(BoundaryTest, ReadsNoArgumentMoreThanTheHostCounts) {
     table.argument_count = [](call_context) { return gAnswer; };
     BindProcedureApi(&table);

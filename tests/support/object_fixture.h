@@ -32,7 +32,7 @@ using tests_support::Table;
 /// Reads a cursor from where it stands to its end.
 Rows ReadAll(const smart_ptr<I_DuckDBCursor>& inCursor);
 
-/// What a call raised, as far as it was one of the host's exceptions.
+/// What a call threw, as far as it was one of the host's exceptions.
 struct Raised {
     std::string mClass; ///< "xDuckDBError", "xFeatureError", "xDBError", "xException", "std::exception", or
                         ///< "" for nothing
@@ -42,10 +42,10 @@ struct Raised {
     bool mHasMoreTexts = false;          ///< a third or fourth text was given
 };
 
-/// Calls and tells what was raised.
+/// Calls and tells what it threw.
 Raised Catch(const std::function<void()>& inCall);
 
-/// Checks that a call raises xDuckDBError, code 468225, with these two texts and no others.
+/// Checks that a call throws xDuckDBError, code 468225, with these two texts and no others.
 void ExpectDuckDBError(const std::function<void()>& inCall, std::string_view inContext,
                        std::string_view inMessage);
 /// The same where the message is DuckDB's: it must contain `inPart`.
