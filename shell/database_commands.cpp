@@ -68,7 +68,7 @@ CommandAnswer Info(Shell& inShell, std::string_view inArguments) {
 }
 
 /// Runs the export. @return the new backup's folder. One that isn't complete is removed.
-std::string ExportBackup(orkit::orsql::I_DuckDBDatabase& inDatabase,
+std::string ExportBackup(const Options& inOptions, orkit::orsql::I_DuckDBDatabase& inDatabase,
                          const orkit::smart_ptr<orkit::I_Location>& inFolder) {
     const auto newest = [] {
         const auto location = orkit::standin::get_LastBackupLocation();
@@ -81,7 +81,7 @@ std::string ExportBackup(orkit::orsql::I_DuckDBDatabase& inDatabase,
     const bool makesUsual = !inFolder && !std::filesystem::exists(usual, ignored);
     try {
         const RunScope run(&inDatabase);
-        const ExportProgress progress;
+        const ProgressLine progress(inOptions, DescribeBackup);
         inDatabase.Backup(inFolder);
     } catch (...) {
         if (newest() != before) {
@@ -117,7 +117,7 @@ CommandAnswer Backup(Shell& inShell, std::string_view inArguments) {
     const Clock::time_point start = Clock::now();
     std::string path;
     try {
-        path = ExportBackup(database, folder);
+        path = ExportBackup(inShell.get_Options(), database, folder);
     } catch (const orkit::xException&) {
         if (const std::string reason = ExplainFolder(database, words); !reason.empty()) {
             std::throw_with_nested(Explanation(reason));

@@ -16,6 +16,7 @@
 #include "shell/options.h"
 #include "shell/session.h"
 #include "shell/shell.h"
+#include "shell/terminal.h"
 
 namespace {
 
@@ -24,6 +25,12 @@ using namespace orlimbara::shell;
 bool IsInteractive(const Options& inOptions) {
     return inOptions.scripts.empty() && inOptions.input == InputForm::Sql && isatty(STDIN_FILENO) == 1 &&
            isatty(STDOUT_FILENO) == 1;
+}
+
+/// Whether lines of progress may be drawn: for somebody who waits at a terminal, and not among the output.
+bool CanShowProgress(const Options& inOptions) {
+    return isatty(STDERR_FILENO) == 1 && !IsDumbTerminal() &&
+           (IsInteractive(inOptions) || isatty(STDOUT_FILENO) != 1);
 }
 
 /// Runs the scripts, standard input or an interactive session. @return the exit status.
@@ -94,6 +101,7 @@ int main(int inCount, char** inArguments) {
     if (!options) {
         return status;
     }
+    options->canShowProgress = CanShowProgress(*options);
     RenderSettings settings;
     settings.nullText = options->nullText;
     settings.maxRows = options->maxRows;

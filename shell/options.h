@@ -65,6 +65,8 @@ struct Options {
     std::uint64_t maxRows = 40;
     std::optional<std::size_t> maxWidth; ///< of a box; 0 is no limit
     bool showsTimer = false;
+    bool showsProgress = true;
+    bool canShowProgress = false; ///< where the standard streams are terminals
     std::optional<std::string> nullText;
     bool hasHeader = true;
     ColorChoice color = ColorChoice::Auto;

@@ -1,13 +1,15 @@
 #include "shell/progress.h"
 
-#include <chrono>
+#include <algorithm>
 #include <filesystem>
 #include <iostream>
+#include <utility>
 
 #include <fmt/format.h>
 #include <unistd.h>
 
 #include "host_standin/locations.h"
+#include "shell/terminal.h"
 #include "shell/text.h"
 
 namespace orlimbara::shell {
@@ -15,8 +17,9 @@ namespace orlimbara::shell {
 namespace {
 
 using namespace std::chrono_literals;
-constexpr auto kFirstWait = 1s; // a short export shows nothing
-constexpr auto kInterval = 200ms;
+constexpr auto kFirstWait = 500ms; // a short call shows nothing
+constexpr auto kInterval = 100ms;
+constexpr const char* kWipe = "\r\x1b[K";
 
 std::uintmax_t BytesIn(const std::filesystem::path& inFolder) {
     std::uintmax_t bytes = 0;
@@ -32,13 +35,52 @@ std::uintmax_t BytesIn(const std::filesystem::path& inFolder) {
 
 } // namespace
 
-ExportProgress::ExportProgress() {
-    if (isatty(STDERR_FILENO) == 1) {
-        mThread = std::thread([this] { Show(); });
+std::string ElapsedText(std::chrono::duration<double> inElapsed) {
+    const auto tenths = static_cast<std::uint64_t>(inElapsed / 100ms);
+    const std::uint64_t seconds = tenths / 10;
+    if (seconds < 60) {
+        return fmt::format("{}.{} s", seconds, tenths % 10);
+    }
+    const std::uint64_t hours = seconds / 3600;
+    return hours ? fmt::format("{}:{:02}:{:02}", hours, seconds / 60 % 60, seconds % 60)
+                 : fmt::format("{}:{:02}", seconds / 60, seconds % 60);
+}
+
+std::string StatementLine(double inFraction, std::chrono::duration<double> inElapsed, std::size_t inWidth) {
+    constexpr std::size_t kWidestBar = 40;
+    const std::string elapsed = ElapsedText(inElapsed);
+    const std::size_t others = std::string_view("[] 100 %  ").size() + elapsed.size() + 1;
+    if (!(inFraction >= 0) || inWidth <= others) {
+        return elapsed;
+    }
+    const double fraction = std::min(inFraction, 1.0);
+    const std::size_t width = std::min(kWidestBar, inWidth - others);
+    const auto filled = static_cast<std::size_t>(fraction * static_cast<double>(width));
+    return fmt::format("[{}{}] {:3} %  {}", std::string(filled, '#'), std::string(width - filled, ' '),
+                       static_cast<int>(fraction * 100), elapsed);
+}
+
+ProgressLine::Describe DescribeRun(const orkit::orsql::I_DuckDBRunControl* inControl) {
+    return [inControl](std::chrono::duration<double> elapsed) {
+        const double fraction = inControl ? inControl->get_Progress().mFraction : -1;
+        return StatementLine(fraction, elapsed, TerminalWidth(STDERR_FILENO));
+    };
+}
+
+std::string DescribeBackup(std::chrono::duration<double> inElapsed) {
+    const auto location = orkit::standin::get_LastBackupLocation();
+    const double megabytes = location ? static_cast<double>(BytesIn(ToUtf8(location->get_Path()))) / 1e6 : 0;
+    return fmt::format("backing up: {}, {:.1f} MB written", ElapsedText(inElapsed), megabytes);
+}
+
+ProgressLine::ProgressLine(const Options& inOptions, Describe inDescribe)
+    : mDescribe(std::move(inDescribe)), mStart(std::chrono::steady_clock::now()) {
+    if (inOptions.canShowProgress && inOptions.showsProgress) {
+        mThread = std::thread([this] { DrawUntilOver(); });
     }
 }
 
-ExportProgress::~ExportProgress() {
+ProgressLine::~ProgressLine() {
     if (mThread.joinable()) {
         {
             const std::lock_guard lock(mMutex);
@@ -49,22 +91,21 @@ ExportProgress::~ExportProgress() {
     }
 }
 
-void ExportProgress::Show() {
-    const auto start = std::chrono::steady_clock::now();
+void ProgressLine::Draw() const {
+    std::cerr << kWipe + mDescribe(std::chrono::steady_clock::now() - mStart) << std::flush;
+}
+
+void ProgressLine::DrawUntilOver() {
     std::unique_lock lock(mMutex);
-    bool hasShown = false;
-    while (!mIsOver.wait_for(lock, hasShown ? kInterval : kFirstWait, [this] { return mIsStopping; })) {
-        const auto location = orkit::standin::get_LastBackupLocation();
-        const double megabytes =
-            location ? static_cast<double>(BytesIn(ToUtf8(location->get_Path()))) / 1e6 : 0;
-        const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - start;
-        std::cerr << fmt::format("\r\x1b[Kbacking up: {:.0f} s, {:.1f} MB written", elapsed.count(),
-                                 megabytes)
-                  << std::flush;
-        hasShown = true;
+    bool hasDrawn = false;
+    while (!mIsOver.wait_for(lock, hasDrawn ? kInterval : kFirstWait, [this] { return mIsStopping; })) {
+        lock.unlock(); // a statement that ends isn't held up by the terminal
+        Draw();
+        lock.lock();
+        hasDrawn = true;
     }
-    if (hasShown) {
-        std::cerr << "\r\x1b[K" << std::flush;
+    if (hasDrawn) {
+        std::cerr << kWipe << std::flush;
     }
 }
 

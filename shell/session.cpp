@@ -5,9 +5,11 @@
 #include <exception>
 #include <utility>
 
+#include "host/exceptions.h"
 #include "shell/failure.h"
 #include "shell/files.h"
 #include "shell/interrupts.h"
+#include "shell/progress.h"
 #include "shell/text.h"
 
 namespace orlimbara::shell {
@@ -111,7 +113,21 @@ void Session::Open(const std::string& inPath, bool inIsReadOnly) {
         database->put_StorageVersion(ToHost(mOptions.storageVersion));
         database->Create();
     }
-    mDatabase = database;
+    Adopt(database);
+}
+
+/// Takes an open database. DuckDB tells its progress only where it is asked to, and prints it itself unless
+/// it is asked not to.
+void Session::Adopt(const Database& inDatabase) {
+    mDatabase = inDatabase;
+    if (mOptions.canShowProgress) {
+        try {
+            mDatabase->SqlExecute("SET enable_progress_bar_print = false; SET enable_progress_bar = true",
+                                  nullptr);
+        } catch (const orkit::xException&) {
+            // The line of progress then shows the time alone.
+        }
+    }
 }
 
 void Session::OpenExisting(const smart_ptr<orkit::I_Location>& inLocation) {
@@ -120,7 +136,7 @@ void Session::OpenExisting(const smart_ptr<orkit::I_Location>& inLocation) {
     const Database database = MakeDatabase(inLocation, mOptions.isReadOnly);
     const ActivityScope busy(Activity::Busy);
     database->Open();
-    mDatabase = database;
+    Adopt(database);
 }
 
 void Session::Close() {
@@ -170,6 +186,7 @@ Outcome Session::Run(const std::string& inSql, CursorLocation inLocation) {
     bool ownsTransaction = false;
     try {
         const RunScope run(&database);
+        const ProgressLine progress(mOptions, DescribeRun(run.get_Control()));
         return Walk(*statement, HostLocation(inLocation), ownsTransaction);
     } catch (...) {
         if (ownsTransaction) {

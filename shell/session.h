@@ -72,6 +72,7 @@ private:
     orkit::orsql::DuckDBSettings MakeSettings(bool inIsReadOnly) const;
     Database MakeDatabase(const orkit::smart_ptr<orkit::I_Location>& inLocation, bool inIsReadOnly);
     std::string ReadToken() const;
+    void Adopt(const Database& inDatabase);
 
     Module& mModule;
     const Options& mOptions;

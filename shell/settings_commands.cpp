@@ -58,6 +58,11 @@ CommandAnswer Timer(Shell& inShell, std::string_view inArguments) {
                   "{} is neither on nor off");
 }
 
+CommandAnswer Progress(Shell& inShell, std::string_view inArguments) {
+    return Choose(inShell, inArguments, kSwitches, inShell.get_Options().showsProgress,
+                  "{} is neither on nor off");
+}
+
 CommandAnswer Null(Shell& inShell, std::string_view inArguments) {
     std::optional<std::string>& setting = inShell.get_Answers().get_Settings().nullText;
     if (auto word = TakeSetting(inArguments)) {
@@ -123,6 +128,8 @@ constexpr auto kRows = std::to_array<DotCommand>({
      Cursor},
     {"timer", "[on|off]", "show the time that each statement and command takes", CompleteWords<kSwitches>,
      Timer},
+    {"progress", "[on|off]", "draw a line of progress on a terminal while a long statement runs",
+     CompleteWords<kSwitches>, Progress},
     {"null", "[TEXT]", "choose what NULL is shown as", nullptr, Null},
     {"maxrows", "[N]", "choose the rows shown of a table in box mode; 0 shows all", nullptr, MaxRows},
     {"prompt", "[TEXT]", "show TEXT in the prompt, or the database's name again", nullptr, Prompt},
