@@ -50,7 +50,7 @@ std::string StatementLine(double inFraction, std::chrono::duration<double> inEla
     constexpr std::size_t kWidestBar = 40;
     const std::string elapsed = ElapsedText(inElapsed);
     const std::size_t others = std::string_view("[] 100 %  ").size() + elapsed.size() + 1;
-    if (!(inFraction >= 0) || inWidth <= others) {
+    if (!(inFraction > 0) || inWidth <= others) { // 0 also stands for work whose size DuckDB can't tell
         return elapsed;
     }
     const double fraction = std::min(inFraction, 1.0);
