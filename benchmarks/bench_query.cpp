@@ -16,6 +16,7 @@
 #include <benchmark/benchmark.h>
 
 #include "benchmarks/bench_database.h"
+#include "benchmarks/bench_support.h"
 #include "host/exceptions.h"
 
 namespace orkit::orsql::bench {
@@ -105,4 +106,4 @@ BENCHMARK(StopCrossJoin)
 } // namespace
 } // namespace orkit::orsql::bench
 
-BENCHMARK_MAIN();
+int main(int inCount, char** inArguments) { return orkit::orsql::bench::RunBenchmarks(inCount, inArguments); }
