@@ -59,6 +59,11 @@ void AddChoice(CLI::App& ioApp, const char* inName, const std::array<std::string
         ->type_name(words);
 }
 
+CLI::Validator NotNegative() {
+    return {[](std::string& text) { return text.starts_with('-') ? text + " is below 0" : std::string(); },
+            ""};
+}
+
 void AddOutputOptions(CLI::App& ioApp, Options& outOptions) {
     AddChoice<Mode>(
         ioApp, "-m,--mode", kModeNames, [&](Mode mode) { outOptions.mode = mode; },
@@ -72,14 +77,10 @@ void AddOutputOptions(CLI::App& ioApp, Options& outOptions) {
     ioApp
         .add_option("--max-width", outOptions.maxWidth,
                     "columns of text that a box may take, else the terminal's width; 0 is no limit")
-        ->check(CLI::Validator(
-            [](std::string& text) { return text.starts_with('-') ? text + " is below 0" : std::string(); },
-            ""))
+        ->check(NotNegative())
         ->type_name("N");
     ioApp.add_option("--max-rows", outOptions.maxRows, "rows shown of a table in box mode; 0 shows all")
-        ->check(CLI::Validator(
-            [](std::string& text) { return text.starts_with('-') ? text + " is below 0" : std::string(); },
-            ""))
+        ->check(NotNegative())
         ->type_name("N");
     ioApp.add_option("--null", outOptions.nullText, "what NULL is shown as")->type_name("TEXT");
     ioApp.add_flag_callback(
