@@ -2,6 +2,7 @@
 /// A database object for benchmarks, and cursors on results that were made beforehand.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -13,6 +14,7 @@
 #include "duckdb_support/handles.h"
 #include "extension/engine_lock_guard.h"
 #include "host_standin/locations.h"
+#include "result/server_cursor.h"
 
 namespace orkit::orsql::bench {
 
@@ -50,5 +52,18 @@ private:
     smart_ptr<DuckDBDatabase> mDatabase;
     std::shared_ptr<ConnectionCell> mConnection;
 };
+
+/// Runs SQL and reads every cell of it, row by row through a server cursor. @return the cells read.
+inline std::uint64_t ReadCells(Database& ioDatabase, const std::string& inSql) {
+    const smart_ptr<I_DuckDBCursor> cursor = ioDatabase.Open<DuckDBCursor_server>(ioDatabase.Run(inSql));
+    const std::uint32_t columns = cursor->get_ColumnCount();
+    std::uint64_t cells = 0;
+    while (cursor->NextRecord()) {
+        for (std::uint32_t column = 0; column < columns; ++column) {
+            cells += cursor->get_Value(column) ? 1 : 0;
+        }
+    }
+    return cells;
+}
 
 } // namespace orkit::orsql::bench

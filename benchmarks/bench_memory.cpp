@@ -25,7 +25,6 @@
 #include "duckdb_support/vector_cast.h"
 #include "host/string.h"
 #include "result/client_cursor.h"
-#include "result/server_cursor.h"
 
 namespace orkit::orsql::bench {
 namespace {
@@ -44,20 +43,8 @@ constexpr const char* kNumbersSql =
 constexpr std::uint64_t kNumberRows = 1'000'000;
 constexpr double kNumberCells = 1e7;
 
-std::uint64_t WalkRows(Database& ioDatabase, const char* inSql) {
-    const smart_ptr<I_DuckDBCursor> cursor = ioDatabase.Open<DuckDBCursor_server>(ioDatabase.Run(inSql));
-    const std::uint32_t columns = cursor->get_ColumnCount();
-    std::uint64_t cells = 0;
-    while (cursor->NextRecord()) {
-        for (std::uint32_t column = 0; column < columns; ++column) {
-            cells += cursor->get_Value(column) ? 1 : 0;
-        }
-    }
-    return cells;
-}
-
-std::uint64_t WalkServer(Database& ioDatabase) { return WalkRows(ioDatabase, kSql); }
-std::uint64_t WalkServerLists(Database& ioDatabase) { return WalkRows(ioDatabase, kListsSql); }
+std::uint64_t WalkServer(Database& ioDatabase) { return ReadCells(ioDatabase, kSql); }
+std::uint64_t WalkServerLists(Database& ioDatabase) { return ReadCells(ioDatabase, kListsSql); }
 
 smart_ptr<I_Value> MakeString(const duckdb_string_t& inText) {
     const std::uint32_t bytes = inText.value.inlined.length;

@@ -10,22 +10,9 @@
 
 #include "benchmarks/bench_database.h"
 #include "benchmarks/bench_support.h"
-#include "result/server_cursor.h"
 
 namespace orkit::orsql::bench {
 namespace {
-
-std::uint64_t ReadAll(Database& ioDatabase, const std::string& inSql) {
-    const smart_ptr<I_DuckDBCursor> cursor = ioDatabase.Open<DuckDBCursor_server>(ioDatabase.Run(inSql));
-    const std::uint32_t columns = cursor->get_ColumnCount();
-    std::uint64_t cells = 0;
-    while (cursor->NextRecord()) {
-        for (std::uint32_t column = 0; column < columns; ++column) {
-            cells += cursor->get_Value(column) ? 1 : 0;
-        }
-    }
-    return cells;
-}
 
 std::uint64_t FetchAll(Database& ioDatabase, const std::string& inSql) {
     auto result = ioDatabase.Run(inSql);
@@ -51,7 +38,7 @@ int main(int inCount, char** inArguments) {
         Database database;
         database.Run(tables.str());
         const std::string sql = std::string("FROM ") + inArguments[2];
-        const auto read = inCount > 3 ? FetchAll : ReadAll;
+        const auto read = inCount > 3 ? FetchAll : ReadCells;
         read(database, sql);
         std::uint64_t cells = 0;
         const Seconds time = Time<ProcessClock>([&] { cells = read(database, sql); });
