@@ -1,20 +1,20 @@
 #include "shell_runner.h"
 
 #include <array>
-#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <regex>
 #include <sstream>
 #include <utility>
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <pty.h>
 #include <rapidjson/document.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -24,88 +24,41 @@ namespace {
 
 constexpr int kPatience = 60'000; // milliseconds
 
-/// Becomes the program, on the given files. Only called in a child.
-[[noreturn]] void Execute(const Arguments& inCommand, const std::vector<int>& inFiles = {}) {
-    for (std::size_t i = 0; i < inFiles.size(); ++i) {
-        dup2(inFiles[i], static_cast<int>(i));
-    }
-    std::vector<char*> arguments;
-    for (const std::string& argument : inCommand) {
-        arguments.push_back(const_cast<char*>(argument.c_str()));
-    }
-    arguments.push_back(nullptr);
-    signal(SIGPIPE, SIG_DFL);
-    execv(arguments[0], arguments.data());
-    _exit(127);
-}
-
-int WaitForEnd(pid_t inProcess) {
-    int status = 0;
-    waitpid(inProcess, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
-}
-
-/// Reads what is there. @return false at the end.
-bool ReadSome(int inFile, std::string& ioText) {
-    std::array<char, 1 << 16> part;
-    const ssize_t count = read(inFile, part.data(), part.size());
-    if (count > 0) {
-        ioText.append(part.data(), static_cast<std::size_t>(count));
-    }
-    return count > 0 || (count < 0 && errno == EINTR);
-}
-
-Arguments WithProgram(Arguments inArguments) {
-    inArguments.insert(inArguments.begin(), ORSQL_PROGRAM);
-    return inArguments;
-}
-
-ShellRun RunToEnd(const Arguments& inCommand, std::string_view inInput) {
-    const tests_support::TempFolder folder;
-    WriteFile(folder / "in", inInput);
-    const pid_t child = fork();
-    if (child == 0) {
-        constexpr int kNew = O_WRONLY | O_CREAT | O_CLOEXEC;
-        Execute(inCommand,
-                {open((folder / "in").c_str(), O_RDONLY | O_CLOEXEC),
-                 open((folder / "out").c_str(), kNew, 0600), open((folder / "err").c_str(), kNew, 0600)});
-    }
-    const int status = WaitForEnd(child);
-    return {status, ReadWhole(folder / "out"), ReadWhole(folder / "err")};
-}
+int StatusOf(int inStatus) { return WIFEXITED(inStatus) ? WEXITSTATUS(inStatus) : -WTERMSIG(inStatus); }
 
 std::string WithoutEscapes(const std::string& inText) {
-    std::string text;
-    for (std::size_t i = 0; i < inText.size(); ++i) {
-        if (inText.compare(i, 2, "\x1b[") == 0) {
-            for (i += 2; i < inText.size() && (inText[i] < '@' || inText[i] > '~'); ++i) {
-            }
-        } else if (inText[i] != '\r') {
-            text += inText[i];
-        }
-    }
-    return text;
+    static const std::regex escapes("\x1b\\[[^@-~]*[@-~]|\r");
+    return std::regex_replace(inText, escapes, "");
 }
 
 std::string CellText(const rapidjson::Value& inCell) {
-    if (inCell.IsNull()) {
-        return "NULL";
-    }
     if (inCell.IsString()) {
         return inCell.GetString();
     }
-    return inCell.IsInt64() ? std::to_string(inCell.GetInt64()) : "?";
+    return inCell.IsNull() ? "NULL" : inCell.IsInt64() ? std::to_string(inCell.GetInt64()) : "?";
 }
 
 } // namespace
 
 ShellRun RunShell(const Arguments& inArguments, std::string_view inInput) {
-    return RunToEnd(WithProgram(inArguments), inInput);
+    std::string script = "exec $ORSQL";
+    for (const std::string& argument : inArguments) {
+        script += " '";
+        for (const char c : argument) {
+            script += c == '\'' ? "'\\''" : std::string(1, c);
+        }
+        script += "'";
+    }
+    return RunScript(script, inInput);
 }
 
-ShellRun RunScript(const std::string& inScript) {
+ShellRun RunScript(const std::string& inScript, std::string_view inInput) {
+    const tests_support::TempFolder folder;
+    WriteFile(folder / "in", inInput);
     setenv("ORSQL", ORSQL_PROGRAM, 1);
-    return RunToEnd({"/bin/sh", "-c", inScript}, {});
+    setenv("FILES", folder.Path().c_str(), 1);
+    const int status = std::system(("exec <$FILES/in >$FILES/out 2>$FILES/err; " + inScript).c_str());
+    return {StatusOf(status), ReadWhole(folder / "out"), ReadWhole(folder / "err")};
 }
 
 std::vector<std::string> JsonLines(const std::string& inOut) {
@@ -121,10 +74,9 @@ std::vector<std::string> JsonLines(const std::string& inOut) {
     return lines;
 }
 
-std::vector<std::string> RunJsonl(const Arguments& inArguments) {
-    Arguments arguments = {"-m", "jsonl"};
-    arguments.insert(arguments.end(), inArguments.begin(), inArguments.end());
-    const ShellRun run = RunShell(arguments);
+std::vector<std::string> RunJsonl(Arguments inArguments) {
+    inArguments.insert(inArguments.begin(), {"-m", "jsonl"});
+    const ShellRun run = RunShell(inArguments);
     EXPECT_EQ(run.err, "");
     return JsonLines(run.out);
 }
@@ -154,8 +106,9 @@ HomeFolder::HomeFolder() {
     std::filesystem::current_path(Path());
     setenv("HOME", Path().c_str(), 1);
     setenv("TERM", "xterm", 1);
-    unsetenv("XDG_STATE_HOME");
-    unsetenv("NO_COLOR");
+    for (const char* const name : {"XDG_STATE_HOME", "XDG_CONFIG_HOME", "NO_COLOR", "EDITOR"}) {
+        unsetenv(name);
+    }
 }
 
 HomeFolder::~HomeFolder() { std::filesystem::current_path("/"); }
@@ -170,45 +123,42 @@ std::string ReadWhole(const std::string& inPath) {
 }
 
 RunningShell::RunningShell(Way inWay, const Arguments& inArguments) {
-    signal(SIGPIPE, SIG_IGN);
-    const Arguments command = WithProgram(inArguments);
+    winsize size = {24, 100, 0, 0};
+    std::array<int, 2> ends{};
     if (inWay == Way::Terminal) {
-        winsize size = {24, 100, 0, 0};
-        mProcess = forkpty(&mInput, nullptr, nullptr, &size);
-        if (mProcess == 0) {
-            Execute(command);
-        }
-        mOutput = mInput;
-        return;
+        mProcess = forkpty(&ends[0], nullptr, nullptr, &size);
+    } else if (socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends.data()) == 0) {
+        mProcess = fork();
     }
-    std::array<int, 2> in{};
-    std::array<int, 2> out{};
-    if (pipe2(in.data(), O_CLOEXEC) != 0 || pipe2(out.data(), O_CLOEXEC) != 0) {
-        throw std::runtime_error("no pipes");
-    }
-    mProcess = fork();
     if (mProcess == 0) {
-        Execute(command, {in[0], out[1], out[1]});
+        for (int file = 0; file < 3 && inWay == Way::Pipes; ++file) {
+            dup2(ends[1], file);
+        }
+        std::string program = ORSQL_PROGRAM;
+        std::vector<char*> command = {program.data()};
+        for (const std::string& argument : inArguments) {
+            command.push_back(const_cast<char*>(argument.c_str()));
+        }
+        command.push_back(nullptr);
+        execv(command[0], command.data());
+        _exit(127);
     }
-    close(in[0]);
-    close(out[1]);
-    mInput = in[1];
-    mOutput = out[0];
+    mFile = ends[0];
+    if (inWay == Way::Pipes) {
+        close(ends[1]);
+    }
 }
 
 RunningShell::~RunningShell() {
     if (mProcess > 0) {
         kill(mProcess, SIGKILL);
-        WaitForEnd(mProcess);
+        waitpid(mProcess, nullptr, 0);
     }
-    if (mInput >= 0 && mInput != mOutput) {
-        close(mInput);
-    }
-    close(mOutput);
+    close(mFile);
 }
 
 void RunningShell::Send(std::string_view inText) const {
-    ASSERT_EQ(write(mInput, inText.data(), inText.size()), static_cast<ssize_t>(inText.size()));
+    ASSERT_EQ(write(mFile, inText.data(), inText.size()), static_cast<ssize_t>(inText.size()));
 }
 
 void RunningShell::Signal(int inSignal) const { kill(mProcess, inSignal); }
@@ -221,8 +171,7 @@ std::string RunningShell::WaitFor(std::string_view inText) {
             mUnread = text.substr(found + inText.size());
             return text.substr(0, found + inText.size());
         }
-        pollfd file = {mOutput, POLLIN, 0};
-        if (poll(&file, 1, kPatience) <= 0 || !ReadSome(mOutput, mUnread)) {
+        if (Read(kPatience) != Outcome::Text) {
             ADD_FAILURE() << "waited for <" << inText << ">, got <" << text << ">";
             return text;
         }
@@ -237,32 +186,41 @@ std::string RunningShell::Ask(std::string_view inText, std::string_view inAnswer
 int RunningShell::WaitPressing(std::string_view inKey) {
     constexpr int kPause = 200; // milliseconds
     constexpr int kMostPresses = 100;
-    for (int press = 0; press < kMostPresses && write(mInput, inKey.data(), inKey.size()) > 0; ++press) {
-        pollfd file = {mOutput, POLLIN, 0};
-        while (poll(&file, 1, kPause) > 0) {
-            if (!ReadSome(mOutput, mUnread)) {
-                return Wait();
-            }
+    Outcome outcome = Outcome::Nothing;
+    for (int press = 0; press < kMostPresses && outcome != Outcome::End; ++press) {
+        outcome = write(mFile, inKey.data(), inKey.size()) > 0 ? Read(kPause) : Outcome::End;
+        while (outcome == Outcome::Text) {
+            outcome = Read(kPause);
         }
     }
     return Wait();
 }
 
 int RunningShell::Wait(std::string* outRest) {
-    if (mInput != mOutput) {
-        close(std::exchange(mInput, -1));
-    }
-    pollfd file = {mOutput, POLLIN, 0};
-    do {
-        if (poll(&file, 1, kPatience) <= 0) {
+    shutdown(mFile, SHUT_WR);
+    for (Outcome outcome{}; (outcome = Read(kPatience)) != Outcome::End;) {
+        if (outcome == Outcome::Nothing) {
             ADD_FAILURE() << "waited for the end, got <" << mUnread << ">";
             kill(mProcess, SIGKILL);
         }
-    } while (ReadSome(mOutput, mUnread));
+    }
     if (outRest) {
         *outRest = WithoutEscapes(mUnread);
     }
-    return WaitForEnd(std::exchange(mProcess, -1));
+    int status = 0;
+    waitpid(std::exchange(mProcess, -1), &status, 0);
+    return StatusOf(status);
+}
+
+RunningShell::Outcome RunningShell::Read(int inPatience) {
+    pollfd file = {mFile, POLLIN, 0};
+    if (poll(&file, 1, inPatience) <= 0) {
+        return Outcome::Nothing;
+    }
+    std::array<char, 1 << 16> part;
+    const ssize_t count = read(mFile, part.data(), part.size());
+    mUnread.append(part.data(), count > 0 ? static_cast<std::size_t>(count) : 0);
+    return count > 0 ? Outcome::Text : Outcome::End;
 }
 
 } // namespace orsql_test

@@ -24,12 +24,12 @@ struct ShellRun {
 /// Runs orsql in the current folder to its end.
 ShellRun RunShell(const Arguments& inArguments, std::string_view inInput = {});
 /// Runs `inScript` with sh; $ORSQL is the program.
-ShellRun RunScript(const std::string& inScript);
+ShellRun RunScript(const std::string& inScript, std::string_view inInput = {});
 
 /// The lines of an output in jsonl mode. A line that isn't JSON fails the test.
 std::vector<std::string> JsonLines(const std::string& inOut);
 /// Runs with -m jsonl and gives the lines, whatever the status.
-std::vector<std::string> RunJsonl(const Arguments& inArguments);
+std::vector<std::string> RunJsonl(Arguments inArguments);
 /// Only the first cells of the rows of a line of JSON, such as "1 2 NULL", or its kind if it has no rows.
 std::string FirstCells(const std::string& inLine);
 /// FirstCells of each line that a run with -m jsonl gives, with "|" behind each.
@@ -70,9 +70,11 @@ public:
     int WaitPressing(std::string_view inKey);
 
 private:
+    enum class Outcome { Text, Nothing, End };
+    Outcome Read(int inPatience);
+
     pid_t mProcess = -1;
-    int mInput = -1;
-    int mOutput = -1;
+    int mFile = -1; ///< the terminal, or a socket that is all three files of the program
     std::string mUnread;
 };
 
