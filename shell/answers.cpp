@@ -5,6 +5,7 @@
 
 #include <unistd.h>
 
+#include "shell/row_source.h"
 #include "shell/terminal.h"
 
 namespace orlimbara::shell {

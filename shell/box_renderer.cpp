@@ -7,6 +7,7 @@
 
 #include <fmt/format.h>
 
+#include "shell/output.h"
 #include "shell/rows_loop.h"
 #include "shell/text.h"
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "host/file.h"
+#include "host/location.h"
 
 namespace orlimbara::shell {
 

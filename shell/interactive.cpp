@@ -9,6 +9,7 @@
 #include "shell/history.h"
 #include "shell/interrupts.h"
 #include "shell/line_editor.h"
+#include "shell/shell.h"
 #include "shell/text.h"
 
 namespace orlimbara::shell {

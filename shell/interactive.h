@@ -2,9 +2,9 @@
 /// The session at a terminal.
 #pragma once
 
-#include "shell/shell.h"
-
 namespace orlimbara::shell {
+
+class Shell;
 
 /// Reads lines with editing, history and completion, and runs what they hold, until the user leaves.
 void RunInteractive(Shell& inShell);

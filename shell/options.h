@@ -9,10 +9,13 @@
 #include <string_view>
 #include <vector>
 
-#include "shell/renderer.h"
-
 namespace orlimbara::shell {
 
+/// The form of output.
+enum class Mode { Box, Csv, Json, Jsonl, Line, Markdown };
+/// The names of the modes, in the order of `Mode`.
+inline constexpr std::array<std::string_view, 6> kModeNames = {"box",   "csv",  "json",
+                                                               "jsonl", "line", "markdown"};
 enum class CursorLocation { Server, Client };
 /// The names of the locations, in the order of `CursorLocation`.
 inline constexpr std::array<std::string_view, 2> kCursorNames = {"server", "client"};

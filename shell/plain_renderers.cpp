@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "shell/output.h"
 #include "shell/rows_loop.h"
 #include "shell/text.h"
 

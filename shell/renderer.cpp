@@ -1,5 +1,7 @@
 #include "shell/renderer.h"
 
+#include "shell/options.h"
+#include "shell/output.h"
 #include "shell/renderers.h"
 
 namespace orlimbara::shell {

@@ -2,7 +2,6 @@
 /// The forms of output: each writes one answer per statement and dot command.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -10,16 +9,12 @@
 #include <string_view>
 
 #include "shell/failure.h"
-#include "shell/output.h"
-#include "shell/row_source.h"
 
 namespace orlimbara::shell {
 
-enum class Mode { Box, Csv, Json, Jsonl, Line, Markdown };
-
-/// The names of the modes, in the order of `Mode`.
-inline constexpr std::array<std::string_view, 6> kModeNames = {"box",   "csv",  "json",
-                                                               "jsonl", "line", "markdown"};
+enum class Mode;
+class Output;
+class RowSource;
 
 /// The user's choices; they can change between two answers.
 struct RenderSettings {

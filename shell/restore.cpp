@@ -14,9 +14,11 @@
 
 #include "host/exceptions.h"
 #include "host_standin/locations.h"
+#include "shell/answers.h"
 #include "shell/failure.h"
 #include "shell/files.h"
 #include "shell/interrupts.h"
+#include "shell/session.h"
 #include "shell/splitter.h"
 #include "shell/text.h"
 

@@ -4,10 +4,10 @@
 
 #include <string>
 
-#include "shell/answers.h"
-#include "shell/session.h"
-
 namespace orlimbara::shell {
+
+class Answers;
+class Session;
 
 /// Makes the database `inPath` from a backup folder and opens it in the session. The new database is made
 /// beside its place and moves there when it is complete: a failure or a kill before leaves everything as it

@@ -4,6 +4,7 @@
 
 #include "shell/interrupts.h"
 #include "shell/renderer.h"
+#include "shell/row_source.h"
 
 namespace orlimbara::shell {
 

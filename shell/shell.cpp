@@ -12,6 +12,7 @@
 #include "shell/failure.h"
 #include "shell/files.h"
 #include "shell/interrupts.h"
+#include "shell/row_source.h"
 #include "shell/text.h"
 
 namespace orlimbara::shell {

@@ -5,7 +5,10 @@
 #include <string>
 
 #include "shell/files.h"
+#include "shell/options.h"
+#include "shell/output.h"
 #include "shell/renderer.h"
+#include "shell/row_source.h"
 #include "tests_support/temp_folder.h"
 
 namespace orlimbara::shell {
