@@ -51,7 +51,9 @@ std::string DefaultModulePath() {
 Module::Module(const std::string& inPath) {
     // A name without a slash would be looked for on the loader's paths.
     const std::string path = std::filesystem::absolute(inPath).string();
-    void* const library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    // The module binds its own symbols at once in any case; DuckDB's many are bound when they are first
+    // called.
+    void* const library = dlopen(path.c_str(), RTLD_LAZY | RTLD_LOCAL);
     if (!library) {
         const char* const reason = dlerror();
         throw ShellError(fmt::format("can't load the module: {}", reason ? reason : path.c_str()));
