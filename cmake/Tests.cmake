@@ -10,6 +10,8 @@
 #
 # Gives tests made by a plain add_test() the environment and the timeout of all others.
 #
+# Names are FOLDER_tests, or FOLDER_SUBJECT_tests for what a folder tests in a program of its own.
+#
 # A ctest entry for each case would start DuckDB's 70 MB library thousands of times under the sanitizers;
 # one case runs with build/<preset>/bin/<name> --gtest_filter=...
 

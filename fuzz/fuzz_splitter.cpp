@@ -17,7 +17,7 @@ void Require(bool inCondition) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inData, std::size_t inSize) {
-    using orlimbara::shell::Split;
+    using orlimbara::shell::test::Split;
     if (inSize == 0) {
         return 0;
     }

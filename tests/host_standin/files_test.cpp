@@ -18,7 +18,7 @@
 #include "host/backup.h"
 #include "standin_test.h"
 
-namespace orkit::standin {
+namespace orkit::standin::test {
 
 namespace {
 
@@ -266,4 +266,4 @@ TEST_F(Backups, RefuseAPlaceWhereAFileIs) {
 }
 
 } // namespace
-} // namespace orkit::standin
+} // namespace orkit::standin::test

@@ -12,7 +12,7 @@
 #include "standin_test.h"
 #include "tests_support/table.h"
 
-namespace orkit::standin {
+namespace orkit::standin::test {
 
 namespace {
 
@@ -190,4 +190,4 @@ TEST(EngineLockDeathTest, EndsTheProcessWhenUsedWrongly) {
 }
 
 } // namespace
-} // namespace orkit::standin
+} // namespace orkit::standin::test

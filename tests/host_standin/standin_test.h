@@ -14,7 +14,7 @@
 #include "host_standin/locations.h"
 #include "tests_support/temp_folder.h"
 
-namespace orkit::standin {
+namespace orkit::standin::test {
 
 /// A text in UTF-8, for messages and comparisons.
 inline std::string Narrow(const String& inText) {
@@ -56,4 +56,4 @@ protected:
     const tests_support::TempFolder mFolder;
 };
 
-} // namespace orkit::standin
+} // namespace orkit::standin::test

@@ -9,7 +9,7 @@
 #include "standin_test.h"
 #include "tests_support/table.h"
 
-namespace orkit::standin {
+namespace orkit::standin::test {
 
 namespace {
 
@@ -133,4 +133,4 @@ TEST(JsonTexts, GiveTheMembersOfTheTopObject) {
 }
 
 } // namespace
-} // namespace orkit::standin
+} // namespace orkit::standin::test

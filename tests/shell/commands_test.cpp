@@ -9,7 +9,7 @@
 
 #include "shell_runner.h"
 
-namespace orsql_test {
+namespace orlimbara::shell::test {
 namespace {
 
 class Commands : public testing::Test {
@@ -338,4 +338,4 @@ TEST_F(Commands, AFailureInAScriptTellsItsPlace) {
 }
 
 } // namespace
-} // namespace orsql_test
+} // namespace orlimbara::shell::test

@@ -9,7 +9,7 @@
 #include "render_support.h"
 #include "shell/failure.h"
 
-namespace orlimbara::shell {
+namespace orlimbara::shell::test {
 namespace {
 
 using Records = std::vector<CsvRecord>;
@@ -69,4 +69,4 @@ TEST(CsvReader, ReadsBackWhatCsvModeWrites) {
 }
 
 } // namespace
-} // namespace orlimbara::shell
+} // namespace orlimbara::shell::test

@@ -7,7 +7,7 @@
 
 #include "host/exceptions.h"
 
-namespace orlimbara::shell {
+namespace orlimbara::shell::test {
 namespace {
 
 constexpr const char* kBinder =
@@ -78,4 +78,4 @@ TEST(Failure, ShowsThePlaceOnATerminal) {
 }
 
 } // namespace
-} // namespace orlimbara::shell
+} // namespace orlimbara::shell::test

@@ -8,7 +8,7 @@
 #include "shell/failure.h"
 #include "tests_support/table.h"
 
-namespace orlimbara::shell {
+namespace orlimbara::shell::test {
 
 namespace {
 
@@ -103,4 +103,4 @@ TEST(Words, AreBareOrQuoted) {
 }
 
 } // namespace
-} // namespace orlimbara::shell
+} // namespace orlimbara::shell::test

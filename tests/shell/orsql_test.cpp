@@ -8,7 +8,7 @@
 
 #include "shell_runner.h"
 
-namespace orsql_test {
+namespace orlimbara::shell::test {
 namespace {
 
 class Orsql : public testing::Test {
@@ -289,4 +289,4 @@ TEST_F(Orsql, DocumentsAndCompletionKnowEveryOptionAndCommand) {
 }
 
 } // namespace
-} // namespace orsql_test
+} // namespace orlimbara::shell::test

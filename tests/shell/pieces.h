@@ -9,7 +9,7 @@
 
 #include "shell/splitter.h"
 
-namespace orlimbara::shell {
+namespace orlimbara::shell::test {
 
 /// Cuts a script that comes in parts of at most so many bytes. A dot command has a line's end before it,
 /// which no statement begins with.
@@ -27,4 +27,4 @@ inline std::vector<std::string> Split(std::string_view inText, std::size_t inPar
     return pieces;
 }
 
-} // namespace orlimbara::shell
+} // namespace orlimbara::shell::test

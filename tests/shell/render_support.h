@@ -11,7 +11,7 @@
 #include "shell/row_source.h"
 #include "tests_support/temp_folder.h"
 
-namespace orlimbara::shell {
+namespace orlimbara::shell::test {
 
 template <class Write>
 std::string Written(Mode inMode, const RenderSettings& inSettings, Write inWrite) {
@@ -29,4 +29,4 @@ inline std::string Rendered(Mode inMode, const RenderSettings& inSettings, RowSo
     return Written(inMode, inSettings, [&](Renderer& renderer) { renderer.WriteRows(inRows); });
 }
 
-} // namespace orlimbara::shell
+} // namespace orlimbara::shell::test

@@ -12,7 +12,7 @@
 #include "shell/renderers.h"
 #include "shell/text.h"
 
-namespace orlimbara::shell {
+namespace orlimbara::shell::test {
 namespace {
 
 TableRows MakeRows(std::vector<std::string> inNames, std::initializer_list<Row> inRows) {
@@ -282,4 +282,4 @@ TEST(Json, IsOneArrayOfAllAnswers) {
 }
 
 } // namespace
-} // namespace orlimbara::shell
+} // namespace orlimbara::shell::test

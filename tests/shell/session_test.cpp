@@ -8,7 +8,7 @@
 
 #include "shell_runner.h"
 
-namespace orsql_test {
+namespace orlimbara::shell::test {
 namespace {
 
 using Way = RunningShell::Way;
@@ -344,4 +344,4 @@ TEST_F(Terminal, UsesColourOnlyWhereItIsWelcome) {
 }
 
 } // namespace
-} // namespace orsql_test
+} // namespace orlimbara::shell::test

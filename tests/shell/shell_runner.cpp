@@ -18,7 +18,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace orsql_test {
+namespace orlimbara::shell::test {
 
 namespace {
 
@@ -223,4 +223,4 @@ RunningShell::Outcome RunningShell::Read(int inPatience) {
     return count > 0 ? Outcome::Text : Outcome::End;
 }
 
-} // namespace orsql_test
+} // namespace orlimbara::shell::test

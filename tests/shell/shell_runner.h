@@ -10,7 +10,7 @@
 
 #include "tests_support/temp_folder.h"
 
-namespace orsql_test {
+namespace orlimbara::shell::test {
 
 using Arguments = std::vector<std::string>;
 
@@ -78,4 +78,4 @@ private:
     std::string mUnread;
 };
 
-} // namespace orsql_test
+} // namespace orlimbara::shell::test

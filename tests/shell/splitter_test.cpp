@@ -7,7 +7,7 @@
 #include "pieces.h"
 #include "tests_support/duck.h"
 
-namespace orlimbara::shell {
+namespace orlimbara::shell::test {
 namespace {
 
 using namespace std::string_literals;
@@ -115,4 +115,4 @@ TEST(Splitter, GivesTheSamePiecesHoweverTheTextComes) {
 }
 
 } // namespace
-} // namespace orlimbara::shell
+} // namespace orlimbara::shell::test
