@@ -3,9 +3,8 @@
 #include <iostream>
 #include <utility>
 
-#include <unistd.h>
-
 #include "shell/row_source.h"
+#include "shell/system.h"
 #include "shell/terminal.h"
 
 namespace orlimbara::shell {
@@ -53,7 +52,7 @@ Renderer& Answers::Prepare(Sink& ioSink) {
         ioSink.mode = mMode;
     }
     const bool isTerminal = ioSink.output.IsTerminal();
-    mSettings.width = mSettings.maxWidth.value_or(isTerminal ? TerminalWidth(STDOUT_FILENO) : 0);
+    mSettings.width = mSettings.maxWidth.value_or(isTerminal ? TerminalWidth(kStandardOutput) : 0);
     mSettings.isTerminal = isTerminal;
     mSettings.hasColor = UsesColor(mColor, isTerminal);
     return *ioSink.renderer;

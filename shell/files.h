@@ -3,7 +3,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
 #include "host/location.h"
 
@@ -33,8 +32,6 @@ private:
 
 /// A whole file. Throws ShellError.
 std::string ReadFile(const std::string& inPath);
-/// Writes all of a text. @return false, with errno set, at the first failure.
-bool WriteAll(int inFile, std::string_view inText);
 
 /// The host's location of a path. A path that the host refuses throws ShellError.
 orkit::smart_ptr<orkit::I_Location> LocationOf(const std::string& inPath);

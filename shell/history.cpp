@@ -1,6 +1,5 @@
 #include "shell/history.h"
 
-#include <cstdlib>
 #include <filesystem>
 #include <string_view>
 
@@ -10,6 +9,7 @@
 
 #include "shell/failure.h"
 #include "shell/files.h"
+#include "shell/system.h"
 #include "shell/text.h"
 
 namespace orlimbara::shell {
@@ -53,15 +53,15 @@ FileDescriptor OpenLocked(const std::string& inPath, int inFlags) {
 } // namespace
 
 std::string HistoryPath() {
-    const char* const state = std::getenv("XDG_STATE_HOME");
-    if (state && *state) {
+    const std::string state = Environment("XDG_STATE_HOME");
+    if (!state.empty()) {
         const std::filesystem::path folder = std::filesystem::path(state) / "orsql";
         std::error_code error;
         std::filesystem::create_directories(folder, error);
         return error ? std::string() : (folder / "history").string();
     }
-    const char* const home = std::getenv("HOME");
-    return home && *home ? std::string(home) + "/.orsql_history" : std::string();
+    const std::string home = HomeFolder();
+    return home.empty() ? home : home + "/.orsql_history";
 }
 
 std::vector<std::string> LoadHistory(const std::string& inPath, std::size_t inMost) {

@@ -1,15 +1,14 @@
 #include "shell/interactive.h"
 
-#include <cstdlib>
 #include <filesystem>
 
 #include <fmt/format.h>
 
 #include "shell/completion.h"
-#include "shell/history.h"
 #include "shell/interrupts.h"
 #include "shell/line_editor.h"
 #include "shell/shell.h"
+#include "shell/system.h"
 #include "shell/text.h"
 
 namespace orlimbara::shell {
@@ -33,12 +32,12 @@ std::string Prompt(const Shell& inShell) {
 
 /// The settings file of interactive sessions; empty where there is no home.
 std::string RcPath() {
-    const char* const config = std::getenv("XDG_CONFIG_HOME");
-    if (config && *config) {
-        return std::string(config) + "/orsql/orsqlrc";
+    const std::string config = Environment("XDG_CONFIG_HOME");
+    if (!config.empty()) {
+        return config + "/orsql/orsqlrc";
     }
-    const char* const home = std::getenv("HOME");
-    return home && *home ? std::string(home) + "/.config/orsql/orsqlrc" : std::string();
+    const std::string home = HomeFolder();
+    return home.empty() ? home : home + "/.config/orsql/orsqlrc";
 }
 
 void RunRc(Shell& inShell) {
@@ -77,8 +76,7 @@ void Farewell(Shell& inShell) {
 void Converse(Shell& inShell) {
     Session& session = inShell.get_Session();
     Answers& answers = inShell.get_Answers();
-    LineEditor editor(HistoryPath(),
-                      [&session](std::string_view before) { return Complete(session, before); });
+    LineEditor editor([&session](std::string_view before) { return Complete(session, before); });
     inShell.put_Observer([&editor](const Piece& piece) {
         editor.Remember(piece.kind == Piece::Kind::Statement ? std::string(Trim(piece.text)) + ';'
                                                              : piece.text);

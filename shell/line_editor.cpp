@@ -20,6 +20,7 @@
 
 #include "shell/history.h"
 #include "shell/interrupts.h"
+#include "shell/system.h"
 #include "shell/terminal.h"
 #include "shell/text.h"
 
@@ -248,10 +249,10 @@ struct LineEditor::Imp {
     }
 };
 
-LineEditor::LineEditor(std::string inHistory, Completer inCompleter) : mImp(std::make_unique<Imp>()) {
+LineEditor::LineEditor(Completer inCompleter) : mImp(std::make_unique<Imp>()) {
     UseUtf8();
     HandleResizes();
-    mImp->historyPath = std::move(inHistory);
+    mImp->historyPath = HistoryPath();
     mImp->completer = std::move(inCompleter);
     mImp->editor = el_init("orsql", stdin, stdout, stderr);
     mImp->history = history_init();

@@ -18,8 +18,7 @@ class LineEditor {
 public:
     enum class Answer { Line, End, Interrupted };
 
-    /// @param inHistory the file that keeps the lines across runs; empty for none.
-    LineEditor(std::string inHistory, Completer inCompleter);
+    explicit LineEditor(Completer inCompleter);
     LineEditor(const LineEditor&) = delete;
     LineEditor& operator=(const LineEditor&) = delete;
     ~LineEditor();

@@ -5,9 +5,7 @@
 #include <memory>
 #include <optional>
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include "shell/answers.h"
 #include "shell/interactive.h"
@@ -16,6 +14,7 @@
 #include "shell/options.h"
 #include "shell/session.h"
 #include "shell/shell.h"
+#include "shell/system.h"
 #include "shell/terminal.h"
 
 namespace {
@@ -23,14 +22,14 @@ namespace {
 using namespace orlimbara::shell;
 
 bool IsInteractive(const Options& inOptions) {
-    return inOptions.scripts.empty() && inOptions.input == InputForm::Sql && isatty(STDIN_FILENO) == 1 &&
-           isatty(STDOUT_FILENO) == 1;
+    return inOptions.scripts.empty() && inOptions.input == InputForm::Sql && IsTerminal(kStandardInput) &&
+           IsTerminal(kStandardOutput);
 }
 
 /// Whether lines of progress may be drawn: for somebody who waits at a terminal, and not among the output.
 bool CanShowProgress(const Options& inOptions) {
-    return isatty(STDERR_FILENO) == 1 && !IsDumbTerminal() &&
-           (IsInteractive(inOptions) || isatty(STDOUT_FILENO) != 1);
+    return IsTerminal(kStandardError) && !IsDumbTerminal() &&
+           (IsInteractive(inOptions) || !IsTerminal(kStandardOutput));
 }
 
 /// Runs the scripts, standard input or an interactive session. @return the exit status.
@@ -83,21 +82,11 @@ int RunAll(Options& ioOptions, Answers& inAnswers) {
 
 } // namespace
 
-/// Opens the standard streams that the caller closed, so that no other file gets their numbers. Reading them
-/// gives the end of input, writing fails.
-void OpenMissingStreams() {
-    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-        if (fcntl(stream, F_GETFD) < 0) {
-            open("/dev/null", O_RDONLY); // takes the lowest free number, which is this one
-        }
-    }
-}
-
 int main(int inCount, char** inArguments) {
-    OpenMissingStreams();
+    const Arguments arguments = PrepareProgram(inCount, inArguments);
     InstallInterrupts();
     int status = exit_status::kGood;
-    std::optional<Options> options = ReadCommandLine(inCount, inArguments, status);
+    std::optional<Options> options = ReadCommandLine(arguments.count, arguments.texts, status);
     if (!options) {
         return status;
     }
@@ -108,7 +97,7 @@ int main(int inCount, char** inArguments) {
     settings.maxWidth = options->maxWidth;
     settings.hasHeader = options->hasHeader;
     const Mode usual = options->input == InputForm::Jsonl ? Mode::Jsonl
-                       : isatty(STDOUT_FILENO) == 1       ? Mode::Box
+                       : IsTerminal(kStandardOutput)      ? Mode::Box
                                                           : Mode::Csv;
     Answers answers(options->mode.value_or(usual), options->color, settings);
     try {

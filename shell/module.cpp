@@ -2,12 +2,12 @@
 
 #include <filesystem>
 
-#include <dlfcn.h>
 #include <fmt/format.h>
 
 #include "host/runtime.h"
 #include "host_standin/procedure_table.h"
 #include "shell/failure.h"
+#include "shell/system.h"
 
 namespace orlimbara::shell {
 
@@ -18,7 +18,7 @@ using Init = void (*)(call_context);
 
 template <class Function>
 Function FindExport(void* inLibrary, const std::string& inPath, const char* inName) {
-    void* const symbol = dlsym(inLibrary, inName);
+    void* const symbol = FindSymbol(inLibrary, inName);
     if (!symbol) {
         throw ShellError(fmt::format("{} is not the module: it has no {}", inPath, inName));
     }
@@ -30,17 +30,16 @@ Function FindExport(void* inLibrary, const std::string& inPath, const char* inNa
 std::string_view ShellVersion() { return ORSQL_VERSION; }
 
 std::string DefaultModulePath() {
-    constexpr const char* kModuleName = "orlimbara_duckdb.so";
-    std::error_code error;
-    const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
-    if (error) {
+    const std::filesystem::path program = ProgramPath();
+    if (program.empty()) {
         return kModuleName;
     }
     const std::filesystem::path beside = program.parent_path() / kModuleName;
     const std::filesystem::path installed =
         (program.parent_path() / ORSQL_INSTALLED_MODULES / kModuleName).lexically_normal();
     for (const std::filesystem::path& path : {beside, installed}) {
-        if (std::filesystem::exists(path, error)) {
+        std::error_code ignored;
+        if (std::filesystem::exists(path, ignored)) {
             return path.string();
         }
     }
@@ -51,12 +50,10 @@ std::string DefaultModulePath() {
 Module::Module(const std::string& inPath) {
     // A name without a slash would be looked for on the loader's paths.
     const std::string path = std::filesystem::absolute(inPath).string();
-    // The module binds its own symbols at once in any case; DuckDB's many are bound when they are first
-    // called.
-    void* const library = dlopen(path.c_str(), RTLD_LAZY | RTLD_LOCAL);
+    std::string reason;
+    void* const library = LoadLibraryFile(path, reason);
     if (!library) {
-        const char* const reason = dlerror();
-        throw ShellError(fmt::format("can't load the module: {}", reason ? reason : path.c_str()));
+        throw ShellError("can't load the module: " + reason);
     }
     const auto bindApi = FindExport<BindApi>(library, path, "orlimbara_extension_bind_api");
     const auto init = FindExport<Init>(library, path, "orlimbara_extension_init");

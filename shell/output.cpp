@@ -3,10 +3,8 @@
 #include <cerrno>
 #include <cstring>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include "shell/failure.h"
+#include "shell/system.h"
 #include "shell/text.h"
 
 namespace orlimbara::shell {
@@ -15,11 +13,11 @@ OutputError::OutputError(int inErrno)
     : std::runtime_error(std::string("can't write: ") + std::strerror(inErrno)),
       mIsReaderGone(inErrno == EPIPE) {}
 
-Output::Output() : mFile(STDOUT_FILENO), mIsTerminal(isatty(STDOUT_FILENO) == 1) {}
+Output::Output() : mFile(kStandardOutput), mIsTerminal(shell::IsTerminal(kStandardOutput)) {}
 
 Output::Output(const std::string& inPath)
-    : mOwned(open(inPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666)), mFile(mOwned.get()),
-      mIsTerminal(mOwned.IsOpen() && isatty(mFile) == 1) {
+    : mOwned(OpenFile(inPath, OpenMode::Write)), mFile(mOwned.get()),
+      mIsTerminal(mOwned.IsOpen() && shell::IsTerminal(mFile)) {
     if (!mOwned.IsOpen()) {
         throw ShellError("can't write " + inPath + ": " + std::strerror(errno));
     }

@@ -6,9 +6,9 @@
 #include <utility>
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include "host_standin/locations.h"
+#include "shell/system.h"
 #include "shell/terminal.h"
 #include "shell/text.h"
 
@@ -63,7 +63,7 @@ std::string StatementLine(double inFraction, std::chrono::duration<double> inEla
 ProgressLine::Describe DescribeRun(const orkit::orsql::I_DuckDBRunControl* inControl) {
     return [inControl](std::chrono::duration<double> elapsed) {
         const double fraction = inControl ? inControl->get_Progress().mFraction : -1;
-        return StatementLine(fraction, elapsed, TerminalWidth(STDERR_FILENO));
+        return StatementLine(fraction, elapsed, TerminalWidth(kStandardError));
     };
 }
 

@@ -2,15 +2,11 @@
 
 #include <cerrno>
 #include <charconv>
-#include <csignal>
-#include <cstdio>
 #include <cstring>
 #include <exception>
 #include <filesystem>
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include "host/exceptions.h"
 #include "host_standin/locations.h"
@@ -20,6 +16,7 @@
 #include "shell/interrupts.h"
 #include "shell/session.h"
 #include "shell/splitter.h"
+#include "shell/system.h"
 #include "shell/text.h"
 
 namespace orlimbara::shell {
@@ -63,9 +60,9 @@ std::string FreeName(const std::string& inStart) {
 constexpr std::string_view kRestoring = ".restoring-";
 
 /// The process that a file beside `inTarget` is being made by, or was; 0 if the name isn't such a one.
-pid_t MakerOf(const std::string& inName, const std::string& inTarget) {
+int MakerOf(const std::string& inName, const std::string& inTarget) {
     const std::string start = inTarget + std::string(kRestoring);
-    pid_t maker = 0;
+    int maker = 0;
     if (inName.starts_with(start)) {
         const char* const end = inName.data() + inName.size();
         const auto [last, error] = std::from_chars(inName.data() + start.size(), end, maker);
@@ -80,8 +77,8 @@ void RemoveLeftovers(const std::string& inPath) {
     std::error_code error;
     for (fs::directory_iterator entry(target.parent_path(), error), end; !error && entry != end;
          entry.increment(error)) {
-        const pid_t maker = MakerOf(entry->path().filename().string(), target.filename().string());
-        if (maker > 0 && kill(maker, 0) != 0 && errno == ESRCH) {
+        const int maker = MakerOf(entry->path().filename().string(), target.filename().string());
+        if (maker > 0 && IsProcessGone(maker)) {
             std::error_code ignored;
             fs::remove(entry->path(), ignored);
         }
@@ -136,13 +133,7 @@ void RefuseTarget(const Session& inSession, const smart_ptr<I_Location>& inTarge
 
 /// @param inReplaces whether a file at the new name may be there.
 void Rename(const std::string& inFrom, const std::string& inTo, bool inReplaces) {
-    const unsigned flags = inReplaces ? 0 : RENAME_NOREPLACE;
-    int result = renameat2(AT_FDCWD, inFrom.c_str(), AT_FDCWD, inTo.c_str(), flags);
-    if (result != 0 && flags != 0 && (errno == EINVAL || errno == ENOSYS)) {
-        // A file system that can't promise it: it was free a moment ago.
-        result = rename(inFrom.c_str(), inTo.c_str());
-    }
-    if (result != 0) {
+    if (!RenameFile(inFrom, inTo, inReplaces)) {
         throw ShellError(fmt::format("can't move {} to {}: {}", inFrom, inTo, std::strerror(errno)));
     }
 }
@@ -174,6 +165,16 @@ void KeepLog(const std::string& inPath, Answers& inAnswers) {
     }
 }
 
+/// Closes a database whose file is to vanish, so that a failure matters to nobody.
+void CloseQuietly(const Session::Database& inDatabase) {
+    try {
+        if (inDatabase && inDatabase->get_IsOpen()) {
+            inDatabase->Close();
+        }
+    } catch (const orkit::xException&) {
+    }
+}
+
 /// Moves the complete database to its place. At each moment a kill leaves the old database with all its rows,
 /// or the new one: the old one's log is emptied first, and nobody can fill it before the old file is gone.
 void MoveIntoPlace(const Session& inSession, const std::string& inNew, const smart_ptr<I_Location>& inTarget,
@@ -184,14 +185,11 @@ void MoveIntoPlace(const Session& inSession, const std::string& inNew, const sma
     if (!old) {
         KeepLog(path, inAnswers);
     }
-    Rename(inNew, path, inReplaces);
-    if (old) {
-        try {
-            old->Close();
-        } catch (const orkit::xException&) {
-            // Its file has no name any more.
-        }
+    if (!kReplacesOpenFiles) {
+        CloseQuietly(old);
     }
+    Rename(inNew, path, inReplaces);
+    CloseQuietly(old);
 }
 
 } // namespace
@@ -209,7 +207,7 @@ void RestoreBackup(Session& inSession, Answers& inAnswers, const std::string& in
     }
     RequireCompleteBackup(backup);
     RemoveLeftovers(path);
-    const TemporaryDatabase made(FreeName(fmt::format("{}{}{}", path, kRestoring, getpid())));
+    const TemporaryDatabase made(FreeName(fmt::format("{}{}{}", path, kRestoring, ProcessId())));
     try {
         const RunScope run(&inSession.get_Extension());
         inSession.get_Extension().RestoreDatabase(orkit::standin::MakeLocation(ToHost(made.get_Path())),

@@ -1,7 +1,6 @@
 #include "shell/session.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <exception>
 #include <utility>
 
@@ -10,6 +9,7 @@
 #include "shell/files.h"
 #include "shell/interrupts.h"
 #include "shell/progress.h"
+#include "shell/system.h"
 #include "shell/text.h"
 
 namespace orlimbara::shell {
@@ -81,8 +81,7 @@ std::string Session::ReadToken() const {
     if (!mOptions.tokenFile.empty()) {
         return std::string(Trim(ReadFile(mOptions.tokenFile)));
     }
-    const char* const token = std::getenv("motherduck_token");
-    return token ? token : "";
+    return Environment("motherduck_token");
 }
 
 Session::Database Session::MakeDatabase(const smart_ptr<orkit::I_Location>& inLocation, bool inIsReadOnly) {

@@ -2,17 +2,16 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 
-#include <fcntl.h>
 #include <fmt/format.h>
 
 #include "shell/commands.h"
 #include "shell/failure.h"
 #include "shell/files.h"
 #include "shell/shell.h"
+#include "shell/system.h"
 
 namespace orlimbara::shell {
 
@@ -76,8 +75,8 @@ CommandAnswer Read(Shell& inShell, std::string_view inArguments) {
 /// A file of a name of its own, gone at the end.
 class ScratchFile {
 public:
-    ScratchFile() : mPath((std::filesystem::temp_directory_path() / "orsql-XXXXXX.sql").string()) {
-        const FileDescriptor file(mkstemps(mPath.data(), 4));
+    ScratchFile() {
+        const FileDescriptor file(MakeScratchFile(mPath));
         if (!file.IsOpen()) {
             throw ShellError(fmt::format("can't make {}: {}", mPath, std::strerror(errno)));
         }
@@ -96,8 +95,8 @@ private:
 
 std::string EditorCommand() {
     for (const char* const name : {"VISUAL", "EDITOR"}) {
-        const char* const command = std::getenv(name);
-        if (command && *command) {
+        std::string command = Environment(name);
+        if (!command.empty()) {
             return command;
         }
     }
@@ -110,12 +109,11 @@ CommandAnswer Edit(Shell& inShell, std::string_view inArguments) {
     const ScratchFile file;
     const std::string& last = inShell.get_LastStatement();
     const std::string before = last.empty() ? last : last + ";\n";
-    const FileDescriptor out(open(file.get_Path().c_str(), O_WRONLY | O_CLOEXEC));
+    const FileDescriptor out(OpenFile(file.get_Path(), OpenMode::Write));
     if (!out.IsOpen() || !WriteAll(out.get(), before)) {
         throw ShellError(fmt::format("can't write {}: {}", file.get_Path(), std::strerror(errno)));
     }
-    // While the editor runs, system() ignores Ctrl-C here.
-    if (std::system(fmt::format("{} '{}'", editor, file.get_Path()).c_str()) != 0) {
+    if (!RunCommandOn(editor, file.get_Path())) {
         throw ShellError(fmt::format("the editor {} failed", editor));
     }
     const std::string text = ReadFile(file.get_Path());

@@ -6,13 +6,13 @@
 #include <cstring>
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include "shell/commands.h"
 #include "shell/failure.h"
 #include "shell/files.h"
 #include "shell/interrupts.h"
 #include "shell/row_source.h"
+#include "shell/system.h"
 #include "shell/text.h"
 
 namespace orlimbara::shell {
@@ -78,7 +78,7 @@ void Shell::RunFile(const std::string& inPath) {
         if (mOptions.input == InputForm::Jsonl) {
             RunRequests();
         } else {
-            RunOpenFile(STDIN_FILENO, "standard input");
+            RunOpenFile(kStandardInput, "standard input");
         }
         return;
     }
@@ -94,7 +94,7 @@ void Shell::RunOpenFile(int inFile, const std::string& inPath) {
     Splitter splitter;
     std::array<char, 1 << 16> part;
     while (!IsToStop() && WaitForInput(inFile)) {
-        const ssize_t count = read(inFile, part.data(), part.size());
+        const std::ptrdiff_t count = ReadSome(inFile, part.data(), part.size());
         if (count < 0 && errno == EINTR) {
             continue;
         }
@@ -160,8 +160,8 @@ void Shell::RunRequests() {
     std::string text;
     std::array<char, 1 << 16> part;
     mOrigin.isOneLine = true;
-    while (!IsToStop() && WaitForInput(STDIN_FILENO)) {
-        const ssize_t count = read(STDIN_FILENO, part.data(), part.size());
+    while (!IsToStop() && WaitForInput(kStandardInput)) {
+        const std::ptrdiff_t count = ReadSome(kStandardInput, part.data(), part.size());
         if (count < 0 && errno == EINTR) {
             continue;
         }

@@ -11,8 +11,6 @@ namespace orlimbara::shell {
 
 /// The columns of a terminal: 0 if the file is none, 80 if it doesn't tell.
 std::size_t TerminalWidth(int inFile);
-/// Whether the terminal knows no sequences, as TERM tells.
-bool IsDumbTerminal();
 /// Whether to write in colour to a file.
 bool UsesColor(ColorChoice inChoice, bool inIsTerminal);
 /// How failures are shown on standard error.

@@ -1,0 +1,71 @@
+/// @file
+/// What the shell asks of the operating system: one source for POSIX, one for Windows. All texts are UTF-8.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace orlimbara::shell {
+
+constexpr int kStandardInput = 0;
+constexpr int kStandardOutput = 1;
+constexpr int kStandardError = 2;
+
+/// The command line.
+struct Arguments {
+    int count;
+    char** texts;
+};
+
+/// Takes the command line over, opens the standard streams that the caller closed, so that no other file gets
+/// their numbers, and has them carry bytes as they are. Call it once, at the start.
+Arguments PrepareProgram(int inCount, char** inArguments);
+
+/// A variable of the environment; empty where it isn't set.
+std::string Environment(const char* inName);
+/// The user's home folder; empty where the environment doesn't tell.
+std::string HomeFolder();
+
+enum class OpenMode {
+    Read,
+    Write, ///< creates or truncates
+};
+
+/// @return a descriptor that child processes don't get, or -1 with errno set.
+int OpenFile(const std::string& inPath, OpenMode inMode);
+bool CloseFile(int inFile);
+/// One read, which a signal can end. @return the bytes read, 0 at the end, -1 with errno set.
+std::ptrdiff_t ReadSome(int inFile, char* outBuffer, std::size_t inSize);
+/// Writes all of a text. @return false, with errno set, at the first failure.
+bool WriteAll(int inFile, std::string_view inText);
+/// Makes a file with a name of its own that ends in ".sql". @return a descriptor, or -1 with errno set.
+int MakeScratchFile(std::string& outPath);
+/// @param inReplaces whether a file at the new name may be there.
+/// @return false, with errno set, if the system reports a failure.
+bool RenameFile(const std::string& inFrom, const std::string& inTo, bool inReplaces);
+/// Whether a file may be replaced while a program has it open.
+extern const bool kReplacesOpenFiles;
+
+bool IsTerminal(int inFile);
+/// The columns of a terminal; 0 if it doesn't tell.
+std::size_t ColumnsOf(int inTerminal);
+/// Whether the terminals know no sequences.
+bool IsDumbTerminal();
+
+int ProcessId();
+bool IsProcessGone(int inProcess);
+/// Runs a command of the user's with one more argument and waits for it; Ctrl-C is the command's meanwhile.
+/// @return whether it succeeded.
+bool RunCommandOn(const std::string& inCommand, const std::string& inArgument);
+
+/// The file name of the module.
+extern const char* const kModuleName;
+/// The path of the running program; empty if the system doesn't tell.
+std::string ProgramPath();
+/// @return null, with the loader's message, if it can't be loaded.
+void* LoadLibraryFile(const std::string& inPath, std::string& outMessage);
+/// @return null if the library has no such export.
+void* FindSymbol(void* inLibrary, const char* inName);
+
+} // namespace orlimbara::shell

@@ -1,0 +1,113 @@
+// The operating system's calls on POSIX.
+#include "shell/system.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace orlimbara::shell {
+
+Arguments PrepareProgram(int inCount, char** inArguments) {
+    // Reading what is opened here gives the end of input, writing fails.
+    for (const int stream : {kStandardInput, kStandardOutput, kStandardError}) {
+        if (fcntl(stream, F_GETFD) < 0) {
+            open("/dev/null", O_RDONLY); // takes the lowest free number, which is this one
+        }
+    }
+    return {inCount, inArguments};
+}
+
+std::string Environment(const char* inName) {
+    const char* const value = std::getenv(inName);
+    return value ? value : "";
+}
+
+std::string HomeFolder() { return Environment("HOME"); }
+
+int OpenFile(const std::string& inPath, OpenMode inMode) {
+    const int mode = inMode == OpenMode::Read ? O_RDONLY : O_WRONLY | O_CREAT | O_TRUNC;
+    return open(inPath.c_str(), mode | O_CLOEXEC, 0666);
+}
+
+bool CloseFile(int inFile) { return close(inFile) == 0; }
+
+std::ptrdiff_t ReadSome(int inFile, char* outBuffer, std::size_t inSize) {
+    return read(inFile, outBuffer, inSize);
+}
+
+bool WriteAll(int inFile, std::string_view inText) {
+    while (!inText.empty()) {
+        const ssize_t count = write(inFile, inText.data(), inText.size());
+        if (count < 0 && errno != EINTR) {
+            return false;
+        }
+        inText.remove_prefix(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
+    }
+    return true;
+}
+
+int MakeScratchFile(std::string& outPath) {
+    outPath = (std::filesystem::temp_directory_path() / "orsql-XXXXXX.sql").string();
+    return mkstemps(outPath.data(), 4);
+}
+
+bool RenameFile(const std::string& inFrom, const std::string& inTo, bool inReplaces) {
+    const unsigned flags = inReplaces ? 0 : RENAME_NOREPLACE;
+    int result = renameat2(AT_FDCWD, inFrom.c_str(), AT_FDCWD, inTo.c_str(), flags);
+    if (result != 0 && flags != 0 && (errno == EINVAL || errno == ENOSYS)) {
+        // A file system that can't promise it: it was free a moment ago.
+        result = rename(inFrom.c_str(), inTo.c_str());
+    }
+    return result == 0;
+}
+
+const bool kReplacesOpenFiles = true;
+
+bool IsTerminal(int inFile) { return isatty(inFile) == 1; }
+
+std::size_t ColumnsOf(int inTerminal) {
+    winsize size = {};
+    return ioctl(inTerminal, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
+bool IsDumbTerminal() { return Environment("TERM") == "dumb"; }
+
+int ProcessId() { return getpid(); }
+
+bool IsProcessGone(int inProcess) { return kill(inProcess, 0) != 0 && errno == ESRCH; }
+
+bool RunCommandOn(const std::string& inCommand, const std::string& inArgument) {
+    // system() ignores Ctrl-C here while the command runs.
+    return std::system((inCommand + " '" + inArgument + "'").c_str()) == 0;
+}
+
+const char* const kModuleName = "orlimbara_duckdb.so";
+
+std::string ProgramPath() {
+    std::error_code error;
+    const std::filesystem::path path = std::filesystem::read_symlink("/proc/self/exe", error);
+    return error ? std::string() : path.string();
+}
+
+void* LoadLibraryFile(const std::string& inPath, std::string& outMessage) {
+    // The module binds its own symbols at once in any case; DuckDB's many are bound when they are first
+    // called.
+    void* const library = dlopen(inPath.c_str(), RTLD_LAZY | RTLD_LOCAL);
+    if (!library) {
+        const char* const reason = dlerror();
+        outMessage = reason ? reason : inPath;
+    }
+    return library;
+}
+
+void* FindSymbol(void* inLibrary, const char* inName) { return dlsym(inLibrary, inName); }
+
+} // namespace orlimbara::shell
