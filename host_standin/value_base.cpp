@@ -35,9 +35,21 @@ AspectHost_imp::AspectHost_imp(bool inIsNullable) noexcept : mIsNullable(inIsNul
 }
 AspectHost_imp::~AspectHost_imp() { standin::detail::Count(standin::detail::Counted::Values, -1); }
 
-std::uint32_t AspectHost_imp::AddRef() { return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1; }
+// A value without a reference is its maker's alone, and one with a single reference its holder's: then nobody
+// else counts, and a plain write takes a fraction of an atomic addition's time.
+std::uint32_t AspectHost_imp::AddRef() {
+    if (mRefCount.load(std::memory_order_relaxed) == 0) {
+        mRefCount.store(1, std::memory_order_relaxed);
+        return 1;
+    }
+    return mRefCount.fetch_add(1, std::memory_order_relaxed) + 1;
+}
 
 std::uint32_t AspectHost_imp::Release() {
+    if (mRefCount.load(std::memory_order_acquire) == 1) {
+        delete this;
+        return 0;
+    }
     const std::uint32_t left = mRefCount.fetch_sub(1, std::memory_order_acq_rel) - 1;
     if (left == 0) {
         delete this;
