@@ -1,5 +1,8 @@
 #include "host_standin/live_objects.h"
 
+#include <mutex>
+#include <utility>
+
 #include "host/arrays.h"
 #include "host/runtime.h"
 #include "host/unknown.h"
@@ -11,15 +14,68 @@ namespace standin {
 using detail::Count;
 using detail::Counted;
 
-constinit std::array<detail::ObjectCounter, detail::kCountedKinds> detail::gObjectCounters;
+constinit thread_local detail::Counters* detail::gThreadCounters = nullptr;
 
 namespace {
 
+struct AllCounters {
+    std::mutex mMutex;
+    class ThreadCounters* mFirst = nullptr; // of the threads that count; guarded by mMutex
+    detail::Counters mOthers{};             // what threads counted that ended
+};
+
+constinit AllCounters gAll;
+
+/// The counters of a thread, until it ends.
+class ThreadCounters : noncopyable {
+public:
+    ThreadCounters() noexcept {
+        const std::lock_guard lock(gAll.mMutex);
+        mNext = std::exchange(gAll.mFirst, this);
+        detail::gThreadCounters = &mCounters;
+    }
+    ~ThreadCounters() {
+        const std::lock_guard lock(gAll.mMutex);
+        detail::gThreadCounters = nullptr;
+        for (std::size_t kind = 0; kind < mCounters.size(); ++kind) {
+            gAll.mOthers[kind].fetch_add(mCounters[kind].load());
+        }
+        ThreadCounters** link = &gAll.mFirst;
+        while (*link != this) {
+            link = &(*link)->mNext;
+        }
+        *link = mNext;
+    }
+
+    static std::int64_t Sum(std::size_t inKind) noexcept {
+        const std::lock_guard lock(gAll.mMutex);
+        std::int64_t sum = gAll.mOthers[inKind].load();
+        for (const ThreadCounters* thread = gAll.mFirst; thread; thread = thread->mNext) {
+            sum += thread->mCounters[inKind].load(std::memory_order_relaxed);
+        }
+        return sum;
+    }
+
+private:
+    detail::Counters mCounters{};
+    ThreadCounters* mNext;
+};
+
 std::int64_t CountOf(Counted inKind) noexcept {
-    return detail::gObjectCounters[static_cast<std::size_t>(inKind)].mCount.load(std::memory_order_relaxed);
+    return ThreadCounters::Sum(static_cast<std::size_t>(inKind));
 }
 
 } // namespace
+
+void detail::CountApart(Counted inKind, std::int64_t inChange) noexcept {
+    thread_local bool isCounting = false;
+    if (!std::exchange(isCounting, true)) {
+        thread_local ThreadCounters counters;
+        Count(inKind, inChange);
+    } else { // the thread ends, its counters are gone
+        gAll.mOthers[static_cast<std::size_t>(inKind)].fetch_add(inChange);
+    }
+}
 
 LiveObjects CountLiveObjects() {
     return {.mValues = CountOf(Counted::Values),

@@ -52,15 +52,23 @@ enum class Counted : std::uint8_t {
 };
 inline constexpr std::size_t kCountedKinds = 9;
 
-/// On a cache line of its own: different threads count different kinds of object.
-struct alignas(64) ObjectCounter {
-    std::atomic<std::int64_t> mCount{0};
-};
-extern std::array<ObjectCounter, kCountedKinds> gObjectCounters;
+using Counters = std::array<std::atomic<std::int64_t>, kCountedKinds>;
+
+/// What this thread counted, which other threads only read: an atomic addition would take longer than the
+/// rest of making a small value. Null before its first count and after its last.
+extern constinit thread_local Counters* gThreadCounters;
+
+/// Counts on a thread that has no counters of its own.
+void CountApart(Counted inKind, std::int64_t inChange) noexcept;
 
 /// For the stand-in's own classes.
 inline void Count(Counted inKind, std::int64_t inChange) noexcept {
-    gObjectCounters[static_cast<std::size_t>(inKind)].mCount.fetch_add(inChange, std::memory_order_relaxed);
+    if (Counters* const counters = gThreadCounters) {
+        std::atomic<std::int64_t>& count = (*counters)[static_cast<std::size_t>(inKind)];
+        count.store(count.load(std::memory_order_relaxed) + inChange, std::memory_order_relaxed);
+    } else {
+        CountApart(inKind, inChange);
+    }
 }
 
 } // namespace detail
