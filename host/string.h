@@ -16,7 +16,8 @@ public:
     String() = default;
     /// @param inText wide text; null gives an empty String.
     /// @param inLength its length in code units; -1 means zero-terminated.
-    String(const char16_t* inText, std::ptrdiff_t inLength = -1) { Assign(inText, inLength); }
+    String(const char16_t* inText, std::ptrdiff_t inLength = -1)
+        : mText(inText ? std::u16string(inText, LengthOf(inText, inLength)) : std::u16string()) {}
     /// @param inText narrow text in UTF-8; invalid bytes become U+FFFD; null gives an empty String.
     /// @param inLength its length in bytes; -1 means zero-terminated.
     String(const char* inText, std::ptrdiff_t inLength = -1);
@@ -54,10 +55,8 @@ public:
     static const String sEmpty;
 
 private:
-    void Assign(const char16_t* inText, std::ptrdiff_t inLength) {
-        if (inText) {
-            inLength < 0 ? mText.assign(inText) : mText.assign(inText, static_cast<std::size_t>(inLength));
-        }
+    static std::size_t LengthOf(const char16_t* inText, std::ptrdiff_t inLength) noexcept {
+        return inLength < 0 ? std::char_traits<char16_t>::length(inText) : static_cast<std::size_t>(inLength);
     }
 
     std::u16string mText;

@@ -34,8 +34,8 @@ public:
     double get_Double() const override { return standin::TextToDouble(get_Text()); }
 
 protected:
-    explicit TextValue(bool inIsNullable, const String& inText = String())
-        : AspectHost_imp(inIsNullable), mText(inText) {}
+    explicit TextValue(bool inIsNullable) : AspectHost_imp(inIsNullable) {}
+    TextValue(bool inIsNullable, const String& inText) : AspectHost_imp(inIsNullable), mText(inText) {}
 
     // Empty while the value is null.
     std::u16string_view get_Text() const {
