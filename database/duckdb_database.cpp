@@ -24,22 +24,12 @@ DuckDBDatabase::~DuckDBDatabase() {
 }
 
 smart_ptr<I_DuckDBDatabase> DuckDBDatabase::Acquire(DuckDBDatabase* inDatabase) noexcept {
-    if (!inDatabase || !inDatabase->mRefCount.AddUnlessZero()) {
+    if (!inDatabase || !inDatabase->AddRefUnlessZero()) {
         return nullptr;
     }
     smart_ptr<I_DuckDBDatabase> database(inDatabase);
-    inDatabase->Release(); // the reference that AddUnlessZero took
+    inDatabase->Release(); // the reference that AddRefUnlessZero took
     return database;
-}
-
-std::uint32_t DuckDBDatabase::AddRef() { return mRefCount.Add(); }
-
-std::uint32_t DuckDBDatabase::Release() {
-    const std::uint32_t left = mRefCount.Drop();
-    if (left == 0) {
-        delete this;
-    }
-    return left;
 }
 
 void* DuckDBDatabase::QueryInterface(std::uint32_t inInterfaceId) {
@@ -51,8 +41,6 @@ void* DuckDBDatabase::QueryInterface(std::uint32_t inInterfaceId) {
     };
     return InterfaceTableQueryInterface(this, kTable.data(), inInterfaceId);
 }
-
-std::uint32_t DuckDBDatabase::get_RefsCount() const { return mRefCount.Get(); }
 
 void DuckDBDatabase::put_BlockSize(std::uint32_t inBlockSize) {
     const EngineLockGuard guard;

@@ -27,9 +27,7 @@ namespace orkit::orsql {
 ///
 /// Its sources: duckdb_database.cpp (object, properties, registries), opening.cpp, closing.cpp,
 /// execution.cpp, backup.cpp.
-class DuckDBDatabase final : public I_DuckDBDatabase,
-                             public ForeignPlugin_imp,
-                             public I_DuckDBRunControl,
+class DuckDBDatabase final : public RefCounted<I_DuckDBDatabase, ForeignPlugin_imp, I_DuckDBRunControl>,
                              noncopyable {
 public:
     /// Copies the path; touches neither DuckDB nor the disk. @param inLocation not null.
@@ -43,10 +41,7 @@ public:
     /// reference is gone already. The guard must be held, since it keeps the object in memory.
     static smart_ptr<I_DuckDBDatabase> Acquire(DuckDBDatabase* inDatabase) noexcept;
 
-    std::uint32_t AddRef() override;
-    std::uint32_t Release() override;
     void* QueryInterface(std::uint32_t inInterfaceId) override;
-    std::uint32_t get_RefsCount() const override;
 
     void put_BlockSize(std::uint32_t inBlockSize) override;
     std::uint32_t get_ConnectionCount() const override;
@@ -146,7 +141,6 @@ private:
     /// The guard must be held.
     void SetHandle(std::shared_ptr<DatabaseCell> inHandle);
 
-    RefCount mRefCount;
     const String mPath; // as it was at construction
     const smart_ptr<I_Location> mLocation;
     const std::shared_ptr<const String> mContext; // the name, as it was at construction

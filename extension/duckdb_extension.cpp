@@ -36,16 +36,6 @@ DuckDBExtension::DuckDBExtension() : mRestores(std::make_shared<RunControl>()) {
 
 DuckDBExtension::~DuckDBExtension() = default;
 
-std::uint32_t DuckDBExtension::AddRef() { return mRefCount.Add(); }
-
-std::uint32_t DuckDBExtension::Release() {
-    const std::uint32_t left = mRefCount.Drop();
-    if (left == 0) {
-        delete this;
-    }
-    return left;
-}
-
 void* DuckDBExtension::QueryInterface(std::uint32_t inInterfaceId) {
     static constexpr std::array kTable = {
         InterfaceRow<DuckDBExtension, DuckDBExtension>(interface_id::kDuckDBExtension),
@@ -54,8 +44,6 @@ void* DuckDBExtension::QueryInterface(std::uint32_t inInterfaceId) {
     };
     return InterfaceTableQueryInterface(this, kTable.data(), inInterfaceId);
 }
-
-std::uint32_t DuckDBExtension::get_RefsCount() const { return mRefCount.Get(); }
 
 const char* DuckDBExtension::get_LibraryVersion() const { return duckdb_library_version(); }
 

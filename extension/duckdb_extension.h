@@ -15,16 +15,13 @@ class RunControl;
 /// The object behind I_DuckDBExtension. Has no state but its count and the restores in work; the module keeps
 /// no pointer to it and asks the host with GetDuckDBExtension. Stands in the global namespace, where the host
 /// looks for it.
-class DuckDBExtension final : public orkit::orsql::I_DuckDBExtension,
-                              public orkit::orsql::I_DuckDBRunControl {
+class DuckDBExtension final
+    : public orkit::orsql::RefCounted<orkit::orsql::I_DuckDBExtension, orkit::orsql::I_DuckDBRunControl> {
 public:
     DuckDBExtension();
     ~DuckDBExtension() override;
 
-    std::uint32_t AddRef() override;
-    std::uint32_t Release() override;
     void* QueryInterface(std::uint32_t inInterfaceId) override;
-    std::uint32_t get_RefsCount() const override;
 
     const char* get_LibraryVersion() const override;
     orkit::smart_ptr<orkit::orsql::I_DuckDBDatabase>
@@ -44,6 +41,5 @@ public:
     orkit::orsql::DuckDBProgress get_Progress() const override;
 
 private:
-    orkit::orsql::RefCount mRefCount;
     const std::shared_ptr<orkit::orsql::RunControl> mRestores; // the runs of RestoreDatabase
 };

@@ -1,5 +1,5 @@
 /// @file
-/// The reference count of an object.
+/// Reference counting for the objects that the host holds.
 #pragma once
 
 #include <atomic>
@@ -7,25 +7,38 @@
 
 namespace orkit::orsql {
 
-/// Starts at 0. All operations are atomic.
-class RefCount {
+/// The interfaces of an object, with their reference counting. A new object has no reference. All operations
+/// are atomic.
+template <class... Interfaces>
+class RefCounted : public Interfaces... {
 public:
-    /// Adds a reference. @return the new count.
-    std::uint32_t Add() noexcept { return mCount.fetch_add(1, std::memory_order_relaxed) + 1; }
+    std::uint32_t AddRef() final { return mCount.fetch_add(1, std::memory_order_relaxed) + 1; }
 
+    /// Destroys the object with the last reference. Whoever drops that one sees all that other holders did
+    /// before they dropped theirs.
+    std::uint32_t Release() final {
+        const std::uint32_t left = mCount.fetch_sub(1, std::memory_order_acq_rel) - 1;
+        if (left == 0) {
+            OnLastRelease();
+            delete this;
+        }
+        return left;
+    }
+
+    std::uint32_t get_RefsCount() const final { return mCount.load(std::memory_order_relaxed); }
+
+protected:
     /// Adds a reference unless the last one is gone already. @return whether it did.
-    bool AddUnlessZero() noexcept {
-        std::uint32_t count = Get();
+    bool AddRefUnlessZero() noexcept {
+        std::uint32_t count = get_RefsCount();
         while (count != 0 && !mCount.compare_exchange_weak(count, count + 1)) {
         }
         return count != 0;
     }
 
-    /// Drops a reference. @return the new count. Whoever gets 0 sees all that other holders did before they
-    /// dropped theirs, and destroys the object.
-    std::uint32_t Drop() noexcept { return mCount.fetch_sub(1, std::memory_order_acq_rel) - 1; }
-
-    std::uint32_t Get() const noexcept { return mCount.load(std::memory_order_relaxed); }
+    /// Called while the object is still whole. An object that stands in a registry leaves it here: a Close on
+    /// another thread must not find a half-destroyed one.
+    virtual void OnLastRelease() noexcept {}
 
 private:
     std::atomic<std::uint32_t> mCount{0};

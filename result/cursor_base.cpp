@@ -36,18 +36,6 @@ DuckDBCursor_imp::DuckDBCursor_imp(DuckDBDatabase* inDatabase, support::OwnedRes
 
 DuckDBCursor_imp::~DuckDBCursor_imp() { Detach(); }
 
-std::uint32_t DuckDBCursor_imp::AddRef() { return mRefCount.Add(); }
-
-std::uint32_t DuckDBCursor_imp::Release() {
-    const std::uint32_t left = mRefCount.Drop();
-    if (left == 0) {
-        // Before destruction begins: a Close on another thread must not find a half-destroyed object.
-        Detach();
-        delete this;
-    }
-    return left;
-}
-
 void* DuckDBCursor_imp::QueryInterface(std::uint32_t inInterfaceId) {
     static constexpr std::array kTable = {
         InterfaceRow<DuckDBCursor_imp, I_DuckDBCursor>(interface_id::kDuckDBCursor),
@@ -56,8 +44,6 @@ void* DuckDBCursor_imp::QueryInterface(std::uint32_t inInterfaceId) {
     };
     return InterfaceTableQueryInterface(this, kTable.data(), inInterfaceId);
 }
-
-std::uint32_t DuckDBCursor_imp::get_RefsCount() const { return mRefCount.Get(); }
 
 std::uint32_t DuckDBCursor_imp::get_ColumnCount() const {
     return static_cast<std::uint32_t>(mColumns.size());

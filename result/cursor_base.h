@@ -22,12 +22,9 @@ class DuckDBDatabase;
 
 /// Base of the two cursors. Owns its result. The database's registry and the cursor point to each other
 /// without a reference; whichever goes first tells the other, under the guard.
-class DuckDBCursor_imp : public I_DuckDBCursor, public ForeignPlugin_imp, noncopyable {
+class DuckDBCursor_imp : public RefCounted<I_DuckDBCursor, ForeignPlugin_imp>, noncopyable {
 public:
-    std::uint32_t AddRef() override;
-    std::uint32_t Release() override;
     void* QueryInterface(std::uint32_t inInterfaceId) override;
-    std::uint32_t get_RefsCount() const override;
 
     std::uint32_t get_ColumnCount() const override;
     const String& get_ColumnName(std::uint32_t inColumnIndex) const override;
@@ -71,8 +68,8 @@ protected:
 private:
     /// Destroys the result and leaves the database's registry, once. Takes the guard.
     void Detach() noexcept;
+    void OnLastRelease() noexcept override { Detach(); }
 
-    RefCount mRefCount;
     std::atomic<DuckDBDatabase*> mDatabase; // null once detached; written under the guard, read without it
     const std::shared_ptr<const String> mContext; // the database's name, for failures
     orlimbara::duckdb_support::OwnedResult mResult;

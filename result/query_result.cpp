@@ -73,18 +73,6 @@ void DuckDBQueryResult::ReadError(const char* inText) {
     }
 }
 
-std::uint32_t DuckDBQueryResult::AddRef() { return mRefCount.Add(); }
-
-std::uint32_t DuckDBQueryResult::Release() {
-    const std::uint32_t left = mRefCount.Drop();
-    if (left == 0) {
-        // Before destruction begins: a Close on another thread must not find a half-destroyed object.
-        Detach();
-        delete this;
-    }
-    return left;
-}
-
 void* DuckDBQueryResult::QueryInterface(std::uint32_t inInterfaceId) {
     static constexpr std::array kTable = {
         InterfaceRow<DuckDBQueryResult, I_DuckDBQueryResult>(interface_id::kDuckDBQueryResult),
@@ -93,8 +81,6 @@ void* DuckDBQueryResult::QueryInterface(std::uint32_t inInterfaceId) {
     };
     return InterfaceTableQueryInterface(this, kTable.data(), inInterfaceId);
 }
-
-std::uint32_t DuckDBQueryResult::get_RefsCount() const { return mRefCount.Get(); }
 
 std::int64_t DuckDBQueryResult::get_RowsChanged() const { return mRowsChanged; }
 

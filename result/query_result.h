@@ -20,7 +20,7 @@ class DuckDBDatabase;
 using ResultList = std::deque<orlimbara::duckdb_support::OwnedResult>;
 
 /// Rows, a count, a parsed error, or nothing.
-class DuckDBQueryResult final : public I_DuckDBQueryResult, public ForeignPlugin_imp, noncopyable {
+class DuckDBQueryResult final : public RefCounted<I_DuckDBQueryResult, ForeignPlugin_imp>, noncopyable {
 public:
     /// Takes the list's first result as its own, creates the cursor if that result has rows, and keeps the
     /// rest. An error that the result carries is data here. The guard must be held. If it throws, the object
@@ -29,10 +29,7 @@ public:
     DuckDBQueryResult(DuckDBDatabase* inDatabase, ResultList inResults, std::uint32_t inCursorLocation);
     ~DuckDBQueryResult() override;
 
-    std::uint32_t AddRef() override;
-    std::uint32_t Release() override;
     void* QueryInterface(std::uint32_t inInterfaceId) override;
-    std::uint32_t get_RefsCount() const override;
 
     std::int64_t get_RowsChanged() const override;
     /// Takes the guard: Invalidate may run on another thread.
@@ -51,8 +48,8 @@ private:
     void ReadError(const char* inText);
     /// Destroys the results and leaves the database's registry, once. Takes the guard.
     void Detach() noexcept;
+    void OnLastRelease() noexcept override { Detach(); }
 
-    RefCount mRefCount;
     std::int64_t mRowsChanged = 0;
     const std::uint32_t mCursorLocation;
     std::uint32_t mFlags = 0;

@@ -15,18 +15,6 @@ DuckDBStatement::DuckDBStatement(DuckDBDatabase* inDatabase, const String& inSql
 
 DuckDBStatement::~DuckDBStatement() { Detach(); }
 
-std::uint32_t DuckDBStatement::AddRef() { return mRefCount.Add(); }
-
-std::uint32_t DuckDBStatement::Release() {
-    const std::uint32_t left = mRefCount.Drop();
-    if (left == 0) {
-        // Before the destruction begins: a Close on another thread must not meet a half-destroyed object.
-        Detach();
-        delete this;
-    }
-    return left;
-}
-
 void* DuckDBStatement::QueryInterface(std::uint32_t inInterfaceId) {
     static constexpr std::array kTable = {
         InterfaceRow<DuckDBStatement, I_DuckDBStatement>(interface_id::kDuckDBStatement),
@@ -35,8 +23,6 @@ void* DuckDBStatement::QueryInterface(std::uint32_t inInterfaceId) {
     };
     return InterfaceTableQueryInterface(this, kTable.data(), inInterfaceId);
 }
-
-std::uint32_t DuckDBStatement::get_RefsCount() const { return mRefCount.Get(); }
 
 const String& DuckDBStatement::get_OriginalSql() const { return mOriginalSql; }
 

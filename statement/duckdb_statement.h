@@ -28,16 +28,13 @@ class RunControl;
 /// and no handles, and can't be left. Held arrays and texts are apart from all this.
 ///
 /// Its sources: duckdb_statement.cpp (the object), running.cpp, held_bindings.cpp, typed_bindings.cpp.
-class DuckDBStatement final : public I_DuckDBStatement, public ForeignPlugin_imp, noncopyable {
+class DuckDBStatement final : public RefCounted<I_DuckDBStatement, ForeignPlugin_imp>, noncopyable {
 public:
     /// Doesn't parse the text and enters no registry. @param inDatabase not null; no reference is held.
     DuckDBStatement(DuckDBDatabase* inDatabase, const String& inSql);
     ~DuckDBStatement() override;
 
-    std::uint32_t AddRef() override;
-    std::uint32_t Release() override;
     void* QueryInterface(std::uint32_t inInterfaceId) override;
-    std::uint32_t get_RefsCount() const override;
 
     const String& get_OriginalSql() const override;
     const String& get_Sql() const override;
@@ -110,6 +107,7 @@ private:
     void EndWalk() noexcept;
     /// Destroys all handles and leaves the database's registry, once. Takes the guard.
     void Detach() noexcept;
+    void OnLastRelease() noexcept override { Detach(); }
 
     bool HasStatementsLeft() const noexcept { return mNextStatement < mStatementCount; }
     /// Splits the text in work. Leaves no split script when there is no statement in it; throws DuckDB's text
@@ -140,7 +138,6 @@ private:
     template <class Step, class... Args>
     void Bind(const char* inTypeName, Step inStep, std::uint32_t inIndex, const Args&... inArgs);
 
-    RefCount mRefCount;
     const std::shared_ptr<const String> mContext; // the database's name, for failures; read without the guard
     const std::shared_ptr<RunControl> mRuns;      // the database's, reached without the guard
     std::atomic<DuckDBDatabase*> mDatabase; // null once cut off; written under the guard, read without it
