@@ -13,6 +13,12 @@ namespace {
 
 using Way = RunningShell::Way;
 
+/// Time enough for a statement to have begun, in microseconds.
+constexpr useconds_t kStart = 300'000;
+/// A query that keeps DuckDB busy for minutes without rows on the way.
+constexpr const char* kLongQuery =
+    "SELECT sum(sqrt(a.range + b.range)) FROM range(3000000) a, range(100000) b";
+
 class Pipes : public testing::Test {
 protected:
     HomeFolder mFolder;
@@ -20,67 +26,48 @@ protected:
 
 TEST_F(Pipes, AnswerEachStatementAtOnce) {
     RunningShell shell(Way::Pipes, {"-m", "jsonl"});
-    shell.Send("SELECT 1 AS a;");
-    EXPECT_EQ(FirstCells(shell.WaitFor("\n")), "1");
-    shell.Send("CREATE TABLE t(a INTEGER);INSERT INTO t VALUES (1), (2); SELECT '");
-    EXPECT_EQ(shell.WaitFor("\n"), "{\"kind\":\"done\"}\n");
+    const std::string done = "{\"kind\":\"done\"}\n";
+    EXPECT_EQ(FirstCells(shell.Ask("SELECT 1 AS a;", "\n")), "1");
+    EXPECT_EQ(shell.Ask("CREATE TABLE t(a INTEGER);INSERT INTO t VALUES (1), (2); SELECT '", "}\n"), done);
     EXPECT_EQ(shell.WaitFor("\n"), "{\"kind\":\"changed\",\"count\":2}\n");
-    shell.Send(";' AS b;\n.print hi\n.output out.txt\nSELECT 1;\n.output\n");
-    EXPECT_EQ(FirstCells(shell.WaitFor("\n")), ";");
+    EXPECT_EQ(FirstCells(shell.Ask(";' AS b;\n.print hi\n.output out.txt\nSELECT 1;\n.output\n", "\n")), ";");
     EXPECT_EQ(shell.WaitFor("\n"), "{\"kind\":\"text\",\"text\":\"hi\"}\n");
-    EXPECT_EQ(shell.WaitFor("\n"), "{\"kind\":\"done\"}\n");
-    EXPECT_EQ(shell.WaitFor("\n"), "{\"kind\":\"done\"}\n");
+    EXPECT_EQ(shell.WaitFor("\n") + shell.WaitFor("\n"), done + done);
     shell.Send("SELECT 3 AS unfinished");
     std::string rest;
     EXPECT_EQ(shell.Wait(&rest), 0);
     EXPECT_EQ(FirstCells(rest), "3");
 }
 
-TEST_F(Pipes, AReaderThatLeavesEndsTheRunQuietly) {
+TEST_F(Pipes, AReaderThatLeavesEndsTheRunQuietlyAndAFullDiskIsAFailure) {
     const ShellRun run =
         RunScript("{ $ORSQL -c 'SELECT * FROM range(3000000)' -c 'CREATE TABLE t(a INTEGER)' a.db; "
                   "echo \"status $?\" >&2; } | head -n 2");
-    EXPECT_EQ(run.out, "range\n0\n");
-    EXPECT_EQ(run.err, "status 0\n");
-}
-
-TEST_F(Pipes, AFullDiskIsAFailure) {
+    EXPECT_EQ(run.out + run.err, "range\n0\nstatus 0\n");
     for (const std::string mode : {"csv", "jsonl", "json", "box"}) {
-        const ShellRun run = RunScript("$ORSQL -m " + mode + " -c 'SELECT 1' > /dev/full");
-        EXPECT_EQ(run.status, 1) << mode;
-        EXPECT_EQ(run.err, "error: can't write: No space left on device\n") << mode;
+        const ShellRun full = RunScript("$ORSQL -m " + mode + " -c 'SELECT 1' > /dev/full");
+        EXPECT_EQ(full.status, 1) << mode;
+        EXPECT_EQ(full.err, "error: can't write: No space left on device\n") << mode;
     }
 }
 
 TEST_F(Pipes, CtrlCWhileRowsAreWrittenEndsTheLineAsValidJson) {
     RunningShell shell(Way::Pipes,
                        {"-m", "jsonl", "-c", "SELECT * FROM range(20000000) t(a)", "-c", "SELECT 2"});
-    std::string line = shell.WaitFor("[1000]");
+    const std::string start = shell.WaitFor("[1000]");
     shell.Signal(SIGINT);
     std::string rest;
     EXPECT_EQ(shell.Wait(&rest), 130);
-    line += rest;
-    const std::vector<std::string> lines = JsonLines(line);
-    ASSERT_EQ(lines.size(), 1U);
-    EXPECT_TRUE(lines[0].ends_with("]],\"interrupted\":true}")) << lines[0].substr(lines[0].size() - 60);
-    EXPECT_LT(lines[0].size(), 10'000'000U);
+    EXPECT_EQ(JsonLines(start + rest).size(), 1U);
+    EXPECT_TRUE(rest.ends_with("]],\"interrupted\":true}\n")) << rest.substr(rest.size() - 60);
+    EXPECT_LT(rest.size(), 10'000'000U);
 }
-
-/// Time enough for a statement to have begun, in microseconds.
-constexpr useconds_t kStart = 300'000;
-/// A query that keeps DuckDB busy for minutes without rows on the way.
-constexpr const char* kLongQuery =
-    "SELECT sum(sqrt(a.range + b.range)) FROM range(3000000) a, range(100000) b";
 
 TEST_F(Pipes, CtrlCStopsTheStatementAndEndsTheRun) {
     WriteFile("long.sql", std::string("INSERT INTO t ") + kLongQuery + ";\nSELECT 3;\n");
-    const Arguments scripts = {
-        "a.db", "-c",      "CREATE OR REPLACE TABLE t(a DOUBLE)", "-c", "SELECT 1", "-c", ".read long.sql",
-        "-c",   "SELECT 2"};
     for (const std::string mode : {"jsonl", "csv"}) {
-        Arguments arguments = {"-m", mode};
-        arguments.insert(arguments.end(), scripts.begin(), scripts.end());
-        RunningShell shell(Way::Pipes, arguments);
+        RunningShell shell(Way::Pipes, {"-m", mode, "a.db", "-c", "CREATE OR REPLACE TABLE t(a DOUBLE)", "-c",
+                                        "SELECT 1", "-c", ".read long.sql", "-c", "SELECT 2"});
         shell.WaitFor(mode == "csv" ? "1\n1\n" : "\"count\":1}\n");
         usleep(kStart);
         shell.Signal(SIGINT);
@@ -95,147 +82,99 @@ TEST_F(Pipes, CtrlCStopsTheStatementAndEndsTheRun) {
         }
     }
     EXPECT_EQ(Answers({"a.db", "-c", "SELECT count(*) FROM t"}), "0|");
+    RunningShell waiting(Way::Pipes, {"-m", "jsonl"});
+    waiting.Ask("BEGIN;", "\n");
+    waiting.Signal(SIGINT);
+    EXPECT_EQ(waiting.Wait(), 130);
 }
 
-TEST_F(Pipes, CtrlCWhileWaitingForInputEndsTheRun) {
-    RunningShell shell(Way::Pipes, {"-m", "jsonl"});
-    shell.Send("BEGIN;");
-    shell.WaitFor("\n");
-    shell.Signal(SIGINT);
-    EXPECT_EQ(shell.Wait(), 130);
-}
-
+/// A session in a terminal.
 class Terminal : public testing::Test {
 protected:
     static constexpr const char* kPrompt = "memory> ";
-    static constexpr const char* kAnyPrompt = "> ";
+
+    class Session : public RunningShell {
+    public:
+        explicit Session(const Arguments& inArguments = {"-m", "csv"}, std::string_view inFirst = kPrompt)
+            : RunningShell(Way::Terminal, inArguments) {
+            WaitFor(inFirst);
+        }
+        /// What is typed, and what each must be answered with before the next.
+        void Talk(std::initializer_list<std::pair<std::string_view, std::string_view>> inTurns) {
+            for (const auto& [typed, answer] : inTurns) {
+                Ask(typed, answer);
+            }
+        }
+        void Leave(std::string_view inCommand = ".quit\r") {
+            Send(inCommand);
+            EXPECT_EQ(Wait(), 0) << "also after a failure";
+        }
+    };
+
     HomeFolder mFolder;
 };
 
 TEST_F(Terminal, ServesASessionFromStartToEnd) {
-    RunningShell shell(Way::Terminal, {"--color", "never"});
-    shell.WaitFor(".help lists the commands");
-    shell.WaitFor(kAnyPrompt);
-    const auto send = [&shell](const std::string& line) {
-        shell.Send(line + "\n");
-        return shell.WaitFor(kAnyPrompt);
-    };
-    EXPECT_NE(send(".help call").find(".call PROCEDURE [ARG...]"), std::string::npos);
-    send(".open a.db");
-    send("CREATE TABLE t AS SELECT 42 AS answer;");
-    EXPECT_NE(send("SELECT * FROM t;").find("│  answer │\n│ INTEGER │\n├─────────┤\n│      42 │"),
-              std::string::npos);
-    shell.Send("SELECT nope\n");
-    shell.WaitFor("...> ");
-    const std::string error = send("  FROM t;");
-    EXPECT_NE(error.find("error: Referenced column"), std::string::npos) << error;
-    EXPECT_NE(error.find("  SELECT nope\n         ^"), std::string::npos) << error;
-    send("COPY t TO 't.parquet';");
-    EXPECT_NE(send(".call parquet_count t.parquet").find("│     1 │"), std::string::npos);
-    EXPECT_NE(send(".backup").find("Backup"), std::string::npos);
-    shell.Send(".quit\n");
-    EXPECT_EQ(shell.Wait(), 0) << "also after a failure";
+    Session shell({"--color", "never"}, ".help lists the commands");
+    shell.Talk({{"", kPrompt},
+                {".help call\n", ".call PROCEDURE [ARG...]"},
+                {".open a.db\n", "a> "},
+                {"CREATE TABLE t AS SELECT 42 AS answer;\n", "a> "},
+                {"SELECT * FROM t;\n", "│  answer │\n│ INTEGER │\n├─────────┤\n│      42 │"},
+                {"SELECT nope\n", "...> "},
+                {"  FROM t;\n", "error: Referenced column"},
+                {"", "  SELECT nope\n         ^"},
+                {"COPY t TO 't.parquet';\n.call parquet_count t.parquet\n", "│     1 │"},
+                {".backup\n", "Backup"}});
+    shell.Leave(".exit\n");
 }
 
 TEST_F(Terminal, CtrlCClearsWhatIsTyped) {
-    RunningShell shell(Way::Terminal, {});
-    shell.WaitFor(kPrompt);
-    shell.Send("SELECT 1 AS lost,\n");
-    shell.WaitFor("...> ");
-    shell.Send("\x03");
-    shell.WaitFor(kPrompt);
-    shell.Send("garbage\x03");
-    shell.WaitFor(kPrompt);
-    shell.Send("\x03");
-    shell.WaitFor(kPrompt);
-    shell.Send("SELECT 7 AS kept;\n");
-    const std::string shown = shell.WaitFor("└");
+    Session shell(Arguments{});
+    shell.Talk(
+        {{"SELECT 1 AS lost,\n", "...> "}, {"\x03", kPrompt}, {"garbage\x03", kPrompt}, {"\x03", kPrompt}});
+    const std::string shown = shell.Ask("SELECT 7 AS kept;\n", "└");
     shell.WaitFor(kPrompt); // Ctrl-D counts only while a line is read
     EXPECT_NE(shown.find("kept"), std::string::npos);
     EXPECT_EQ(shown.find("error"), std::string::npos) << shown;
     EXPECT_EQ(shell.WaitPressing("\x04"), 0);
 }
 
-TEST_F(Terminal, CtrlCStopsRowsAndBringsThePromptBack) {
-    RunningShell shell(Way::Terminal, {"-m", "csv"});
-    shell.WaitFor(kPrompt);
-    shell.Send("SELECT * FROM range(20000000);\n");
-    shell.WaitFor("\n1000\n");
-    shell.Send("\x03");
-    shell.WaitFor(kPrompt);
-    shell.Send("SELECT 'still ' || 'here';\n");
-    shell.WaitFor("still here");
-    shell.Send(".exit\n");
-    EXPECT_EQ(shell.Wait(), 0);
-}
-
-TEST_F(Terminal, CtrlCStopsTheStatementAndBringsThePromptBack) {
-    RunningShell shell(Way::Terminal, {"-m", "csv", "--color", "never"});
-    shell.WaitFor(kPrompt);
+TEST_F(Terminal, CtrlCStopsRowsAndStatementsAndBringsThePromptBack) {
+    Session shell({"-m", "csv", "--color", "never"});
+    shell.Talk({{"SELECT * FROM range(20000000);\n", "\n1000\n"}, {"\x03", kPrompt}});
     for (int i = 0; i < 2; ++i) { // the second stop isn't a second Ctrl-C
         shell.Ask(std::string(kLongQuery) + "; SELECT 'not ' || 'run';\n", "'run';");
         usleep(kStart);
-        shell.Send("\x03");
-        EXPECT_EQ(shell.WaitFor(kPrompt).find("not run"), std::string::npos);
+        EXPECT_EQ(shell.Ask("\x03", kPrompt).find("not run"), std::string::npos);
     }
     shell.Ask("SELECT 'still ' || 'here';\n", "still here");
-    shell.Send(".exit\n");
-    EXPECT_EQ(shell.Wait(), 0);
+    shell.Leave();
 }
 
 TEST_F(Terminal, CompletesWhatIsThere) {
     WriteFile("some_script.sql", "SELECT 'from the ' || 'file';\n");
-    RunningShell shell(Way::Terminal, {"-m", "csv"});
-    shell.WaitFor(kPrompt);
-    shell.Send("CREATE TABLE flights(departure INTEGER);\n");
-    shell.WaitFor(kPrompt);
+    Session shell;
     // A tab with input behind it is pasted, so each completion is waited for.
-    const auto complete = [&shell](const std::string& typed, const std::string& completed) {
-        shell.Send(typed + "\t");
-        shell.WaitFor(completed);
-    };
-    complete("INSERT INTO fli", "flights");
-    shell.Send(" VALUES (12345);\n");
-    shell.WaitFor(kPrompt);
-    complete("selec", "select");
-    complete(" depart", "departure");
-    complete(" fro", "from");
-    shell.Send(" flights;\n");
-    shell.WaitFor("departure\n12345\n");
-    shell.Send("CREATE SCHEMA s;CREATE TABLE s.\"Order Items\"(\"Unit Price\" INTEGER);\n");
-    shell.WaitFor(kPrompt);
-    complete("SELECT regexp_extract_a", "regexp_extract_all");
-    complete("('a', 'a'), unit", "\"Unit Price\"");
-    complete(" FROM s.", "\"Order Items\"");
-    shell.Send(";\n");
-    shell.WaitFor("Unit Price\n");
-    complete(".rea", ".read");
-    complete(" some_", "some_script.sql");
-    shell.Send("\n");
-    shell.WaitFor("from the file");
-    complete(".mode ", "markdown");
-    shell.Send("jsonl\n");
-    shell.WaitFor(kPrompt);
-    complete(".qui", ".quit");
-    shell.Send("\n");
-    EXPECT_EQ(shell.Wait(), 0);
-}
-
-TEST_F(Terminal, KeepsTheHistoryAcrossRuns) {
-    {
-        RunningShell shell(Way::Terminal, {"-m", "csv"});
-        shell.WaitFor(kPrompt);
-        shell.Send("SELECT 40 + 2 AS sum;\n");
-        shell.WaitFor("sum\n42\n");
-        shell.WaitFor(kPrompt);
-        EXPECT_EQ(shell.WaitPressing("\x04"), 0);
-    }
-    RunningShell shell(Way::Terminal, {"-m", "csv"});
-    shell.WaitFor(kPrompt);
-    shell.Send("\x10\n"); // the line before
-    shell.WaitFor("sum\n42");
-    shell.Send(".quit\n");
-    EXPECT_EQ(shell.Wait(), 0);
+    shell.Talk({{"CREATE TABLE flights(departure INTEGER);\n", kPrompt},
+                {"INSERT INTO fli\t", "flights"},
+                {" VALUES (12345);\n", kPrompt},
+                {"selec\t", "select"},
+                {" depart\t", "departure"},
+                {" fro\t", "from"},
+                {" flights;\n", "departure\n12345\n"},
+                {"CREATE SCHEMA s;CREATE TABLE s.\"Order Items\"(\"Unit Price\" INTEGER);\n", kPrompt},
+                {"SELECT regexp_extract_a\t", "regexp_extract_all"},
+                {"('a', 'a'), unit\t", "\"Unit Price\""},
+                {" FROM s.\t", "\"Order Items\""},
+                {";\n", "Unit Price\n"},
+                {".rea\t", ".read"},
+                {" some_\t", "some_script.sql"},
+                {"\n", "from the file"},
+                {".mode \t", "markdown"},
+                {"jsonl\n", kPrompt},
+                {".qui\t", ".quit"}});
+    shell.Leave("\n");
 }
 
 TEST_F(Terminal, TakesPastedTextAsItIs) {
@@ -244,77 +183,49 @@ TEST_F(Terminal, TakesPastedTextAsItIs) {
     for (int i = 0; i < 500; ++i) {
         script += "INSERT INTO t VALUES ('left\tright'), ('north\tsouth');\r";
     }
-    RunningShell shell(Way::Terminal, {"-m", "csv"});
-    shell.WaitFor(kPrompt);
-    shell.Send("\x1b[200~" + script + "\x1b[201~");
-    shell.Send("\rSELECT count(*) || ' ' || min(a) || ' ' || max(a) FROM t;\r");
-    shell.WaitFor("1000 left\tright north\tsouth");
-    // A terminal that doesn't mark what is pasted.
-    shell.Send("SELECT length('\tx'), 'unmarked';\r");
-    shell.WaitFor("2,unmarked");
-    shell.Send(".quit\r");
-    EXPECT_EQ(shell.Wait(), 0);
+    Session shell;
+    shell.Talk(
+        {{"\x1b[200~" + script + "\x1b[201~", ""},
+         {"\rSELECT count(*) || ' ' || min(a) || ' ' || max(a) FROM t;\r", "1000 left\tright north\tsouth"},
+         // A terminal that doesn't mark what is pasted.
+         {"SELECT length('\tx'), 'unmarked';\r", "2,unmarked"}});
+    shell.Leave();
 }
 
 TEST_F(Terminal, SessionsShareAHistoryOfWholeStatements) {
-    const auto start = [](RunningShell& shell) { shell.WaitFor(kPrompt); };
     {
-        RunningShell first(Way::Terminal, {"-m", "csv"});
-        RunningShell second(Way::Terminal, {"-m", "csv"});
-        start(first);
-        start(second);
-        first.Send("SELECT 'one' ||\r  '!' AS a\r;\r");
-        first.WaitFor("a\none!\n");
-        second.Send("SELECT 'two' || '!';\r");
-        second.WaitFor("two!\n");
+        Session first;
+        Session second;
+        first.Ask("SELECT 'one' ||\r  '!' AS a\r;\r", "a\none!\n");
+        second.Ask("SELECT 'two' || '!';\r", "two!\n");
     } // both are killed
-    RunningShell shell(Way::Terminal, {"-m", "csv"});
-    start(shell);
-    shell.Send("\x10\r");
-    shell.WaitFor("two!\n");
-    start(shell);
-    shell.Send("\x10\x10\r");
-    shell.WaitFor("a\none!\n");
-    shell.Send(".quit\r");
-    EXPECT_EQ(shell.Wait(), 0);
+    Session shell;
+    shell.Talk({{"\x10\r", "two!\n"}, {"", kPrompt}, {"\x10\x10\r", "a\none!\n"}});
+    shell.Leave();
 }
 
 TEST_F(Terminal, ShowsTheDatabaseAndTheTransactionInThePrompt) {
-    ASSERT_EQ(
-        RunScript("mkdir -p config/orsql && printf '.mode csv\\nSELECT nope;\\n' > config/orsql/orsqlrc")
-            .status,
-        0);
+    std::filesystem::create_directories("config/orsql");
+    WriteFile("config/orsql/orsqlrc", ".mode csv\nSELECT nope;\n");
     setenv("XDG_CONFIG_HOME", (mFolder / "config").c_str(), 1);
     setenv("EDITOR", "sed -i s/2/3/", 1);
-    RunningShell shell(Way::Terminal, {"birds.db"});
-    shell.WaitFor("orsqlrc:2");
-    shell.WaitFor("birds> ");
-    shell.Send("BEGIN;\r");
-    shell.WaitFor("birds*> ");
-    shell.Send("SELECT 1 / error('x');\r");
-    shell.WaitFor("birds*> ");
-    shell.Send("ROLLBACK;\r");
-    shell.WaitFor("birds> ");
-    shell.Send("SELECT 21 + 21 AS s;\r");
-    shell.WaitFor("s\n42\n");
-    shell.Send(".edit\r");
-    shell.WaitFor("s\n52\n");
-    shell.Send(".prompt 'two words'\r");
-    shell.WaitFor("two words> ");
-    shell.Send(".close\r");
-    shell.WaitFor("orsql> ");
-    shell.Send("exit;\r");
-    shell.WaitFor(".exit\n");
-    EXPECT_EQ(shell.Wait(), 0);
-    unsetenv("XDG_CONFIG_HOME");
-    unsetenv("EDITOR");
+    Session shell({"birds.db"}, "orsqlrc:2");
+    shell.Talk({{"", "birds> "},
+                {"BEGIN;\r", "birds*> "},
+                {"SELECT 1 / error('x');\r", "birds*> "},
+                {"ROLLBACK;\r", "birds> "},
+                {"SELECT 21 + 21 AS s;\r", "s\n42\n"},
+                {".edit\r", "s\n52\n"},
+                {".prompt 'two words'\r", "two words> "},
+                {".close\r", "orsql> "},
+                {"exit;\r", ".exit\n"}});
+    shell.Leave("");
 }
 
 TEST_F(Terminal, ShowsTheProgressOfALongBackup) {
-    RunningShell shell(Way::Terminal, {"-m", "csv", "--threads", "1"});
-    shell.WaitFor(kPrompt);
-    shell.Ask("CREATE TABLE t AS SELECT i, hash(i)::VARCHAR AS h FROM range(1000000) t(i);\n", "t(i);");
-    shell.WaitFor(kPrompt);
+    Session shell({"-m", "csv", "--threads", "1"});
+    shell.Talk({{"CREATE TABLE t AS SELECT i, hash(i)::VARCHAR AS h FROM range(1000000) t(i);\n", "t(i);"},
+                {"", kPrompt}});
     std::filesystem::create_directory("folder");
     shell.Send(".backup folder\n");
     const auto hasBegun = [] {
@@ -330,17 +241,8 @@ TEST_F(Terminal, ShowsTheProgressOfALongBackup) {
         shell.Signal(SIGCONT);
         usleep(20'000);
     }
-    shell.WaitFor("backing up: ");
-    shell.WaitFor(" MB written");
-    shell.WaitFor("path,seconds\n");
-    shell.Send(".quit\n");
-    EXPECT_EQ(shell.Wait(), 0);
-}
-
-TEST_F(Terminal, UsesColourOnlyWhereItIsWelcome) {
-    EXPECT_EQ(RunShell({"-m", "box", "-c", "SELECT 1"}).out.find('\x1b'), std::string::npos);
-    EXPECT_NE(RunShell({"-m", "box", "--color", "always", "-c", "SELECT 1"}).out.find('\x1b'),
-              std::string::npos);
+    shell.Talk({{"", "backing up: "}, {"", " MB written"}, {"", "path,seconds\n"}});
+    shell.Leave();
 }
 
 } // namespace
