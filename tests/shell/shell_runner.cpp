@@ -102,6 +102,28 @@ std::string Answers(const Arguments& inArguments) {
     return answers;
 }
 
+bool Fits(std::string_view inText, std::string_view inPattern) {
+    constexpr std::string_view kAnything = "…";
+    const std::size_t gap = inPattern.find(kAnything);
+    if (gap == inPattern.npos || !inText.starts_with(inPattern.substr(0, gap))) {
+        return inText == inPattern;
+    }
+    for (inText.remove_prefix(gap), inPattern.remove_prefix(gap + kAnything.size()); !inText.empty();
+         inText.remove_prefix(1)) {
+        if (Fits(inText, inPattern)) {
+            return true;
+        }
+    }
+    return Fits(inText, inPattern);
+}
+
+void ExpectLines(const std::vector<std::string>& inLines, const Exchanges& inExchanges) {
+    ASSERT_EQ(inLines.size(), inExchanges.size());
+    for (std::size_t i = 0; i < inLines.size(); ++i) {
+        EXPECT_TRUE(Fits(inLines[i], inExchanges[i].second)) << inLines[i] << "\n" << inExchanges[i].second;
+    }
+}
+
 HomeFolder::HomeFolder() {
     std::filesystem::current_path(Path());
     setenv("HOME", Path().c_str(), 1);

@@ -35,6 +35,13 @@ std::string FirstCells(const std::string& inLine);
 /// FirstCells of each line that a run with -m jsonl gives, with "|" behind each.
 std::string Answers(const Arguments& inArguments);
 
+/// Whether a text is as a pattern tells, in which "…" stands for anything.
+bool Fits(std::string_view inText, std::string_view inPattern);
+/// What is given and the pattern of what answers it.
+using Exchanges = std::vector<std::pair<std::string, std::string>>;
+/// Checks that each line fits its pattern.
+void ExpectLines(const std::vector<std::string>& inLines, const Exchanges& inExchanges);
+
 /// A fresh folder that is the current one for its lifetime, with nothing of the user's around.
 class HomeFolder : public tests_support::TempFolder {
 public:
