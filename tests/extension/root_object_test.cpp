@@ -27,10 +27,7 @@ TEST_F(RootObject, AnswersForItsInterfaceAndTheMemoryPath) {
 
 TEST_F(RootObject, MakesDatabasesWithoutTouchingTheDisk) {
     const std::uint64_t locks = standin::get_EngineLockCount();
-    const Raised raised = Catch([] { Extension()->CreateDatabase(nullptr); });
-    EXPECT_EQ(raised.mClass, "xDBError");
-    EXPECT_EQ(raised.mCode, 333057u);
-    EXPECT_FALSE(raised.mContext || raised.mMessage || raised.mHasMoreTexts);
+    EXPECT_EQ(Catch([] { Extension()->CreateDatabase(nullptr); }), "xDBError 333057");
     EXPECT_EQ(standin::get_EngineLockCount(), locks) << "the refusal comes before the guard";
 
     const smart_ptr<I_DuckDBDatabase> database = MakeDatabase("new.duckdb");
@@ -74,7 +71,7 @@ TEST_F(RootObject, TellsADuckDBFileByItsMagic) {
     ::close(events);
     EXPECT_FALSE(Extension()->get_IsDuckDBFile(At("missing")));
     EXPECT_FALSE(Extension()->get_IsDuckDBFile(At("."))) << "a folder";
-    EXPECT_EQ(Catch([] { Extension()->get_IsDuckDBFile(nullptr); }).mClass, "xException");
+    EXPECT_TRUE(Catch([] { Extension()->get_IsDuckDBFile(nullptr); }).starts_with("xException "));
     standin::FailCall(standin::Fault::FileOpen, 1);
     EXPECT_FALSE(Extension()->get_IsDuckDBFile(At("magic alone"))) << "a file that can't be opened";
 

@@ -10,15 +10,14 @@
 namespace orkit::orsql::test {
 namespace {
 
-namespace support = orlimbara::duckdb_support;
 using Access = ChunkReader::Access;
 
 /// A value as kind and content, exact to the bit; or what reading it threw.
 std::string Describe(const std::function<smart_ptr<I_Value>()>& inRead) {
     smart_ptr<I_Value> value;
-    const Raised raised = Catch([&] { value = inRead(); });
-    if (!raised.mClass.empty()) {
-        return "throws " + raised.mMessage.value_or("");
+    const std::string thrown = Catch([&] { value = inRead(); });
+    if (!thrown.empty()) {
+        return "throws " + thrown;
     }
     const std::uint32_t type = value->get_Type();
     std::string text = std::to_string(type) + (value->get_IsNull() ? " null " : " ");
@@ -246,7 +245,7 @@ TEST_F(ChunkReaderTest, ATimeOutOfRangeIsRefusedInEveryShape) {
             const std::vector<std::string>& expected = cells.Expect();
             ASSERT_EQ(expected.size(), 10u);
             EXPECT_NE(expected[4].find("12:00:00"), std::string::npos);
-            EXPECT_EQ(expected[5] == "throws A time of day lies outside the range of its type",
+            EXPECT_EQ(expected[5].ends_with("|A time of day lies outside the range of its type"),
                       !time.mIsInRange)
                 << expected[5];
             cells.Compare();

@@ -7,9 +7,6 @@
 namespace orkit::orsql::test {
 namespace {
 
-namespace support = orlimbara::duckdb_support;
-using Cursor = I_DuckDBCursor;
-
 constexpr const char* kInvalid = "DuckDBCursor is invalid";
 constexpr const char* kNoData = "Data is not available. Use NextRecord() to fetch data.";
 
@@ -37,18 +34,12 @@ protected:
         ObjectTest::SetUp();
         mDatabase = CreateDatabase("cursors.duckdb");
     }
-    void TearDown() override {
-        mDatabase.reset();
-        ObjectTest::TearDown();
-    }
-    smart_ptr<Cursor> Client(std::string_view inSql) const {
+    Cursor Client(std::string_view inSql) const {
         return OpenCursor(mDatabase, inSql, kCursorLocationClient);
     }
-    smart_ptr<Cursor> Server(std::string_view inSql) const {
+    Cursor Server(std::string_view inSql) const {
         return OpenCursor(mDatabase, inSql, kCursorLocationServer);
     }
-
-    smart_ptr<I_DuckDBDatabase> mDatabase;
 };
 
 TEST_F(Cursors, ListTheirColumnsInOrder) {
@@ -77,7 +68,7 @@ TEST_F(Cursors, ListTheirColumnsInOrder) {
 }
 
 TEST_F(Cursors, ClientMovesAnswerAndStayAtTheEnds) {
-    const smart_ptr<Cursor> cursor = Client("SELECT * FROM range(3)");
+    const Cursor cursor = Client("SELECT * FROM range(3)");
     EXPECT_EQ(cursor->get_RecordCount(), 3u);
     const auto go = [&](const std::string& inWhere) {
         return inWhere == "next"    ? cursor->NextRecord()
@@ -99,15 +90,15 @@ TEST_F(Cursors, ClientMovesAnswerAndStayAtTheEnds) {
             EXPECT_EQ(cursor->get_Value(0)->get_LLong() + 1, std::stoll(position)) << step;
         }
     }
-    const smart_ptr<Cursor> empty = Client("SELECT 1 WHERE false");
+    const Cursor empty = Client("SELECT 1 WHERE false");
     EXPECT_FALSE(empty->FirstRecord() || empty->LastRecord() || empty->NextRecord() || empty->PrevRecord());
     EXPECT_EQ(empty->get_RecordCount() + empty->get_CurrentRecord(), 0u);
 }
 
 TEST_F(Cursors, RefuseAColumnOrPositionThatIsNotThere) {
     for (const char* const sql : {"SELECT 1", "SELECT 1 WHERE false"}) {
-        const smart_ptr<Cursor> client = Client(sql);
-        const smart_ptr<Cursor> server = Server(sql);
+        const Cursor client = Client(sql);
+        const Cursor server = Server(sql);
         for (const auto& cursor : {client, server}) {
             ExpectDuckDBError([&] { cursor->get_Value(1); }, "cursors", "inColumnIndex is out of bounds");
         }
@@ -121,7 +112,7 @@ TEST_F(Cursors, RefuseAColumnOrPositionThatIsNotThere) {
 }
 
 TEST_F(Cursors, ClientKeepsItsValuesAndServerMakesNewOnes) {
-    const smart_ptr<Cursor> client = Client("SELECT range, NULL FROM range(25)");
+    const Cursor client = Client("SELECT range, NULL FROM range(25)");
     const smart_ptr<RowArray> rows = Extension()->get_ClientCursorRows(client);
     ASSERT_TRUE(rows);
     ASSERT_EQ(rows->get_Count(), 25u);
@@ -131,10 +122,10 @@ TEST_F(Cursors, ClientKeepsItsValuesAndServerMakesNewOnes) {
     client->LastRecord();
     client->get_Value(0)->put_LLong(99);
     EXPECT_EQ((*(*rows)[24])[0]->get_LLong(), 99);
-    const smart_ptr<Cursor> server = Server("SELECT 1");
+    const Cursor server = Server("SELECT 1");
     server->NextRecord();
     EXPECT_FALSE(server->get_Value(0) == server->get_Value(0));
-    for (const auto& other : {server, smart_ptr<Cursor>()}) {
+    for (const auto& other : {server, Cursor()}) {
         EXPECT_FALSE(Extension()->get_IsClientCursor(other));
         EXPECT_FALSE(Extension()->get_ClientCursorRows(other));
     }
@@ -143,24 +134,24 @@ TEST_F(Cursors, ClientKeepsItsValuesAndServerMakesNewOnes) {
 TEST_F(Cursors, RefuseWhatTheyCannotDoAndEverythingOnceCutOff) {
     const struct {
         const char* mName;
-        void (*mCall)(Cursor&);
+        void (*mCall)(I_DuckDBCursor&);
         bool mIsForServer = false;
     } kCalls[] = {
-        {"get_RecordCount", [](Cursor& c) { c.get_RecordCount(); }},
-        {"get_CurrentRecord", [](Cursor& c) { c.get_CurrentRecord(); }},
-        {"put_CurrentRecord", [](Cursor& c) { c.put_CurrentRecord(1); }},
-        {"FirstRecord", [](Cursor& c) { c.FirstRecord(); }},
-        {"LastRecord", [](Cursor& c) { c.LastRecord(); }},
-        {"PrevRecord", [](Cursor& c) { c.PrevRecord(); }},
-        {"NextRecord", [](Cursor& c) { c.NextRecord(); }, true},
-        {"get_Value", [](Cursor& c) { c.get_Value(0); }, true},
+        {"get_RecordCount", [](auto& c) { c.get_RecordCount(); }},
+        {"get_CurrentRecord", [](auto& c) { c.get_CurrentRecord(); }},
+        {"put_CurrentRecord", [](auto& c) { c.put_CurrentRecord(1); }},
+        {"FirstRecord", [](auto& c) { c.FirstRecord(); }},
+        {"LastRecord", [](auto& c) { c.LastRecord(); }},
+        {"PrevRecord", [](auto& c) { c.PrevRecord(); }},
+        {"NextRecord", [](auto& c) { c.NextRecord(); }, true},
+        {"get_Value", [](auto& c) { c.get_Value(0); }, true},
     };
-    const std::function<void(Cursor&)> kCuts[] = {[](Cursor& c) { c.Dispose(), c.Dispose(); },
-                                                  [](Cursor& c) { c.Invalidate(); },
-                                                  [this](Cursor&) { mDatabase->Close(); }};
+    const std::function<void(I_DuckDBCursor&)> kCuts[] = {[](auto& c) { c.Dispose(), c.Dispose(); },
+                                                          [](auto& c) { c.Invalidate(); },
+                                                          [this](I_DuckDBCursor&) { mDatabase->Close(); }};
     for (const auto& cut : kCuts) {
-        const smart_ptr<Cursor> client = Client("SELECT 1");
-        const smart_ptr<Cursor> server = Server("SELECT 1");
+        const Cursor client = Client("SELECT 1");
+        const Cursor server = Server("SELECT 1");
         const smart_ptr<I_DuckDBQueryResult> result =
             mDatabase->SqlQuery("SELECT 1; SELECT 2", kCursorLocationServer, nullptr);
         EXPECT_TRUE(server->NextRecord() && client->NextRecord());
@@ -171,12 +162,12 @@ TEST_F(Cursors, RefuseWhatTheyCannotDoAndEverythingOnceCutOff) {
             }
         }
         EXPECT_EQ(server->get_Database(), mDatabase);
-        const smart_ptr<I_DuckDBCursor> first = result->get_Cursor(); // null once the database is closed
+        const Cursor first = result->get_Cursor(); // null once the database is closed
         cut(*client);
         cut(*server);
         cut(*first);
         result->Invalidate();
-        EXPECT_EQ(support::LiveHandleCount(support::HandleKind::Result), 0) << "none outlives its connection";
+        EXPECT_EQ(LiveHandleCount(HandleKind::Result), 0) << "none outlives its connection";
         for (const auto& cursor : {client, server}) {
             for (const auto& call : kCalls) {
                 ExpectDuckDBError([&] { call.mCall(*cursor); }, "unknown", kInvalid);
@@ -193,7 +184,7 @@ TEST_F(Cursors, RefuseWhatTheyCannotDoAndEverythingOnceCutOff) {
 TEST_F(Cursors, RowsThatCantBeFetchedAreNotTheEnd) {
     const char* const sql = "SELECT range FROM range(10000)";
     for (const int chunksBefore : {0, 2}) {
-        const smart_ptr<I_DuckDBCursor> cursor = Server(sql);
+        const Cursor cursor = Server(sql);
         gFetchesUntilFailure = chunksBefore;
         ExpectDuckDBError([&] { ReadAll(cursor); }, "cursors", "Unable to fetch all rows of the result.");
         gFetchesUntilFailure = chunksBefore;
@@ -203,15 +194,15 @@ TEST_F(Cursors, RowsThatCantBeFetchedAreNotTheEnd) {
 }
 
 TEST_F(Cursors, ClientLeavesNoRowsInDuckDB) {
-    const smart_ptr<I_DuckDBCursor> cursor = Client("SELECT range FROM range(3000)");
-    EXPECT_EQ(support::LiveHandleCount(support::HandleKind::Result), 0);
+    const Cursor cursor = Client("SELECT range FROM range(3000)");
+    EXPECT_EQ(LiveHandleCount(HandleKind::Result), 0);
     EXPECT_EQ(cursor->get_RecordCount(), 3000u);
     mDatabase->Close();
 }
 
 TEST_F(Cursors, ServerHoldsOneChunkUntilItGoes) {
-    const auto chunks = [] { return support::LiveHandleCount(support::HandleKind::DataChunk); };
-    smart_ptr<Cursor> cursor = Server("SELECT range::VARIANT, [range], range::VARCHAR FROM range(5000)");
+    const auto chunks = [] { return LiveHandleCount(HandleKind::DataChunk); };
+    Cursor cursor = Server("SELECT range::VARIANT, [range], range::VARCHAR FROM range(5000)");
     EXPECT_EQ(chunks(), 0);
     std::int64_t rows = 0;
     for (; cursor->NextRecord(); ++rows) {
@@ -232,7 +223,7 @@ TEST_F(Cursors, WhatDuckDBRaisesForACellBecomesTheHosts) {
     // Infinity has no calendar parts: DuckDB throws while the value is made.
     const char* const sql = "SELECT 'infinity'::TIMESTAMP_MS::VARIANT";
     ExpectDuckDBErrorWith([&] { Client(sql); }, "cursors", "timestamp");
-    const smart_ptr<Cursor> server = Server(sql);
+    const Cursor server = Server(sql);
     ASSERT_TRUE(server->NextRecord());
     ExpectDuckDBErrorWith([&] { server->get_Value(0); }, "cursors", "timestamp");
     // A later statement of a chain fails when its turn comes.

@@ -30,7 +30,6 @@ int FailEachAllocation(Call&& inCall) {
 }
 
 TEST_F(Memory, ThatRunsOutNeverChangesACell) {
-    ForeignCode(); // its own allocations come before any is counted
     const smart_ptr<I_DuckDBDatabase> database = CreateDatabase();
     for (const char* const column :
          {"i", "'a text that is longer than a cell ' || i", "'\\x01\\x02'::BLOB", "i::DECIMAL(18,3)",

@@ -5,9 +5,9 @@
 namespace orkit::orsql::test {
 namespace {
 
-class QueryResult : public ObjectTest {};
+class QueryResults : public ObjectTest {};
 
-TEST_F(QueryResult, TakesDuckDBsErrorApart) {
+TEST_F(QueryResults, TakesDuckDBsErrorApart) {
     const struct {
         const char* mSql;
         bool mAsJson;
@@ -39,7 +39,7 @@ TEST_F(QueryResult, TakesDuckDBsErrorApart) {
     }
 }
 
-TEST_F(QueryResult, KeepsWhatItToldAfterItWasCutOff) {
+TEST_F(QueryResults, KeepsWhatItToldAfterItWasCutOff) {
     const smart_ptr<I_DuckDBDatabase> database = CreateDatabase();
     Execute(database, "CREATE TABLE t (i INTEGER)");
     const smart_ptr<I_DuckDBQueryResult> result =

@@ -6,9 +6,6 @@
 namespace orkit::orsql::test {
 namespace {
 
-using orlimbara::duckdb_support::HandleKind;
-using orlimbara::duckdb_support::LiveHandleCount;
-
 class StatementLifecycle : public StatementTest {};
 
 /// The state of the one statement that is alive, as its handles show it: "text", "walk" (through the script),
@@ -101,12 +98,10 @@ TEST_F(StatementLifecycle, EveryOperationLeadsFromStateToState) {
             const std::uint64_t locks = standin::get_EngineLockCount();
             const std::uint64_t inits = standin::get_Init3Count();
             std::string outcome;
-            const Raised raised = Catch([&] { outcome = operation.mCall(*statement); });
-            const std::string error =
-                raised.mClass + raised.mContext.value_or("") + raised.mMessage.value_or("");
-            outcomes += error.empty()                                             ? outcome
-                        : error == "xDuckDBErrorunknownDuckDBDatabase is invalid" ? "!"
-                                                                                  : "?";
+            const std::string error = Catch([&] { outcome = operation.mCall(*statement); });
+            outcomes += error.empty()                                           ? outcome
+                        : error.ends_with("|unknown|DuckDBDatabase is invalid") ? "!"
+                                                                                : "?";
             const std::string counts = " " + std::to_string(standin::get_EngineLockCount() - locks) + "/" +
                                        std::to_string(standin::get_Init3Count() - inits);
             EXPECT_EQ(standin::get_EngineLockCount(), standin::get_EngineUnlockCount());

@@ -2,9 +2,7 @@
 /// Tables of tests, written as texts.
 #pragma once
 
-#include <algorithm>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace tests_support {
@@ -14,24 +12,23 @@ using Rows = std::vector<std::vector<std::string>>;
 
 /// Rows end with ';' or a line, '|' stands between cells, and blanks around a cell don't count. Rows without
 /// any text are left out.
-inline Rows Table(std::string_view inText) {
-    constexpr const char* kBlanks = " \n";
-    Rows rows;
-    while (inText.find_first_not_of(kBlanks) != inText.npos) {
-        std::string_view row = inText.substr(0, inText.find_first_of(";\n"));
-        inText.remove_prefix(std::min(row.size() + 1, inText.size()));
-        if (row.find_first_not_of(kBlanks) == row.npos) {
-            continue;
-        }
-        std::vector<std::string>& cells = rows.emplace_back();
-        for (bool isLast = false; !isLast;) {
-            std::string_view cell = row.substr(0, row.find('|'));
-            isLast = cell.size() == row.size();
-            row.remove_prefix(isLast ? row.size() : cell.size() + 1);
-            cell.remove_prefix(std::min(cell.find_first_not_of(kBlanks), cell.size()));
-            cells.emplace_back(cell.substr(0, cell.find_last_not_of(kBlanks) + 1));
+inline Rows Table(const std::string& inText) {
+    Rows rows(1);
+    std::size_t begin = 0;
+    for (std::size_t end = 0; end != inText.npos; begin = end + 1) {
+        end = inText.find_first_of("|;\n", begin);
+        std::string cell = inText.substr(begin, end - begin);
+        cell.erase(cell.find_last_not_of(' ') + 1);
+        cell.erase(0, cell.find_first_not_of(' '));
+        rows.back().push_back(cell);
+        if (end == inText.npos || inText[end] != '|') {
+            if (rows.back() == std::vector<std::string>{""}) {
+                rows.back().clear();
+            } else
+                rows.emplace_back();
         }
     }
+    rows.pop_back();
     return rows;
 }
 

@@ -1,0 +1,347 @@
+// A database's properties, and how it is opened, closed and dropped.
+
+#include <algorithm>
+#include <fstream>
+#include <random>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "database/registry.h"
+#include "tests_support/object_fixture.h"
+
+namespace orkit::orsql::test {
+namespace {
+
+class Databases : public ObjectTest {
+protected:
+    static std::string Setting(const Database& inDatabase, const std::string& inName) {
+        return SelectOne(inDatabase, "SELECT current_setting('" + inName + "')");
+    }
+    /// Checks that an Open throws the host's exception with DuckDB's text alone.
+    static void ExpectOpenError(const Database& inDatabase, const char* inPart) {
+        const std::string thrown = Catch([&] { inDatabase->Open(); });
+        EXPECT_TRUE(thrown.starts_with("xException 626688|")) << thrown;
+        EXPECT_NE(thrown.find(inPart), std::string::npos) << thrown;
+        EXPECT_EQ(std::count(thrown.begin(), thrown.end(), '|'), 1) << thrown;
+        EXPECT_FALSE(inDatabase->get_IsOpen() || inDatabase->get_IsReadOnly());
+        EXPECT_EQ(inDatabase->get_ConnectionCount(), 0u);
+    }
+    bool FileIsThere(const char* inName) const { return fs::exists(Folder() / inName); }
+};
+
+TEST_F(Databases, AndTheirObjectsAnswerForTheirInterfaces) {
+    mDatabase = CreateDatabase();
+    const Statement statement = mDatabase->CreateStatement("SELECT 1");
+    const Cursor cursor = OpenCursor(mDatabase, "SELECT 1");
+    const QueryResult result = mDatabase->SqlQuery("SELECT 1", kCursorLocationServer, nullptr);
+    for (const auto& [object, id] : {std::pair<I_Unknown*, std::uint32_t>{mDatabase.get(), 406},
+                                     {statement.get(), 407},
+                                     {cursor.get(), 408},
+                                     {result.get(), 409}}) {
+        for (std::uint32_t asked = 0; asked < 1000; ++asked) {
+            EXPECT_EQ(object->QueryInterface(asked) != nullptr,
+                      asked == id || asked == interface_id::kForeignPlugin)
+                << asked << " of " << id;
+        }
+        auto* const plugin = QueryAspect<I_ForeignPlugin>(object);
+        int xtra = 0;
+        plugin->put_Xtra(&xtra);
+        EXPECT_EQ(plugin->get_Xtra(), &xtra);
+    }
+}
+
+TEST_F(Databases, ExistOnlyAsFilesThatTheRootObjectCanTell) {
+    mDatabase = MakeDatabase("a.duckdb");
+    EXPECT_EQ(Text(mDatabase->get_Path()), (Folder() / "a.duckdb").string());
+    EXPECT_FALSE(mDatabase->get_Exists());
+    mDatabase->Create();
+    EXPECT_TRUE(mDatabase->get_Exists());
+    const auto extension = Extension();
+    SetDuckDBExtension(nullptr);
+    EXPECT_FALSE(mDatabase->get_Exists());
+    mDatabase->Open();
+    mDatabase->Drop();
+    SetDuckDBExtension(extension);
+    EXPECT_TRUE(FileIsThere("a.duckdb")) << "nothing is deleted then";
+    mDatabase->put_MotherDuckAccess("token", "");
+    EXPECT_FALSE(mDatabase->get_Exists()) << "a remote database";
+    EXPECT_FALSE(CreateDatabase()->get_Exists());
+}
+
+TEST_F(Databases, TakeTheGuardAndReadyTheThreadWhereTheySay) {
+    mDatabase = MakeDatabase("x.duckdb");
+    std::vector<smart_ptr<I_Unknown>> kept;
+    Cursor client;
+    Cursor server;
+    // One that took the lock more often would give it back between two steps. Refusals wait for nobody.
+    const struct {
+        const char* mName;
+        std::function<void()> mCall;
+        std::uint64_t mLocks;
+        std::uint64_t mInits = 0;
+        const char* mMessage = ""; ///< part of the failure's
+    } kCases[] = {
+        {"Close of a closed one", [&] { mDatabase->Close(); }, 0},
+        {"SyncEngineLock", [&] { mDatabase->SyncEngineLock(); }, 1},
+        {"Create", [&] { mDatabase->Create(); }, 2}, // one for the Drop
+        {"state", [&] { mDatabase->get_IsOpen(), mDatabase->get_IsReadOnly(), mDatabase->get_RefsCount(); },
+         0},
+        {"get_ConnectionCount", [&] { mDatabase->get_ConnectionCount(); }, 1},
+        {"CreateStatement", [&] { kept.push_back(mDatabase->CreateStatement("SELECT 1")); }, 1, 1},
+        {"SqlQuery", [&] { kept.push_back(mDatabase->SqlQuery("SELECT 1", 2, nullptr)); }, 1, 1},
+        {"SqlSelect", [&] { client = OpenCursor(mDatabase, "SELECT 1", kCursorLocationClient); }, 1, 1},
+        {"SqlSelect", [&] { server = OpenCursor(mDatabase, "SELECT 1"); }, 1, 1},
+        {"move", [&] { server->FirstRecord(); }, 0, 0, "not supported"},
+        {"server's cell", [&] { server->get_Value(0); }, 0, 0, "Data is not available"},
+        {"client's cell", [&] { client->get_Value(0); }, 0, 0, "No current record."},
+        {"no column", [&] { client->get_Value(1); }, 0, 0, "out of bounds"},
+        {"SqlExecute", [&] { Execute(mDatabase, "CREATE TABLE t (i INTEGER)"); }, 4,
+         2}, // with the result's end
+        {"NextRecord", [&] { server->NextRecord(), client->NextRecord(); }, 1},
+        {"cells", [&] { server->get_Value(0), client->get_Value(0), client->get_RecordCount(); }, 0},
+        {"Backup", [&] { Backup(mDatabase); }, 1},
+        {"Close", [&] { mDatabase->Close(); }, 1},
+        {"Restore", [&] { kept.push_back(Restore("y.duckdb", standin::get_LastBackupLocation())); }, 1, 2},
+    };
+    for (const auto& test : kCases) {
+        const std::uint64_t locks = standin::get_EngineLockCount();
+        const std::uint64_t inits = standin::get_Init3Count();
+        const std::string thrown = Catch(test.mCall);
+        EXPECT_EQ(thrown.empty(), *test.mMessage == '\0') << test.mName << thrown;
+        EXPECT_NE(thrown.find(test.mMessage), std::string::npos) << test.mName << thrown;
+        EXPECT_EQ(standin::get_EngineLockCount() - locks, test.mLocks) << test.mName;
+        EXPECT_EQ(standin::get_Init3Count() - inits, test.mInits) << test.mName;
+        EXPECT_EQ(standin::get_EngineLockCount(), standin::get_EngineUnlockCount()) << test.mName;
+    }
+}
+
+TEST_F(Databases, AreMadeOrJoinedOrReplacedByCreate) {
+    mDatabase = CreateDatabase("a.duckdb");
+    EXPECT_TRUE(mDatabase->get_IsOpen() && !mDatabase->get_IsReadOnly());
+    EXPECT_EQ(Setting(mDatabase, "errors_as_json"), "true");
+    Execute(mDatabase, "CREATE TABLE t AS SELECT 7 AS i");
+    mDatabase->Close();
+    EXPECT_FALSE(mDatabase->get_IsOpen());
+    mDatabase->Open();
+
+    // Others have the file open: their contents stay, whatever way leads to it. An instance has one path.
+    fs::create_directory(Folder() / "sub");
+    fs::create_directory_symlink(Folder(), Folder() / "link");
+    for (const char* const spelling : {"sub/../a.duckdb", "link/a.duckdb", "./a.duckdb"}) {
+        const Database second = CreateDatabase(spelling);
+        EXPECT_EQ(mDatabase->get_ConnectionCount(), 2u) << spelling;
+        EXPECT_EQ(SelectOne(second, "SELECT i FROM t"), "7");
+    }
+    const Database memory = CreateDatabase();
+    EXPECT_EQ(OpenDatabase(":memory:")->get_ConnectionCount(), 2u);
+
+    mDatabase->Create(); // nobody else
+    EXPECT_EQ(mDatabase->get_ConnectionCount(), 1u);
+    EXPECT_EQ(SelectOne(mDatabase, "SELECT count(*) FROM duckdb_tables()"), "0");
+}
+
+TEST_F(Databases, TakeTheirShapeFromTheStorageOptions) {
+    // Version, block size, shape of the new file, and part of the failure where these can't be had.
+    for (const auto& row : Table("|0|262144, v1.0.0+|; |16384|16384, v1.0.0+|; v1.4.0|0|262144, v1.4.0+|;"
+                                 "v1.4.0|16384|16384, v1.4.0+|; v99|0|262144, v1.0.0+|v99;"
+                                 "x' y|0|262144, v1.0.0+|syntax error; |17|262144, v1.0.0+|17")) {
+        // A path with a quote has to be quoted in the SQL that makes the file.
+        const Database database = MakeDatabase("it's new");
+        database->put_StorageVersion(Wide(row[0]));
+        database->put_BlockSize(static_cast<std::uint32_t>(std::stoul(row[1])));
+        if (!row[3].empty()) {
+            ExpectDuckDBErrorWith([&] { database->Create(); }, "it's new", row[3]);
+            EXPECT_FALSE(database->get_IsOpen());
+            EXPECT_EQ(database->get_ConnectionCount(), 0u);
+            database->put_StorageVersion("");
+            database->put_BlockSize(0);
+        }
+        database->Create(); // also after a failure
+        EXPECT_EQ(SelectOne(database, "SELECT block_size || ', ' || tags['storage_version'] "
+                                      "FROM pragma_database_size(), duckdb_databases() WHERE NOT internal"),
+                  row[2]);
+    }
+    ExpectDuckDBErrorWith([&] { CreateDatabase("no such folder/x.duckdb"); }, "x", "no such folder");
+}
+
+TEST_F(Databases, HaveSettingsForOneOpening) {
+    mDatabase = MakeDatabase("a.duckdb");
+    DuckDBSettings settings;
+    settings.mThreads = 3;
+    settings.mMaxMemory = 512;
+    settings.mEnableExternalAccess = false;
+    const std::pair<std::string, String DuckDBSettings::*> kFolders[] = {
+        {"temp", &DuckDBSettings::mTempDirectory},
+        {"home", &DuckDBSettings::mHomeDirectory},
+        {"secret", &DuckDBSettings::mSecretDirectory},
+        {"extension", &DuckDBSettings::mExtensionDirectory}};
+    for (const auto& [name, member] : kFolders) {
+        settings.*member = Wide((Folder() / (name + " ö")).string());
+    }
+    mDatabase->put_Settings(settings);
+    mDatabase->Create();
+    EXPECT_EQ(Setting(mDatabase, "threads") + ", " + Setting(mDatabase, "max_memory"), "3, 488.2 MiB");
+    for (const auto& [name, member] : kFolders) {
+        EXPECT_EQ(Setting(mDatabase, name + "_directory"), (Folder() / (name + " ö")).string());
+    }
+    EXPECT_EQ(Setting(mDatabase, "enable_external_access"), "false");
+    mDatabase->Close();
+    mDatabase->Open();
+    EXPECT_EQ(Setting(mDatabase, "enable_external_access"), "true") << "a Close makes the settings forgotten";
+    mDatabase->put_Settings(settings);
+    EXPECT_EQ(Setting(mDatabase, "enable_external_access"), "true") << "an open database isn't changed";
+    mDatabase->Open();
+    EXPECT_EQ(Setting(mDatabase, "enable_external_access"), "true")
+        << "Open closes first, which forgets them";
+}
+
+TEST_F(Databases, ThatCantBeOpenedTellDuckDBsTextAndHarmNothing) {
+    const Database missing = MakeDatabase("missing.duckdb");
+    ExpectDuckDBError([&] { missing->Open(); }, "missing", "File does not exist");
+    missing->put_MotherDuckAccess("token", "agent/1.0");
+    ExpectOpenError(missing, "motherduck_token"); // a remote database needs no file
+    EXPECT_FALSE(FileIsThere("missing.duckdb"));
+    missing->Create(); // ignores the token
+    EXPECT_TRUE(missing->get_IsOpen());
+
+    std::ofstream(Folder() / "text.duckdb") << std::string(5000, 'x');
+    ExpectOpenError(MakeDatabase("text.duckdb"), "not a valid DuckDB database file");
+    EXPECT_EQ(fs::file_size(Folder() / "text.duckdb"), 5000u);
+
+    const Database memory = MakeDatabase(":memory:");
+    DuckDBSettings settings;
+    settings.mAccessMode = 0;
+    memory->put_Settings(settings);
+    ExpectOpenError(memory, "read-only"); // and no second try for writing, which would succeed
+}
+
+TEST_F(Databases, OpenedReadOnlyHaveHandlesOfTheirOwn) {
+    CreateDatabase("a.duckdb")->Close();
+    const Database first = OpenDatabase("a.duckdb", true);
+    const Database second = OpenDatabase("a.duckdb", true);
+    EXPECT_TRUE(first->get_IsReadOnly() && second->get_IsReadOnly());
+    EXPECT_EQ(first->get_ConnectionCount(), 2u);
+    ExpectDuckDBErrorWith([&] { Execute(first, "CREATE TABLE t (i INTEGER)"); }, "a", "read-only");
+    Execute(first, "SET GLOBAL threads = 7");
+    EXPECT_NE(Setting(second, "threads"), "7") << "an instance of its own";
+    first->Close();
+    EXPECT_EQ(second->get_ConnectionCount(), 1u);
+
+    // A writer beside a reader mixes the count: what is seen here is told in docs/ARCHITECTURE.md.
+    const Database writer = OpenDatabase("a.duckdb");
+    EXPECT_FALSE(writer->get_IsReadOnly());
+    EXPECT_EQ(writer->get_ConnectionCount(), 2u);
+    EXPECT_FALSE(OpenDatabase("a.duckdb", true)->get_IsReadOnly()) << "joins the writer, settings or not";
+    second->Close();
+    EXPECT_EQ(writer->get_ConnectionCount(), 1u);
+    EXPECT_EQ(SelectOne(writer, "SELECT 1"), "1");
+}
+
+TEST_F(Databases, ThatAnotherHoldsAreReadOrRefused) {
+    mDatabase = CreateDatabase("a.duckdb");
+    Execute(mDatabase, "CREATE TABLE t AS SELECT 7 AS i");
+    mDatabase->Close();
+    // A lock of an open file stands in the way of DuckDB's as the lock of another process does.
+    const int holder = ::open((Folder() / "a.duckdb").c_str(), O_RDWR);
+    struct flock lock = {};
+    lock.l_type = F_RDLCK;
+    ASSERT_EQ(::fcntl(holder, F_OFD_SETLK, &lock), 0);
+    mDatabase->Open();
+    EXPECT_TRUE(mDatabase->get_IsReadOnly());
+    EXPECT_EQ(SelectOne(mDatabase, "SELECT i FROM t"), "7");
+    const Database other = OpenDatabase("a.duckdb");
+    EXPECT_TRUE(other->get_IsReadOnly()) << "no shared handle was left in the table";
+    EXPECT_EQ(other->get_ConnectionCount(), 2u);
+    other->Close();
+    mDatabase->Close();
+    EXPECT_FALSE(mDatabase->get_IsReadOnly());
+
+    lock.l_type = F_WRLCK;
+    ASSERT_EQ(::fcntl(holder, F_OFD_SETLK, &lock), 0);
+    ExpectOpenError(mDatabase, "lock");
+    // A file that another process holds can't be deleted, and so isn't replaced by Create.
+    ExpectDuckDBErrorWith([&] { mDatabase->Create(); }, "a", "lock");
+    ::close(holder);
+    mDatabase->Open();
+    EXPECT_FALSE(mDatabase->get_IsReadOnly());
+    EXPECT_EQ(Execute(mDatabase, "INSERT INTO t VALUES (8)"), 1);
+}
+
+TEST_F(Databases, CutOffWhateverHangsOnTheConnectionWhenTheyClose) {
+    mDatabase = CreateDatabase();
+    std::vector<QueryResult> results;
+    for (int i = 0; i < 25; ++i) {
+        results.push_back(mDatabase->SqlQuery("SELECT 1 AS a; SELECT 2", kCursorLocationServer, nullptr));
+    }
+    const std::vector<QueryResult> kept = {results[0], results[12], results[24]};
+    const Cursor client = OpenCursor(mDatabase, "SELECT 1 AS a", kCursorLocationClient);
+    const Cursor cursors[] = {OpenCursor(mDatabase, "SELECT 1 AS a"), client, kept[0]->get_Cursor()};
+    EXPECT_TRUE(cursors[0]->NextRecord() && client->NextRecord());
+    const Value value = client->get_Value(0);
+    mDatabase->RemoveCursor(nullptr); // not there: no error
+    // When Close makes the last result's cursor go, its owner lets other results go.
+    auto* const plugin = QueryAspect<I_ForeignPlugin>(kept.back()->get_Cursor().get());
+    plugin->put_BackRef(&results);
+    plugin->put_Finalize([](void* inResults) { static_cast<decltype(results)*>(inResults)->clear(); });
+    mDatabase->Close();
+    EXPECT_TRUE(results.empty());
+    for (const QueryResult& result : kept) {
+        EXPECT_FALSE(result->get_Cursor() || result->get_NextResult()) << "every live result was cut off";
+        EXPECT_EQ(result->get_ResultFlags(), I_DuckDBQueryResult::kResultHasCursor);
+    }
+    for (const Cursor& cursor : cursors) {
+        ExpectDuckDBError([&] { cursor->get_Value(0); }, "unknown", "DuckDBCursor is invalid");
+        EXPECT_FALSE(cursor->get_Database());
+        EXPECT_EQ(Text(cursor->get_ColumnName(0)), "a") << "columns still answer";
+    }
+    EXPECT_EQ(Text(value), "1") << "a value that the host holds lives on";
+}
+
+TEST(RegistryOrder, RepeatedAndForeignPointersLeaveInTheirOrder) {
+    int objects[4] = {};
+    Registry<int> registry;
+    std::vector<int*> expected;
+    std::mt19937 random(1);
+    for (int step = 0; step < 20'000; ++step) {
+        int* const object = random() % 5 == 0 ? nullptr : &objects[random() % 4];
+        const auto first = std::find(expected.begin(), expected.end(), object);
+        const auto kind = random() % 16;
+        ASSERT_EQ(registry.isEmpty(), expected.empty());
+        if (kind < 8) {
+            registry.Enter(object);
+            expected.push_back(object);
+        } else if (kind < 13) {
+            ASSERT_EQ(registry.Leave(object), first != expected.end());
+            expected.erase(first, first == expected.end() ? first : first + 1);
+        } else if (!expected.empty()) {
+            ASSERT_EQ(registry.TakeLast(), expected.back());
+            expected.pop_back();
+        }
+    }
+}
+
+TEST_F(Databases, DeleteTheirFileWhenNobodyHoldsIt) {
+    mDatabase = CreateDatabase("a.duckdb");
+    const Database second = CreateDatabase("a.duckdb");
+    CreateDatabase("b.duckdb")->Close();
+    ExpectDuckDBError([&] { mDatabase->Drop(); }, "a", "Can not be dropped. 1 connections are alive.");
+    EXPECT_FALSE(mDatabase->get_IsOpen()) << "it was closed before the test";
+    mDatabase->Close(); // counts once
+    EXPECT_EQ(second->get_ConnectionCount(), 1u);
+    EXPECT_EQ(SelectOne(second, "SELECT 1"), "1") << "the shared handle stays open for the other";
+
+    standin::FailCall(standin::Fault::FileOpen, 1);
+    EXPECT_TRUE(Catch([&] { second->Drop(); }).starts_with("xException "));
+    EXPECT_TRUE(FileIsThere("a.duckdb"));
+    second->Open();
+    second->Drop();
+    EXPECT_FALSE(FileIsThere("a.duckdb"));
+    EXPECT_TRUE(FileIsThere("b.duckdb"));
+    EXPECT_TRUE(Catch([&] { second->Drop(); }).starts_with("xException "))
+        << "the host's own failure: no such file";
+    CreateDatabase(":memory:")->Drop();
+}
+
+} // namespace
+} // namespace orkit::orsql::test
