@@ -7,7 +7,25 @@ if(ORLIMBARA_WINDOWS_DUCKDB)
     add_compile_definitions(DUCKDB_STATIC_BUILD)
 endif()
 
-foreach(folder IN ITEMS host object_support duckdb_support extension database statement result procedures)
+# Headers alone, the same for every system; their folder must not bring the build machine's others along.
+set(headers "${CMAKE_BINARY_DIR}/roots/headers")
+file(MAKE_DIRECTORY "${headers}")
+foreach(header IN ITEMS rapidjson/rapidjson.h unicode/utf16.h fmt/format.h CLI/CLI.hpp utf8proc.h)
+    string(REGEX REPLACE "/.*" "" name "${header}")
+    find_path(${name}_folder "${header}" PATHS /usr/include /usr/local/include NO_CMAKE_FIND_ROOT_PATH REQUIRED)
+    file(CREATE_LINK "${${name}_folder}/${name}" "${headers}/${name}" SYMBOLIC)
+endforeach()
+foreach(library IN ITEMS RapidJSON::RapidJSON CLI11::CLI11 fmt::fmt PkgConfig::libutf8proc)
+    add_library(${library} INTERFACE IMPORTED)
+    target_include_directories(${library} SYSTEM INTERFACE "${headers}")
+endforeach()
+target_compile_definitions(fmt::fmt INTERFACE FMT_HEADER_ONLY)
+target_compile_definitions(PkgConfig::libutf8proc INTERFACE UTF8PROC_STATIC)
+set(ICU_INCLUDE_DIRS "${headers}")
+find_package(Threads REQUIRED)
+
+foreach(folder IN ITEMS
+        host host_standin object_support duckdb_support extension database statement result procedures shell)
     add_subdirectory(${folder})
 endforeach()
 
@@ -23,26 +41,14 @@ file(CONFIGURE OUTPUT "${CMAKE_BINARY_DIR}/headers/plain_c.c" CONTENT "#include 
 add_library(host_headers STATIC ${header_sources} "${CMAKE_BINARY_DIR}/headers/plain_c.c")
 target_link_libraries(host_headers PRIVATE orlimbara_host orlimbara_warnings)
 
+set_target_properties(OrShared_x64 PROPERTIES PREFIX "")
 add_custom_target(windows_sources DEPENDS
-    host_headers orlimbara_extension orlimbara_objects orlimbara_procedures orlimbara_duckdb_support)
+    host_headers OrShared_x64 orlimbara_shell $<TARGET_OBJECTS:orsql>
+    orlimbara_extension orlimbara_objects orlimbara_procedures orlimbara_duckdb_support)
 
 if(NOT ORLIMBARA_WINDOWS_DUCKDB)
     return()
 endif()
-
-# Headers alone, the same for every system; their folder must not bring the build machine's others along.
-foreach(header IN ITEMS rapidjson/rapidjson.h unicode/utf16.h)
-    get_filename_component(name "${header}" DIRECTORY)
-    find_path(${name}_folder "${header}" PATHS /usr/include /usr/local/include NO_CMAKE_FIND_ROOT_PATH REQUIRED)
-    file(MAKE_DIRECTORY "${CMAKE_BINARY_DIR}/roots/headers")
-    file(CREATE_LINK "${${name}_folder}/${name}" "${CMAKE_BINARY_DIR}/roots/headers/${name}" SYMBOLIC)
-endforeach()
-add_library(RapidJSON::RapidJSON INTERFACE IMPORTED)
-target_include_directories(RapidJSON::RapidJSON SYSTEM INTERFACE "${CMAKE_BINARY_DIR}/roots/headers")
-set(ICU_INCLUDE_DIRS "${CMAKE_BINARY_DIR}/roots/headers")
-find_package(Threads REQUIRED)
-add_subdirectory(host_standin)
-set_target_properties(OrShared_x64 PROPERTIES PREFIX "")
 
 file(WRITE "${CMAKE_BINARY_DIR}/exports.def"
     "EXPORTS\n orlimbara_extension_bind_api\n orlimbara_extension_init\n")
@@ -57,6 +63,8 @@ target_link_libraries(orlimbara_duckdb PRIVATE
     -Wl,--whole-archive $<TARGET_FILE:orlimbara_extension> -Wl,--no-whole-archive
     -Wl,--start-group ${archives} ${duckdb} -Wl,--end-group
     OrShared_x64 ws2_32 rstrtmgr crypt32 bcrypt)
+
+target_link_libraries(orsql PRIVATE "${ORLIMBARA_WINDOWS_DUCKDB}/libduckdb_utf8proc.a")
 
 foreach(source IN ITEMS 1_smallest_host.cpp 2_values_and_variant.cpp 3_threads.cpp 4_c_host.c)
     get_filename_component(host "${source}" NAME_WE)

@@ -107,8 +107,8 @@ void RequireCompleteBackup(const smart_ptr<I_Location>& inBackup) {
     bool isComplete = fs::exists(folder / "schema.sql", ignored) && fs::exists(folder / "load.sql", ignored);
     if (isComplete) {
         // DuckDB writes load.sql last, a COPY for each table: one that was cut would lose tables silently.
-        isComplete = CountStatements(ReadFile(folder / "load.sql"), "COPY ") >=
-                     CountStatements(ReadFile(folder / "schema.sql"), "CREATE TABLE ");
+        isComplete = CountStatements(ReadFile((folder / "load.sql").string()), "COPY ") >=
+                     CountStatements(ReadFile((folder / "schema.sql").string()), "CREATE TABLE ");
     }
     if (!isComplete) {
         throw ShellError(fmt::format("the backup in {} is not complete", folder.string()));

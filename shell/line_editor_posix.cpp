@@ -1,3 +1,4 @@
+// Reading lines with libedit.
 #include "shell/line_editor.h"
 
 #include <algorithm>
