@@ -24,23 +24,28 @@ struct AllCounters {
     detail::Counters mOthers{};             // what threads counted that ended
 };
 
-constinit AllCounters gAll;
+/// Lives to the end: threads may outlive static objects. (A mutex of Windows can't be initialised
+/// statically.)
+AllCounters& All() noexcept {
+    static AllCounters& all = *new AllCounters;
+    return all;
+}
 
 /// The counters of a thread, until it ends.
 class ThreadCounters : noncopyable {
 public:
     ThreadCounters() noexcept {
-        const std::lock_guard lock(gAll.mMutex);
-        mNext = std::exchange(gAll.mFirst, this);
+        const std::lock_guard lock(All().mMutex);
+        mNext = std::exchange(All().mFirst, this);
         detail::gThreadCounters = &mCounters;
     }
     ~ThreadCounters() {
-        const std::lock_guard lock(gAll.mMutex);
+        const std::lock_guard lock(All().mMutex);
         detail::gThreadCounters = nullptr;
         for (std::size_t kind = 0; kind < mCounters.size(); ++kind) {
-            gAll.mOthers[kind].fetch_add(mCounters[kind].load());
+            All().mOthers[kind].fetch_add(mCounters[kind].load());
         }
-        ThreadCounters** link = &gAll.mFirst;
+        ThreadCounters** link = &All().mFirst;
         while (*link != this) {
             link = &(*link)->mNext;
         }
@@ -48,9 +53,9 @@ public:
     }
 
     static std::int64_t Sum(std::size_t inKind) noexcept {
-        const std::lock_guard lock(gAll.mMutex);
-        std::int64_t sum = gAll.mOthers[inKind].load();
-        for (const ThreadCounters* thread = gAll.mFirst; thread; thread = thread->mNext) {
+        const std::lock_guard lock(All().mMutex);
+        std::int64_t sum = All().mOthers[inKind].load();
+        for (const ThreadCounters* thread = All().mFirst; thread; thread = thread->mNext) {
             sum += thread->mCounters[inKind].load(std::memory_order_relaxed);
         }
         return sum;
@@ -73,7 +78,7 @@ void detail::CountApart(Counted inKind, std::int64_t inChange) noexcept {
         thread_local ThreadCounters counters;
         Count(inKind, inChange);
     } else { // the thread ends, its counters are gone
-        gAll.mOthers[static_cast<std::size_t>(inKind)].fetch_add(inChange);
+        All().mOthers[static_cast<std::size_t>(inKind)].fetch_add(inChange);
     }
 }
 
