@@ -7,7 +7,6 @@
 
 #include <fmt/format.h>
 
-#include "shell/output.h"
 #include "shell/rows_loop.h"
 #include "shell/text.h"
 
@@ -75,10 +74,9 @@ private:
     bool mIsRead = false;
 };
 
-class BoxRenderer final : public Renderer {
+class BoxRenderer final : public TextRenderer {
 public:
-    BoxRenderer(Output& inOutput, const RenderSettings& inSettings)
-        : mOutput(inOutput), mSettings(inSettings) {}
+    using TextRenderer::TextRenderer;
 
     RowsEnd WriteRows(RowSource& inRows) override {
         ShownRows shown(mSettings.maxRows);
@@ -93,19 +91,7 @@ public:
         return end;
     }
 
-    void WriteText(std::string_view inText) override {
-        mOutput.Write(mSettings.isTerminal ? Harmless(inText) : std::string(inText));
-        mOutput.Write("\n");
-        mOutput.Flush();
-    }
-
-    void WriteChanged(std::int64_t inCount) override { WriteText(ChangedText(inCount)); }
-
 private:
-    std::string_view NullText() const {
-        return mSettings.nullText ? std::string_view(*mSettings.nullText) : kNullText;
-    }
-
     void Draw(const std::vector<Column>& inColumns, ShownRows& ioShown, std::uint64_t inCount) {
         MeasureColumns(inColumns, ioShown);
         if (mColumns.size() < inColumns.size() && inCount == 1 && inColumns.front().type) {
@@ -152,7 +138,7 @@ private:
     }
 
     std::string TextOf(const Cell& inCell, const Column& inColumn) const {
-        return OneLine(CellText(inCell, inColumn, NullText()));
+        return OneLine(CellText(inCell, inColumn, NullText(kNullText)));
     }
 
     /// Chooses the columns to show and their widths.
@@ -257,8 +243,6 @@ private:
         mOutput.Put(' ');
     }
 
-    Output& mOutput;
-    const RenderSettings& mSettings;
     std::vector<std::size_t> mColumns; ///< that are shown, and kLeftOut in place of those that aren't
     std::vector<std::size_t> mWidths;  ///< of each of them
 };

@@ -5,7 +5,6 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
-#include "shell/output.h"
 #include "shell/rows_loop.h"
 #include "shell/text.h"
 

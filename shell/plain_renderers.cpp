@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include "shell/output.h"
 #include "shell/rows_loop.h"
 #include "shell/text.h"
 
@@ -10,32 +9,10 @@ namespace orlimbara::shell {
 
 namespace {
 
-/// What the three share: everything but rows.
-class PlainRenderer : public Renderer {
-public:
-    PlainRenderer(Output& inOutput, const RenderSettings& inSettings)
-        : mOutput(inOutput), mSettings(inSettings) {}
-
-    void WriteText(std::string_view inText) override {
-        mOutput.Write(mSettings.isTerminal ? Harmless(inText) : std::string(inText));
-        mOutput.Write("\n");
-        mOutput.Flush();
-    }
-    void WriteChanged(std::int64_t inCount) override { WriteText(ChangedText(inCount)); }
-
-protected:
-    std::string_view NullText(std::string_view inDefault) const {
-        return mSettings.nullText ? std::string_view(*mSettings.nullText) : inDefault;
-    }
-
-    Output& mOutput;
-    const RenderSettings& mSettings;
-};
-
 /// For other programs, so it writes rows alone and no counts.
-class CsvRenderer final : public PlainRenderer {
+class CsvRenderer final : public TextRenderer {
 public:
-    using PlainRenderer::PlainRenderer;
+    using TextRenderer::TextRenderer;
 
     void WriteChanged(std::int64_t) override {}
 
@@ -104,9 +81,9 @@ private:
 };
 
 /// One line per cell, with an empty line between rows.
-class LineRenderer final : public PlainRenderer {
+class LineRenderer final : public TextRenderer {
 public:
-    using PlainRenderer::PlainRenderer;
+    using TextRenderer::TextRenderer;
 
     RowsEnd WriteRows(RowSource& inRows) override {
         std::size_t width = 0;
@@ -134,9 +111,9 @@ public:
     }
 };
 
-class MarkdownRenderer final : public PlainRenderer {
+class MarkdownRenderer final : public TextRenderer {
 public:
-    using PlainRenderer::PlainRenderer;
+    using TextRenderer::TextRenderer;
 
     RowsEnd WriteRows(RowSource& inRows) override {
         for (const Column& column : inRows.get_Columns()) {

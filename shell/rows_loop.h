@@ -1,10 +1,12 @@
 /// @file
-/// The loop over rows and the texts that all renderers share.
+/// What renderers share: the loop over rows, and everything but rows of the forms that aren't JSON.
 #pragma once
 
 #include "shell/interrupts.h"
+#include "shell/output.h"
 #include "shell/renderer.h"
 #include "shell/row_source.h"
+#include "shell/text.h"
 
 namespace orlimbara::shell {
 
@@ -60,5 +62,27 @@ inline std::string ChangedText(std::int64_t inCount) {
 
 /// The default text of NULL in the forms for people.
 inline constexpr std::string_view kNullText = "NULL";
+
+/// Base of the forms that aren't JSON: everything but rows.
+class TextRenderer : public Renderer {
+public:
+    TextRenderer(Output& inOutput, const RenderSettings& inSettings)
+        : mOutput(inOutput), mSettings(inSettings) {}
+
+    void WriteText(std::string_view inText) override {
+        mOutput.Write(mSettings.isTerminal ? Harmless(inText) : std::string(inText));
+        mOutput.Write("\n");
+        mOutput.Flush();
+    }
+    void WriteChanged(std::int64_t inCount) override { WriteText(ChangedText(inCount)); }
+
+protected:
+    std::string_view NullText(std::string_view inDefault) const {
+        return mSettings.nullText ? std::string_view(*mSettings.nullText) : inDefault;
+    }
+
+    Output& mOutput;
+    const RenderSettings& mSettings;
+};
 
 } // namespace orlimbara::shell
