@@ -101,6 +101,37 @@ TEST_F(Concurrency, LastReleaseOfADatabaseMeetsItsCursors) {
     }
 }
 
+/// A whole life of a statement, as far as the database stays open. @return false once it is closed.
+bool LiveOnce(const Database& inDatabase) {
+    const std::string thrown = Catch([&] {
+        const Statement statement = inDatabase->CreateStatement("SELECT $1::INTEGER; SELECT $1 + 1");
+        statement->BindValues(Values({Number(1)}));
+        statement->ExecuteNext();
+        statement->BindInteger(1, 2);
+        statement->SqlSelect(kCursorLocationClient);
+        statement->get_RemainingStatements();
+        statement->get_Database();
+        statement->ExecuteScript();
+    });
+    EXPECT_TRUE(thrown.empty() || thrown.ends_with("|DuckDBDatabase is not open") ||
+                thrown.ends_with("|DuckDBDatabase is invalid"))
+        << thrown;
+    return thrown.empty();
+}
+
+TEST_F(Concurrency, StatementsMeetAClosingDatabase) {
+    for (int round = 0; round < kRounds; ++round) {
+        mDatabase = CreateDatabase();
+        OnThreads([&](std::size_t inNumber) {
+            while (LiveOnce(mDatabase)) {
+                if (inNumber == 0) {
+                    mDatabase->Close();
+                }
+            }
+        });
+    }
+}
+
 TEST_F(Concurrency, OtherObjectsWorkWhileAnExportHangs) {
     mDatabase = CreateDatabase("sales.duckdb");
     Execute(mDatabase, "CREATE TABLE t AS FROM range(1000)");
@@ -136,7 +167,8 @@ TEST_F(Concurrency, OtherObjectsWorkWhileAnExportHangs) {
     const int pipe = ::open(path.c_str(), O_RDONLY | O_NONBLOCK);
     std::array<char, 65536> bytes;
     ssize_t total = 0;
-    while (backup.wait_for(1ms) != std::future_status::ready) {
+    for (bool isDone = false; !isDone;) {
+        isDone = backup.wait_for(1ms) == std::future_status::ready;
         total += std::max<ssize_t>(::read(pipe, bytes.data(), bytes.size()), 0);
     }
     ::close(pipe);
