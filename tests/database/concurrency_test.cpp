@@ -141,6 +141,7 @@ TEST_F(Concurrency, OtherObjectsWorkWhileAnExportHangs) {
     // A pipe in place of a table's file holds the export up for as long as nobody reads it.
     static const auto sCreate = gCreateBackupLocation;
     static std::promise<std::string> sPipe;
+    sPipe = {};
     gCreateBackupLocation = [](smart_ptr<I_Location> inFolder) {
         smart_ptr<I_Location> backup = sCreate(inFolder);
         const fs::path pipe = LastBackup() / "t.parquet";
