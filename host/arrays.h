@@ -15,8 +15,8 @@ namespace orkit {
 /// Counts the arrays alive, for leak checks. Defined by the host's library.
 void CountLiveArray(int inChange) noexcept;
 
-/// What both kinds of array share: the count of references, and a capacity that doubles when it is full. New
-/// items are zero-filled (null pointers). Indexes start at 0. The array itself takes no lock.
+/// What both kinds of array share: the reference count, and a capacity that doubles when the array is full.
+/// New items are zero-filled (null pointers). Indexes start at 0. The array itself takes no lock.
 template <class Derived, class Item>
 class ArrayBase : noncopyable {
 public:
@@ -40,7 +40,7 @@ public:
     const Item& operator[](std::size_t inIndex) const noexcept { return mItems[inIndex]; }
     Item& operator[](std::size_t inIndex) noexcept { return mItems[inIndex]; }
 
-    /// Appends; doubles the capacity when it is full. When that throws, the array is as it was.
+    /// Appends an item; doubles the capacity of a full array. If that throws, the array is unchanged.
     void Append(Item inItem) {
         if (mCount == mCapacity) {
             Grow();
@@ -48,7 +48,7 @@ public:
         mItems[mCount++] = std::move(inItem);
     }
 
-    /// Takes the item at `inIndex` out; later items move one place to the front.
+    /// Removes the item at `inIndex`; later items move down by one.
     Item TakeAt(std::size_t inIndex) noexcept {
         Item taken = std::move(mItems[inIndex]);
         for (std::size_t i = inIndex + 1; i < mCount; ++i) {
@@ -59,7 +59,7 @@ public:
     }
 
 protected:
-    /// @param inCapacity the capacity at the start; 0 is allowed.
+    /// @param inCapacity the initial capacity; may be 0.
     explicit ArrayBase(std::size_t inCapacity)
         : mItems(std::make_unique<Item[]>(inCapacity)), mCapacity(inCapacity) {
         CountLiveArray(+1);
@@ -89,7 +89,7 @@ class ArrayOfPtrs final : public ArrayBase<ArrayOfPtrs<T>, T*> {
 public:
     explicit ArrayOfPtrs(std::size_t inCapacity) : ArrayBase<ArrayOfPtrs<T>, T*>(inCapacity) {}
 
-    /// Takes the first item equal to `inItem` out. @return false if there is none.
+    /// Removes the first item equal to `inItem`. @return false if there is none.
     bool Remove(const T* inItem) noexcept {
         for (std::size_t i = 0; i < this->get_Count(); ++i) {
             if ((*this)[i] == inItem) {

@@ -14,17 +14,16 @@ public:
     virtual void unlock() = 0;
 };
 
-/// The one lock that orders all work of the engine and its plug-ins. May be null: then no lock is taken.
+/// The one lock that serialises all work of the engine and its plug-ins. May be null: then no lock is taken.
 Thread_Mutex_Win* GetGlobalEngineLock();
 
-/// A variable that each thread has its own copy of, starting at the type's zero. Reading and writing never
-/// blocks.
+/// A variable of which each thread has its own copy, initially zero. Reading and writing never block.
 template <class T>
 class TLS_SimpleType_Var {
 public:
     using Slot = T& (*)();
 
-    /// @param inSlot gives the calling thread's copy.
+    /// @param inSlot returns the calling thread's copy.
     explicit constexpr TLS_SimpleType_Var(Slot inSlot) noexcept : mSlot(inSlot) {}
 
     T get() const { return mSlot(); }
@@ -34,8 +33,8 @@ private:
     Slot mSlot;
 };
 
-/// This thread holds the engine lock. Whoever takes the lock sets it after taking and clears it after giving
-/// back.
+/// This thread holds the engine lock. Whoever takes the lock sets it after locking and clears it after
+/// unlocking.
 extern TLS_SimpleType_Var<bool> gIsGlobalLockTaken;
 
 /// This thread works without the lock. Set by the host alone.

@@ -37,7 +37,8 @@ public:
     xException& operator=(const xException&) noexcept = default;
 
     std::uint32_t get_Code() const noexcept { return mCode; }
-    /// @param inIndex 0 to 3. @return null where no text was given; good as long as a copy of this exception.
+    /// @param inIndex 0 to 3. @return null if there is no such text; valid as long as any copy of this
+    /// exception.
     const String* get_Text(std::size_t inIndex) const noexcept;
 
 private:

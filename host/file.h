@@ -10,18 +10,18 @@
 
 namespace orkit {
 
-/// A file that can be opened, read, written and deleted. One object is used by one thread at a time.
+/// A file that can be opened, read, written and deleted. Only one thread at a time may use an object.
 class I_File : public I_Unknown {
 public:
-    /// Sets the place. Throws if it is null or the file is open.
+    /// Sets the location. Throws if it is null or the file is open.
     virtual void put_Location(smart_ptr<I_Location> inLocation) = 0;
-    /// Whether the next Open asks for reading alone; false at the start.
+    /// Whether the next Open is for reading only; false initially.
     virtual void put_IsReadOnly(bool inIsReadOnly) = 0;
-    /// Makes a new, empty file and opens it for writing. Throws if the file exists.
+    /// Creates an empty file and opens it for writing. Throws if the file exists.
     virtual void Create() = 0;
     /// Opens an existing file. Throws if it is missing or another process has locked it.
     virtual void Open() = 0;
-    /// Closes; nothing happens if the file isn't open.
+    /// Closes; does nothing if the file isn't open.
     virtual void Close() = 0;
     /// Closes and deletes the file.
     virtual void ThrowOut() = 0;
@@ -59,7 +59,7 @@ private:
     std::unique_ptr<Imp> mImp;
 };
 
-/// A new file object for a place, without a reference. Throws if the location is null.
+/// A new file object for a location, without a reference. Throws if the location is null.
 I_File* CreateFile(smart_ptr<I_Location> inLocation);
 
 } // namespace orkit

@@ -8,8 +8,8 @@
 
 namespace orkit {
 
-/// A JSON text (RFC 8259), parsed once. Nesting and numbers have no limit. An escape of half a surrogate pair
-/// isn't valid.
+/// A JSON text (RFC 8259), parsed once. There is no limit on nesting or on the length of numbers. An escape
+/// of half a surrogate pair is invalid.
 class Json {
 public:
     /// @param inText zero-terminated UTF-8; null counts as an empty text, which isn't valid.
@@ -20,9 +20,9 @@ public:
 
     /// Whether the whole text is one JSON value.
     bool isValid() const noexcept;
-    /// The member of the top object, the first if several have the name: a string's decoded text, any other
-    /// value's JSON text. An empty String if there is no such member, the member is null, or the text isn't
-    /// an object.
+    /// The member of the top-level object, the first if several have the name: a string's decoded text, any
+    /// other value's JSON text. An empty String if there is no such member, the member is null, or the text
+    /// isn't an object.
     String get_JsonValue(const String& inName) const;
 
 private:

@@ -8,8 +8,8 @@
 
 namespace orkit {
 
-/// Makes the calling thread ready for the host's library. Called first on every execution path; cheap when it
-/// has nothing to do. Never throws.
+/// Prepares the calling thread for the host's library. Called first on every execution path; cheap if there
+/// is nothing to do. Never throws.
 void OrlimbaraInit3();
 
 namespace orsql {
@@ -19,8 +19,8 @@ void SetDuckDBExtension(smart_ptr<I_DuckDBExtension> inExtension);
 /// The root object, with a new reference; null when there is none.
 smart_ptr<I_DuckDBExtension> GetDuckDBExtension();
 
-/// Reads a cursor from where it stands to its end and gives its rows as a JSON text: an array of objects, a
-/// member a column. A null cursor gives "null".
+/// Reads a cursor from its position to its end. @return its rows as a JSON text: an array of objects, with
+/// one member per column; "null" for a null cursor.
 String CursorToJSON(smart_ptr<I_DuckDBCursor> inCursor);
 
 } // namespace orsql

@@ -1,5 +1,4 @@
-/// @file
-/// The host's text, and the way between it and UTF-8.
+/// @file The host's text, and its conversion from and to UTF-8.
 #pragma once
 
 #include <cstddef>
@@ -9,8 +8,8 @@
 
 namespace orkit {
 
-/// A text in UTF-16 code units. May hold zero characters where a length was given, and unpaired surrogates:
-/// what becomes of them is told at the converters.
+/// A text in UTF-16 code units. May hold unpaired surrogates, which the converters replace, and zero
+/// characters if it was made with a length.
 class String {
 public:
     String() = default;
@@ -40,18 +39,18 @@ public:
         return inLeft.mText < inRight.mText;
     }
 
-    /// The text with a zero character behind it; good until the String changes or goes.
+    /// The text, zero-terminated; valid until the String changes or is destroyed.
     const char16_t* c_str() const noexcept { return mText.c_str(); }
     /// Number of UTF-16 code units.
     std::size_t get_Length() const noexcept { return mText.size(); }
     bool isEmpty() const noexcept { return mText.empty(); }
     void clear() noexcept { mText.clear(); }
 
-    /// The number that the text begins with, in decimal, after white space and with an optional sign; 0 if
-    /// there is none. A number beyond 64 bits gives the nearest limit.
+    /// The decimal number that the text begins with, after whitespace and with an optional sign; 0 if there
+    /// is none. A number beyond 64 bits gives the nearest limit.
     std::int64_t parseLLong() const noexcept;
 
-    /// The empty String that operations answer with where there is no text to refer to.
+    /// The empty String that operations return a reference to where there is no text.
     static const String sEmpty;
 
 private:
@@ -68,7 +67,7 @@ class I_Converter;
 /// The converter of UTF-8. Never null; lives as long as the library.
 const I_Converter* GetConverter_UTF8();
 
-/// Holds the text that a converter makes of UTF-16 text. An unpaired surrogate becomes U+FFFD.
+/// Holds what a converter makes of UTF-16 text. An unpaired surrogate becomes U+FFFD.
 class StFromUTF16 {
 public:
     StFromUTF16(const String& inText, const I_Converter* inConverter)
@@ -76,7 +75,7 @@ public:
     /// @param inLength in code units; -1 means zero-terminated.
     StFromUTF16(const char16_t* inText, std::ptrdiff_t inLength, const I_Converter* inConverter);
 
-    /// The converted bytes with a zero byte behind them; good as long as this object.
+    /// The converted bytes, zero-terminated; valid as long as this object.
     const char* c_str() const noexcept { return mText.c_str(); }
     /// Number of converted bytes, without the terminator.
     std::size_t get_Length() const noexcept { return mText.size(); }
@@ -92,7 +91,7 @@ public:
     /// @param inLength in bytes; -1 means zero-terminated.
     StToUTF16(const char* inText, std::ptrdiff_t inLength, const I_Converter* inConverter);
 
-    /// The converted text with a zero character behind it; good as long as this object.
+    /// The converted text, zero-terminated; valid as long as this object.
     const char16_t* c_str() const noexcept { return mText.c_str(); }
     /// Number of UTF-16 code units, without the terminator.
     std::size_t get_Length() const noexcept { return mText.size(); }
@@ -101,8 +100,8 @@ private:
     std::u16string mText;
 };
 
-/// Converts bytes to UTF-16 into a buffer that the caller keeps: what StToUTF16 makes, without an object a
-/// text. Invalid bytes become U+FFFD.
+/// Converts bytes to UTF-16 in a buffer of the caller's: the same as StToUTF16 without an object per text.
+/// Invalid bytes become U+FFFD.
 /// @param inText the bytes; may be null when the length is 0.
 /// @param inLength number of bytes.
 /// @param outBuffer holds at least `inLength` code units; UTF-16 never needs more units than UTF-8 bytes.
@@ -110,13 +109,13 @@ private:
 std::size_t ConvertToUTF16(const char* inText, std::size_t inLength, const I_Converter* inConverter,
                            char16_t* outBuffer);
 
-/// New wide text, zero-terminated, fit to stand between single quotes in SQL: each single quote is doubled.
-/// The caller frees it with FreeTextU.
+/// New wide text, zero-terminated, for use between single quotes in SQL: each single quote is doubled. The
+/// caller frees it with FreeTextU.
 /// @param inText zero-terminated; null counts as empty.
 /// @param inFlags the host's; 0 here.
 char16_t* EscapeStringU(const char16_t* inText, std::uint32_t inFlags);
 
-/// Frees a text that this library gave to the caller. Null is allowed.
+/// Frees a text that this library returned. Null is allowed.
 void FreeTextU(char16_t* inText) noexcept;
 
 /// Owns a text of EscapeStringU.

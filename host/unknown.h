@@ -1,5 +1,4 @@
-/// @file
-/// Reference-counted objects and interfaces: what every object shared with the host is made of.
+/// @file Reference-counted objects and interfaces, the base of every object shared with the host.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +8,7 @@
 
 namespace orkit {
 
-/// The root of all interfaces. A new object has a count of 0; its maker takes the first reference.
+/// The root of all interfaces. A new object has a count of 0; its creator takes the first reference.
 class I_Unknown {
 public:
     virtual ~I_Unknown() = default;
@@ -18,14 +17,14 @@ public:
     /// Drops a reference and, at 0, destroys and frees the object; this can happen on any thread.
     /// Atomic. @return the new count.
     virtual std::uint32_t Release() = 0;
-    /// The part of this object that answers to an interface id, or null. Adds no reference: the pointer is
-    /// good for as long as the caller holds the object.
+    /// The part of this object with an interface id, or null. Adds no reference: the pointer is valid as long
+    /// as the caller holds the object.
     virtual void* QueryInterface(std::uint32_t inInterfaceId) = 0;
-    /// The count at this moment; for tests and diagnosis.
+    /// The current count; for tests and diagnosis.
     virtual std::uint32_t get_RefsCount() const = 0;
 };
 
-/// Ids that `QueryInterface` takes. The ids of a value's aspects stand beside the aspects in host/value.h.
+/// Ids that `QueryInterface` takes. The ids of a value's aspects are in host/value.h.
 namespace interface_id {
 inline constexpr std::uint32_t kEnd = 0; ///< ends a table of INTERFACE_ITEM
 inline constexpr std::uint32_t kDuckDBExtension = 1;
@@ -62,7 +61,7 @@ public:
         return *this;
     }
 
-    /// Drops the reference. The field is null before Release runs, so that a nested look finds nothing.
+    /// Drops the reference. The pointer is null before Release runs, so that nested code finds nothing.
     void reset() {
         if (T* const object = std::exchange(mObject, nullptr)) {
             object->Release();
@@ -84,7 +83,7 @@ private:
     T* mObject = nullptr;
 };
 
-/// Base of objects that have one identity.
+/// Base of classes that can't be copied.
 class noncopyable {
 public:
     noncopyable(const noncopyable&) = delete;
@@ -113,19 +112,19 @@ constexpr INTERFACE_ITEM InterfaceRow(std::uint32_t inInterfaceId) {
 /// The row that ends a table.
 inline constexpr INTERFACE_ITEM kInterfaceTableEnd = {interface_id::kEnd, nullptr};
 
-/// Walks a table for an id. @return the part of the object, without a new reference, or null if no row has
+/// Searches a table for an id. @return the part of the object, without a new reference, or null if no row has
 /// the id. Id 0 finds nothing.
 void* InterfaceTableQueryInterface(void* inObject, const INTERFACE_ITEM* inTable,
                                    std::uint32_t inInterfaceId);
 
-/// Asks an object for the interface `Interface`, which tells its id in `kInterfaceId`.
+/// Asks an object for the interface `Interface`, whose id is `Interface::kInterfaceId`.
 /// @return null if the object is null or lacks it; no reference is added.
 template <class Interface, class Object>
 Interface* QueryAspect(Object* inObject) {
     return inObject ? static_cast<Interface*>(inObject->QueryInterface(Interface::kInterfaceId)) : nullptr;
 }
 
-/// What the host keeps on a plug-in's object for itself. The plug-in calls none of it.
+/// What the host stores in a plug-in's object for its own use. The plug-in calls none of it.
 class I_ForeignPlugin : public I_Unknown {
 public:
     static constexpr std::uint32_t kInterfaceId = interface_id::kForeignPlugin;
@@ -140,7 +139,7 @@ public:
 };
 
 /// The host's implementation of I_ForeignPlugin, a base of every object of a plug-in. The reference counting
-/// comes from the derived class. Takes no lock: the host orders its own calls.
+/// comes from the derived class. Takes no lock: the host serialises its own calls.
 class ForeignPlugin_imp : public I_ForeignPlugin {
 public:
     void* get_Xtra() const override;

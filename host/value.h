@@ -1,5 +1,4 @@
-/// @file
-/// The host's value objects: the root interface and the aspects that some kinds of value have besides.
+/// @file The host's value objects: the root interface, and the aspects that some kinds of value add to it.
 #pragma once
 
 #include <atomic>
@@ -11,7 +10,7 @@
 
 namespace orkit::orsql {
 
-/// What `get_Type` gives. This numbering is the value object's own; the procedure table has another.
+/// What `get_Type` returns. This numbering is the value object's own; the procedure table has another.
 namespace value_type {
 inline constexpr std::uint32_t kBoolean = 2;
 inline constexpr std::uint32_t kByte = 3;   ///< unsigned 8-bit
@@ -42,9 +41,9 @@ inline constexpr std::uint32_t kArray = 39;
 inline constexpr std::uint32_t kJSON = 40;
 } // namespace value_type
 
-/// One value of the host's SQL. Reading in another width than the value's own converts: numbers are cut to
-/// the asked width as C++ does, a text is read as the number it begins with, a null value reads as 0, false
-/// or the empty text. An operation that a kind of value doesn't have throws xException.
+/// One value of the host's SQL. Reading with another width than the value's own converts: numbers are
+/// truncated as in C++, a text gives the number that it begins with, a null value gives 0, false or the empty
+/// text. An operation that a kind of value doesn't have throws xException.
 class I_Value : public I_Unknown {
 public:
     virtual bool get_IsNull() const = 0;
@@ -99,7 +98,7 @@ class I_ValueBinary {
 public:
     static constexpr std::uint32_t kInterfaceId = 2202;
     virtual ~I_ValueBinary() = default;
-    /// Copies at most `inLength` bytes out. @return how many.
+    /// Copies at most `inLength` bytes. @return how many.
     virtual std::uint32_t ReadBytes(void* outBuffer, std::uint32_t inLength) const = 0;
     /// Copies the bytes to the start of the value; throws if there are more than the value's length.
     virtual void WriteBytes(const void* inData, std::uint32_t inLength) = 0;
@@ -160,7 +159,7 @@ public:
     virtual void AppendItem(smart_ptr<I_Value> inValue) = 0;
 };
 
-/// A value that is a JSON object. A JSON value that is something else doesn't have this aspect.
+/// A value that is a JSON object. Other JSON values don't have this aspect.
 class I_ValueJSON {
 public:
     static constexpr std::uint32_t kInterfaceId = 2213;
@@ -171,8 +170,9 @@ public:
     virtual smart_ptr<I_Value> get_Member(const String& inName) const = 0;
 };
 
-/// The host's base of value classes: reference counting, the null flag, and refusals for every operation that
-/// a kind of value has no use for. A value class overrides what it can do and answers for its aspects.
+/// The host's base of value classes: reference counting, the null flag, and a refusal of every operation that
+/// a kind of value doesn't support. A value class overrides what it supports, and QueryInterface for its
+/// aspects.
 class AspectHost_imp : public I_Value, noncopyable {
 public:
     std::uint32_t AddRef() override;
@@ -212,7 +212,7 @@ public:
 protected:
     explicit AspectHost_imp(bool inIsNullable) noexcept;
     ~AspectHost_imp() override;
-    /// For the setters: the value has content from now on.
+    /// For the setters: the value has content now.
     void SetNotNull() noexcept { mIsNull = false; }
 
 private:
@@ -223,8 +223,7 @@ private:
 
 /// Factories of values. A new value has no reference yet; the smart_ptr that receives it adds the first.
 /// @param inIsNullable whether `put_IsNull(true)` is allowed.
-/// @param inTypeParameter what the kind of value needs to know, told at the factory; null where it needs
-/// none.
+/// @param inTypeParameter what the kind of value needs, described at its factory; null if it needs nothing.
 /// @param inReserved null.
 /// New values hold 0, false, the empty text or no bytes, and aren't null. They throw std::bad_alloc when
 /// memory runs out.
