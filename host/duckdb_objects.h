@@ -5,9 +5,9 @@
 /// Common to all of them:
 /// - A smart_ptr argument is taken by value; the callee drops that reference however it returns.
 /// - Failures are xDuckDBError with code 468225, the database's name first and the message second, unless
-/// documented otherwise. A message that comes from DuckDB is passed on unchanged: usually a JSON object,
-/// sometimes a JSON object after a prefix, sometimes plain words. Any failure may have either form: try JSON
-/// first.
+///   documented otherwise. A message that comes from DuckDB is passed on unchanged: usually a JSON object,
+///   sometimes a JSON object after a prefix, sometimes plain words. Any failure may have either form: try
+///   JSON first.
 /// - "Guarded" operations hold the engine lock from start to end, also during calls of DuckDB.
 /// - `inCursorLocation` 1 asks for a client cursor, every other value for a server cursor.
 /// - Columns are numbered from 0, parameters from 1, the records of a client cursor from 1.
