@@ -17,7 +17,7 @@ using namespace orkit::orsql;
 
 namespace {
 
-/// DuckDB's magic in a database file: behind a checksum of 8 bytes.
+/// DuckDB's magic bytes in a database file, after a checksum of 8 bytes.
 constexpr std::array kMagic = {'D', 'U', 'C', 'K'};
 constexpr std::uint64_t kMagicOffset = 8;
 
@@ -85,7 +85,7 @@ bool DuckDBExtension::get_IsDuckDBFile(smart_ptr<I_Location> inLocation) {
         }
         file->Close();
     } catch (...) {
-        // No such file, or one that can't be read; or only the closing failed, and the answer stands.
+        // No such file, or one that can't be read; or only closing it failed, and the answer stands.
         try {
             file->Close();
         } catch (...) { // the question was another one

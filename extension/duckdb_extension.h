@@ -12,9 +12,9 @@ namespace orkit::orsql {
 class RunControl;
 }
 
-/// The object behind I_DuckDBExtension. Has no state but its count and the restores in work; the module keeps
-/// no pointer to it and asks the host with GetDuckDBExtension. Stands in the global namespace, where the host
-/// looks for it.
+/// The object behind I_DuckDBExtension. Its only state is its count and the running restores. The module
+/// keeps no pointer to it and asks the host with GetDuckDBExtension. It is in the global namespace, where the
+/// host expects it.
 class DuckDBExtension final
     : public orkit::orsql::RefCounted<orkit::orsql::I_DuckDBExtension, orkit::orsql::I_DuckDBRunControl> {
 public:

@@ -6,9 +6,9 @@
 
 namespace orkit::orsql {
 
-/// Takes the engine lock on construction, which may block, and gives it back on every way out. Takes nothing
-/// on a thread that holds the lock already, on one that works without the lock, and where there is none: so
-/// guards nest at any depth, and only the outermost one locks.
+/// Takes the engine lock on construction, which may block, and releases it on destruction. Takes nothing if
+/// the thread holds the lock already or works without it, and if there is no lock. So guards nest to any
+/// depth, and only the outermost one locks.
 class EngineLockGuard : noncopyable {
 public:
     EngineLockGuard() : mMutex(nullptr), mFlag(&gIsGlobalLockTaken) {

@@ -12,9 +12,9 @@
 
 namespace {
 
-/// Whether DuckDB's library is of the version that the module was built for: part of the module uses DuckDB's
-/// C++ headers, which fit this one version only. Until this has said yes, nothing else of DuckDB may be
-/// called: another library may lack it.
+/// Whether DuckDB's library has the version that the module was built for: part of the module uses DuckDB's
+/// C++ headers, which fit that version only. Until this returns true, call nothing else of DuckDB: another
+/// library may lack it.
 bool IsDuckDBOfBuild(call_context context) {
     const std::string_view version = duckdb_library_version();
     if (version == ORLIMBARA_DUCKDB_VERSION) {

@@ -27,10 +27,10 @@ smart_ptr<I_DuckDBDatabase> DuckDBExtension::RestoreDatabase(smart_ptr<I_Locatio
         throw xDBError(error_code::kMissingBackup);
     }
     const GuardedRun run(*mRestores);
-    // Not the object that the caller gets: its runs are this object's.
+    // Not the object that the caller gets: its runs belong to this object.
     const smart_ptr<I_DuckDBDatabase> database(new DuckDBDatabase(inLocation, mRestores));
     if (inLocation->get_Exists()) {
-        // Create ignores that others hold the path, and the import would go into their database.
+        // Create joins the database of others that hold the path; the import would go into theirs.
         database->Drop();
     }
     database->Create();
