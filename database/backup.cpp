@@ -18,8 +18,8 @@ namespace support = orlimbara::duckdb_support;
 
 namespace {
 
-/// The folder that holds the backups of a database: the server's own if its settings name one, also where
-/// that is unusable; else the caller's; else one beside the database.
+/// The folder that holds the backups of a database: the server's if its settings name one, even if that is
+/// unusable; else the caller's; else one beside the database.
 smart_ptr<I_Location> ChooseFolder(smart_ptr<I_Location> inFolder, const I_Location& inDatabase) {
     if (std::optional<smart_ptr<I_Location>> server = gServerBackupLocation()) {
         return *std::move(server);
@@ -32,7 +32,7 @@ bool IsAvailable(const smart_ptr<I_Location>& inFolder) {
     return folder && folder->get_Exists();
 }
 
-/// Puts the file into the backup by which the host knows that it is one, and of which database.
+/// Writes the marker file, by which the host recognises a backup and its database.
 void WriteMarker(const I_Location& inBackup, const I_Location& inDatabase) {
     String name = inDatabase.get_Name();
     name << "." << gorDuckDB_backup_sfx;
@@ -51,7 +51,7 @@ std::string ExportText(const I_Location& inBackup) {
     return StFromUTF16(text, GetConverter_UTF8()).c_str();
 }
 
-/// Prepared, not run at once: a query that is run at once forgets a stop that comes while it begins.
+/// Prepares the statement first: a query that is run directly forgets a stop that comes while it begins.
 /// @return nothing, or the text of the failure.
 std::optional<std::string> Export(const Run& inRun, duckdb_connection inConnection, const char* inText) {
     constexpr const char* kFixedText = "Unknown DuckDB backup error";
@@ -84,7 +84,7 @@ void DuckDBDatabase::Backup(smart_ptr<I_Location> inFolder) {
         WriteMarker(*backup, *mLocation);
         exportText = ExportText(*backup);
     }
-    // An export can take long and the whole engine would wait for the lock, so it runs without it.
+    // An export can take long, and the whole engine would wait for the lock, so it runs without it.
     if (const Failure failure = Export(run, connection->Get(), exportText.c_str())) {
         const EngineLockGuard guard;
         ThrowError(failure->c_str());

@@ -12,8 +12,8 @@ namespace orkit::orsql {
 
 namespace {
 
-/// Cuts off all objects of a registry, from the last to the first. The last one is asked for anew each time:
-/// the call can destroy further objects, which take themselves out.
+/// Invalidates all objects of a registry, from the last to the first. Looks the last one up again each time,
+/// since the call can destroy further objects, which remove themselves.
 template <class T>
 void InvalidateAll(Registry<T>& ioRegistry) {
     while (!ioRegistry.isEmpty()) {

@@ -19,7 +19,7 @@ DuckDBDatabase::DuckDBDatabase(smart_ptr<I_Location> inLocation, std::shared_ptr
 DuckDBDatabase::~DuckDBDatabase() {
     try {
         Close();
-    } catch (...) { // nobody could take the failure
+    } catch (...) { // nobody could handle the failure
     }
 }
 

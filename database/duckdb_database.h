@@ -22,23 +22,23 @@ namespace orkit::orsql {
 
 /// The object behind I_DuckDBDatabase.
 ///
-/// States: closed (no handle, no connection), open (both), and handle only, after a connection that failed in
-/// Create or Open; Close leads from the last two to the first.
+/// States: closed (no handle, no connection), open (both), and handle only (after Create or Open failed to
+/// connect). Close leads from the last two to the first.
 ///
 /// Its sources: duckdb_database.cpp (object, properties, registries), opening.cpp, closing.cpp,
 /// execution.cpp, backup.cpp.
 class DuckDBDatabase final : public RefCounted<I_DuckDBDatabase, ForeignPlugin_imp, I_DuckDBRunControl>,
                              noncopyable {
 public:
-    /// Copies the path; touches neither DuckDB nor the disk. @param inLocation not null.
-    /// @param inRuns not null; who else has it can stop and watch this object's runs.
+    /// Copies the path; uses neither DuckDB nor the disk. @param inLocation not null.
+    /// @param inRuns not null; other holders of it can stop and watch this object's runs.
     explicit DuckDBDatabase(smart_ptr<I_Location> inLocation,
                             std::shared_ptr<RunControl> inRuns = std::make_shared<RunControl>());
-    /// Closes, and ignores what that throws.
+    /// Closes, and ignores exceptions.
     ~DuckDBDatabase() override;
 
-    /// A new reference on a database that a dependant points to, or null if the database is null or its last
-    /// reference is gone already. The guard must be held, since it keeps the object in memory.
+    /// A new reference on a database that a dependant points to; null if the database is null or its last
+    /// reference is gone already. The guard must be held: it keeps the object in memory.
     static smart_ptr<I_DuckDBDatabase> Acquire(DuckDBDatabase* inDatabase) noexcept;
 
     void* QueryInterface(std::uint32_t inInterfaceId) override;
@@ -77,28 +77,27 @@ public:
     void Interrupt() override;
     DuckDBProgress get_Progress() const override;
 
-    /// The name, as failures tell it. Good on any thread, also when the object is gone; needs no guard.
+    /// The name, for failures. Usable on any thread, even after the object is gone; needs no guard.
     const std::shared_ptr<const String>& get_Context() const noexcept { return mContext; }
-    /// This object's runs. Good on any thread, also when the object is gone.
+    /// This object's runs. Usable on any thread, even after the object is gone.
     const std::shared_ptr<RunControl>& get_Runs() const noexcept { return mRuns; }
-    /// Throws what a stopped call throws, with an open transaction aborted, if the calling thread is inside
-    /// of one. The guard must be held.
+    /// If the calling thread is inside a call that was stopped, aborts an open transaction and throws what a
+    /// stopped call throws. The guard must be held.
     void RequireNotStopped() const;
 
-    /// RemoveStatement for a statement that is being destroyed: no error if it isn't registered. The
-    /// guard must be held.
+    /// RemoveStatement for a statement that is being destroyed: not being registered is no error. The guard
+    /// must be held.
     void ForgetStatement(const I_DuckDBStatement* inStatement) noexcept;
-    /// The cell of this object's connection; null on a database that isn't open. The guard must be held; the
-    /// reference keeps the cell, not the connection in it.
+    /// The cell of this object's connection; null if the database isn't open. The guard must be held. The
+    /// reference keeps the cell alive, not the connection in it.
     std::shared_ptr<ConnectionCell> get_Connection() const { return mConnection; }
     /// Throws xDuckDBError with this database's name first. @param inMessage UTF-8.
     [[noreturn]] void ThrowError(const char* inMessage) const;
-    /// Throws "DuckDBDatabase is not open" unless there are a handle and a connection. The guard must be
-    /// held.
+    /// Throws "DuckDBDatabase is not open" without a handle or a connection. The guard must be held.
     void RequireOpen() const;
 
 private:
-    /// This path's row of `gSharedDatabases`, made if it is missing. The guard must be held.
+    /// This path's row of `gSharedDatabases`, created if it is missing. The guard must be held.
     SharedDatabaseEntry& Row() const;
 
     // opening.cpp; the guard must be held
@@ -107,36 +106,35 @@ private:
     /// Takes the path's shared handle if this object has none.
     void JoinSharedHandle();
     void ApplySettings(duckdb_config inConfig) const;
-    /// The text of what failed, UTF-8, perhaps empty; nothing when all went well.
+    /// The text of a failure, UTF-8, possibly empty; nothing on success.
     using Failure = std::optional<std::string>;
-    /// Opens a new database and makes its handle this object's and the path's.
+    /// Opens a new database; its handle becomes this object's and the path's.
     Failure CreateHandle();
-    /// Makes the database's file with the storage version and block size that are set.
+    /// Creates the database's file with the configured storage version and block size.
     Failure MakeFile(duckdb_config inConfig) const;
     String AttachText() const;
-    /// A handle on the path, read-only if that is wanted or if writing isn't possible; sets mIsReadOnly.
+    /// A handle on the path, read-only if requested or if writing isn't possible; sets mIsReadOnly.
     std::shared_ptr<DatabaseCell> OpenHandle(duckdb_config inConfig, bool inReadOnlyWanted);
     /// Connects on the handle. @return false if DuckDB refuses.
     bool Connect();
-    /// Sets the new connection up and counts it.
+    /// Sets up the new connection and counts it.
     void FinishOpening();
 
     // execution.cpp; the guard must be held
-    /// The results of a text's statements, in order. Throws, with nothing left alive, what the first failing
-    /// statement says. @param inParams null or empty: the text runs without parameters.
+    /// The results of a text's statements, in order. Throws the first failing statement's error and keeps
+    /// nothing alive. @param inParams null or empty: the text runs without parameters.
     ResultList RunSql(const Run& inRun, const String& inSql, const smart_ptr<ValueArray>& inParams);
     /// Runs one statement of a script and appends its result. A statement that fails while running is
     /// followed by a ROLLBACK.
     static Failure RunExtracted(const Run& inRun, duckdb_connection inConnection,
                                 duckdb_extracted_statements inStatements, idx_t inIndex,
                                 ResultList& ioResults);
-    /// Runs a text of one statement with values, the first for parameter 1. If it throws, nothing is left
-    /// alive.
+    /// Runs a text of one statement with values, the first for parameter 1. Keeps nothing alive if it throws.
     /// @param inSql UTF-8. @param inParams not null.
     orlimbara::duckdb_support::OwnedResult RunWithParameters(const Run& inRun, const char* inSql,
                                                              const smart_ptr<ValueArray>& inParams);
 
-    /// mHandle as any thread may read it.
+    /// mHandle, for any thread.
     std::shared_ptr<DatabaseCell> Handle() const;
     /// The guard must be held.
     void SetHandle(std::shared_ptr<DatabaseCell> inHandle);
@@ -151,8 +149,8 @@ private:
     DuckDBSettings mSettings;
     bool mHasSettings = false;
     std::atomic<bool> mIsReadOnly{false};
-    // Written under the guard, read without it by get_IsOpen: a lock of its own orders just the pointer, so
-    // that asking doesn't wait for a long query.
+    // Written under the guard, read without it by get_IsOpen. A mutex protects just the pointer, so that
+    // get_IsOpen doesn't wait for a long query.
     mutable std::mutex mHandleMutex;
     std::shared_ptr<DatabaseCell> mHandle;
     std::shared_ptr<ConnectionCell> mConnection;

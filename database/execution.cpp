@@ -17,8 +17,8 @@ namespace {
 
 bool HasValues(const smart_ptr<ValueArray>& inParams) { return inParams && !inParams->isEmpty(); }
 
-/// Makes the object that a text's outcome goes to, which can read all rows of a result. A stop in there takes
-/// the open transaction back too, if there are no values.
+/// Creates the object for a text's outcome, which may read all rows of a result. A stop while it does also
+/// rolls the open transaction back, if there are no values.
 template <class Make>
 auto MakeOutcome(const Run& inRun, const smart_ptr<ValueArray>& inParams, Make inMake) {
     try {
@@ -36,7 +36,7 @@ auto MakeOutcome(const Run& inRun, const smart_ptr<ValueArray>& inParams, Make i
 ResultList DuckDBDatabase::RunSql(const Run& inRun, const String& inSql,
                                   const smart_ptr<ValueArray>& inParams) {
     RequireOpen();
-    // Up to the first zero character: DuckDB's functions end there too.
+    // Up to the first zero character, where DuckDB's functions end too.
     const StFromUTF16 sql(inSql.c_str(), -1, GetConverter_UTF8());
     if (HasValues(inParams)) {
         ResultList results;
@@ -45,7 +45,7 @@ ResultList DuckDBDatabase::RunSql(const Run& inRun, const String& inSql,
     }
     const std::shared_ptr<ConnectionCell> connection = mConnection;
 
-    // The exception is thrown once all handles of the run are gone; until then the texts belong to DuckDB.
+    // The texts belong to DuckDB until all handles of the run are gone; the exception is thrown after that.
     Failure failure;
     ResultList results;
     {

@@ -1,5 +1,5 @@
-// Create and Open: a DuckDB handle, shared with the other objects on the path where that is possible, and a
-// connection of this object's own.
+// Create and Open: a DuckDB handle, shared with the other objects on the path if possible, and this object's
+// own connection.
 
 #include <array>
 #include <exception>
@@ -23,7 +23,7 @@ constexpr const char* kReadWrite = "READ_WRITE";
 constexpr const char* kReadOnly = "READ_ONLY";
 constexpr std::uint16_t kAccessModeReadOnly = 0;
 
-/// The result is ignored: a value that DuckDB rejects shows at the open, if at all.
+/// The result is ignored: DuckDB reports a value that it rejects when it opens, if at all.
 void SetOption(duckdb_config inConfig, const char* inName, const char* inValue) {
     duckdb_set_config(inConfig, inName, inValue);
 }
@@ -40,7 +40,7 @@ support::OwnedConfig MakeConfig() {
     return config;
 }
 
-/// A text that DuckDB may have given, or the fixed one.
+/// DuckDB's text, or the fixed one if there is none.
 std::string TextOr(const support::OwnedText& inDuckDBText, const char* inFixedText) {
     return orsql::TextOr(inDuckDBText.Get(), inFixedText);
 }
@@ -51,7 +51,7 @@ void DuckDBDatabase::Create() {
     try {
         Drop();
     } catch (...) {
-        // Others hold the path, and this object joins them; or there was no file to delete.
+        // Others hold the path open, and this object joins them; or there was no file to delete.
     }
     const EngineLockGuard guard;
     Close(); // another thread may have opened this object in the meantime
@@ -173,7 +173,7 @@ DuckDBDatabase::Failure DuckDBDatabase::MakeFile(duckdb_config inConfig) const {
         support::OwnedDatabase throwAway;
         const bool isOpen = duckdb_open_ext(nullptr, throwAway.Put(), inConfig, error.Put()) == DuckDBSuccess;
         support::OwnedConnection connection;
-        // Without a connection the ATTACH is left out: the open that follows makes the file.
+        // Without a connection there is no ATTACH: the open that follows creates the file.
         if (isOpen && duckdb_connect(throwAway.Get(), connection.Put()) == DuckDBSuccess) {
             support::OwnedResult result;
             const StFromUTF16 attach(AttachText(), GetConverter_UTF8());
@@ -215,7 +215,7 @@ std::shared_ptr<DatabaseCell> DuckDBDatabase::OpenHandle(duckdb_config inConfig,
         mIsReadOnly = false;
         return cell;
     }
-    // Also if writing was requested: a database that can't be opened for writing may still be readable.
+    // Even if writing was requested: a database that can't be opened for writing may still be readable.
     if (!open(kReadOnly)) {
         throw xException(error_code::kOpen, TextOr(error, "Failed to open DuckDB database").c_str());
     }

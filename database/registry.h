@@ -1,5 +1,4 @@
-/// @file
-/// The live objects that point to a database, in the order in which they entered.
+/// @file The live objects that point to a database, in the order in which they were added.
 #pragma once
 
 #include <iterator>
@@ -11,13 +10,12 @@
 
 namespace orkit::orsql {
 
-/// Pointers, not references. A pointer may enter several times, and any pointer may be asked for, also one
-/// whose object is gone: none is ever followed. Entering and leaving take constant time. Not synchronised:
-/// the guard must be held.
+/// Holds pointers, not references, and never dereferences one: a pointer may enter several times, and its
+/// object may be gone when it leaves. Both take constant time. Not thread-safe: the guard must be held.
 template <class T>
 class Registry : noncopyable {
 public:
-    /// When it throws, the registry is as it was.
+    /// If it throws, the registry is unchanged.
     void Enter(T* inObject) {
         mEntries.push_back({inObject, mEntries.end(), mEntries.end()});
         const Position entry = std::prev(mEntries.end());
@@ -34,7 +32,7 @@ public:
         }
     }
 
-    /// Takes the first entry of the pointer out. @return false if there is none.
+    /// Removes the first entry of the pointer. @return false if there is none.
     bool Leave(const T* inObject) noexcept {
         const auto found = mByObject.find(inObject);
         if (found == mByObject.end()) {
@@ -52,7 +50,7 @@ public:
         return true;
     }
 
-    /// Takes the last entry out. The registry must not be empty.
+    /// Removes and returns the last entry. The registry must not be empty.
     T* TakeLast() noexcept {
         const Position entry = std::prev(mEntries.end());
         T* const object = entry->mObject;
@@ -61,7 +59,7 @@ public:
         if (same.mFirst == same.mLast) {
             mByObject.erase(found);
         } else {
-            same.mLast = entry->mPrevious; // the last entry of all is also the last one of its pointer
+            same.mLast = entry->mPrevious; // the very last entry is also the last of its pointer
             same.mLast->mNext = mEntries.end();
         }
         mEntries.erase(entry);

@@ -42,7 +42,7 @@ DuckDBProgress RunControl::get_Progress() const noexcept {
     using std::chrono::microseconds;
     const auto elapsed =
         std::chrono::duration_cast<microseconds>(std::chrono::steady_clock::now() - run->mStart);
-    // At least one: that tells a run which has just begun from none.
+    // At least one, to tell a run that has just begun from no run.
     progress.mElapsedMicroseconds =
         static_cast<std::uint64_t>(std::max<microseconds::rep>(elapsed.count(), 1));
     return progress;
@@ -134,8 +134,8 @@ std::optional<std::string> Run::Execute(duckdb_prepared_statement inPrepared, su
         support::OwnedPendingResult pending;
         if (duckdb_pending_prepared(inPrepared, pending.Put()) == DuckDBSuccess) {
             if (IsStopped()) {
-                // The stop came before DuckDB began, which then forgot it; from here on DuckDB keeps it. The
-                // statement isn't just dropped: DuckDB may work at it already.
+                // The stop came before DuckDB began, and DuckDB forgot it; from here on DuckDB remembers one.
+                // The statement can't just be dropped: DuckDB may be working on it already.
                 duckdb_interrupt(mControl.Connection());
             }
             if (duckdb_execute_pending(pending.Get(), outResult.Put()) == DuckDBSuccess) {

@@ -1,5 +1,4 @@
-/// @file
-/// Which host calls run SQL on a connection, so that another thread can stop and watch them.
+/// @file The host calls that run SQL on a connection, so that another thread can stop and watch them.
 #pragma once
 
 #include <atomic>
@@ -17,25 +16,25 @@ namespace orkit::orsql {
 
 class Run;
 
-/// DuckDB's text of a stopped query, and that of a call that the module stops itself.
+/// DuckDB's text for a stopped query, also used where the module itself stops a call.
 inline constexpr const char* kInterruptedText =
     R"({"exception_type":"INTERRUPT","exception_message":"Interrupted!"})";
 
 /// The calls on one database object that have been entered and haven't returned.
 ///
-/// DuckDB forgets a request to stop whenever a query begins. So each call has a flag of its own, which it
-/// looks at before each statement, row and chunk; the request to DuckDB stops only the query in work.
+/// DuckDB forgets a request to stop whenever a query begins. So each call has its own flag, which it checks
+/// before each statement, row and chunk; the request to DuckDB stops only the running query.
 ///
-/// All operations may run on any thread, with or without the engine lock, and wait for no query.
+/// All operations may run on any thread, with or without the engine lock, and don't wait for a query.
 class RunControl : noncopyable {
 public:
     /// The connection that the runs use. Must be set to null before that connection is closed.
     void put_Connection(duckdb_connection inConnection) noexcept;
 
-    /// Stops the call that is running. If none is running, but calls wait for the engine lock, stops the one
-    /// that was entered first. Otherwise does nothing.
+    /// Stops the running call. If none is running, but calls wait for the engine lock, stops the one that was
+    /// entered first. Otherwise does nothing.
     void Interrupt() noexcept;
-    /// The progress of the call that Interrupt would stop; all zeroes if there is none.
+    /// The progress of the call that Interrupt would stop; all zeros if there is none.
     DuckDBProgress get_Progress() const noexcept;
 
     /// Whether the calling thread is inside a call that was stopped.
@@ -49,18 +48,18 @@ private:
     /// The run of the calling thread, or null. mMutex must be held.
     Run* OfThread() const noexcept;
 
-    /// Held while DuckDB works on the connection. A backup exports without the engine lock; without this one
-    /// a query on another thread could begin between the two steps of the export, which would end it.
+    /// Held while DuckDB works on the connection. A backup exports without the engine lock; without this
+    /// mutex a query on another thread could begin between the two steps of the export, and end it.
     std::mutex mUse;
-    // Lies below mUse; held for moments.
+    // Locked after mUse, if both are; held only briefly.
     mutable std::mutex mMutex;
     duckdb_connection mConnection = nullptr;
-    Run* mUser = nullptr;   // for whom DuckDB works now
+    Run* mUser = nullptr;   // whose query DuckDB is running
     Run* mOldest = nullptr; // the first of a list in the order of entry
 };
 
-/// One host call that may run SQL, from its entry, before it waits for the engine lock. A call that it makes
-/// on the same thread is a part of it.
+/// One host call that may run SQL, from its entry on, before it waits for the engine lock. A call that it
+/// makes on the same thread is part of it.
 class Run : noncopyable {
 public:
     /// Enters. @param inControl must outlive the run.
@@ -69,13 +68,13 @@ public:
 
     /// Marks the call as running: it has the engine lock.
     void Begin() noexcept;
-    /// Leaves before the destructor does.
+    /// Leaves now, before the destructor.
     void End() noexcept;
 
     /// Whether the call is to stop before its next step.
     bool IsStopped() const noexcept { return mWhole->mIsStopped.load(std::memory_order_acquire); }
 
-    /// Calls a function that works on the connection and that a stop may end. Waits for work of other threads
+    /// Calls a function that works on the connection and that a stop may end. Waits while other threads work
     /// on the same connection.
     template <class Function>
     auto InDuckDB(Function inFunction) const {
@@ -83,8 +82,8 @@ public:
         return inFunction();
     }
 
-    /// Runs a prepared statement to its whole result, unless the call is stopped: then it fails, and an open
-    /// transaction is aborted.
+    /// Runs a prepared statement to its complete result. If the call is stopped, the statement fails and an
+    /// open transaction is aborted.
     /// @param outResult must be empty; after a failed run it may hold DuckDB's error.
     /// @return nothing, or the text of the failure: DuckDB's, else `inFixedText`.
     std::optional<std::string> Execute(duckdb_prepared_statement inPrepared,
@@ -92,13 +91,13 @@ public:
                                        const char* inFixedText) const;
     /// Aborts the open transaction, if there is one, as a failed run does.
     void AbortTransaction() const noexcept;
-    /// Runs a ROLLBACK, which nobody can stop. Fails outside of a transaction, which doesn't matter.
+    /// Runs a ROLLBACK, which can't be stopped. It fails outside a transaction, which doesn't matter.
     void RollBack() const noexcept;
 
 private:
     friend class RunControl;
 
-    /// Tells the control that DuckDB works for this run.
+    /// Marks this run as the one that DuckDB works for.
     class Use : noncopyable {
     public:
         explicit Use(const Run& inRun);
@@ -110,7 +109,7 @@ private:
     };
 
     RunControl& mControl;
-    Run* mWhole; // the outermost call of this thread, often this one; the fields below are that one's
+    Run* mWhole; // the outermost call of this thread, often this one; it owns the fields below
     bool mIsEntered = true;
     bool mHasBegun = false;
 
@@ -119,7 +118,7 @@ private:
     std::atomic<bool> mIsStopped{false};
     // Under the control's mMutex:
     Run* mNext = nullptr;
-    int mRunning = 0; // calls that have begun, this one and those inside of it
+    int mRunning = 0; // calls that have begun, this one and nested ones
 };
 
 /// A run that holds the engine lock for its whole length.
@@ -129,7 +128,7 @@ public:
         mGuard.emplace();
         Begin();
     }
-    ~GuardedRun() { End(); } // before the lock is given back: the next call is then the one that runs
+    ~GuardedRun() { End(); } // before the lock is released: the next call is the running one then
 
 private:
     std::optional<EngineLockGuard> mGuard;
