@@ -22,15 +22,15 @@ class RunControl;
 
 /// The object behind I_DuckDBStatement.
 ///
-/// The state follows from the fields: "text" holds nothing; "walking" holds only the split script;
-/// "prepared" holds a prepared statement; "ran" a result besides, which may be that of a failed run. Both of
-/// the last hold the split script too, but after ExecuteAll and ExecuteScript. "Invalidated" has no database
-/// and no handles, and can't be left. Held arrays and texts are apart from all this.
+/// The state follows from the fields: "text" holds nothing; "walking" holds only the split script; "prepared"
+/// holds a prepared statement; "ran" a result besides, which may be that of a failed run. The last two also
+/// hold the split script, except after ExecuteAll and ExecuteScript. "Invalidated" has no database and no
+/// handles, and is final. Held arrays and texts don't depend on the state.
 ///
 /// Its sources: duckdb_statement.cpp (the object), running.cpp, held_bindings.cpp, typed_bindings.cpp.
 class DuckDBStatement final : public RefCounted<I_DuckDBStatement, ForeignPlugin_imp>, noncopyable {
 public:
-    /// Doesn't parse the text and enters no registry. @param inDatabase not null; no reference is held.
+    /// Doesn't parse the text or register the statement. @param inDatabase not null; no reference is held.
     DuckDBStatement(DuckDBDatabase* inDatabase, const String& inSql);
     ~DuckDBStatement() override;
 
@@ -94,10 +94,10 @@ public:
     smart_ptr<I_DuckDBQueryResult> SqlQuery(std::uint32_t inCursorLocation) override;
 
 private:
-    // The guard must be held, unless told otherwise.
+    // The guard must be held, unless documented otherwise.
 
     /// The database. Throws "DuckDBDatabase is invalid", context "unknown", on an invalidated statement.
-    /// Needs no guard, but only the guard keeps the database where it is.
+    /// Needs no guard, but only the guard keeps the database alive.
     DuckDBDatabase& RequireDatabase() const;
     /// Throws xDuckDBError with the database's name, or "unknown", first. @param inMessage UTF-8.
     [[noreturn]] void ThrowError(const char* inMessage) const;
@@ -110,41 +110,41 @@ private:
     void OnLastRelease() noexcept override { Detach(); }
 
     bool HasStatementsLeft() const noexcept { return mNextStatement < mStatementCount; }
-    /// Splits the text in work. Leaves no split script when there is no statement in it; throws DuckDB's text
-    /// when there is one.
+    /// Splits the current text. Leaves no split script if the text has no statement; throws DuckDB's text if
+    /// it has an error.
     void Split(const Run& inRun, duckdb_connection inConnection);
-    /// Makes the next statement's text the text in work.
+    /// Makes the next statement's text the current one.
     void TakeSql();
     /// Runs the prepared statement: once, or once per held row. Does nothing without a
     /// prepared statement. @param outRowsChanged the rows changed by the last run that changed rows; may be
     /// null.
     void RunPrepared(const Run& inRun, std::uint64_t* outRowsChanged);
 
-    /// Holds the values in place of those held, and binds them if there is a prepared statement. Needs no
-    /// guard.
+    /// Holds the values in place of the previous ones, and binds them if there is a prepared statement. Needs
+    /// no guard.
     void ApplyValues(smart_ptr<ValueArray> inValues);
-    /// Binds the held values again; without any, what is bound stays. Needs no guard.
+    /// Binds the held values again; without any, the bindings stay. Needs no guard.
     void ReapplyValues();
     /// Clears DuckDB's bindings, then binds the held values. A statement must be prepared. Needs no guard.
     void BindHeldValues();
-    /// Throws what binding host values gave, or "DuckDBDatabase is invalid" where reading them closed it.
+    /// Throws the failure of binding host values, or "DuckDBDatabase is invalid" if reading them closed it.
     void CheckBinding(const std::optional<std::string>& inFailure) const;
     /// Clears DuckDB's bindings. A statement must be prepared. Needs no guard.
     void ClearPreparedBindings();
-    /// Drops held arrays, and with them all bindings, before a single value is bound.
+    /// Drops held arrays, and all bindings with them, before a single value is bound.
     void DropHeldArrays();
-    /// A typed binding. Takes the guard. @param inTypeName as the message of a failure names the type.
+    /// A typed binding. Takes the guard. @param inTypeName the type's name for the message of a failure.
     /// @param inStep binds; see typed_bindings.cpp.
     template <class Step, class... Args>
     void Bind(const char* inTypeName, Step inStep, std::uint32_t inIndex, const Args&... inArgs);
 
     const std::shared_ptr<const String> mContext; // the database's name, for failures; read without the guard
-    const std::shared_ptr<RunControl> mRuns;      // the database's, reached without the guard
-    std::atomic<DuckDBDatabase*> mDatabase; // null once cut off; written under the guard, read without it
+    const std::shared_ptr<RunControl> mRuns;      // the database's, used without the guard
+    std::atomic<DuckDBDatabase*> mDatabase; // null once invalidated; written under the guard, read without it
     const String mOriginalSql;
     String mCurrentSql;
     smart_ptr<RowArray> mRows;
-    smart_ptr<ValueArray> mValues; // while rows run, the row in work
+    smart_ptr<ValueArray> mValues; // while rows run, the current row
     orlimbara::duckdb_support::OwnedExtractedStatements mExtracted;
     std::uint64_t mStatementCount = 0;
     std::uint64_t mNextStatement = 0; // from 0

@@ -128,7 +128,7 @@ support::OwnedLogicalType DecimalTypeOf(std::string_view inText) {
     const std::size_t point = inText.find('.');
     const auto digits =
         std::count_if(inText.begin(), inText.end(), [](char c) { return c >= '0' && c <= '9'; });
-    // Both are taken modulo 256; what DuckDB rejects gives no type, and the cast fails.
+    // Both are taken modulo 256; if DuckDB rejects them, there is no type and the cast fails.
     const auto width = static_cast<std::uint8_t>(digits == 0 ? 1 : digits);
     const auto scale =
         static_cast<std::uint8_t>(point == std::string_view::npos ? 0 : inText.size() - point - 1);

@@ -2,8 +2,8 @@
 /// Reading the envelope: a JSON object that names a DuckDB type and gives a value of it as text.
 /// result/text_buffer.h writes it.
 ///
-/// None of this takes a lock or keeps a state. Failures are xDuckDBError with the context "value" or
-/// "variant"; what DuckDB lets out becomes that too.
+/// These functions take no lock and keep no state. Failures are xDuckDBError with the context "value" or
+/// "variant"; so are exceptions that DuckDB throws.
 #pragma once
 
 #include <string_view>
@@ -17,12 +17,12 @@ namespace orkit::orsql {
 /// @return null for every other value; no reference is added.
 I_ValueJSON* FindEnvelope(I_Value* inValue);
 
-/// A new value of what an envelope says; never empty. Throws for a malformed one and for a text that the type
-/// doesn't take.
+/// A new value with an envelope's content; never empty. Throws for a malformed envelope and for a text that
+/// the type doesn't accept.
 orlimbara::duckdb_support::OwnedValue EnvelopeToDuckDB(const I_ValueJSON& inEnvelope);
 
-/// A new value of a named type from its text; never empty. Raises for an unknown name, and for a text that
-/// the type doesn't take.
+/// A new value of a named type from its text; never empty. Throws for an unknown name and for a text that the
+/// type doesn't accept.
 /// @param inTypeName, inText UTF-8; names are compared as bytes.
 orlimbara::duckdb_support::OwnedValue TypedTextToDuckDB(std::string_view inTypeName, std::string_view inText);
 

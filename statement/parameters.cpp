@@ -17,7 +17,7 @@ namespace {
 
 using support::OwnedValue;
 
-/// A getter of the host's value, and DuckDB's function that makes a value of what it gives.
+/// A getter of the host's value, and DuckDB's function that makes a value of its result.
 template <auto Getter, auto Create>
 OwnedValue Read(I_Value& inValue) {
     return OwnedValue(Create((inValue.*Getter)()));
@@ -100,7 +100,7 @@ OwnedValue ReadEnum(I_Value&) { RefuseEnum(); }
 struct HostType {
     std::uint32_t mCode;
     duckdb_type mItemType;         ///< of the list that an array of such items becomes
-    OwnedValue (*mRead)(I_Value&); ///< for a value that stands alone, or an item
+    OwnedValue (*mRead)(I_Value&); ///< for a single value or an item
 };
 
 /// Other types use the last row.
@@ -143,7 +143,7 @@ const HostType& FindHostType(std::uint32_t inCode) noexcept {
 }
 
 OwnedValue ReadBinary(const I_Value& inValue, const I_ValueBinary& inBytes) {
-    // One extra byte, so that there is a pointer even for no bytes.
+    // One extra byte, so that the pointer isn't null for an empty value.
     std::vector<std::uint8_t> buffer(std::size_t{inValue.get_Length()} + 1);
     const std::uint32_t count = inBytes.ReadBytes(buffer.data(), inValue.get_Length());
     return OwnedValue(duckdb_create_blob(buffer.data(), count));
@@ -177,7 +177,7 @@ OwnedValue ArrayToDuckDBList(const I_ValueArray& inArray) {
         RefuseEnum();
     }
     const support::OwnedLogicalType type(duckdb_create_logical_type(itemType));
-    // One extra, so that there is a pointer even for no items: DuckDB makes no list without one.
+    // One extra, so that the pointer isn't null without items: DuckDB makes no list then.
     std::vector<duckdb_value> handles(items.size() + 1);
     for (std::size_t i = 0; i < items.size(); ++i) {
         handles[i] = items[i].Get();
@@ -199,13 +199,13 @@ std::optional<std::string> BindOneValue(const support::OwnedPreparedStatement& i
         if (duckdb_bind_value(inPrepared.Get(), inIndex, value.Get()) == DuckDBSuccess) {
             return std::nullopt;
         }
-    } catch (const std::exception& failure) { // DuckDB lets these out for values beyond its ranges
+    } catch (const std::exception& failure) { // DuckDB throws these for values beyond its ranges
         return failure.what();
     }
     return TextOr(duckdb_prepare_error(inPrepared.Get()), kRefused);
 }
 
-// By value: a host value that is read here may make the caller hold another array.
+// By value: reading a host value may make the caller hold another array.
 std::optional<std::string> BindParameters(const support::OwnedPreparedStatement& inPrepared,
                                           smart_ptr<ValueArray> inValues) {
     for (std::size_t i = 0; inPrepared && inValues && i < inValues->get_Count(); ++i) {

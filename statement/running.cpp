@@ -32,7 +32,7 @@ void DuckDBStatement::PrepareNext() {
         return;
     }
     TakeSql();
-    // A copy: the statement stays in the list, so that one that fails can be tried again.
+    // A copy: the statement stays in the list, so that a failed one can be tried again.
     const duckdb_state state = run.InDuckDB([&] {
         return support::prepare_extracted_copy(connection, mExtracted.Get(), mNextStatement, mPrepared.Put());
     });

@@ -16,10 +16,10 @@ namespace support = orlimbara::duckdb_support;
 
 namespace {
 
-// A step takes the prepared statement, the index and the arguments, and gives DuckDB's answer, or nothing
-// where there is no value to bind and DuckDB's binding function isn't called.
+// A step takes the prepared statement, the index and the arguments. It returns DuckDB's answer, or nothing if
+// there is no value to bind and DuckDB's binding function isn't called.
 
-/// The step of a type whose arguments are the parts of one of DuckDB's records.
+/// The step of a type whose arguments are the members of one of DuckDB's structs.
 template <class Record, class Function>
 auto WithRecord(Function inFunction) {
     return [inFunction](duckdb_prepared_statement inPrepared, idx_t inIndex, const auto&... inParts) {
@@ -37,7 +37,7 @@ auto WithValue(Create inCreate) {
     };
 }
 
-/// The same for arguments that are the parts of a record.
+/// The same for arguments that are the members of a struct.
 template <class Record, class Create>
 auto WithValueOfRecord(Create inCreate) {
     return WithValue([inCreate](const auto&... inParts) { return inCreate(Record{inParts...}); });
@@ -63,8 +63,8 @@ duckdb_value CreateTimeTz(std::int64_t inMicros, std::int32_t inOffset) {
     return duckdb_create_time_tz_value(duckdb_create_time_tz(inMicros, inOffset));
 }
 
-// DuckDB's records of bytes have no const, but its functions only read. They accept any bytes, even some that
-// no value has and that DuckDB would later read past the end of: those give no value.
+// DuckDB's byte structs have no const, but its functions only read. They accept any bytes, even invalid ones
+// that DuckDB would later read past the end of: those give no value.
 
 duckdb_value CreateBit(const std::uint8_t* inData, std::uint64_t inSize) {
     constexpr std::uint64_t kMinSize = 2; // the padding, and at least one bit
@@ -96,7 +96,7 @@ void DuckDBStatement::Bind(const char* inTypeName, Step inStep, std::uint32_t in
     std::optional<duckdb_state> state;
     try {
         state = inStep(mPrepared.Get(), inIndex, inArgs...);
-    } catch (const std::exception& failure) { // DuckDB lets these out for values beyond its ranges
+    } catch (const std::exception& failure) { // DuckDB throws these for values beyond its ranges
         ThrowError(failure.what());
     }
     if (state != DuckDBSuccess) {
