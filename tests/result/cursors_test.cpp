@@ -1,32 +1,28 @@
+#include <span>
+
 #include <dlfcn.h>
 
-#include "duckdb_support/handles.h"
+#include "result/query_result.h"
 #include "result/server_cursor.h"
+#include "tests_support/duck.h"
 #include "tests_support/object_fixture.h"
+
+/// How many chunks are fetched before fetching fails as it does without memory: no chunk and no text.
+/// Negative: all.
+static int gFetchesUntilFailure = -1;
+
+/// DuckDB's function, for this executable.
+extern "C" duckdb_data_chunk duckdb_fetch_chunk(duckdb_result result) {
+    static const auto original =
+        reinterpret_cast<decltype(&duckdb_fetch_chunk)>(dlsym(RTLD_NEXT, "duckdb_fetch_chunk"));
+    return gFetchesUntilFailure < 0 || gFetchesUntilFailure-- > 0 ? original(result) : nullptr;
+}
 
 namespace orkit::orsql::test {
 namespace {
 
 constexpr const char* kInvalid = "DuckDBCursor is invalid";
 constexpr const char* kNoData = "Data is not available. Use NextRecord() to fetch data.";
-
-/// How many chunks are fetched before fetching fails as it does without memory: no chunk and no text.
-/// Negative: all.
-int gFetchesUntilFailure = -1;
-
-} // namespace
-} // namespace orkit::orsql::test
-
-/// DuckDB's function, for this executable.
-extern "C" duckdb_data_chunk duckdb_fetch_chunk(duckdb_result result) {
-    int& fetches = orkit::orsql::test::gFetchesUntilFailure;
-    static const auto original =
-        reinterpret_cast<decltype(&duckdb_fetch_chunk)>(dlsym(RTLD_NEXT, "duckdb_fetch_chunk"));
-    return fetches < 0 || fetches-- > 0 ? original(result) : nullptr;
-}
-
-namespace orkit::orsql::test {
-namespace {
 
 class Cursors : public ObjectTest {
 protected:
@@ -37,9 +33,7 @@ protected:
     Cursor Client(std::string_view inSql) const {
         return OpenCursor(mDatabase, inSql, kCursorLocationClient);
     }
-    Cursor Server(std::string_view inSql) const {
-        return OpenCursor(mDatabase, inSql, kCursorLocationServer);
-    }
+    Cursor Server(std::string_view inSql) const { return OpenCursor(mDatabase, inSql); }
 };
 
 TEST_F(Cursors, ListTheirColumnsInOrder) {
@@ -47,19 +41,15 @@ TEST_F(Cursors, ListTheirColumnsInOrder) {
     for (int i = 4; i < 300; ++i) {
         sql += ", " + std::to_string(i) + " AS c" + std::to_string(i);
     }
-    for (const auto& cursor : {Client(sql), Server(sql)}) {
+    for (const Cursor& cursor : {Client(sql), Server(sql)}) {
         ASSERT_EQ(cursor->get_ColumnCount(), 300u);
-        const Rows kColumns = Table("größe|DECIMAL(5,2)|19; l|INTEGER[]|24; s|STRUCT(a INTEGER)|25; n|DATE|13"
-                                    "; c4|INTEGER|4");
-        for (std::uint32_t column = 0; column < kColumns.size(); ++column) {
-            EXPECT_EQ(
-                (std::vector{Text(cursor->get_ColumnName(column)), Text(cursor->get_ColumnTypeName(column)),
-                             std::to_string(cursor->get_ColumnType(column))}),
-                kColumns[column]);
+        Rows columns;
+        for (const std::uint32_t column : {0, 1, 2, 3, 4, 300}) {
+            columns.push_back({Text(cursor->get_ColumnName(column)), Text(cursor->get_ColumnTypeName(column)),
+                               std::to_string(cursor->get_ColumnType(column))});
         }
-        EXPECT_EQ(&cursor->get_ColumnName(300), &String::sEmpty);
-        EXPECT_EQ(&cursor->get_ColumnTypeName(300), &String::sEmpty);
-        EXPECT_EQ(cursor->get_ColumnType(300), 0u);
+        EXPECT_EQ(columns, Table("größe|DECIMAL(5,2)|19; l|INTEGER[]|24; s|STRUCT(a INTEGER)|25; n|DATE|13;"
+                                 "c4|INTEGER|4; ||0"));
         ASSERT_TRUE(cursor->NextRecord());
         for (std::uint32_t column = 4; column < 300; ++column) {
             EXPECT_EQ("c" + Text(cursor->get_Value(column)), Text(cursor->get_ColumnName(column)));
@@ -70,24 +60,20 @@ TEST_F(Cursors, ListTheirColumnsInOrder) {
 TEST_F(Cursors, ClientMovesAnswerAndStayAtTheEnds) {
     const Cursor cursor = Client("SELECT * FROM range(3)");
     EXPECT_EQ(cursor->get_RecordCount(), 3u);
-    const auto go = [&](const std::string& inWhere) {
-        return inWhere == "next"    ? cursor->NextRecord()
-               : inWhere == "prev"  ? cursor->PrevRecord()
-               : inWhere == "first" ? cursor->FirstRecord()
-               : inWhere == "last"
-                   ? cursor->LastRecord()
-                   : cursor->put_CurrentRecord(static_cast<std::uint32_t>(std::stoul(inWhere)));
-    };
     // Where to, whether the cursor moves, and the position behind.
-    const Rows moves =
-        Table("prev|no|0; 0|no|0; next|yes|1; prev|no|1; 0|no|1; last|yes|3; next|no|3; 4|no|3;"
-              "prev|yes|2; prev|yes|1; 3|yes|3; first|yes|1");
-    for (std::size_t step = 0; step < moves.size(); ++step) {
-        const auto& [where, answer, position] = std::tie(moves[step][0], moves[step][1], moves[step][2]);
-        EXPECT_EQ(go(where), answer == "yes") << step;
-        EXPECT_EQ(std::to_string(cursor->get_CurrentRecord()), position) << step;
-        if (position != "0") {
-            EXPECT_EQ(cursor->get_Value(0)->get_LLong() + 1, std::stoll(position)) << step;
+    for (const auto& row : Table("prev|0|0; 0|0|0; next|1|1; prev|0|1; 0|0|1; last|1|3; next|0|3; 4|0|3;"
+                                 "prev|1|2; prev|1|1; 3|1|3; first|1|1")) {
+        const std::string& where = row[0];
+        const bool moves = where == "next"    ? cursor->NextRecord()
+                           : where == "prev"  ? cursor->PrevRecord()
+                           : where == "first" ? cursor->FirstRecord()
+                           : where == "last"
+                               ? cursor->LastRecord()
+                               : cursor->put_CurrentRecord(static_cast<std::uint32_t>(where[0] - '0'));
+        EXPECT_EQ(std::to_string(moves), row[1]) << where;
+        EXPECT_EQ(std::to_string(cursor->get_CurrentRecord()), row[2]) << where;
+        if (row[2] != "0") {
+            EXPECT_EQ(cursor->get_Value(0)->get_LLong() + 1, std::stoll(row[2])) << where;
         }
     }
     const Cursor empty = Client("SELECT 1 WHERE false");
@@ -114,6 +100,7 @@ TEST_F(Cursors, RefuseAColumnOrPositionThatIsNotThere) {
 TEST_F(Cursors, ClientKeepsItsValuesAndServerMakesNewOnes) {
     const Cursor client = Client("SELECT range, NULL FROM range(25)");
     const smart_ptr<RowArray> rows = Extension()->get_ClientCursorRows(client);
+    EXPECT_EQ(LiveHandleCount(HandleKind::Result), 0) << "no rows are left in DuckDB";
     ASSERT_TRUE(rows);
     ASSERT_EQ(rows->get_Count(), 25u);
     EXPECT_EQ(rows->get_Capacity(), 40u) << "room for 10, doubled";
@@ -132,19 +119,15 @@ TEST_F(Cursors, ClientKeepsItsValuesAndServerMakesNewOnes) {
 }
 
 TEST_F(Cursors, RefuseWhatTheyCannotDoAndEverythingOnceCutOff) {
-    const struct {
-        const char* mName;
-        void (*mCall)(I_DuckDBCursor&);
-        bool mIsForServer = false;
-    } kCalls[] = {
+    const std::pair<const char*, void (*)(I_DuckDBCursor&)> kCalls[] = {
+        {"NextRecord", [](auto& c) { c.NextRecord(); }}, // the server's own
+        {"get_Value", [](auto& c) { c.get_Value(0); }},
         {"get_RecordCount", [](auto& c) { c.get_RecordCount(); }},
         {"get_CurrentRecord", [](auto& c) { c.get_CurrentRecord(); }},
         {"put_CurrentRecord", [](auto& c) { c.put_CurrentRecord(1); }},
         {"FirstRecord", [](auto& c) { c.FirstRecord(); }},
         {"LastRecord", [](auto& c) { c.LastRecord(); }},
         {"PrevRecord", [](auto& c) { c.PrevRecord(); }},
-        {"NextRecord", [](auto& c) { c.NextRecord(); }, true},
-        {"get_Value", [](auto& c) { c.get_Value(0); }, true},
     };
     const std::function<void(I_DuckDBCursor&)> kCuts[] = {[](auto& c) { c.Dispose(), c.Dispose(); },
                                                           [](auto& c) { c.Invalidate(); },
@@ -152,14 +135,11 @@ TEST_F(Cursors, RefuseWhatTheyCannotDoAndEverythingOnceCutOff) {
     for (const auto& cut : kCuts) {
         const Cursor client = Client("SELECT 1");
         const Cursor server = Server("SELECT 1");
-        const smart_ptr<I_DuckDBQueryResult> result =
-            mDatabase->SqlQuery("SELECT 1; SELECT 2", kCursorLocationServer, nullptr);
+        const QueryResult result = mDatabase->SqlQuery("SELECT 1; SELECT 2", kCursorLocationServer, nullptr);
         EXPECT_TRUE(server->NextRecord() && client->NextRecord());
-        for (const auto& call : kCalls) {
-            if (!call.mIsForServer) {
-                ExpectDuckDBError([&] { call.mCall(*server); }, "cursors",
-                                  std::string(call.mName) + "() is not supported for server-side cursors");
-            }
+        for (const auto& [name, call] : std::span(kCalls).subspan(2)) {
+            ExpectDuckDBError([&, refused = call] { refused(*server); }, "cursors",
+                              std::string(name) + "() is not supported for server-side cursors");
         }
         EXPECT_EQ(server->get_Database(), mDatabase);
         const Cursor first = result->get_Cursor(); // null once the database is closed
@@ -170,7 +150,7 @@ TEST_F(Cursors, RefuseWhatTheyCannotDoAndEverythingOnceCutOff) {
         EXPECT_EQ(LiveHandleCount(HandleKind::Result), 0) << "none outlives its connection";
         for (const auto& cursor : {client, server}) {
             for (const auto& call : kCalls) {
-                ExpectDuckDBError([&] { call.mCall(*cursor); }, "unknown", kInvalid);
+                ExpectDuckDBError([&] { call.second(*cursor); }, "unknown", kInvalid);
             }
             EXPECT_FALSE(cursor->get_Database());
             EXPECT_EQ(cursor->get_ColumnCount(), 1u);
@@ -193,13 +173,6 @@ TEST_F(Cursors, RowsThatCantBeFetchedAreNotTheEnd) {
     gFetchesUntilFailure = -1;
 }
 
-TEST_F(Cursors, ClientLeavesNoRowsInDuckDB) {
-    const Cursor cursor = Client("SELECT range FROM range(3000)");
-    EXPECT_EQ(LiveHandleCount(HandleKind::Result), 0);
-    EXPECT_EQ(cursor->get_RecordCount(), 3000u);
-    mDatabase->Close();
-}
-
 TEST_F(Cursors, ServerHoldsOneChunkUntilItGoes) {
     const auto chunks = [] { return LiveHandleCount(HandleKind::DataChunk); };
     Cursor cursor = Server("SELECT range::VARIANT, [range], range::VARCHAR FROM range(5000)");
@@ -213,10 +186,14 @@ TEST_F(Cursors, ServerHoldsOneChunkUntilItGoes) {
     EXPECT_EQ(rows, 5000);
     EXPECT_EQ(Client("FROM range(5000)")->get_RecordCount(), 5000u);
     EXPECT_EQ(chunks(), 0);
-    cursor = Server("SELECT 1");
+    cursor = Server("SELECT repeat('ab', 5000)::BLOB");
     cursor->NextRecord();
+    const Value bytes = cursor->get_Value(0);
     mDatabase->Close();
     EXPECT_EQ(chunks(), 1) << "the chunk stays until the cursor goes";
+    cursor.reset();
+    EXPECT_EQ(bytes->get_Length(), 10000u) << "bytes outlive their chunk";
+    EXPECT_EQ(Text(bytes).substr(19994), "61626162'");
 }
 
 TEST_F(Cursors, WhatDuckDBRaisesForACellBecomesTheHosts) {
@@ -227,10 +204,62 @@ TEST_F(Cursors, WhatDuckDBRaisesForACellBecomesTheHosts) {
     ASSERT_TRUE(server->NextRecord());
     ExpectDuckDBErrorWith([&] { server->get_Value(0); }, "cursors", "timestamp");
     // A later statement of a chain fails when its turn comes.
-    const smart_ptr<I_DuckDBQueryResult> result =
+    const QueryResult result =
         mDatabase->SqlQuery(Wide(std::string("SELECT 1; ") + sql), kCursorLocationClient, nullptr);
     ExpectDuckDBErrorWith([&] { result->get_NextResult(); }, "cursors", "timestamp");
     EXPECT_EQ(ReadAll(result->get_Cursor()), (Rows{{"1"}}));
+}
+
+class QueryResults : public ObjectTest {};
+
+TEST_F(QueryResults, TakeDuckDBsErrorApart) {
+    const struct {
+        const char* mSettings;
+        const char* mSql;
+        const char* mMessagePart;
+        const char* mType;
+        std::int64_t mPosition;
+    } kCases[] = {
+        {"true", "SELECT nonsense", "Referenced column \"nonsense\" was not found", "Binder", 7},
+        {"true", "SELECT 'x'::INTEGER", "Could not convert string 'x' to INT32", "Conversion", 10},
+        {"false", "SELECT nonsense", "Binder Error: Referenced column", "", -1},
+        // Not JSON as a whole: the text goes into the message untouched.
+        {"true", "SELEC 1", "Parser Error: {\"exception_type\":\"Parser\"", "", -1},
+    };
+    for (const auto& test : kCases) {
+        SCOPED_TRACE(test.mSql);
+        // On DuckDB directly: the runs of a database throw before a failed result gets to a query result.
+        const tests_support::Duck duck;
+        duck.Run(std::string("SET errors_as_json = ") + test.mSettings);
+        ResultList results(1);
+        duckdb_query(duck.Connection(), test.mSql, results.front().Put());
+        const QueryResult result(new DuckDBQueryResult(nullptr, std::move(results), kCursorLocationServer));
+        EXPECT_EQ(result->get_ResultFlags(), I_DuckDBQueryResult::kResultHasError);
+        EXPECT_NE(Text(result->get_ErrorMessage()).find(test.mMessagePart), std::string::npos)
+            << Text(result->get_ErrorMessage());
+        EXPECT_EQ(Text(result->get_ErrorType()), test.mType);
+        EXPECT_EQ(result->get_ErrorPosition(), test.mPosition);
+        EXPECT_FALSE(result->get_Cursor() || result->get_NextResult());
+        EXPECT_EQ(result->get_RowsChanged(), 0);
+    }
+}
+
+TEST_F(QueryResults, KeepWhatTheyToldAfterTheyWereCutOff) {
+    mDatabase = CreateDatabase();
+    Execute(mDatabase, "CREATE TABLE t (i INTEGER)");
+    const QueryResult result = mDatabase->SqlQuery("INSERT INTO t VALUES (1), (2); SELECT 1", 2, nullptr);
+    EXPECT_EQ(result->AddRef() + result->Release(), 3u);
+    mDatabase->Close();
+    EXPECT_EQ(LiveHandleCount(), 0);
+    EXPECT_EQ(result->get_ResultFlags(), I_DuckDBQueryResult::kResultHasRowsChanged);
+    EXPECT_EQ(result->get_RowsChanged(), 2);
+    EXPECT_FALSE(result->get_NextResult());
+
+    const QueryResult empty(new DuckDBQueryResult(nullptr, {}, kCursorLocationClient));
+    EXPECT_EQ(empty->get_ResultFlags(), 0u);
+    EXPECT_EQ(empty->get_ErrorPosition(), -1);
+    EXPECT_TRUE(empty->get_ErrorMessage().isEmpty() && empty->get_ErrorType().isEmpty());
+    EXPECT_FALSE(empty->get_NextResult() || empty->get_Cursor());
 }
 
 } // namespace

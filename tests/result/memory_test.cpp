@@ -12,8 +12,7 @@ class Memory : public ObjectTest {};
 
 /// Fails the first allocation of a call, then the second and so on, until the call makes fewer; each try ends
 /// with its result or with a failure that says so. @return how many tries failed.
-template <class Call>
-int FailEachAllocation(Call&& inCall) {
+int FailEachAllocation(const std::function<void()>& inCall) {
     for (std::uint32_t nth = 1;; ++nth) {
         gAllocationsUntilFailure = nth;
         try {
@@ -30,32 +29,29 @@ int FailEachAllocation(Call&& inCall) {
 }
 
 TEST_F(Memory, ThatRunsOutNeverChangesACell) {
-    const smart_ptr<I_DuckDBDatabase> database = CreateDatabase();
-    for (const char* const column :
-         {"i", "'a text that is longer than a cell ' || i", "'\\x01\\x02'::BLOB", "i::DECIMAL(18,3)",
-          "i::HUGEINT", "DATE '2024-01-01' + i::INTEGER", "TIMESTAMP '2024-01-01' + INTERVAL (i) DAY",
-          "'infinity'::TIMESTAMP", "'101'::BIT", "[i, NULL]", "{'a': i}",
-          "CASE WHEN i % 2 = 0 THEN 'a' ELSE 'b' END::ENUM('a', 'b')", "i::VARIANT", "[i]::VARIANT",
-          "{'a': i}::VARIANT", "i::UHUGEINT::VARIANT", "i::TINYINT::VARIANT", "'text'::VARIANT"}) {
-        SCOPED_TRACE(column);
-        const std::string sql = std::string("SELECT ") + column + " FROM range(20) t(i)";
-        const Rows expected = Select(database, sql);
-        int failures = 0;
-        failures += FailEachAllocation([&] {
-            const smart_ptr<I_DuckDBCursor> cursor =
-                database->SqlSelect(Wide(sql), kCursorLocationClient, nullptr);
+    mDatabase = CreateDatabase();
+    for (const auto& row :
+         Table(R"(i; 'a text that is longer than a cell ' || i; '\x01\x02'::BLOB; i::DECIMAL(18,3)
+             i::HUGEINT; DATE '2024-01-01' + i::INTEGER; TIMESTAMP '2024-01-01' + INTERVAL (i) DAY; {'a': i}::VARIANT
+             'infinity'::TIMESTAMP; '101'::BIT; [i, NULL]; {'a': i}; concat('a', i % 2)::ENUM('a0', 'a1')
+             i::VARIANT; [i]::VARIANT; i::UHUGEINT::VARIANT; i::TINYINT::VARIANT; 'text'::VARIANT)")) {
+        SCOPED_TRACE(row[0]);
+        const std::string sql = "SELECT " + row[0] + " FROM range(20) t(i)";
+        const Rows expected = Select(mDatabase, sql);
+        int failures = FailEachAllocation([&] {
+            const Cursor cursor = mDatabase->SqlSelect(Wide(sql), kCursorLocationClient, nullptr);
             const std::uint32_t left = std::exchange(gAllocationsUntilFailure, 0);
             EXPECT_FALSE(cursor->get_ColumnTypeName(0).isEmpty());
             EXPECT_EQ(ReadAll(cursor), expected);
             gAllocationsUntilFailure = left;
         });
-        const smart_ptr<I_DuckDBCursor> cursor = OpenCursor(database, sql, kCursorLocationServer);
-        for (const std::vector<std::string>& row : expected) {
+        const Cursor cursor = OpenCursor(mDatabase, sql);
+        for (const auto& cells : expected) {
             ASSERT_TRUE(cursor->NextRecord());
             failures += FailEachAllocation([&] {
-                const smart_ptr<I_Value> value = cursor->get_Value(0);
+                const Value value = cursor->get_Value(0);
                 const std::uint32_t left = std::exchange(gAllocationsUntilFailure, 0);
-                EXPECT_EQ(Text(value), row[0]);
+                EXPECT_EQ(Text(value), cells[0]);
                 gAllocationsUntilFailure = left;
             });
         }

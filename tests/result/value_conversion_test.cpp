@@ -1,6 +1,5 @@
 #include <map>
 
-#include "host_standin/faults.h"
 #include "result/text_buffer.h"
 #include "result/variant_type.h"
 #include "tests_support/object_fixture.h"
@@ -64,12 +63,12 @@ TEST_F(ValueConversion, EveryTypeHasItsHostValue) {
         {kLong, "Long"},       {kULong, "ULong"},        {kLLong, "LLong"}, {kULLong, "ULLong"},
         {kFloat, "Float"},     {kDouble, "Double"},      {kDate, "Date"},   {kDateTime, "DateTime"},
         {kString, "String"},   {kFixedBinary, "Binary"}, {kJSON, "JSON"}};
-    const smart_ptr<I_DuckDBDatabase> database = CreateDatabase();
+    mDatabase = CreateDatabase();
     for (const auto& row : Table(kCells)) {
         for (const std::uint32_t location : {1u, 2u}) {
-            const smart_ptr<I_DuckDBCursor> cursor = OpenCursor(database, "SELECT " + row[0], location);
+            const Cursor cursor = OpenCursor(mDatabase, "SELECT " + row[0], location);
             ASSERT_TRUE(cursor->NextRecord());
-            const smart_ptr<I_Value> value = cursor->get_Value(0);
+            const Value value = cursor->get_Value(0);
             EXPECT_EQ(kTypes.at(value->get_Type()), row[1]) << row[0];
             EXPECT_EQ(Text(value), row.size() == 4 ? Envelope(row[2], row[3]) : row[2]) << row[0];
             const bool isNullable = row[1] == "Binary" || row[1] == "Date" || row[2] == "NULL";
@@ -91,32 +90,6 @@ TEST_F(ValueConversion, EnvelopesEscapeAsJsonAsks) {
     EXPECT_STREQ(VariantTypeName(23), "TIMESTAMP_MILIS");
     EXPECT_STREQ(VariantTypeName(34), "UNKNOWN");
     EXPECT_STREQ(VariantTypeName(-1), "UNKNOWN");
-}
-
-TEST_F(ValueConversion, BytesOutliveTheirChunk) {
-    smart_ptr<I_DuckDBDatabase> database = CreateDatabase();
-    smart_ptr<I_DuckDBCursor> cursor =
-        OpenCursor(database, "SELECT repeat('ab', 5000)::BLOB", kCursorLocationServer);
-    cursor->NextRecord();
-    const smart_ptr<I_Value> value = cursor->get_Value(0);
-    cursor.reset();
-    database.reset();
-    EXPECT_EQ(value->get_Length(), 10000u);
-    EXPECT_EQ(Text(value).substr(19994), "61626162'");
-}
-
-TEST_F(ValueConversion, MemoryThatRunsOutLeavesNothingBehind) {
-    const smart_ptr<I_DuckDBDatabase> database = CreateDatabase();
-    const char* const sql = "SELECT range, 'text', {'a': range} FROM range(3000)";
-    for (const std::uint32_t nth : {1u, 2u, 3u, 7000u}) {
-        standin::FailCall(standin::Fault::ValueCreation, nth);
-        EXPECT_THROW(OpenCursor(database, sql, kCursorLocationClient), std::bad_alloc) << nth;
-    }
-    const smart_ptr<I_DuckDBCursor> server = OpenCursor(database, sql, kCursorLocationServer);
-    server->NextRecord();
-    standin::FailCall(standin::Fault::ValueCreation, 1);
-    EXPECT_THROW(server->get_Value(0), std::bad_alloc);
-    EXPECT_EQ(Text(server->get_Value(0)), "0");
 }
 
 } // namespace
