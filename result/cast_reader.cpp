@@ -19,7 +19,7 @@ void CastReader::Bind(duckdb_data_chunk inChunk) {
 void CastReader::Convert(idx_t inRow) {
     mWindow.MoveTo(inRow, duckdb_data_chunk_get_size(Chunk()));
     mIsCast = false; // also if the cast throws
-    // A single cell is cheaper through a duckdb_value.
+    // A single cell is cheaper to read through a duckdb_value.
     mIsCast = mWindow.get_Count() > 1 && Cast(mCast, mWindow.get_First(), mWindow.get_Count());
     mCastValidity = mIsCast ? mCast.Validity() : nullptr;
 }

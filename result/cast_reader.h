@@ -11,8 +11,8 @@
 
 namespace orkit::orsql {
 
-/// What both casts share. If a run can't be cast, its cells are read by ReadCell, which throws only for the
-/// cell that is at fault.
+/// Base of the readers that cast. If a run can't be cast, its cells are read by ReadCell, which throws only
+/// for the cell at fault.
 class CastReader : public CellReader {
 public:
     explicit CastReader(const CellReaderSetup& inSetup) : CellReader(inSetup), mWindow(inSetup.mAccess) {}
@@ -20,14 +20,14 @@ public:
     void Bind(duckdb_data_chunk inChunk) override;
 
 protected:
-    /// Casts the row's run unless that was done. @return false if ReadReference must give the value.
+    /// Casts the row's run unless it is cast already. @return false if ReadReference must give the value.
     bool Reach(idx_t inRow) {
         if (!mWindow.Take(inRow)) {
             Convert(inRow);
         }
         return mIsCast && IsValid(mCastValidity, inRow - mWindow.get_First());
     }
-    /// Tells how long the texts of the run are.
+    /// Sets how many bytes the texts of the run take.
     void put_Bytes(std::size_t inBytes) noexcept { mWindow.put_Bytes(inBytes); }
     /// The row's index in the cast.
     idx_t Index(idx_t inRow) const noexcept { return inRow - mWindow.get_First(); }
@@ -57,7 +57,7 @@ private:
     const duckdb_string_t* mTexts = nullptr;
 };
 
-/// A type whose text is written straight into UTF-16 where that is sure, and cast where it isn't.
+/// A type whose text is written directly in UTF-16 where plain_text.h can, and cast otherwise.
 /// @tparam Write a function of plain_text.h.
 template <class Item, std::size_t (*Write)(Item, PlainText&) noexcept>
 class PlainTextReader final : public TextCastReader {
@@ -74,7 +74,7 @@ public:
     }
 };
 
-/// A DECIMAL as a double: divided here where the unscaled number is exact in a double, cast where it isn't.
+/// A DECIMAL as a double: divided here if a double holds the unscaled number exactly, cast otherwise.
 class DecimalReader final : public CastReader {
 public:
     using CastReader::CastReader;
@@ -84,7 +84,7 @@ public:
 private:
     bool Cast(orlimbara::duckdb_support::ColumnCast& ioCast, idx_t inFirst, idx_t inCount) override;
 
-    /// The unscaled number; beyond kMostExact where it doesn't fit.
+    /// The unscaled number; a number beyond kMostExact if it doesn't fit.
     std::int64_t Unscaled(idx_t inRow) const noexcept;
 
     static constexpr std::int64_t kMostExact = std::int64_t{1} << 53;

@@ -22,15 +22,15 @@ enum class ChunkAccess {
 /// What a reader is made for.
 struct CellReaderSetup {
     std::uint32_t mColumn; ///< from 0
-    duckdb_type mType;     ///< the column's type, as the result tells it
+    duckdb_type mType;     ///< the column's type, from the result
     ChunkAccess mAccess;
     TextBuffer* mTextBuffer; ///< must outlive the reader; readers of one thread may share it
 };
 
-/// Reads one column of one chunk after the other, and gives for each cell what ReadCell gives. Takes no lock
-/// and is not thread-safe.
+/// Reads one column, chunk by chunk, and gives the same value for each cell as ReadCell. Takes no lock and is
+/// not thread-safe.
 ///
-/// The base class holds the vector of its column in the bound chunk: its data, and which rows are NULL.
+/// The base class holds the column's vector in the bound chunk: its data, and which rows are NULL.
 class CellReader {
 public:
     explicit CellReader(const CellReaderSetup& inSetup) : mSetup(inSetup) {}

@@ -55,7 +55,7 @@ public:
     }
 };
 
-/// Keeps the texts of the dictionary that occur.
+/// Keeps the dictionary's texts that have occurred.
 class EnumReader final : public CellReader {
 public:
     using CellReader::CellReader;
@@ -118,7 +118,7 @@ constexpr auto MakeFixedReaders(TypeList<Types...>) {
 
 constexpr auto kFixedReaders = MakeFixedReaders(FixedTypes());
 
-/// The types that aren't of fixed width or whose meaning is a cast. What has no row is read through
+/// The types that aren't of fixed width or whose meaning is a cast. A type without a row is read through
 /// ReferenceReader.
 constexpr std::array kReaders = {
     ReaderRow{DUCKDB_TYPE_VARCHAR, Make<VarcharReader>},

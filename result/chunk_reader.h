@@ -13,8 +13,8 @@
 
 namespace orkit::orsql {
 
-/// Reads the chunks of one result one after the other, each column through a reader that is chosen once.
-/// Takes no lock, and keeps nothing of a chunk but pointers and what it converted.
+/// Reads the chunks of one result in order, each column through a reader that is chosen once. Takes no lock,
+/// and keeps only pointers into a chunk and what it converted.
 class ChunkReader {
 public:
     using Access = ChunkAccess;

@@ -18,12 +18,12 @@ DuckDBCursor_client::DuckDBCursor_client(DuckDBDatabase* inDatabase, support::Ow
     : DuckDBCursor_imp(inDatabase, std::move(inResult)), mRows(new RowArray(kInitialCapacity)) {
     try {
         ChunkReader reader(Columns(), ChunkReader::Access::EveryCell);
-        // Only a missing chunk is the end, not one without rows.
+        // Only a missing chunk is the end; a chunk without rows isn't.
         while (const support::OwnedDataChunk chunk = FetchChunk()) {
             ReadChunk(chunk.Get(), reader);
         }
         reader.Bind(nullptr);
-        ReleaseResult(); // the rows need no second copy in DuckDB
+        ReleaseResult(); // DuckDB needn't keep a second copy of the rows
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& error) {

@@ -24,13 +24,13 @@ public:
     bool PrevRecord() override;
     smart_ptr<I_Value> get_Value(std::uint32_t inColumnIndex) override;
 
-    /// What the cursor reads: one array per row, with one value per column.
+    /// The rows that the cursor reads: one array per row, with one value per column.
     smart_ptr<RowArray> get_Rows() const { return mRows; }
 
 private:
     /// Appends the chunk's rows.
     void ReadChunk(duckdb_data_chunk inChunk, class ChunkReader& ioReader);
-    /// The number of records in the width of record numbers.
+    /// The number of records, as wide as record numbers.
     std::uint32_t Count() const noexcept { return static_cast<std::uint32_t>(mRows->get_Count()); }
 
     smart_ptr<RowArray> mRows;

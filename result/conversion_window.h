@@ -12,10 +12,10 @@
 namespace orkit::orsql {
 
 /// The run of rows that a reader has converted. Converting many rows at once costs less per row, but is
-/// wasted on rows that nobody reads. So the first run is one row long, and each next run is eight times as
-/// long as the one before if at least half of that was read; otherwise it is one row again. The length is
-/// kept from chunk to chunk: a caller that reads everything soon gets whole chunks, and one that reads a few
-/// rows pays for those alone. A caller that reads every cell begins with 64 rows. Long rows make short runs.
+/// wasted on rows that aren't read. So the first run is one row, and each next run is eight times as long as
+/// the previous one if at least half of that was read; otherwise it is one row again. The length is kept from
+/// chunk to chunk: a caller that reads everything soon gets whole chunks, and one that reads a few rows pays
+/// only for those. A caller that reads every cell begins with 64 rows. Long rows make short runs.
 class ConversionWindow {
 public:
     explicit ConversionWindow(ChunkAccess inAccess) noexcept
@@ -27,7 +27,7 @@ public:
         return inRow - mFirst < mHeld;
     }
 
-    /// Starts the next run at the row that was asked for last.
+    /// Starts the next run at the row that was last asked for.
     /// @param inChunkSize rows of the chunk, more than `inRow`.
     void MoveTo(idx_t inRow, idx_t inChunkSize) noexcept {
         const idx_t readsOfLast = mReads - 1;
@@ -43,10 +43,10 @@ public:
         mHeld = mCount;
     }
 
-    /// Tells how many bytes the run took: the next one is bounded by bytes as well.
+    /// Sets how many bytes the run took, which also limits the next one.
     void put_Bytes(std::size_t inBytes) noexcept { mBytesPerRow = inBytes / std::max<idx_t>(mCount, 1); }
 
-    /// Forgets what was converted, but not the length of the run.
+    /// Drops what was converted, but keeps the length of the run.
     void Close() noexcept { mHeld = 0; }
 
     idx_t get_First() const noexcept { return mFirst; }
@@ -55,7 +55,7 @@ public:
 private:
     static constexpr idx_t kGrowth = 8;
     static constexpr idx_t kLongest = idx_t{1} << 20;   // more than any chunk has
-    static constexpr idx_t kMostBytes = idx_t{1} << 20; // of a run, if its rows are like those of the last
+    static constexpr idx_t kMostBytes = idx_t{1} << 20; // of a run, if its rows are as long as the last run's
 
     idx_t mFirst = 0;
     idx_t mHeld = 0;        // rows that can be read; mCount or, after Close, 0

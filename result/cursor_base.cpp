@@ -85,7 +85,7 @@ support::OwnedDataChunk DuckDBCursor_imp::FetchChunk() {
         if (error && *error) {
             ThrowError(error);
         }
-        // Without memory it may leave no text: only the count tells that the rows end too early.
+        // If memory ran out, there may be no text; then only the count shows that the rows end too early.
         if (mFetchedRows < duckdb_row_count(mResult.Get())) {
             ThrowError("Unable to fetch all rows of the result.");
         }

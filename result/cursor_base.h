@@ -21,7 +21,7 @@ class DuckDBDatabase;
 [[noreturn]] void ThrowInvalidCursor();
 
 /// Base of the two cursors. Owns its result. The database's registry and the cursor point to each other
-/// without a reference; whichever goes first tells the other, under the guard.
+/// without a reference; whichever is destroyed first tells the other, under the guard.
 class DuckDBCursor_imp : public RefCounted<I_DuckDBCursor, ForeignPlugin_imp>, noncopyable {
 public:
     void* QueryInterface(std::uint32_t inInterfaceId) override;
@@ -36,7 +36,7 @@ public:
     void Dispose() override;
 
 protected:
-    /// Lists the columns and enters the cursor into the database's registry. The guard must be held. If it
+    /// Lists the columns and adds the cursor to the database's registry. The guard must be held. If it
     /// throws, the cursor is in no registry and the result is destroyed.
     /// @param inDatabase null throws "DuckDBCursor is invalid".
     DuckDBCursor_imp(DuckDBDatabase* inDatabase, orlimbara::duckdb_support::OwnedResult inResult);
@@ -60,7 +60,7 @@ protected:
     /// fetched. The guard must be held and the cursor must be valid.
     orlimbara::duckdb_support::OwnedDataChunk FetchChunk();
 
-    /// Destroys the result, of which no more chunks are needed. The guard must be held.
+    /// Destroys the result once no more chunks are needed. The guard must be held.
     void ReleaseResult() noexcept { mResult.Reset(); }
 
     const ColumnList& Columns() const noexcept { return mColumns; }

@@ -21,7 +21,7 @@ template <class Content>
 Content ContentOfSetter(void (I_Value::*)(Content));
 } // namespace detail
 
-/// A type whose items are `ItemType` in a vector and in the payload of a VARIANT.
+/// A type whose items have the C++ type `ItemType`, in a vector and in the payload of a VARIANT.
 /// @tparam Number what a VARIANT calls a payload of this type; variant_type::kNone if it is read differently.
 /// @tparam Getter DuckDB's function that reads a `duckdb_value`.
 template <duckdb_type Type, std::int32_t Number, class ItemType, auto Getter, auto Factory, auto Setter>
@@ -48,7 +48,7 @@ template <class... Types>
 struct TypeList {};
 
 // clang-format off
-/// A row here is all that a fixed-width type needs: the reference meaning, the readers of its columns and the
+/// A fixed-width type needs only a row here: its reference meaning, its column reader and its part of the
 /// reader of VARIANT columns are made from it. BOOLEAN items are bytes, because a bool must be 0 or 1. A
 /// VARIANT holds BOOLEAN without a payload, and its INT8 keeps its type in an envelope.
 using FixedTypes = TypeList<
@@ -92,7 +92,7 @@ constexpr const FixedTypeRow* FindFixedType(duckdb_type inType) noexcept {
     return nullptr;
 }
 
-/// The row of what a VARIANT holds, or null. @param inNumber any number but variant_type::kNone.
+/// The row of a VARIANT's content, or null. @param inNumber any number but variant_type::kNone.
 constexpr const FixedTypeRow* FindFixedPayload(std::int32_t inNumber) noexcept {
     for (const FixedTypeRow& row : kFixedTypes) {
         if (row.mNumber == inNumber) {

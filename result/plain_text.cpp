@@ -26,7 +26,7 @@ char16_t* WriteDay(char16_t* outText, std::int64_t inDay) noexcept {
     if (inDay < kFirst || inDay > kLast) {
         return nullptr;
     }
-    // Years begin in March here, so that a leap day is the last of its year; eras have 400 years.
+    // Years begin in March here, so that a leap day is the last day of its year; eras have 400 years.
     const auto day = static_cast<std::uint32_t>(inDay + 719468); // since 0000-03-01
     const std::uint32_t era = day / 146097;
     const std::uint32_t dayOfEra = day % 146097;
@@ -158,7 +158,7 @@ std::size_t WriteTimeNs(duckdb_time_ns inTime, PlainText& outText) noexcept {
 
 std::size_t WriteTimeTz(duckdb_time_tz inTime, PlainText& outText) noexcept {
     constexpr std::int32_t kMaxOffset = 16 * 3600 - 1;
-    // The lower 24 bits hold the distance of the offset from the greatest one.
+    // The lower 24 bits hold the greatest offset minus this one.
     const std::int32_t offset = kMaxOffset - static_cast<std::int32_t>(inTime.bits & 0xFFFFFF);
     const auto magnitude = static_cast<std::uint32_t>(offset < 0 ? -offset : offset);
     std::size_t length = WriteTimeIn<1'000'000, 6>(static_cast<std::int64_t>(inTime.bits >> 24), outText);

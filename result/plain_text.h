@@ -1,9 +1,7 @@
-/// @file
-/// DuckDB's short texts of items of a vector, written straight into UTF-16.
+/// @file Short texts of a vector's items, written directly in UTF-16.
 ///
-/// Each function writes the text that DuckDB's cast gives and returns its length, or 0 where it isn't sure of
-/// that text (years before 1 and after 9999, infinity, times out of range, long BITs): the caller then takes
-/// the cast.
+/// Each function writes the same text as DuckDB's cast and returns its length, or 0 for a case that it leaves
+/// to the cast: years before 1 and after 9999, infinity, times out of range, long BITs.
 #pragma once
 
 #include <array>
@@ -31,8 +29,8 @@ std::size_t WriteTimestampNs(duckdb_timestamp_ns inTimestamp, PlainText& outText
 std::size_t WriteUuid(duckdb_hugeint inUuid, PlainText& outText) noexcept;
 std::size_t WriteHugeint(duckdb_hugeint inNumber, PlainText& outText) noexcept;
 std::size_t WriteUhugeint(duckdb_uhugeint inNumber, PlainText& outText) noexcept;
-/// Of at most 64 bits. @param inBits as a vector holds them: behind a byte that tells how many bits of the
-/// first of the others don't count.
+/// For at most 64 bits. @param inBits as a vector holds them: after a byte that says how many bits of the
+/// next byte are padding.
 std::size_t WriteBit(duckdb_string_t inBits, PlainText& outText) noexcept;
 
 } // namespace orkit::orsql

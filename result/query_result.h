@@ -15,8 +15,8 @@ namespace orkit::orsql {
 
 class DuckDBDatabase;
 
-/// The results of a run, by value, in the order of their statements. A queue: a walk through the outcomes of
-/// a long script takes each from the front.
+/// The results of a run, by value, in the order of their statements. A queue, since each step through the
+/// outcomes of a script takes one from the front.
 using ResultList = std::deque<orlimbara::duckdb_support::OwnedResult>;
 
 /// Rows, a count, a parsed error, or nothing.
@@ -42,7 +42,7 @@ public:
     void Invalidate() override;
 
 private:
-    /// Finds out what `mResult` holds.
+    /// Finds out what kind of outcome `mResult` is.
     void ReadOutcome();
     /// Parses DuckDB's error text: a JSON object under "errors_as_json", else plain text.
     void ReadError(const char* inText);

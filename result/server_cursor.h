@@ -9,8 +9,8 @@
 
 namespace orkit::orsql {
 
-/// Holds one chunk at a time and creates a value at each read. NextRecord takes the guard, get_Value doesn't:
-/// the two must not run at the same time on one cursor.
+/// Holds one chunk at a time and creates a value at each read. NextRecord takes the guard, get_Value doesn't;
+/// the two must not run on one cursor at the same time.
 class DuckDBCursor_server final : public DuckDBCursor_imp {
 public:
     /// The guard must be held.

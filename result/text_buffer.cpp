@@ -7,7 +7,7 @@ namespace orkit::orsql {
 
 namespace {
 
-/// Through DuckDB's C functions the text of a value ends at its first zero byte.
+/// With DuckDB's C functions the text of a value ends at its first zero byte.
 std::string_view UpToZero(std::string_view inText) noexcept {
     if (inText.empty()) {
         return {};
@@ -25,7 +25,7 @@ constexpr char EscapeLetter(unsigned char inByte) noexcept {
     return index == std::string_view::npos ? '\0' : kLetters[index];
 }
 
-/// Appends a text as the inside of a JSON string: the double quote, the backslash and control characters are
+/// Appends a text as the content of a JSON string: double quotes, backslashes and control characters are
 /// escaped, all other bytes stay.
 void AppendEscaped(std::string& ioJson, std::string_view inText) {
     static constexpr char kHexDigits[] = "0123456789abcdef";

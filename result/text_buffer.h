@@ -22,18 +22,17 @@ inline std::string_view ViewOf(const duckdb_string_t& inString) noexcept {
             length};
 }
 
-/// Makes values of texts, up to their first zero byte.
+/// Makes values from texts, up to their first zero byte.
 class TextBuffer {
 public:
     /// A String value. @param inText UTF-8.
     smart_ptr<I_Value> MakeString(std::string_view inText);
 
-    /// The same of a text that is wide already; all of it counts.
+    /// The same for a text that is wide already; uses all of it.
     static smart_ptr<I_Value> MakeString(const String& inText);
 
-    /// A JSON value that holds an envelope: the form in which a DuckDB value without a host type of its own
-    /// leaves, and which statement/ reads:
-    /// `{"duckdb_variant":true,"variant_type":"...","value":"..."}`.
+    /// A JSON value that holds an envelope, the form for a DuckDB value that has no host type. statement/
+    /// reads it: `{"duckdb_variant":true,"variant_type":"...","value":"..."}`.
     /// @param inTypeName, inText UTF-8; escaped as RFC 8259 says.
     smart_ptr<I_Value> MakeEnvelope(std::string_view inTypeName, std::string_view inText);
 

@@ -17,7 +17,7 @@ namespace {
 
 bool IsNull(duckdb_value inValue) { return !inValue || duckdb_is_null_value(inValue); }
 
-/// DuckDB's text of a value. Throws for a time outside its range, on which DuckDB's function crashes.
+/// DuckDB's text of a value. Throws for a time outside its range, which crashes DuckDB's function.
 support::OwnedText TextOf(duckdb_value inValue) {
     if (!support::AreTimesInRange(inValue)) {
         ThrowDuckDBError(kValueContext, support::kTimeOutOfRange);
@@ -75,7 +75,7 @@ smart_ptr<I_Value> ReadCell(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inR
     const std::int32_t* known = nullptr;
     if (value && inColumnType == DUCKDB_TYPE_VARIANT) {
         variantType = support::variant_type(value.Get());
-        // A negative number passes: its payload goes out as "UNKNOWN".
+        // A negative number is fine: its payload gets the name "UNKNOWN".
         known = variantType < variant_type::kCount ? &variantType : nullptr;
     }
     return DuckDBToValue(value.Get(), known);

@@ -2,7 +2,8 @@
 /// From a DuckDB cell to a host value, through a `duckdb_value` of the cell: the reference meaning of every
 /// cell. The readers of chunk_reader.h give the same values faster.
 ///
-/// None of this takes a lock or keeps a state. Exceptions of the host's factories and of DuckDB pass through.
+/// These functions take no lock and keep no state. Exceptions of the host's factories and of DuckDB pass
+/// through.
 #pragma once
 
 #include <cstdint>
@@ -19,16 +20,16 @@ namespace orkit::orsql {
 /// gives DuckDB's text of the value.
 /// Throws xDuckDBError with the context "value" for a time out of its type's range, alone or inside the
 /// value, where its text is needed.
-/// @param inColumn, inRow inside the chunk. @param inColumnType the column's type, as the result tells it.
+/// @param inColumn, inRow inside the chunk. @param inColumnType the column's type, from the result.
 smart_ptr<I_Value> ReadCell(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inRow, duckdb_type inColumnType);
 
-/// @param inValue stays the caller's; null gives the null value.
-/// @param inVariantType what a VARIANT holds; null if that is unknown or beyond the known numbers, which
-/// gives the VARIANT's text.
+/// @param inValue owned by the caller; null gives the null value.
+/// @param inVariantType the number of a VARIANT's content; null if that is unknown or beyond the known
+/// numbers, which gives the VARIANT's text.
 smart_ptr<I_Value> DuckDBToValue(duckdb_value inValue, const std::int32_t* inVariantType);
 
-/// What a VARIANT holds. A payload without an exact host value becomes an envelope.
-/// @param inChild the payload; stays the caller's; null gives the null value.
+/// The content of a VARIANT. A payload without an exact host value becomes an envelope.
+/// @param inChild the payload, owned by the caller; null gives the null value.
 smart_ptr<I_Value> VariantChildToValue(duckdb_value inChild, std::int32_t inVariantType);
 
 /// A new value of the kind that a factory makes, not nullable, set by one setter.
@@ -40,7 +41,7 @@ smart_ptr<I_Value> MakeValue(I_Value* (*inFactory)(bool, const void*, const void
     return value;
 }
 
-/// What SQL NULL is in the host: a Boolean value that says it is null.
+/// SQL NULL in the host: a Boolean value that is null.
 smart_ptr<I_Value> MakeNullValue();
 
 /// A binary value with a copy of the bytes.

@@ -22,7 +22,7 @@ constexpr bool FitMicros(std::int64_t inMillis) noexcept {
 
 using MakeFromPayload = smart_ptr<I_Value> (*)(const void* inPayload);
 
-/// By the number of what a VARIANT holds; null for everything that isn't a fixed-width type.
+/// By the number of a VARIANT's content; null for everything but fixed-width types.
 constexpr auto kFromPayload = [] {
     std::array<MakeFromPayload, variant_type::kCount> table = {};
     for (const FixedTypeRow& row : kFixedTypes) {
@@ -97,7 +97,7 @@ smart_ptr<I_Value> VariantCellReader::ReadNested(idx_t inRow, std::int32_t inNum
     if (count <= 1 || !mColumn.ReadJson(inRow, text, mJsonWindow.get_First(), count)) {
         return ReadPayload(inRow, inNumber);
     }
-    mJsonWindow.put_Bytes(text.size() * count); // this row stands for the others
+    mJsonWindow.put_Bytes(text.size() * count); // taken as typical of the run
     return Setup().mTextBuffer->MakeEnvelope(VariantTypeName(inNumber), text);
 }
 

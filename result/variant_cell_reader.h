@@ -8,8 +8,8 @@
 
 namespace orkit::orsql {
 
-/// Unpacks the vector of a chunk once, at the first read, and makes of each cell what it holds. Converts
-/// objects and arrays to JSON in runs of rows.
+/// Unpacks the vector of a chunk once, at the first read, and gives each cell's content. Converts objects and
+/// arrays to JSON in runs of rows.
 class VariantCellReader final : public CellReader {
 public:
     explicit VariantCellReader(const CellReaderSetup& inSetup)

@@ -1,5 +1,4 @@
-/// @file
-/// The numbers that DuckDB gives to what a VARIANT can hold, and their names in an envelope.
+/// @file DuckDB's numbers for the types that a VARIANT can hold, and their names in an envelope.
 #pragma once
 
 #include <array>
@@ -8,9 +7,9 @@
 
 namespace orkit::orsql {
 
-/// DuckDB's numbering of what a VARIANT holds. Only numbers that the code treats differently have a constant.
+/// DuckDB's numbers. Only those that the code treats specially have a constant.
 namespace variant_type {
-inline constexpr std::int32_t kNone = -2; ///< stands for no number; DuckDB gives -1 for what it can't read
+inline constexpr std::int32_t kNone = -2; ///< no number; DuckDB returns -1 for what it can't read
 inline constexpr std::int32_t kNull = 0;
 inline constexpr std::int32_t kBoolTrue = 1;
 inline constexpr std::int32_t kBoolFalse = 2;
