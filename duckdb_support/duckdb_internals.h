@@ -1,5 +1,4 @@
-/// @file
-/// DuckDB's C++ side, for the sources of this folder alone; everything else sees only DuckDB's C header.
+/// @file DuckDB's C++ interface, for the sources of this folder only; all other code sees DuckDB's C header.
 #pragma once
 
 #include <duckdb.hpp>
@@ -42,8 +41,8 @@ inline char* CopyText(const std::string& inText) {
     return copy;
 }
 
-/// Calls the function and returns its result, or false if it throws anything but std::bad_alloc: the caller
-/// then takes another way, which memory that runs out would not mend.
+/// Calls the function and returns its result, or false if it throws: the caller then takes another way.
+/// std::bad_alloc passes, since another way would fail too.
 template <typename Function>
 bool Succeeds(Function&& inFunction) {
     try {
@@ -66,7 +65,7 @@ Result OrElse(Result inFallback, Function&& inFunction) noexcept {
     }
 }
 
-/// The check of times.h for a vector, which may be flattened; defined there. May throw.
+/// The check of times.h for a vector, which it may flatten. May throw.
 [[nodiscard]] bool AreTimesInRange(duckdb::Vector& ioVector, duckdb::idx_t inCount);
 
 } // namespace orlimbara::duckdb_support::internals

@@ -26,7 +26,7 @@ enum class HandleKind : std::size_t {
     Bytes,
 };
 
-/// Names of the kinds, in the order of HandleKind, for messages of tests.
+/// Names of the kinds, in the order of HandleKind, for test messages.
 inline constexpr std::array<std::string_view, 12> kHandleKindNames = {"database",
                                                                       "connection",
                                                                       "config",
@@ -42,7 +42,7 @@ inline constexpr std::array<std::string_view, 12> kHandleKindNames = {"database"
 
 namespace detail {
 
-/// Counts are statistics and order nothing, so relaxed order is enough.
+/// The counts synchronise nothing, so relaxed order is enough.
 inline std::array<std::atomic<std::int64_t>, kHandleKindNames.size()> gLiveHandles = {};
 
 inline void CountHandles(HandleKind inKind, std::int64_t inChange) noexcept {
@@ -52,12 +52,12 @@ inline void CountHandles(HandleKind inKind, std::int64_t inChange) noexcept {
 } // namespace detail
 
 /// How many handles of one kind the owners and cells of handles.h hold now, in all threads. The supplement's
-/// own instance (supplement.h) doesn't count.
+/// own instance (supplement.h) isn't counted.
 inline std::int64_t LiveHandleCount(HandleKind inKind) noexcept {
     return detail::gLiveHandles[static_cast<std::size_t>(inKind)].load(std::memory_order_relaxed);
 }
 
-/// The sum of LiveHandleCount over all kinds. Zero when nothing is held; a test's fixture checks that.
+/// The sum of LiveHandleCount over all kinds. The tests' fixture checks that it is 0 after each test.
 inline std::int64_t LiveHandleCount() noexcept {
     std::int64_t total = 0;
     for (const auto& count : detail::gLiveHandles) {

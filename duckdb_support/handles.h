@@ -1,5 +1,4 @@
-/// @file
-/// Owners of DuckDB's handles: each ends its handle with DuckDB's matching function, exactly once.
+/// @file Owners of DuckDB's handles: each destroys its handle with DuckDB's matching function, exactly once.
 #pragma once
 
 #include <duckdb.h>
@@ -24,8 +23,8 @@ template <typename Handle>
     return inResult.internal_data != nullptr;
 }
 
-/// Calls the function that ends a handle: most of DuckDB's take its address, duckdb_free takes the pointer.
-/// Ignores what it throws: owners end in destructors, where nobody could take the failure.
+/// Calls the function that destroys a handle: most of DuckDB's take its address, duckdb_free takes the
+/// pointer. Ignores exceptions, since owners call it in their destructors.
 template <auto Destroy, typename Handle>
 void End(Handle& ioHandle) noexcept {
     try {
@@ -39,9 +38,9 @@ void End(Handle& ioHandle) noexcept {
     }
 }
 
-/// Stands for a C out-parameter while one call lasts: DuckDB writes to the owner through it, and when the
-/// full expression of the call ends, also by an exception, what DuckDB wrote is counted. The owner must not
-/// be moved or reset within that same expression.
+/// A C out-parameter for one call: DuckDB writes to the owner through it, and at the end of the full
+/// expression, also after an exception, the handle is counted. The owner must not be moved or reset within
+/// that expression.
 template <typename Handle>
 class OutParameter {
 public:
@@ -63,15 +62,15 @@ private:
 
 } // namespace detail
 
-/// The one owner of a DuckDB handle, or of none. Not synchronised.
-/// @tparam Type the handle's type. @tparam Kind what it counts as. @tparam Destroy the function that ends it;
-/// what it throws is ignored.
+/// The only owner of a DuckDB handle, or of none. Not thread-safe.
+/// @tparam Type the handle's type. @tparam Kind what it counts as. @tparam Destroy the function that destroys
+/// it; its exceptions are ignored.
 template <typename Type, HandleKind Kind, auto Destroy>
 class OwnedHandle {
 public:
     OwnedHandle() noexcept = default;
 
-    /// Takes over a handle, which may be null. No copy of it may be ended elsewhere.
+    /// Takes ownership of a handle, which may be null. Nothing else may destroy a copy of it.
     explicit OwnedHandle(const Type& inHandle) noexcept : mHandle(inHandle) { Count(1); }
 
     OwnedHandle(OwnedHandle&& inOther) noexcept : mHandle(std::exchange(inOther.mHandle, Type{})) {}
@@ -84,7 +83,7 @@ public:
     }
     ~OwnedHandle() { Reset(); }
 
-    /// The handle for a call into DuckDB; it stays the owner's.
+    /// The handle for a call of DuckDB; the owner keeps it.
     [[nodiscard]] Type Get() const noexcept { return mHandle; }
     explicit operator bool() const noexcept { return detail::IsHeld(mHandle); }
 
@@ -94,7 +93,7 @@ public:
         return {mHandle, Kind};
     }
 
-    /// Ends the handle that is held, if any.
+    /// Destroys the handle, if there is one.
     void Reset() noexcept {
         if (*this) {
             Count(-1);
@@ -125,12 +124,12 @@ using OwnedPendingResult =
     OwnedHandle<duckdb_pending_result, HandleKind::PendingResult, duckdb_destroy_pending>;
 using OwnedDataChunk = OwnedHandle<duckdb_data_chunk, HandleKind::DataChunk, duckdb_destroy_data_chunk>;
 using OwnedValue = OwnedHandle<duckdb_value, HandleKind::Value, duckdb_destroy_value>;
-/// Not for what `duckdb_get_value_type` gives: that type belongs to its value.
+/// Not for the result of `duckdb_get_value_type`: that type belongs to its value.
 using OwnedLogicalType =
     OwnedHandle<duckdb_logical_type, HandleKind::LogicalType, duckdb_destroy_logical_type>;
-/// Text that DuckDB allocated and that goes back through `duckdb_free`; UTF-8, ends with a zero byte.
+/// Text that DuckDB allocated, freed with `duckdb_free`; UTF-8, zero-terminated.
 using OwnedText = OwnedHandle<char*, HandleKind::Text, duckdb_free>;
-/// Bytes that DuckDB allocated and that go back through `duckdb_free`, such as the data of a blob.
+/// Bytes that DuckDB allocated, such as the data of a blob, freed with `duckdb_free`.
 using OwnedBytes = OwnedHandle<void*, HandleKind::Bytes, duckdb_free>;
 
 /// The text up to its zero byte, empty for none; valid while the owner holds it.
@@ -138,24 +137,24 @@ using OwnedBytes = OwnedHandle<void*, HandleKind::Bytes, duckdb_free>;
     return inText ? std::string_view(inText.Get()) : std::string_view();
 }
 
-/// The one owner of a `duckdb_result`, which travels by value, or of none. A failed run leaves a result that
-/// holds the error. An empty owner's result is zero-filled: `duckdb_rows_changed` and `duckdb_row_count`
-/// crash on it.
+/// The only owner of a `duckdb_result`, which DuckDB passes by value, or of none. A failed run leaves a
+/// result that holds the error. An empty owner's result is zero-filled: `duckdb_rows_changed` and
+/// `duckdb_row_count` crash on it.
 class OwnedResult : public OwnedHandle<duckdb_result, HandleKind::Result, duckdb_destroy_result> {
 public:
     using OwnedHandle::OwnedHandle;
 
-    /// For calls into DuckDB that take the result's address; never null. Calls that fill a result take Put().
+    /// For calls of DuckDB that take the result's address; never null. Calls that fill a result take Put().
     [[nodiscard]] duckdb_result* Get() noexcept { return &mHandle; }
     /// For calls that take the result by value.
     [[nodiscard]] const duckdb_result& Struct() const noexcept { return mHandle; }
 };
 
 /// A handle that several objects share through a `std::shared_ptr` to this cell, and that only Close() ends,
-/// for all of them at once. The destructor closes nothing: a cell that goes with an open handle leaves it
-/// open, and it stays in the count.
+/// for all of them at once. The destructor doesn't close the handle: a cell that is destroyed with an open
+/// handle leaves it open and counted.
 ///
-/// Get() and the test for a handle may run on any thread; the other operations need a lock of the caller's.
+/// Get() and the test for a handle may run on any thread; the caller must lock for the other operations.
 template <typename Type, HandleKind Kind, auto Destroy>
 class SharedCell {
 public:
@@ -169,15 +168,15 @@ public:
     }
     explicit operator bool() const noexcept { return Get() != nullptr; }
 
-    /// For a C out-parameter, as OwnedHandle::Put(). The cell must be empty, and DuckDB writes to it as to
-    /// any variable: no other thread may know the cell yet.
+    /// For a C out-parameter, as OwnedHandle::Put(). The cell must be empty, and no other thread may know it
+    /// yet, since DuckDB writes to it without synchronisation.
     [[nodiscard]] detail::OutParameter<Type> Put() noexcept {
         assert(mHandle == nullptr);
         return {mHandle, Kind};
     }
 
-    /// Closes the handle that is held, if any; every holder of the cell sees null from then on. Ignores what
-    /// DuckDB throws.
+    /// Closes the handle, if there is one; every holder of the cell sees null from then on. Ignores DuckDB's
+    /// exceptions.
     void Close() noexcept {
         Type handle = std::atomic_ref(mHandle).exchange(nullptr, std::memory_order_acq_rel);
         if (handle != nullptr) {

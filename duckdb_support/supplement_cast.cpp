@@ -23,8 +23,8 @@ public:
     /// Casts in the context of a connection; may throw.
     static bool TryCast(const duckdb::Value& inValue, const duckdb::LogicalType& inType,
                         duckdb::Value& outValue, std::string& outError) {
-        // Never destroyed: at exit DuckDB's thread-local state of the main thread is destroyed before static
-        // objects, and an instance that closes after it writes to freed memory.
+        // Never destroyed: at exit the main thread's thread-local state of DuckDB is destroyed before static
+        // objects, and an instance that closes after that writes to freed memory.
         static CastInstance& instance = *new CastInstance;
         const std::lock_guard lock(instance.mMutex);
         duckdb::Connection connection(instance.Database());
@@ -32,17 +32,17 @@ public:
     }
 
 private:
-    /// Opened here, so that a failed opening is tried again. The lock must be held.
+    /// Opened here, so that a failed attempt is repeated. The lock must be held.
     duckdb::DuckDB& Database() {
         if (mDatabase == nullptr) {
             duckdb::DBConfig config;
-            config.SetOptionByName("threads", duckdb::Value::UBIGINT(1)); // the caller's only
+            config.SetOptionByName("threads", duckdb::Value::UBIGINT(1)); // only the caller's
             config.SetOptionByName("autoload_known_extensions", duckdb::Value::BOOLEAN(false));
             config.SetOptionByName("autoinstall_known_extensions", duckdb::Value::BOOLEAN(false));
             config.SetOptionByName("enable_external_access", duckdb::Value::BOOLEAN(false));
             auto database = std::make_unique<duckdb::DuckDB>(nullptr, &config);
             if (!database->ExtensionIsLoaded("json")) {
-                // Without it every text would be accepted as JSON.
+                // Without this every text would be accepted as JSON.
                 throw std::runtime_error("This build of DuckDB has no casts to JSON");
             }
             mDatabase = std::move(database);
@@ -59,7 +59,7 @@ bool HoldsJson(const duckdb::LogicalType& inType) {
         inType, [](const duckdb::LogicalType& inPart) { return inPart.IsJSONType(); });
 }
 
-/// Casts without an instance give what an instance with the time zone UTC gives, and are used wherever they
+/// Casts without an instance give the same as an instance with the time zone UTC, and are used wherever they
 /// exist. Of the casts with JSON those are the ones that copy or split a JSON text.
 bool NeedsInstance(const duckdb::LogicalType& inFrom, const duckdb::LogicalType& inTo) {
     if (!HoldsJson(inFrom) && !HoldsJson(inTo)) {
@@ -73,7 +73,7 @@ bool NeedsInstance(const duckdb::LogicalType& inFrom, const duckdb::LogicalType&
            !from_json_to(duckdb::LogicalTypeId::VARCHAR);
 }
 
-/// False for types that exist only while DuckDB binds a query: no value can have them.
+/// False for types that exist only while DuckDB binds a query, which no value can have.
 bool IsCastable(const duckdb::LogicalType& inType) {
     return !duckdb::TypeVisitor::Contains(inType, [](const duckdb::LogicalType& inPart) {
         switch (inPart.id()) {

@@ -51,7 +51,7 @@ bool IsEachInRange(duckdb::Vector& ioVector, duckdb::idx_t inCount, bool (*inIsI
     return true;
 }
 
-/// A VARIANT lists all that it holds, at any depth, as pairs of a type and an offset into its bytes.
+/// A VARIANT lists its whole content, at any depth, as pairs of a type and an offset into its bytes.
 bool IsEachVariantInRange(duckdb::Vector& ioVector, duckdb::idx_t inCount) {
     duckdb::RecursiveUnifiedVectorFormat format;
     duckdb::Vector::RecursiveToUnifiedFormat(ioVector, inCount, format);
@@ -81,8 +81,8 @@ bool IsEachVariantInRange(duckdb::Vector& ioVector, duckdb::idx_t inCount) {
 
 } // namespace
 
-/// The vector may be brought into another form of the same meaning. NULL is looked for at each level on its
-/// own, as DuckDB's casts do: they also cast the parts of a NULL row that aren't NULL themselves.
+/// May change the form of the vector, not its content. Each level is tested for NULL on its own, as in
+/// DuckDB's casts, which also cast the parts of a NULL row that aren't NULL themselves.
 bool internals::AreTimesInRange(duckdb::Vector& ioVector, duckdb::idx_t inCount) {
     const duckdb::LogicalType& type = ioVector.GetType();
     if (!CanHoldTimes(type)) {
@@ -98,7 +98,7 @@ bool internals::AreTimesInRange(duckdb::Vector& ioVector, duckdb::idx_t inCount)
     default:
         break;
     }
-    ioVector.Flatten(inCount); // the parts of a nested vector know nothing of a dictionary around it
+    ioVector.Flatten(inCount); // the children of a nested vector ignore a dictionary around it
     switch (type.id()) {
     case LogicalTypeId::VARIANT:
         return IsEachVariantInRange(ioVector, inCount);
@@ -125,7 +125,7 @@ BindTimeCheck(duckdb::ClientContext&, duckdb::ScalarFunction& ioFunction,
     return nullptr;
 }
 
-/// Returns a copy, so that a cast of the result meets nothing but the rows that were looked at.
+/// Returns a copy, so that a cast of the result sees only the rows that were checked.
 void CheckTimes(duckdb::DataChunk& inArguments, duckdb::ExpressionState&, duckdb::Vector& outResult) {
     const duckdb::idx_t count = inArguments.size();
     duckdb::VectorOperations::Copy(inArguments.data[0], outResult, count, 0, 0);

@@ -1,15 +1,15 @@
-/// @file
-/// Finds times of day that lie outside their type's range, before DuckDB makes text of them.
+/// @file Finds times of day outside their type's range before DuckDB converts them to text.
 ///
-/// Typed bindings and appenders hand DuckDB the caller's number untested, so a table can hold such a time.
-/// DuckDB's functions that make text of a TIME, TIME_NS or TIMETZ read and write beyond their arrays for it.
+/// Typed bindings and appenders give DuckDB the caller's number unchecked, so a table can hold such a time.
+/// DuckDB's functions that convert a TIME, TIME_NS or TIMETZ to text then read and write outside their
+/// arrays.
 #pragma once
 
 #include <duckdb.h>
 
 namespace orlimbara::duckdb_support {
 
-/// The message for a time that is outside its range.
+/// The message for a time outside its range.
 inline constexpr const char* kTimeOutOfRange = "A time of day lies outside the range of its type";
 
 /// Whether a value of the type can be or hold a TIME, TIME_NS or TIMETZ, at any depth; a VARIANT can.
@@ -20,16 +20,16 @@ inline constexpr const char* kTimeOutOfRange = "A time of day lies outside the r
 [[nodiscard]] bool AreTimesInRange(duckdb_value inValue);
 
 /// The same for `inCount` rows of a column from row `inFirst` on (all counted from 0; rows past the end are
-/// ignored). A list counts with all items of its chunk, as DuckDB's casts take them.
+/// ignored). Of a list, all items in its chunk are checked, since DuckDB's casts take them all.
 [[nodiscard]] bool AreTimesInRange(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst = 0,
                                    idx_t inCount = ~idx_t{0});
 
-/// The scalar function that AddTimeCheck makes known: returns its one argument, of any type, unchanged, and
-/// fails with kTimeOutOfRange when a time in it is out of range. An SQL cast of what it returns is safe.
+/// The scalar function that AddTimeCheck registers: returns its one argument, of any type, unchanged, and
+/// fails with kTimeOutOfRange if a time in it is out of range. An SQL cast of its result is safe.
 inline constexpr const char* kTimeCheck = "system.main.orlimbara_check_times";
 
-/// Makes kTimeCheck known to the connection's instance; nothing of it goes into a database file. Throws what
-/// DuckDB throws.
+/// Registers kTimeCheck with the connection's instance, and doesn't change a database file. Throws DuckDB's
+/// exceptions.
 void AddTimeCheck(duckdb_connection inConnection);
 
 } // namespace orlimbara::duckdb_support

@@ -26,17 +26,17 @@ public:
     VariantColumn(VariantColumn&&) noexcept;
     VariantColumn& operator=(VariantColumn&&) noexcept;
 
-    /// Unpacks column `inColumn` (from 0) of the chunk. False if that is no VARIANT column or there is no
-    /// such column: nothing may be read then, and the caller reads each cell through a `duckdb_value`. Throws
-    /// only std::bad_alloc.
+    /// Unpacks column `inColumn` (from 0) of the chunk. Returns false if it isn't a VARIANT column or doesn't
+    /// exist: the caller then reads each cell through a `duckdb_value`, and nothing here. Throws only
+    /// std::bad_alloc.
     [[nodiscard]] bool Load(duckdb_data_chunk inChunk, idx_t inColumn);
 
-    /// The number of what the row holds: 0 for SQL NULL, -1 for what can't be read.
+    /// The number of the row's content: 0 for SQL NULL, -1 for what can't be read.
     [[nodiscard]] std::int32_t Number(idx_t inRow) const;
 
-    /// The first byte of the payload of a row whose number means a payload of fixed size; unaligned: 3 to 14
-    /// are integers of the width of the name, `float` and `double`; 19 is a `std::int32_t`, days; 20, 22 to
-    /// 25 and 27 are a `std::int64_t` in the unit of the name.
+    /// The first byte, unaligned, of a payload of fixed size. By the row's number, 3 to 14 are the integers,
+    /// `float` and `double` that the name says; 19 is a `std::int32_t`, in days; 20, 22 to 25 and 27 are a
+    /// `std::int64_t` in the unit that the name says.
     [[nodiscard]] const std::uint8_t* Address(idx_t inRow) const;
 
     /// The same payload as a T, which must have its size.
@@ -53,9 +53,10 @@ public:
     /// The payload of any row as a new value; never empty.
     [[nodiscard]] OwnedValue Payload(idx_t inRow) const;
 
-    /// The text of a row whose number is 29 (OBJECT) or 30 (ARRAY), as `duckdb_get_varchar` gives it for the
-    /// payload. False if that fails: read Payload() then. Throws only std::bad_alloc. The text is valid until
-    /// the next Load(), or the next ReadJson() of a row that wasn't converted together with this one.
+    /// The text of a row whose number is 29 (OBJECT) or 30 (ARRAY), the same as `duckdb_get_varchar` of the
+    /// payload. Returns false if that fails: read Payload() then. Throws only std::bad_alloc. The text is
+    /// valid until the next Load(), or the next ReadJson() of a row that wasn't converted together with this
+    /// one.
     /// @param inFirst, inCount the rows to convert at once, unless this row was converted already.
     [[nodiscard]] bool ReadJson(idx_t inRow, std::string_view& outText, idx_t inFirst = 0,
                                 idx_t inCount = ~idx_t{0});

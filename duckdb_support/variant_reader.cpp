@@ -8,7 +8,7 @@ namespace orlimbara::duckdb_support::internals {
 VariantReader::VariantReader(duckdb::Vector& ioVector, duckdb::idx_t inCount) {
     const duckdb::VectorType form = ioVector.GetVectorType();
     if (form != duckdb::VectorType::FLAT_VECTOR && form != duckdb::VectorType::CONSTANT_VECTOR) {
-        ioVector.Flatten(inCount); // the unified form of a struct loses a dictionary around it
+        ioVector.Flatten(inCount); // the unified format of a struct drops a dictionary around it
     }
     duckdb::Vector::RecursiveToUnifiedFormat(ioVector, inCount, mFormat);
     mData = duckdb::make_uniq<duckdb::UnifiedVariantVectorData>(mFormat);
@@ -50,7 +50,7 @@ duckdb::Value VariantChild(const duckdb::Value& inVariant) {
     duckdb::Vector checked(inVariant); // not the reader's vector, whose form must stay
     // A time outside its range crashes the cast to JSON.
     if (VariantReader::IsNested(reader.Number(0)) && AreTimesInRange(checked, 1)) {
-        // A VARIANT can be made of JSON again, but not of the text of a STRUCT or a LIST.
+        // JSON can be converted back to a VARIANT; the text of a STRUCT or a LIST can't.
         duckdb::Value json;
         std::string error;
         if (inVariant.DefaultTryCastAs(duckdb::LogicalType::JSON(), json, &error) && !json.IsNull()) {

@@ -17,7 +17,7 @@ namespace orlimbara::duckdb_support::internals {
 /// values, a pair of a type number and an offset into the row's bytes.
 class VariantReader {
 public:
-    /// The number of what isn't a VARIANT or can't be read.
+    /// The number for what isn't a VARIANT or can't be read.
     static constexpr std::int32_t kUnreadable = -1;
 
     /// Unpacks the vector; may throw. `ioVector` must outlive the reader and may be flattened.
@@ -25,10 +25,10 @@ public:
     VariantReader(const VariantReader&) = delete;
     VariantReader& operator=(const VariantReader&) = delete;
 
-    /// The number of what the row holds, as `duckdb_value_variant_type` gives it.
+    /// The number of the row's content, as `duckdb_value_variant_type` returns it.
     [[nodiscard]] std::int32_t Number(duckdb::idx_t inRow) const;
 
-    /// The first byte of what the row holds, in the row's bytes. The row's number must be positive.
+    /// The first byte of the row's content, in the row's bytes. The row's number must be positive.
     [[nodiscard]] const std::uint8_t* Address(duckdb::idx_t inRow) const;
 
     /// The bytes of a payload that is stored as a string, inside the row's bytes. The row's number must be
@@ -45,7 +45,7 @@ private:
     duckdb::unique_ptr<duckdb::UnifiedVariantVectorData> mData;
 };
 
-/// What `duckdb_value_variant_child` gives for a value of type VARIANT; may throw.
+/// The result of `duckdb_value_variant_child` for a value of type VARIANT; may throw.
 [[nodiscard]] duckdb::Value VariantChild(const duckdb::Value& inVariant);
 
 } // namespace orlimbara::duckdb_support::internals
