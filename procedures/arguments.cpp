@@ -14,7 +14,8 @@ namespace {
 
 bool IsAbsent(host_value value) { return value == nullptr || GetProcedureApi()->value_is_null(value) != 0; }
 
-/// The text of a value, empty if there is none. Copied at once: the host's bytes don't last.
+/// The text of a value, empty if there is none. Copied at once: the host's bytes may change with its next
+/// function.
 std::string TextOf(call_context context, host_value value) {
     std::uint64_t length = 0;
     const char* text = GetProcedureApi()->value_text(context, value, &length);
@@ -35,7 +36,7 @@ std::vector<std::string> NamesOfArray(call_context context, host_value array) {
     return names;
 }
 
-/// Splits at every comma: a name that holds one needs the array.
+/// Splits at every comma: a name with a comma needs the array.
 std::vector<std::string> NamesOfText(std::string_view text) {
     std::vector<std::string> names;
     for (;;) {

@@ -15,28 +15,28 @@ namespace orlimbara::procedures {
 /// handle is null or its value is SQL NULL; the optional ones are also absent when the call has fewer
 /// arguments.
 ///
-/// Texts are opaque bytes. A value of any kind can be read as text: it is the text that the host gives for
-/// it. Bad arguments throw std::runtime_error with the message for the user.
+/// Texts are opaque bytes. A value of any kind can be read as text; the host converts it. Bad arguments throw
+/// std::runtime_error with the message for the user.
 class ArgumentView {
 public:
-    /// `procedure_name` is the name that messages begin with, a static text.
+    /// Messages begin with `procedure_name`, a static text.
     ArgumentView(call_context context, const host_value* values, const char* procedure_name) noexcept
         : context_(context), values_(values), procedure_name_(procedure_name) {}
 
     [[nodiscard]] call_context Context() const noexcept { return context_; }
 
-    /// The number of arguments. The host is asked for it once, at the first use.
+    /// The number of arguments. Asks the host once, at the first call.
     [[nodiscard]] std::int32_t Count() const;
 
-    /// A mandatory text, untrimmed and never empty. Throws when it is absent or empty. Doesn't look at
-    /// Count(): the procedure's minimum must cover the position, or the caller must have tested it.
+    /// A mandatory text, untrimmed and never empty. Throws if it is absent or empty. Doesn't check Count():
+    /// the procedure's minimum must include the position, or the caller must have checked it.
     [[nodiscard]] std::string Text(std::int32_t position) const;
 
     /// A trimmed text; empty when the argument is absent.
     [[nodiscard]] std::string OptionalText(std::int32_t position) const;
 
-    /// The trimmed column names of an array of names, or of a text with commas between names. Empty names are
-    /// dropped. No names stand for all columns: the argument is absent, holds no name, or is the text "*".
+    /// The trimmed column names of an array, or of a text with commas between names, without empty names.
+    /// Empty for all columns: the argument is absent, has no name, or is the text "*".
     [[nodiscard]] std::vector<std::string> ColumnNames(std::int32_t position) const;
 
     /// A limit as decimal digits; empty when the argument is absent. Throws for a negative number and for a

@@ -25,8 +25,7 @@ template <typename Element>
 
 } // namespace detail
 
-/// The host's packed forms; host/procedure_api.h has the bits. What is below a millisecond is cut off, never
-/// carried.
+/// The host's packed forms; host/procedure_api.h lists the bits. Fractions of a millisecond are truncated.
 [[nodiscard]] inline std::uint32_t PackDate(const duckdb_date_struct& date) noexcept {
     return detail::LowBits(date.day, 5) | detail::LowBits(date.month, 4) << 5 |
            static_cast<std::uint32_t>(date.year) << 9;
@@ -44,7 +43,7 @@ template <typename Element>
 namespace detail {
 
 [[nodiscard]] inline host_value MakeDateTime(call_context context, duckdb_timestamp timestamp) {
-    if (!duckdb_is_finite_timestamp(timestamp)) { // DuckDB throws when it takes infinity apart
+    if (!duckdb_is_finite_timestamp(timestamp)) { // DuckDB throws if asked for the parts of infinity
         return nullptr;
     }
     return GetProcedureApi()->new_datetime(context, PackDateTime(duckdb_from_timestamp(timestamp)));
@@ -52,15 +51,14 @@ namespace detail {
 
 } // namespace detail
 
-/// Whether the host has a value for a cell that isn't NULL: not for a timestamp of infinity, which has no
-/// packed form.
+/// Whether the host has a value for a cell that isn't NULL. It has none for an infinite timestamp.
 [[nodiscard]] inline bool HasCellValue(duckdb_type runtime_type, void* data, std::uint64_t row) {
     return runtime_type != DUCKDB_TYPE_TIMESTAMP ||
            duckdb_is_finite_timestamp(detail::ElementAt<duckdb_timestamp>(data, row));
 }
 
-/// Makes the value of a cell that isn't NULL; the value is the host's. `data` is the data of a flat vector of
-/// the runtime type, and `row` counts from 0 in it. Null when the host has no such value or can't make it.
+/// Makes the value of a cell that isn't NULL; the host owns it. `data` is the data of a flat vector of the
+/// runtime type, and `row` counts from 0 in it. Null if the host has no such value or can't make it.
 [[nodiscard]] inline host_value MakeCellValue(call_context context, duckdb_type runtime_type, void* data,
                                               std::uint64_t row) {
     const procedure_api& api = *GetProcedureApi();

@@ -9,11 +9,12 @@
 
 namespace orlimbara::procedures {
 
-/// A DuckDB instance of the call's own and one connection to it, with no settings. Both close with the
-/// object. Failures throw std::runtime_error with the message for the user.
+/// A private DuckDB instance and one connection to it, without settings. Both close with the object. Failures
+/// throw std::runtime_error with the message for the user.
 class DuckDBInstance {
 public:
-    /// Opens and connects. The path goes to DuckDB as it is; an empty one means a private database in memory.
+    /// Opens and connects. The path goes to DuckDB unchanged; an empty one means a private database in
+    /// memory.
     explicit DuckDBInstance(const std::string& path) {
         const bool is_in_memory = path.empty();
         if (duckdb_open(is_in_memory ? nullptr : path.c_str(), database_.Put()) != DuckDBSuccess) {

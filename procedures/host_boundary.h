@@ -17,12 +17,12 @@ inline const procedure_api* gProcedureApi = nullptr;
 
 } // namespace detail
 
-/// Keeps the host's table for all later calls. The table stays the host's and must outlive the module's last
+/// Stores the host's table for all later calls. The host owns the table, which must outlive the module's last
 /// call. Call this once, before any other function of this folder; from then on the pointer is only read,
 /// from any thread, without a lock.
 inline void BindProcedureApi(const procedure_api* table) noexcept { detail::gProcedureApi = table; }
 
-/// Gives the table that was bound; null until then.
+/// The table that was bound; null before that.
 [[nodiscard]] inline const procedure_api* GetProcedureApi() noexcept { return detail::gProcedureApi; }
 
 /// Reports a failure of the current call to the host.

@@ -42,7 +42,7 @@ SchemaRow DescribeColumn(call_context context, duckdb_result* result, idx_t colu
     return row;
 }
 
-/// A cursor of rows that are made beforehand. The values pass to the host, also when it refuses.
+/// A cursor over complete rows. The host takes the values, even if it refuses to make the cursor.
 host_cursor MakeRowCursor(call_context context, const std::vector<SchemaRow>& rows) {
     std::vector<const host_value*> row_values;
     row_values.reserve(rows.size());

@@ -1,5 +1,4 @@
-/// @file
-/// The table procedures, and what makes them known to the host.
+/// @file The table procedures, and their registration with the host.
 #pragma once
 
 #include <array>
@@ -13,11 +12,11 @@ namespace orlimbara::procedures {
 
 class ArgumentView;
 
-/// The body of a procedure: makes a cursor, which is the host's and never null, or throws. A std::exception
-/// carries the message for the user.
+/// The body of a procedure: returns a cursor, which the host owns and which is never null, or throws. A
+/// std::exception carries the message for the user.
 using ProcedureBody = host_cursor (*)(const ArgumentView& arguments);
 
-// The bodies, each in the file of its name; docs/procedures.md tells what they take and give.
+// The bodies, each in the file of its name; docs/procedures.md describes their arguments and columns.
 host_cursor fetch_parquet(const ArgumentView& arguments);
 host_cursor parquet_schema(const ArgumentView& arguments);
 host_cursor parquet_metadata(const ArgumentView& arguments);
@@ -34,7 +33,7 @@ struct TableProcedure {
     ProcedureBody body;
 };
 
-/// All procedures, in the order in which the host hears of them: a row here makes a procedure known.
+/// All procedures, in the order of their registration: a row here registers a procedure.
 inline constexpr std::array kTableProcedures = {
     TableProcedure{"fetch_parquet", 1, 4, "uri [, columns [, where [, limit]]]", "Reads a parquet file.",
                    "Unexpected error while reading parquet file.", fetch_parquet},
@@ -49,17 +48,17 @@ inline constexpr std::array kTableProcedures = {
                    "Unexpected error while reading DuckDB table or view.", fetch_duckdb},
 };
 
-/// Registers all procedures; BindProcedureApi (procedures/host_boundary.h) comes before. One that the host
-/// refuses is told to `report_error` and doesn't stop the others. Does nothing without a bound table.
+/// Registers all procedures; call BindProcedureApi (procedures/host_boundary.h) first. One that the host
+/// refuses is reported with `report_error` and doesn't stop the others. Does nothing without a bound table.
 void RegisterProcedures(call_context context) noexcept;
 
 /// The SELECT of `fetch_parquet`, from the arguments `uri`, `columns` and `where`. Throws for the first
 /// argument at fault.
 [[nodiscard]] std::string BuildParquetSelect(const ArgumentView& arguments);
 
-/// The SELECT of `fetch_duckdb`: a table or view by its name, whose parts have dots between and may be in
-/// double quotes. Throws for a blank name, an empty part and an open double quote; how many parts a name may
-/// have is for DuckDB to judge.
+/// The SELECT of `fetch_duckdb` for the name of a table or view, whose parts are separated by dots and may be
+/// in double quotes. Throws for a name of whitespace only, an empty part and an unclosed double quote; DuckDB
+/// decides how many parts a name may have.
 [[nodiscard]] std::string BuildTableSelect(std::string_view name);
 
 } // namespace orlimbara::procedures

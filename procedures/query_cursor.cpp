@@ -22,7 +22,7 @@ constexpr std::int32_t kNotPositioned = -1;
 constexpr std::string_view kUnexpectedMessage = "Unexpected error while reading a row.";
 
 /// One SELECT item: the column, or the column cast to its runtime type, under its own name. With
-/// `checks_times` a time outside its range makes the query fail, before a cast to text could meet it.
+/// `checks_times` a time outside its range makes the query fail before it is cast to text.
 std::string ColumnProjection(std::string_view name, duckdb_type type, bool checks_times) {
     const std::string quoted = QuoteIdentifier(name);
     const duckdb_type runtime_type = RuntimeType(type);
@@ -42,7 +42,7 @@ host_cursor QueryCursor::Open(call_context context, const std::string& path, con
     if (GetProcedureApi()->make_callback_cursor(context, &state->descriptor_, &cursor) != 0) {
         throw std::runtime_error("Unable to create DuckDB cursor.");
     }
-    static_cast<void>(state.release()); // the host's now, until it calls `destroy`
+    static_cast<void>(state.release()); // the host owns it now, until it calls `destroy`
     return cursor;
 }
 
@@ -82,8 +82,8 @@ std::string QueryCursor::ProbeColumns(const std::string& source) {
     return select;
 }
 
-/// Cells are read as raw memory of the runtime types, so these must be the types that really came: between
-/// probe and query another process may have put another file in the place of the one that was probed.
+/// Cells are read as raw memory of the runtime types, so the result must really have these types: another
+/// process may have replaced the file between probe and query.
 void QueryCursor::RequireRuntimeTypes() {
     bool is_as_probed = duckdb_column_count(result_.Get()) == columns_.size();
     for (idx_t index = 0; is_as_probed && index < columns_.size(); ++index) {
@@ -133,7 +133,7 @@ std::int32_t QueryCursor::SeekRow(std::uint64_t row) {
     if (row >= row_count_) {
         return kNotPositioned;
     }
-    // The chunk that holds the row: the last one that starts at or before it, which passes over empty chunks.
+    // The chunk that holds the row: the last one that starts at or before it, which skips empty chunks.
     const auto behind = std::ranges::upper_bound(chunk_starts_, row);
     const auto index = static_cast<std::uint64_t>(std::distance(chunk_starts_.begin(), behind)) - 1;
     if (!chunk_ || chunk_index_ != index) {
@@ -156,7 +156,7 @@ std::int32_t QueryCursor::NextRow() {
     if (!chunk_) {
         return SeekRow(0);
     }
-    // The next row is mostly in the same chunk: no search then.
+    // The next row is usually in the same chunk: no search then.
     if (row_in_chunk_ + 1 < chunk_size_) {
         ++row_in_chunk_;
         return kPositioned;

@@ -1,9 +1,8 @@
-/// @file
-/// SQL text from what the user supplied.
+/// @file SQL text from the user's input.
 ///
-/// The two quoting rules are the whole protection against what stands in a path or a name: nothing is bound
-/// as a parameter. They keep statements and expressions out; docs/procedures.md tells which files a path or a
-/// name can reach. All texts are opaque bytes.
+/// The two quoting rules are the only protection against the content of a path or a name, since nothing is
+/// bound as a parameter. They keep statements and expressions out; docs/procedures.md says which files a path
+/// or a name can reach. All texts are opaque bytes.
 #pragma once
 
 #include <string>
@@ -12,8 +11,7 @@
 
 namespace orlimbara::procedures {
 
-/// The text without the bytes at both ends that the C library's `isspace` takes for whitespace. A view into
-/// `text`.
+/// The text without whitespace at both ends, as the C library's `isspace` defines it. A view into `text`.
 [[nodiscard]] std::string_view TrimText(std::string_view text);
 
 /// The text as one SQL string literal: in single quotes, each single quote doubled.
@@ -22,12 +20,12 @@ namespace orlimbara::procedures {
 /// The text as one SQL quoted identifier: in double quotes, each double quote doubled.
 [[nodiscard]] std::string QuoteIdentifier(std::string_view text);
 
-/// The bare name of an identifier in double quotes: without them, and with each pair of double quotes between
-/// them written as one. Text that isn't in double quotes comes back unchanged.
+/// The bare name of an identifier in double quotes: without them, and with each doubled quote inside as one.
+/// Text that isn't in double quotes is returned unchanged.
 [[nodiscard]] std::string UnquoteIdentifier(std::string_view text);
 
 /// The FROM clause's content for a Parquet file: "read_parquet(", the path as a literal, ")", and " WHERE "
-/// with the predicate unless that is empty. Path and predicate are otherwise taken as they are.
+/// with the predicate unless that is empty. The predicate is inserted unchanged.
 [[nodiscard]] std::string ParquetSource(std::string_view path, std::string_view predicate = {});
 
 } // namespace orlimbara::procedures

@@ -9,7 +9,7 @@ namespace orlimbara::procedures {
 
 namespace {
 
-/// The callback that the host calls for the procedure of one row.
+/// The host's callback for the procedure of one row.
 template <std::size_t kRow>
 host_cursor Call(call_context context, const host_value* arguments) noexcept {
     static constexpr const TableProcedure& kProcedure = kTableProcedures[kRow];
@@ -21,7 +21,7 @@ host_cursor Call(call_context context, const host_value* arguments) noexcept {
 void ReportRefusal(call_context context, const char* name) {
     try {
         ReportError(context, std::string("Cannot register ") + name + " procedure.");
-    } catch (...) { // no memory for the text: the other procedures are still worth trying
+    } catch (...) { // no memory for the text; still try the other procedures
     }
 }
 
@@ -45,7 +45,7 @@ void Register(call_context context) {
 
 void RegisterProcedures(call_context context) noexcept {
     if (!GetProcedureApi()) {
-        return; // the host never bound its table: it gets no procedures
+        return; // the host never bound its table
     }
     [&]<std::size_t... kRows>(std::index_sequence<kRows...>) { (Register<kRows>(context), ...); }
     (std::make_index_sequence<kTableProcedures.size()>());
