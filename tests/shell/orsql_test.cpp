@@ -51,47 +51,42 @@ TEST_F(Orsql, RunsCommandsAndFilesInTheirOrder) {
 
 TEST_F(Orsql, WritesEveryForm) {
     std::string script;
-    for (const std::string command :
-         {".mode box", ".mode csv", ".null -", ".mode line", ".mode markdown", ".mode jsonl", ".mode json"}) {
-        script += command + "\nSELECT 1 AS n, 'a,b' AS s UNION ALL SELECT 20, NULL ORDER BY n;\n";
+    for (const std::string command : {".mode box", ".mode csv", ".null '-,-'", ".mode line", ".mode markdown",
+                                      ".mode jsonl", ".mode json"}) {
+        script +=
+            command +
+            "\nSELECT 1 AS n, E'日e\u0301a,\"|\nb' AS \"t|s\" UNION ALL SELECT -20, NULL ORDER BY n DESC;\n";
     }
     for (const std::string cursor : {"server", "client"}) {
         EXPECT_EQ(RunShell({"--cursor", cursor}, script + ".mode csv\nSELECT 4 AS d").out,
-                  R"(┌─────────┬─────────┐
-│       n │ s       │
-│ INTEGER │ VARCHAR │
-├─────────┼─────────┤
-│       1 │ a,b     │
-│      20 │ NULL    │
-└─────────┴─────────┘
-n,s
-1,"a,b"
-20,
-n,s
-1,"a,b"
-20,-
-n = 1
-s = a,b
-
-n = 20
-s = -
-| n | s |
-|---:|---|
-| 1 | a,b |
-| 20 | - |
-{"kind":"rows","columns":[{"name":"n","type":"INTEGER","id":4},{"name":"s","type":"VARCHAR","id":17}],)"
-                  R"("rows":[[1,"a,b"],[20,null]],"count":2}
-{"kind":"done"}
-[
+                  "┌─────────┬────────────┐\n"
+                  "│       n │ t|s        │\n"
+                  "│ INTEGER │ VARCHAR    │\n"
+                  "├─────────┼────────────┤\n"
+                  "│       1 │ 日e\u0301a,\"|\\nb │\n"
+                  "│     -20 │ NULL       │\n"
+                  "└─────────┴────────────┘\n"
+                  "n,t|s\n1,\"日e\u0301a,\"\"|\nb\"\n-20,\n"
+                  "n,t|s\n1,\"日e\u0301a,\"\"|\nb\"\n-20,\"-,-\"\n"
+                  "  n = 1\nt|s = 日e\u0301a,\"|\nb\n\n  n = -20\nt|s = -,-\n"
+                  "| n | t\\|s |\n|---:|---|\n| 1 | 日e\u0301a,\"\\|<br>b |\n| -20 | -,- |\n"
+                  R"({"kind":"rows","columns":[{"name":"n","type":"INTEGER","id":4},)"
+                  R"({"name":"t|s","type":"VARCHAR","id":17}],"rows":[[1,"日)"
+                  "e\u0301"
+                  R"(a,\"|\nb"],[-20,null]],"count":2})"
+                  "\n{\"kind\":\"done\"}\n"
+                  R"([
   {
     "kind": "rows",
     "columns": [
       {"name":"n","type":"INTEGER","id":4},
-      {"name":"s","type":"VARCHAR","id":17}
+      {"name":"t|s","type":"VARCHAR","id":17}
     ],
     "rows": [
-      [1,"a,b"],
-      [20,null]
+      [1,"日)"
+                  "e\u0301"
+                  R"(a,\"|\nb"],
+      [-20,null]
     ],
     "count": 2
   },
@@ -99,9 +94,8 @@ s = -
     "kind": "done"
   }
 ]
-d
-4
-)");
+)"
+                  "d\n4\n");
     }
     EXPECT_EQ(RunShell({"-m", "json"}).out, "[]\n");
     EXPECT_NE(RunShell({"-m", "box", "--color", "always", "-c", "SELECT 1"}).out.find('\x1b'),

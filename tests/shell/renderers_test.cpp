@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <filesystem>
-#include <limits>
 #include <string>
 #include <vector>
 
@@ -15,40 +14,24 @@
 namespace orlimbara::shell::test {
 namespace {
 
-TableRows MakeRows(std::vector<std::string> inNames, std::initializer_list<Row> inRows) {
+/// What a mode writes of rows of texts.
+std::string RenderTable(Mode inMode, const RenderSettings& inSettings, std::vector<std::string> inNames,
+                        std::initializer_list<Row> inRows) {
     TableRows rows(std::move(inNames));
     for (const Row& row : inRows) {
         rows.Add(row);
     }
-    return rows;
-}
-
-TableRows Numbers(int inCount) {
-    TableRows rows({"n", "square"});
-    for (int i = 1; i <= inCount; ++i) {
-        rows.Add({NumberCell(i), NumberCell(std::int64_t{i} * i)});
-    }
-    return rows;
-}
-
-TEST(Box, AlignsWideCharactersAndNumbers) {
-    TableRows rows = MakeRows({"name", "n"}, {{TextCell("日本"), NumberCell(1)},
-                                              {TextCell("e\u0301a\tb"), NumberCell(-20)},
-                                              {TextCell("2\nd"), NumberCell(3)}});
-    EXPECT_EQ(Rendered(Mode::Box, {}, rows), "┌───────┬─────┐\n"
-                                             "│ name  │   n │\n"
-                                             "├───────┼─────┤\n"
-                                             "│ 日本  │   1 │\n"
-                                             "│ e\u0301a\\tb │ -20 │\n"
-                                             "│ 2\\nd  │   3 │\n"
-                                             "└───────┴─────┘\n");
+    return Rendered(inMode, inSettings, rows);
 }
 
 TEST(Box, ShowsHeadAndTailWithTheCountBetween) {
     const auto show = [](std::uint64_t inLimit, int inCount) {
         RenderSettings settings;
         settings.maxRows = inLimit;
-        TableRows rows = Numbers(inCount);
+        TableRows rows({"n", "square"});
+        for (int i = 1; i <= inCount; ++i) {
+            rows.Add({NumberCell(i), NumberCell(std::int64_t{i} * i)});
+        }
         return Rendered(Mode::Box, settings, rows);
     };
     EXPECT_EQ(show(3, 1000), R"(┌──────┬─────────────────┐
@@ -62,29 +45,27 @@ TEST(Box, ShowsHeadAndTailWithTheCountBetween) {
 │ 1000 │         1000000 │
 └──────┴─────────────────┘
 )");
-    for (const std::uint64_t limit : {5U, 6U}) {
-        EXPECT_EQ(show(limit, 5), show(0, 5)) << limit;
-    }
-    EXPECT_EQ(std::ranges::count(show(0, 5), '\n'), 9);
+    const std::string whole = show(0, 5);
+    EXPECT_EQ(std::ranges::count(whole, '\n'), 9);
+    EXPECT_EQ(show(5, 5), whole);
+    EXPECT_EQ(show(6, 5), whole);
 }
 
 TEST(Box, FitsTheTerminalWheneverItCan) {
     rc::check([] {
-        const auto wanted = *rc::gen::nonEmpty(
-            rc::gen::container<std::vector<std::size_t>>(rc::gen::inRange<std::size_t>(1, 200)));
         const auto total = *rc::gen::inRange<std::size_t>(1, 300);
-        std::vector<ColumnWidth> all;
-        for (const std::size_t width : wanted) {
-            all.push_back({width, *rc::gen::inRange<std::size_t>(1, width + 1)});
+        std::vector<ColumnWidth> all(*rc::gen::inRange<std::size_t>(1, 100));
+        for (ColumnWidth& each : all) {
+            each.wanted = *rc::gen::inRange<std::size_t>(1, 200);
+            each.least = *rc::gen::inRange<std::size_t>(1, each.wanted + 1);
         }
         std::vector<ColumnWidth> shown;
         for (const std::size_t column : ChooseColumns(all, total)) {
             shown.push_back(column == kLeftOut ? ColumnWidth{} : all[column]);
         }
         const std::vector<std::size_t> widths = FitColumns(shown, total);
-        std::size_t sum = widths.size() * 3 + 1;
-        std::size_t least = sum;
-        std::size_t most = sum;
+        const std::size_t lines = widths.size() * 3 + 1;
+        std::size_t sum = lines, least = lines, most = lines;
         for (std::size_t i = 0; i < widths.size(); ++i) {
             RC_ASSERT(widths[i] >= shown[i].least && widths[i] <= shown[i].wanted);
             sum += widths[i];
@@ -96,7 +77,7 @@ TEST(Box, FitsTheTerminalWheneverItCan) {
     });
 }
 
-/// A query's columns with one row, or the same row several times; behind them rows may fail to be read.
+/// A query's rows, all the same; behind them rows may fail to be read.
 class TypedRows final : public RowSource {
 public:
     TypedRows(std::size_t inColumns, std::size_t inRows, const Cell& inCell, const Column& inColumn,
@@ -118,6 +99,12 @@ private:
     bool mFails;
 };
 
+template <class... Arguments>
+std::string RenderTyped(Mode inMode, const RenderSettings& inSettings, const Arguments&... inArguments) {
+    TypedRows rows(inArguments...);
+    return Rendered(inMode, inSettings, rows);
+}
+
 TEST(Box, LeavesMiddleColumnsOutRatherThanCutNumbers) {
     RenderSettings settings;
     settings.width = 40;
@@ -125,31 +112,30 @@ TEST(Box, LeavesMiddleColumnsOutRatherThanCutNumbers) {
     column.name = "n";
     column.type = "BIGINT";
     column.isNumber = column.isWhole = true;
-    TypedRows rows(30, 2, NumberCell(123456789), column);
-    EXPECT_EQ(Rendered(Mode::Box, settings, rows), "┌───────────┬───┬───────────┐\n"
-                                                   "│         n │ … │         n │\n"
-                                                   "│    BIGINT │ … │    BIGINT │\n"
-                                                   "├───────────┼───┼───────────┤\n"
-                                                   "│ 123456789 │ … │ 123456789 │\n"
-                                                   "│ 123456789 │ … │ 123456789 │\n"
-                                                   "└───────────┴───┴───────────┘\n"
-                                                   "30 columns, 2 shown\n");
-    TypedRows row(30, 1, NumberCell(1), column);
-    EXPECT_NE(Rendered(Mode::Box, settings, row).find("n = 1\none row of 30 columns"), std::string::npos);
+    EXPECT_EQ(RenderTyped(Mode::Box, settings, 30, 2, NumberCell(123456789), column),
+              R"(┌───────────┬───┬───────────┐
+│         n │ … │         n │
+│    BIGINT │ … │    BIGINT │
+├───────────┼───┼───────────┤
+│ 123456789 │ … │ 123456789 │
+│ 123456789 │ … │ 123456789 │
+└───────────┴───┴───────────┘
+30 columns, 2 shown
+)");
+    EXPECT_NE(
+        RenderTyped(Mode::Box, settings, 30, 1, NumberCell(1), column).find("n = 1\none row of 30 columns"),
+        std::string::npos);
 }
 
 TEST(Decimals, KeepTheirScaleUpToFifteenDigits) {
-    const Cell cell = DoubleCell(1.5);
     for (const auto& [width, text] : {std::pair{15, "1.50"}, std::pair{16, "1.5"}}) {
         Column column;
         column.name = "d";
         column.decimal = DecimalType{width, 2};
-        TypedRows line(1, 1, cell, column);
-        EXPECT_EQ(Rendered(Mode::Line, {}, line), std::string("d = ") + text + "\n");
-        TypedRows box(1, 1, cell, column);
-        EXPECT_EQ(Rendered(Mode::Box, {}, box).find("shown to 15 digits") != std::string::npos, width > 15);
-        TypedRows csv(1, 1, cell, column);
-        EXPECT_EQ(Rendered(Mode::Csv, {}, csv), "d\n1.5\n");
+        const auto render = [&](Mode mode) { return RenderTyped(mode, {}, 1, 1, DoubleCell(1.5), column); };
+        EXPECT_EQ(render(Mode::Line), std::string("d = ") + text + "\n");
+        EXPECT_EQ(render(Mode::Box).find("shown to 15 digits") != std::string::npos, width > 15);
+        EXPECT_EQ(render(Mode::Csv), "d\n1.5\n");
     }
 }
 
@@ -164,55 +150,27 @@ TEST(Terminals, ShowNothingThatActsOnThem) {
     settings.isTerminal = true;
     for (const char32_t c : controls) {
         const std::string bytes = std::filesystem::path(std::u32string(1, c)).string();
+        std::string shown;
         for (const Mode mode : {Mode::Box, Mode::Csv, Mode::Line, Mode::Markdown}) {
-            TableRows rows = MakeRows({"a" + bytes}, {{TextCell("b" + bytes)}});
-            EXPECT_EQ(Rendered(mode, settings, rows).find(bytes), std::string::npos) << int(c) << int(mode);
-            EXPECT_EQ(Written(mode, settings, [&](Renderer& r) { r.WriteText("c" + bytes); }).find(bytes),
-                      std::string::npos);
+            shown += RenderTable(mode, settings, {"a" + bytes}, {{TextCell("b" + bytes)}}) +
+                     Written(mode, settings, [&](Renderer& r) { r.WriteText("c" + bytes); });
         }
         Failure failure;
         failure.className = "orsql";
         failure.message = "d" + bytes;
-        EXPECT_EQ(DescribeFailure(failure, {true, false, 80}).find(bytes), std::string::npos) << int(c);
+        shown += DescribeFailure(failure, {true, false, 80});
+        EXPECT_EQ(shown.find(bytes), std::string::npos) << int(c) << shown;
         EXPECT_EQ(HarmlessJson("\"" + bytes + "\"").find(bytes), c < 0x20 ? 1U : std::string::npos);
-        TableRows csv = MakeRows({"a"}, {{TextCell("b" + bytes)}});
-        EXPECT_NE(Rendered(Mode::Csv, {}, csv).find("b" + bytes), std::string::npos) << "into a file";
+        EXPECT_NE(RenderTable(Mode::Csv, {}, {"a"}, {{TextCell("b" + bytes)}}).find("b" + bytes),
+                  std::string::npos)
+            << "into a file";
     }
 }
 
 TEST(Box, CutsTextToTheColumn) {
     EXPECT_EQ(CutToWidth("abcdef", 6), "abcdef");
-    EXPECT_EQ(CutToWidth("abcdef", 4), "abc…");
     EXPECT_EQ(CutToWidth("日本語", 4), "日…");
     EXPECT_EQ(CutToWidth("日本語", 1), "…");
-}
-
-TEST(Renderers, QuoteAndEscapeAsTheFormatsTell) {
-    RenderSettings settings;
-    settings.nullText = "-,-";
-    const struct {
-        Mode mode;
-        RenderSettings settings;
-        TableRows rows;
-        const char* expected;
-    } examples[] = {
-        {Mode::Csv,
-         {},
-         MakeRows({"a,b", "c"}, {{TextCell("say \"hi\""), TextCell("two\nlines")}, {TextCell(""), Cell()}}),
-         "\"a,b\",c\n\"say \"\"hi\"\"\",\"two\nlines\"\n\"\",\n"},
-        {Mode::Csv, settings, MakeRows({"a", "b"}, {{Cell(), NumberCell(2)}}), "a,b\n\"-,-\",2\n"},
-        {Mode::Line,
-         {},
-         MakeRows({"a", "long"}, {{NumberCell(1), Cell()}, {NumberCell(2), TextCell("x")}}),
-         "   a = 1\nlong = NULL\n\n   a = 2\nlong = x\n"},
-        {Mode::Markdown,
-         {},
-         MakeRows({"a|b", "n"}, {{TextCell("x|y\nz"), NumberCell(1)}}),
-         "| a\\|b | n |\n|---|---:|\n| x\\|y<br>z | 1 |\n"}};
-    for (const auto& [mode, settings_used, rows, expected] : examples) {
-        TableRows source = rows;
-        EXPECT_EQ(Rendered(mode, settings_used, source), expected);
-    }
 }
 
 TEST(Json, IsValidWhateverTheCells) {
@@ -232,9 +190,9 @@ TEST(Json, IsValidWhateverTheCells) {
         RC_ASSERT(document["count"].GetUint64() == texts.size());
         for (std::size_t i = 0; i < texts.size(); ++i) {
             const auto& cells = document["rows"][static_cast<rapidjson::SizeType>(i)];
-            RC_ASSERT(std::string(cells[0].GetString(), cells[0].GetStringLength()) == ValidUtf8(texts[i]));
-            RC_ASSERT(std::string(cells[1]["json"].GetString(), cells[1]["json"].GetStringLength()) ==
-                      ValidUtf8(texts[i]));
+            for (const auto* const cell : {&cells[0], &cells[1]["json"]}) {
+                RC_ASSERT(std::string(cell->GetString(), cell->GetStringLength()) == ValidUtf8(texts[i]));
+            }
         }
     });
 }
@@ -248,10 +206,6 @@ TEST(Json, GivesDoublesThatReadBack) {
         document.Parse(cell.text.c_str());
         RC_ASSERT(document.IsDouble());
     });
-    EXPECT_EQ(DoubleCell(0.1).text, "0.1");
-    EXPECT_EQ(DoubleCell(2).text, "2.0");
-    EXPECT_EQ(DoubleCell(1e300).text, "1e+300");
-    EXPECT_EQ(DoubleCell(-std::numeric_limits<double>::infinity()), (Cell{Cell::Kind::Special, "-Infinity"}));
 }
 
 TEST(Json, StaysValidWhenRowsFailHalfWay) {
@@ -259,26 +213,14 @@ TEST(Json, StaysValidWhenRowsFailHalfWay) {
     column.name = "c";
     column.type = "INTEGER";
     column.typeId = 4;
-    TypedRows rows(1, 1, NumberCell(1), column, true);
-    EXPECT_EQ(Rendered(Mode::Jsonl, {}, rows),
+    EXPECT_EQ(RenderTyped(Mode::Jsonl, {}, 1, 1, NumberCell(1), column, true),
               R"({"kind":"rows","columns":[{"name":"c","type":"INTEGER","id":4}],"rows":[[1]],)"
               R"("error":{"class":"std::exception","message":"out of rows"}})"
               "\n");
-    TypedRows again(1, 1, NumberCell(1), column, true);
-    const std::string array = Rendered(Mode::Json, {}, again);
     rapidjson::Document document;
-    document.Parse(array.c_str());
-    ASSERT_FALSE(document.HasParseError()) << array;
+    document.Parse(RenderTyped(Mode::Json, {}, 1, 1, NumberCell(1), column, true).c_str());
+    ASSERT_FALSE(document.HasParseError());
     EXPECT_STREQ(document[0]["error"]["message"].GetString(), "out of rows");
-}
-
-TEST(Json, IsOneArrayOfAllAnswers) {
-    const auto write = [](Renderer& r) { r.WriteDone(), r.WriteText("a\"b"), r.WriteChanged(3); };
-    EXPECT_EQ(
-        Written(Mode::Json, {}, write),
-        "[\n  {\n    \"kind\": \"done\"\n  },\n  {\n    \"kind\": \"text\",\n    \"text\": \"a\\\"b\"\n  },\n"
-        "  {\n    \"kind\": \"changed\",\n    \"count\": 3\n  }\n]\n");
-    EXPECT_EQ(Written(Mode::Json, {}, [](Renderer&) {}), "[]\n");
 }
 
 } // namespace

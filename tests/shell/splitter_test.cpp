@@ -56,19 +56,6 @@ TEST(Splitter, CutsScriptsAsDuckDBScansThem) {
     }
 }
 
-TEST(Splitter, GivesAStatementBeforeTheNextOneCame) {
-    Splitter splitter;
-    splitter.Feed("SELECT 1;");
-    ASSERT_TRUE(splitter.Next());
-    EXPECT_FALSE(splitter.IsOpen());
-    splitter.Feed("\n.mode csv");
-    EXPECT_FALSE(splitter.Next()) << "the line isn't complete";
-    splitter.Feed("\nSELECT '");
-    EXPECT_EQ(splitter.Next()->text, ".mode csv");
-    EXPECT_FALSE(splitter.Next());
-    EXPECT_TRUE(splitter.IsOpen());
-}
-
 TEST(Splitter, FindsAsManyStatementsAsDuckDB) {
     const tests_support::Duck duck;
     const auto count_statements = [&](const std::string& inSql) {
@@ -102,15 +89,6 @@ TEST(Splitter, FindsAsManyStatementsAsDuckDB) {
         for (const std::string& piece : pieces) {
             RC_ASSERT(count_statements(piece) == 1U);
         }
-    });
-}
-
-TEST(Splitter, GivesTheSamePiecesHoweverTheTextComes) {
-    const std::string alphabet = "a1eE'\"$;-*/\\\n .\r\xC2\xA0\xE2\x80";
-    rc::check([&] {
-        const auto text = *rc::gen::container<std::string>(rc::gen::elementOf(alphabet));
-        const auto part = static_cast<std::size_t>(*rc::gen::inRange(1, 6));
-        RC_ASSERT(Split(text, part) == Split(text));
     });
 }
 
