@@ -68,11 +68,37 @@ Answers::Sink& Answers::SinkOf(bool inIsFailure) {
     return mFile ? *mFile : mStandard;
 }
 
+/// Writes to standard output through the pager, which may be left before the end.
+template <class Write>
+void Answers::WritePaged(Write inWrite) {
+    Renderer& renderer = Prepare(mStandard);
+    Output& output = mStandard.output;
+    output.BeginPaging(mPager);
+    try {
+        inWrite(renderer);
+        output.Flush();
+    } catch (const OutputError& error) {
+        output.EndPaging();
+        if (!error.IsReaderGone()) {
+            throw;
+        }
+        return;
+    } catch (...) {
+        output.EndPaging();
+        throw;
+    }
+    output.EndPaging();
+}
+
 template <class Write>
 void Answers::Emit(Write inWrite, bool inIsFailure) {
     Sink& sink = SinkOf(inIsFailure);
     try {
-        inWrite(Prepare(sink));
+        if (&sink == &mStandard && mCanPage && !mPager.empty()) {
+            WritePaged(inWrite);
+        } else {
+            inWrite(Prepare(sink));
+        }
     } catch (const OutputError&) {
         if (&sink == &mStandard) {
             throw;

@@ -40,6 +40,13 @@ public:
     /// Where failures come from, from now on; null for nowhere. It must outlive the answers.
     void put_Origin(const Origin* inOrigin) { mOrigin = inOrigin; }
 
+    /// The command that answers on standard output go to where they are longer than the screen; empty for
+    /// none.
+    void put_Pager(const std::string& inCommand) { mPager = inCommand; }
+    const std::string& get_Pager() const { return mPager; }
+    /// Lets the pager be used; standard output is a terminal with somebody at it.
+    void put_CanPage(bool inCanPage) { mCanPage = inCanPage; }
+
     /// Writes rows as they are read.
     void Rows(RowSource& inRows);
     void Changed(std::int64_t inCount);
@@ -68,6 +75,8 @@ private:
     void Close(std::unique_ptr<Sink> inFile);
     Sink& SinkOf(bool inIsFailure);
     template <class Write>
+    void WritePaged(Write inWrite);
+    template <class Write>
     void Emit(Write inWrite, bool inIsFailure = false);
 
     RenderSettings mSettings;
@@ -81,6 +90,8 @@ private:
     std::unique_ptr<Sink> mNextOnce;
     bool mAnswersOnStandard = false; // the next answer, even if a file takes the others
     bool mHasFailed = false;
+    std::string mPager;
+    bool mCanPage = false;
 };
 
 } // namespace orlimbara::shell

@@ -111,6 +111,7 @@ void Converse(Shell& inShell) {
 
 void RunInteractive(Shell& inShell) {
     EndOnlyAtQuickInterrupts();
+    inShell.get_Answers().put_CanPage(true);
     inShell.get_Answers().Notice(fmt::format("orsql {}, DuckDB {}. .help lists the commands, .quit leaves.\n",
                                              ShellVersion(),
                                              inShell.get_Session().get_Extension().get_LibraryVersion()));

@@ -39,6 +39,18 @@ private:
     Activity mBefore;
 };
 
+/// Leaves Ctrl-C to the program that reads a pipe, for its lifetime.
+class YieldScope {
+public:
+    /// @param inPipe the end to write to. On POSIX Ctrl-C counts again when the reader is gone.
+    explicit YieldScope(int inPipe);
+    YieldScope(const YieldScope&) = delete;
+    YieldScope& operator=(const YieldScope&) = delete;
+    ~YieldScope();
+    /// Leaves Ctrl-C to the program up to the end of the scope, whatever becomes of the pipe.
+    void KeepOn();
+};
+
 /// Lets Ctrl-C stop what DuckDB runs, for its lifetime, also if it came just before. Stopped calls throw.
 class RunScope {
 public:

@@ -1,5 +1,6 @@
 // Ctrl-C on POSIX: signals, and pipes that wake who waits.
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <thread>
 
@@ -20,12 +21,28 @@ std::array<int, 2> gPipe = {-1, -1};
 /// The same for the thread that stops runs, whose reads block.
 std::array<int, 2> gStopPipe = {-1, -1};
 
+constexpr int kNobody = -1;
+constexpr int kAnother = -2;
+/// Whom Ctrl-C is for in place of the shell: the reader of a pipe, or another program.
+std::atomic<int> gReader{kNobody};
+static_assert(std::atomic<int>::is_always_lock_free);
+
 void TryToWrite(int inFile, std::string_view inText) {
     [[maybe_unused]] const ssize_t written = write(inFile, inText.data(), inText.size());
 }
 
+bool IsForReader() {
+    const int pipe = gReader.load();
+    pollfd file = {pipe, 0, 0}; // which tells alone that the reader is gone
+    return pipe == kAnother || (pipe >= 0 && poll(&file, 1, 0) == 0);
+}
+
 extern "C" void OnInterrupt(int) {
     const int before = errno;
+    if (IsForReader()) {
+        errno = before;
+        return;
+    }
     timespec clock = {};
     clock_gettime(CLOCK_MONOTONIC, &clock);
     const bool isBusy = interrupts::CurrentActivity() == Activity::Busy;
@@ -95,6 +112,12 @@ void InstallInterrupts() {
     action.sa_handler = SIG_IGN;
     sigaction(SIGPIPE, &action, nullptr);
 }
+
+YieldScope::YieldScope(int inPipe) { gReader.store(inPipe); }
+
+YieldScope::~YieldScope() { gReader.store(kNobody); }
+
+void YieldScope::KeepOn() { gReader.store(kAnother); }
 
 bool WaitForInput(int inFile) {
     std::array<pollfd, 2> files = {{{inFile, POLLIN, 0}, {gPipe[0], POLLIN, 0}}};

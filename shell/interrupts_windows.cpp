@@ -1,4 +1,5 @@
 // Ctrl-C on Windows, which runs a handler on a thread of its own.
+#include <atomic>
 #include <chrono>
 #include <cstdlib>
 
@@ -14,9 +15,14 @@ namespace {
 HANDLE gMainThread = nullptr;
 HANDLE gHasToStop = nullptr; // an event: the thread that stops runs has work
 
+std::atomic<bool> gIsYielded{false}; // to another program
+
 BOOL WINAPI OnControl(DWORD inKind) {
     if (inKind != CTRL_C_EVENT && inKind != CTRL_BREAK_EVENT) {
         return FALSE; // the console is closed: Windows ends the process
+    }
+    if (gIsYielded.load()) {
+        return TRUE;
     }
     const bool isBusy = interrupts::CurrentActivity() == Activity::Busy;
     if (interrupts::Count(std::chrono::steady_clock::now().time_since_epoch() /
@@ -55,6 +61,12 @@ void InstallInterrupts() {
     CloseHandle(CreateThread(nullptr, 0, StopRuns, nullptr, 0, nullptr));
     SetConsoleCtrlHandler(OnControl, TRUE);
 }
+
+YieldScope::YieldScope(int) { gIsYielded.store(true); }
+
+YieldScope::~YieldScope() { gIsYielded.store(false); }
+
+void YieldScope::KeepOn() {}
 
 // The read itself waits, and ends at Ctrl-C.
 bool WaitForInput(int) { return !IsInterrupted(); }

@@ -27,11 +27,27 @@ void Output::Flush() {
     if (mIsTerminal && mIsJson) {
         mBuffer = HarmlessJson(mBuffer);
     }
-    const bool isWritten = WriteAll(mFile, mBuffer);
+    const bool isWritten = mPager ? mPager->Write(mBuffer) : WriteAll(mFile, mBuffer);
     const int error = errno;
     mBuffer.clear();
+    // What is held back is looked at at once: it may be longer than the screen.
+    mFlushSize = mPager && mPager->IsHolding() ? 1 : kBufferSize;
     if (!isWritten) {
         throw OutputError(error);
+    }
+}
+
+void Output::BeginPaging(const std::string& inCommand) {
+    Flush();
+    mPager = std::make_unique<Pager>(inCommand, mFile);
+    mFlushSize = 1;
+}
+
+void Output::EndPaging() {
+    const std::unique_ptr<Pager> pager = std::move(mPager);
+    mFlushSize = kBufferSize;
+    if (!pager->Finish()) {
+        throw OutputError(errno);
     }
 }
 

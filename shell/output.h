@@ -2,11 +2,14 @@
 /// Buffered output to standard output or a file.
 #pragma once
 
+#include <cstddef>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include "shell/files.h"
+#include "shell/pager.h"
 
 namespace orlimbara::shell {
 
@@ -33,7 +36,7 @@ public:
 
     void Write(std::string_view inText) {
         mBuffer += inText;
-        if (mBuffer.size() >= kBufferSize) {
+        if (mBuffer.size() >= mFlushSize) {
             Flush();
         }
     }
@@ -42,6 +45,10 @@ public:
     void Flush();
     /// Flushes and closes. Throws OutputError.
     void Close();
+    /// From now on what doesn't fit the screen goes to a pager, a command for `sh -c`.
+    void BeginPaging(const std::string& inCommand);
+    /// Waits until the pager is left. Throws OutputError if the terminal can't be written.
+    void EndPaging();
     /// Says that JSON is written, whose control characters are escaped on a terminal.
     void put_IsJson(bool inIsJson) { mIsJson = inIsJson; }
     /// Whether it is a terminal.
@@ -55,6 +62,8 @@ private:
     int mFile;
     bool mIsTerminal;
     bool mIsJson = false;
+    std::unique_ptr<Pager> mPager;
+    std::size_t mFlushSize = kBufferSize;
 };
 
 } // namespace orlimbara::shell

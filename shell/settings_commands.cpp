@@ -5,10 +5,14 @@
 #include <optional>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "shell/commands.h"
 #include "shell/failure.h"
+#include "shell/literals.h"
+#include "shell/pager.h"
 #include "shell/shell.h"
+#include "shell/text.h"
 
 namespace orlimbara::shell {
 
@@ -101,6 +105,28 @@ CommandAnswer MaxWidth(Shell& inShell, std::string_view inArguments) {
     return CommandAnswer::Pending;
 }
 
+CommandAnswer ChoosePager(Shell& inShell, std::string_view inArguments) {
+    Answers& answers = inShell.get_Answers();
+    const std::vector<std::string> words = ParseWords(inArguments);
+    if (words.empty()) {
+        const std::string& pager = answers.get_Pager();
+        return Tell(inShell, pager.empty() ? "off" : "on: " + pager);
+    }
+    const std::string command = fmt::format("{}", fmt::join(words, " "));
+    if (Trim(command).empty()) {
+        throw UsageError("the command is empty");
+    }
+    if (command == "off") {
+        answers.put_Pager("");
+    } else if (command == "on") {
+        answers.put_Pager(UsualPager());
+    } else {
+        RequireExternalAccess(inShell, ".pager");
+        answers.put_Pager(command);
+    }
+    return CommandAnswer::Pending;
+}
+
 CommandAnswer Prompt(Shell& inShell, std::string_view inArguments) {
     inShell.get_Options().prompt = TakeSetting(inArguments).value_or("");
     return CommandAnswer::Pending;
@@ -133,6 +159,9 @@ constexpr auto kRows = std::to_array<DotCommand>({
     {"null", "[TEXT]", "choose what NULL is shown as", nullptr, Null},
     {"maxrows", "[N]", "choose the rows shown of a table in box mode; 0 shows all", nullptr, MaxRows},
     {"prompt", "[TEXT]", "show TEXT in the prompt, or the database's name again", nullptr, Prompt},
+    {"pager", "[on|off|COMMAND]",
+     "show output that is longer than the screen with COMMAND; on is $PAGER, or less",
+     CompleteWords<kSwitches>, ChoosePager, command_trait::kNotInRequests},
     {"maxwidth", "[N]", "choose the columns of text that a box may take; 0 is no limit", nullptr, MaxWidth},
     {"output", "[FILE]", "send what follows to FILE, or to standard output again", CompleteFiles, SendOutput,
      command_trait::kOutsideWithArgument | command_trait::kNotInRequests},

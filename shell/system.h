@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -48,8 +49,12 @@ bool RenameFile(const std::string& inFrom, const std::string& inTo, bool inRepla
 extern const bool kReplacesOpenFiles;
 
 bool IsTerminal(int inFile);
-/// The columns of a terminal; 0 if it doesn't tell.
-std::size_t ColumnsOf(int inTerminal);
+/// The size of a terminal; zeros if it doesn't tell.
+struct TerminalSize {
+    std::size_t lines;
+    std::size_t columns;
+};
+TerminalSize SizeOf(int inTerminal);
 /// Whether the terminals know no sequences.
 bool IsDumbTerminal();
 
@@ -58,6 +63,20 @@ bool IsProcessGone(int inProcess);
 /// Runs a command of the user's with one more argument and waits for it; Ctrl-C is the command's meanwhile.
 /// @return whether it succeeded.
 bool RunCommandOn(const std::string& inCommand, const std::string& inArgument);
+
+/// A program that reads a pipe.
+struct PipeReader {
+    int pipe = -1; ///< to write to
+    std::intptr_t process = -1;
+};
+/// Starts a command of the user's behind a pipe. Its shell begins messages with `inName`.
+/// @return 0, else the error.
+int StartReader(const std::string& inCommand, const std::string& inName, PipeReader& outReader);
+/// Waits for its end. The pipe must be closed.
+/// @return whether there is such a command: false if its shell told that it can't run it.
+bool WaitForReader(const PipeReader& inReader);
+/// The pager for who hasn't chosen one.
+extern const char* const kUsualPager;
 
 /// The file name of the module.
 extern const char* const kModuleName;

@@ -2,6 +2,7 @@
 #include "shell/system.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -10,7 +11,9 @@
 
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <spawn.h>
 #include <sys/ioctl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace orlimbara::shell {
@@ -73,9 +76,10 @@ const bool kReplacesOpenFiles = true;
 
 bool IsTerminal(int inFile) { return isatty(inFile) == 1; }
 
-std::size_t ColumnsOf(int inTerminal) {
+TerminalSize SizeOf(int inTerminal) {
     winsize size = {};
-    return ioctl(inTerminal, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+    return ioctl(inTerminal, TIOCGWINSZ, &size) == 0 ? TerminalSize{size.ws_row, size.ws_col}
+                                                     : TerminalSize{0, 0};
 }
 
 bool IsDumbTerminal() { return Environment("TERM") == "dumb"; }
@@ -88,6 +92,45 @@ bool RunCommandOn(const std::string& inCommand, const std::string& inArgument) {
     // system() ignores Ctrl-C here while the command runs.
     return std::system((inCommand + " '" + inArgument + "'").c_str()) == 0;
 }
+
+int StartReader(const std::string& inCommand, const std::string& inName, PipeReader& outReader) {
+    std::array<int, 2> ends = {-1, -1};
+    if (pipe2(ends.data(), O_CLOEXEC) != 0) {
+        return errno;
+    }
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, ends[0], STDIN_FILENO);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    sigset_t usual;
+    sigemptyset(&usual);
+    sigaddset(&usual, SIGPIPE);
+    posix_spawnattr_setsigdefault(&attributes, &usual);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+    std::array<std::string, 4> words = {// less is to pass colours on, unless the user has told it what to do.
+                                        "sh", "-c", "export LESS=\"${LESS-R}\"; " + inCommand, inName};
+    std::array<char*, 5> arguments = {words[0].data(), words[1].data(), words[2].data(), words[3].data(),
+                                      nullptr};
+    pid_t process = -1;
+    const int error = posix_spawn(&process, "/bin/sh", &actions, &attributes, arguments.data(), environ);
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&actions);
+    close(ends[0]);
+    outReader = {ends[1], process};
+    return error;
+}
+
+bool WaitForReader(const PipeReader& inReader) {
+    constexpr int kCantRun = 126;
+    constexpr int kNotFound = 127;
+    int status = 0;
+    while (waitpid(static_cast<pid_t>(inReader.process), &status, 0) < 0 && errno == EINTR) {
+    }
+    return !WIFEXITED(status) || (WEXITSTATUS(status) != kCantRun && WEXITSTATUS(status) != kNotFound);
+}
+
+const char* const kUsualPager = "less";
 
 const char* const kModuleName = "orlimbara_duckdb.so";
 

@@ -231,11 +231,13 @@ bool IsTerminal(int inFile) {
     return GetConsoleMode(HandleOf(inFile), &mode) != 0;
 }
 
-std::size_t ColumnsOf(int inTerminal) {
+TerminalSize SizeOf(int inTerminal) {
     CONSOLE_SCREEN_BUFFER_INFO info = {};
-    return GetConsoleScreenBufferInfo(HandleOf(inTerminal), &info)
-               ? static_cast<std::size_t>(info.srWindow.Right - info.srWindow.Left + 1)
-               : 0;
+    if (!GetConsoleScreenBufferInfo(HandleOf(inTerminal), &info)) {
+        return {0, 0};
+    }
+    return {static_cast<std::size_t>(info.srWindow.Bottom - info.srWindow.Top + 1),
+            static_cast<std::size_t>(info.srWindow.Right - info.srWindow.Left + 1)};
 }
 
 bool IsDumbTerminal() {
@@ -263,6 +265,34 @@ bool RunCommandOn(const std::string& inCommand, const std::string& inArgument) {
     SetConsoleCtrlHandler(nullptr, FALSE);
     return isGood;
 }
+
+int StartReader(const std::string& inCommand, const std::string&, PipeReader& outReader) {
+    int ends[2] = {-1, -1};
+    if (_pipe(ends, 1 << 16, _O_BINARY | _O_NOINHERIT) != 0) {
+        return errno;
+    }
+    // The program gets the standard input of this one.
+    const int before = _dup(kStandardInput);
+    _dup2(ends[0], kStandardInput);
+    _close(ends[0]);
+    const std::wstring command = Wide("\"" + inCommand + "\"");
+    const std::intptr_t process =
+        _wspawnlp(_P_NOWAIT, L"cmd.exe", L"cmd.exe", L"/s", L"/c", command.c_str(), nullptr);
+    const int error = process < 0 ? errno : 0;
+    _dup2(before, kStandardInput);
+    _close(before);
+    outReader = {ends[1], process};
+    return error;
+}
+
+bool WaitForReader(const PipeReader& inReader) {
+    constexpr int kNotFound = 1; // also the status of programs that failed
+    int status = 0;
+    _cwait(&status, inReader.process, 0);
+    return status != kNotFound;
+}
+
+const char* const kUsualPager = "more";
 
 const char* const kModuleName = "orlimbara_duckdb.dll";
 

@@ -6,11 +6,12 @@ namespace orlimbara::shell {
 
 std::size_t TerminalWidth(int inFile) {
     constexpr std::size_t kUsualWidth = 80;
-    if (!IsTerminal(inFile)) {
-        return 0;
-    }
-    const std::size_t columns = ColumnsOf(inFile);
-    return columns > 0 ? columns : kUsualWidth;
+    return !IsTerminal(inFile) ? 0 : SizeOf(inFile).columns > 0 ? SizeOf(inFile).columns : kUsualWidth;
+}
+
+std::size_t TerminalHeight(int inFile) {
+    constexpr std::size_t kUsualHeight = 24;
+    return !IsTerminal(inFile) ? 0 : SizeOf(inFile).lines > 0 ? SizeOf(inFile).lines : kUsualHeight;
 }
 
 bool UsesColor(ColorChoice inChoice, bool inIsTerminal) {

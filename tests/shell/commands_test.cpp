@@ -252,8 +252,9 @@ TEST_F(Commands, WithoutExternalAccessNothingOutsideIsTouched) {
     WriteFile("x.sql", "SELECT 1;\n");
     std::string script;
     std::string expected;
-    for (const std::string command : {".call parquet_count x", ".open x.db", ".restore a b", ".output x",
-                                      ".once x", ".read x.sql", ".import x t", ".edit", ".rows x.sql"}) {
+    for (const std::string command :
+         {".call parquet_count x", ".open x.db", ".restore a b", ".output x", ".once x", ".read x.sql",
+          ".import x t", ".edit", ".rows x.sql", ".pager less"}) {
         script += command + "\n";
         expected += "error: " + command.substr(0, command.find(' ')) +
                     " is refused: orsql runs with --no-external-access\n…";
@@ -289,6 +290,7 @@ TEST_F(Commands, RequestsGiveOneLineEach) {
         {R"({"sql":"SELECT 1","valves":[]})", refused},
         {R"({"sql":"SELECT $1","values":[{"date":"x"}]})", refused},
         {R"({"sql":1})", refused},
+        {R"({"command":".pager off"})", R"(…"message":".pager is refused with --input jsonl"…)"},
         {R"({"command":".mode csv","id":2})", R"(…"message":".mode is refused with --input jsonl"…)"},
         {R"({"command":".print it's","id":[ ]})", R"({"kind":"text","id":[ ],"text":"it's"})"},
         {R"({"command":".quit","id":-0})", R"({"kind":"done","id":-0})"}};

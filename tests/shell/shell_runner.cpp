@@ -14,6 +14,7 @@
 #include <poll.h>
 #include <pty.h>
 #include <rapidjson/document.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -184,6 +185,11 @@ void RunningShell::Send(std::string_view inText) const {
 }
 
 void RunningShell::Signal(int inSignal) const { kill(mProcess, inSignal); }
+
+void RunningShell::Resize(unsigned short inLines, unsigned short inColumns) const {
+    const winsize size = {inLines, inColumns, 0, 0};
+    ASSERT_EQ(ioctl(mFile, TIOCSWINSZ, &size), 0);
+}
 
 std::string RunningShell::WaitFor(std::string_view inText) {
     for (;;) {

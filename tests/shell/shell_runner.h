@@ -64,6 +64,8 @@ public:
 
     void Send(std::string_view inText) const;
     void Signal(int inSignal) const;
+    /// Gives the terminal another size.
+    void Resize(unsigned short inLines, unsigned short inColumns) const;
     /// Reads until what was written since the last wait, on either output, holds `inText`. @return what was
     /// read, escapes of the terminal taken out; what follows on `inText` is kept for the next wait.
     std::string WaitFor(std::string_view inText);
