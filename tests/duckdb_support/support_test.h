@@ -52,14 +52,6 @@ inline std::string TypeOf(const OwnedValue& inValue) {
     return TextOf(duckdb_logical_type_to_string(duckdb_get_value_type(inValue.Get())));
 }
 
-inline OwnedLogicalType MakeType(duckdb_type inId) {
-    return OwnedLogicalType(duckdb_create_logical_type(inId));
-}
-inline OwnedLogicalType MakeJsonType() {
-    OwnedLogicalType type = MakeType(DUCKDB_TYPE_VARCHAR);
-    duckdb_logical_type_set_alias(type.Get(), "JSON");
-    return type;
-}
 inline OwnedValue MakeText(const std::string& inText) {
     return OwnedValue(duckdb_create_varchar_length(inText.data(), inText.size()));
 }

@@ -1,8 +1,6 @@
 #include "support_test.h"
 
 #include <bit>
-#include <limits>
-#include <set>
 
 #include "duckdb_support/variant_column.h"
 #include "duckdb_support/vector_cast.h"
@@ -11,30 +9,19 @@
 namespace orlimbara::duckdb_support::test {
 namespace {
 
-/// A VARIANT of each number but 0: its SQL, its number, the type of its payload and the payload's text.
-/// A long text lies outside of a vector's own cells, a short one inside.
+/// VARIANTs: the SQL, the number, the type of the payload and the payload's text. A long text lies outside of
+/// a vector's own cells, a short one inside.
 constexpr const char* kVariants = R"(
-    true|1|BOOLEAN|true; false|2|BOOLEAN|false; (-5)::TINYINT|3|TINYINT|-5; (-32768)::SMALLINT|4|SMALLINT|-32768
-    7::INTEGER|5|INTEGER|7; 9223372036854775807|6|BIGINT|9223372036854775807; '010101'::BIT|32|BIT|010101
-    170141183460469231731687303715884105727::HUGEINT|7|HUGEINT|170141183460469231731687303715884105727
-    255::UTINYINT|8|UTINYINT|255; 65535::USMALLINT|9|USMALLINT|65535; 4294967295::UINTEGER|10|UINTEGER|4294967295
-    18446744073709551615::UBIGINT|11|UBIGINT|18446744073709551615; 1.5::FLOAT|13|FLOAT|1.5; 'nan'::DOUBLE|14|DOUBLE|nan
-    340282366920938463463374607431768211455::UHUGEINT|12|UHUGEINT|340282366920938463463374607431768211455
-    123.45::DECIMAL(5,2)|15|DECIMAL(5,2)|123.45; (-0.001)::DECIMAL(38,3)|15|DECIMAL(38,3)|-0.001; ''|16|VARCHAR|
-    'häuser und noch ein langer Text'|16|VARCHAR|häuser und noch ein langer Text; '\x00\xFF'::BLOB|17|BLOB|\x00\xFF
-    '00112233-4455-6677-8899-aabbccddeeff'::UUID|18|UUID|00112233-4455-6677-8899-aabbccddeeff; []|30|JSON|[]
-    DATE '2024-02-29'|19|DATE|2024-02-29; TIME '12:34:56.789012'|20|TIME|12:34:56.789012
-    '12:34:56.789012345'::TIME_NS|21|TIME_NS|12:34:56.789012345
-    '2024-01-01 10:00:00'::TIMESTAMP_S|22|TIMESTAMP_S|2024-01-01 10:00:00
-    '2024-01-01 10:00:00.123'::TIMESTAMP_MS|23|TIMESTAMP_MS|2024-01-01 10:00:00.123
-    '1677-01-01 10:00:00.123456'::TIMESTAMP|24|TIMESTAMP|1677-01-01 10:00:00.123456
-    '2024-01-01 10:00:00.123456789'::TIMESTAMP_NS|25|TIMESTAMP_NS|2024-01-01 10:00:00.123456789
-    '10:00:00+02'::TIMETZ|26|TIME WITH TIME ZONE|10:00:00+02
-    '2024-01-01 10:00:00+02'::TIMESTAMPTZ|27|TIMESTAMP WITH TIME ZONE|2024-01-01 08:00:00+00
-    INTERVAL '1 month 2 days 3 seconds'|28|INTERVAL|1 month 2 days 00:00:03; 'POINT (1 2)'::GEOMETRY|33|GEOMETRY|POINT (1 2)
+    true|1|BOOLEAN|true; 9223372036854775807|6|BIGINT|9223372036854775807; ''|16|VARCHAR|; '\x00\xFF'::BLOB|17|BLOB|\x00\xFF
+    'häuser und noch ein langer Text'|16|VARCHAR|häuser und noch ein langer Text; (-0.001)::DECIMAL(38,3)|15|DECIMAL(38,3)|-0.001
+    TIME '12:34:56.789012'|20|TIME|12:34:56.789012; '12:34:56.789012345'::TIME_NS|21|TIME_NS|12:34:56.789012345
+    '10:00:00+02'::TIMETZ|26|TIME WITH TIME ZONE|10:00:00+02; []|30|JSON|[]; 'POINT (1 2)'::GEOMETRY|33|GEOMETRY|POINT (1 2)
     {'a': 1, 'b': [true, NULL], 'c': 'x"y', 'd': 1.50::DECIMAL(3,2)}|29|JSON|{"a":1,"b":[true,null],"c":"x\"y","d":1.50}
-    [1::VARIANT, 'two'::VARIANT, {'three': 'inf'::DOUBLE}::VARIANT]|30|JSON|[1,"two",{"three":Infinity}]
-    '123456789012345678901234567890123456789012'::BIGNUM|31|BIGNUM|123456789012345678901234567890123456789012)";
+    [1::VARIANT, 'two'::VARIANT, {'three': 'inf'::DOUBLE}::VARIANT]|30|JSON|[1,"two",{"three":Infinity}])";
+
+std::string WholeText(duckdb_string_t inText) {
+    return {duckdb_string_t_data(&inText), duckdb_string_t_length(inText)};
+}
 
 class Vectors : public SupportTest {
 protected:
@@ -70,18 +57,15 @@ protected:
             if (!isNull && isDecimal) {
                 ASSERT_EQ(std::bit_cast<std::uint64_t>(cast.Doubles()[index]),
                           std::bit_cast<std::uint64_t>(duckdb_get_double(value.Get())));
-            } else if (!isNull) {
-                duckdb_string_t text = cast.Texts()[index];
-                const std::string whole(duckdb_string_t_data(&text), duckdb_string_t_length(text));
-                ASSERT_EQ(whole.c_str(), TextOf(value)); // a C text ends at its first zero byte
+            } else if (!isNull) { // a C text ends at its first zero byte
+                ASSERT_EQ(WholeText(cast.Texts()[index]).c_str(), TextOf(value));
             }
             if (isVariant) {
                 const std::int32_t number = duckdb_value_variant_type(value.Get());
                 ASSERT_EQ(variants.Number(row), number);
                 const OwnedValue child(duckdb_value_variant_child(value.Get()));
                 const OwnedValue payload = variants.Payload(row);
-                ASSERT_EQ(TypeOf(payload), TypeOf(child));
-                ASSERT_EQ(TextOf(payload), TextOf(child));
+                ASSERT_EQ(TypeOf(payload) + TextOf(payload), TypeOf(child) + TextOf(child));
                 std::string_view json;
                 if (number == 29 || number == 30) {
                     ASSERT_TRUE(variants.ReadJson(row, json, inFirst, inCount));
@@ -145,25 +129,21 @@ TEST_F(Vectors, TheFormOfAVectorDoesNotShow) {
 }
 
 TEST_F(Vectors, VariantsGiveTheirNumberAndAPayloadOfItsType) {
-    std::set<std::string> seen;
     for (const auto& row : Table(kVariants)) {
-        SCOPED_TRACE(row[0]);
         const OwnedDataChunk chunk = FirstChunk("SELECT (" + row[0] + ")::VARIANT");
         const OwnedValue value = CellOf(chunk);
-        EXPECT_EQ(std::to_string(duckdb_value_variant_type(value.Get())), row[1]);
         const OwnedValue child(duckdb_value_variant_child(value.Get()));
-        EXPECT_EQ(TypeOf(child), row[2]);
-        EXPECT_EQ(TextOf(child), row[3]);
+        EXPECT_EQ((std::vector{row[0], std::to_string(duckdb_value_variant_type(value.Get())), TypeOf(child),
+                               TextOf(child)}),
+                  row);
         VariantColumn column;
         ASSERT_TRUE(column.Load(chunk.Get(), 0));
         if (row[1] == "16") {
             EXPECT_EQ(column.Bytes(0), row[3]);
         } else if (row[1] == "6") {
-            EXPECT_EQ(column.Fixed<std::int64_t>(0), std::numeric_limits<std::int64_t>::max());
+            EXPECT_EQ(std::to_string(column.Fixed<std::int64_t>(0)), row[3]);
         }
-        seen.insert(row[1]);
     }
-    EXPECT_EQ(seen.size(), 33u);
     for (const char* sql : {"NULL", "NULL::VARIANT", "NULL::INTEGER", "'null'::JSON::VARIANT"}) {
         const OwnedValue value = CellOf(FirstChunk(std::string("SELECT ") + sql));
         EXPECT_EQ(duckdb_value_variant_type(value.Get()), 0) << sql;
@@ -192,32 +172,27 @@ TEST_F(Vectors, WhatIsNotThereOrCannotBeCastIsRefused) {
     EXPECT_EQ(cast.Doubles(), nullptr);
     ASSERT_TRUE(cast.ToDouble(chunk.Get(), 0, 0, 1));
     EXPECT_EQ(cast.Texts(), nullptr);
-    for (const char* sql :
-         {"SELECT 'a text that is longer than a cell'", "SELECT '\"also longer than a cell\"'::JSON"}) {
-        ASSERT_TRUE(cast.ToText(FirstChunk(sql).Get(), 0));
-        duckdb_string_t text = cast.Texts()[0]; // it outlives its chunk
-        EXPECT_NE(
-            std::string(duckdb_string_t_data(&text), duckdb_string_t_length(text)).find("longer than a cell"),
-            std::string::npos);
+    for (const auto& row :
+         Table("'a text that is longer than a cell'; '\"also longer than a cell\"'::JSON")) {
+        ASSERT_TRUE(cast.ToText(FirstChunk("SELECT " + row[0]).Get(), 0));
+        EXPECT_NE(WholeText(cast.Texts()[0]).find("longer than a cell"), std::string::npos)
+            << "it outlives its chunk";
     }
 }
 
 TEST_F(Vectors, VariantsOfATableOnDiskAreReadTheSame) {
     // A checkpoint shreds variants into typed columns; the chunk must hold them whole again.
     const tests_support::TempFolder folder;
-    mDuck->Run("SET variant_minimum_shredding_size = 0");
-    mDuck->Run("ATTACH '" + (folder / "v.duckdb") + "' AS disk (STORAGE_VERSION 'v1.5.0')");
-    mDuck->Run("CREATE TABLE disk.t AS SELECT {'a': i, 'b': 'text ' || i}::VARIANT AS v FROM range(5000) "
-               "r(i) UNION ALL FROM variants");
-    mDuck->Run("CHECKPOINT disk");
-    mDuck->Run("DETACH disk");
+    mDuck->Run(
+        "SET variant_minimum_shredding_size = 0; ATTACH '" + (folder / "v.duckdb") +
+        "' AS disk (STORAGE_VERSION 'v1.5.0'); CREATE TABLE disk.t AS SELECT {'a': i, 'b': 'text ' || "
+        "i}::VARIANT AS v FROM range(5000) r(i) UNION ALL FROM variants; CHECKPOINT disk; DETACH disk");
     mDuck->Run("ATTACH '" + (folder / "v.duckdb") + "' AS disk");
     const OwnedResult result = mDuck->Run("FROM disk.t");
-    for (idx_t total = 0; const OwnedDataChunk chunk{duckdb_fetch_chunk(result.Struct())}; total = 1) {
+    for (bool isFirst = true; const OwnedDataChunk chunk{duckdb_fetch_chunk(result.Struct())};
+         isFirst = false) {
         ExpectAgreement(chunk.Get(), 0);
-        if (total == 0) {
-            EXPECT_EQ(TextOf(CellOf(chunk, 0, 7)), "{'a': 7, 'b': text 7}");
-        }
+        EXPECT_TRUE(!isFirst || TextOf(CellOf(chunk, 0, 7)) == "{'a': 7, 'b': text 7}");
     }
 }
 
