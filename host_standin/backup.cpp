@@ -28,14 +28,14 @@ struct LastBackup {
 };
 
 LastBackup& GetLastBackup() {
-    // Never destroyed, so that threads may still work while the process ends.
+    // Never destroyed: threads may still use it while the process exits.
     static auto* const last = new LastBackup;
     return *last;
 }
 
 constexpr unsigned kMaxSequence = 9999;
 
-// Moves on to a name behind all earlier ones, also where the clock went back.
+// Advances to a name after all earlier ones, even if the clock went back.
 void Advance(LastBackup& ioLast) {
     const auto now = std::chrono::floor<std::chrono::milliseconds>(std::chrono::system_clock::now());
     const std::int64_t millis = now.time_since_epoch().count();
@@ -62,7 +62,7 @@ std::string MakeName(const LastBackup& inLast) {
     return std::string(name.data(), static_cast<std::size_t>(length));
 }
 
-// Whether it was made now; false if it was there.
+// Whether it was created now; false if it existed.
 bool MakeFolder(const String& inPath) {
     const std::string path = standin::ToUtf8(inPath);
     std::error_code error;
@@ -85,7 +85,7 @@ smart_ptr<I_Location> CreateBackupLocation(smart_ptr<I_Location> inFolder) {
     while (true) {
         Advance(last);
         smart_ptr<I_Location> location = inFolder->get_ChildLocation(standin::FromUtf8(MakeName(last)));
-        // Another process can have taken the name.
+        // Another process may have taken the name.
         if (MakeFolder(location->get_Path())) {
             last.mPath = location->get_Path();
             return location;

@@ -8,7 +8,7 @@ namespace orkit::orsql {
 
 namespace {
 
-// As text: two lower-case hexadecimal digits a byte.
+// As text: two lower-case hexadecimal digits per byte.
 class BinaryValue final : public AspectHost_imp, public I_ValueBinary {
 public:
     BinaryValue(bool inIsNullable, std::uint32_t inLength)

@@ -1,5 +1,6 @@
 /// @file
-/// Dates and times as text, as values of both sides write them.
+/// Dates and times as text, for the value objects and the procedure table alike. The shell has a calendar of
+/// its own, which also parses and validates: it isn't for hosts to use.
 #pragma once
 
 #include <array>
@@ -10,7 +11,7 @@
 
 namespace orkit::standin {
 
-/// The parts are kept as they were set: whether there is such a day is for the reader to ask.
+/// The parts are kept as they were set and not validated.
 struct DateParts {
     std::int32_t mYear = 0;
     std::uint32_t mMonth = 0;

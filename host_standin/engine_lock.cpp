@@ -17,7 +17,7 @@ std::atomic<std::uint64_t> gLockCount = 0;
 std::atomic<std::uint64_t> gUnlockCount = 0;
 std::atomic<bool> gHasEngineLock = true;
 
-// A wrong use would hang or go unseen; here it ends the process.
+// Wrong use would hang or go unnoticed; here it aborts the process.
 class EngineLock final : public Thread_Mutex_Win {
 public:
     void lock() override {
@@ -36,10 +36,10 @@ public:
     }
 
 private:
-    // A thread asks only whether it is the owner itself, and counts only while it is.
+    // A thread only asks whether it is the owner itself, and counts only while it is.
     static constexpr auto kRelaxed = std::memory_order_relaxed;
 
-    /// An address that tells this thread from all others that run.
+    /// An address that no other running thread has.
     static const void* ThisThread() noexcept {
         thread_local const char place = 0;
         return &place;
@@ -57,13 +57,13 @@ private:
     }
 
     std::mutex mMutex;
-    std::atomic<const void*> mOwner = nullptr; // as ThisThread() tells it
+    std::atomic<const void*> mOwner = nullptr; // a ThisThread()
 };
 
 } // namespace
 
 Thread_Mutex_Win* GetGlobalEngineLock() {
-    // Never destroyed: objects that are released while the process ends still take it.
+    // Never destroyed: objects that are released while the process exits still take it.
     static EngineLock* const lock = new EngineLock;
     return gHasEngineLock.load(std::memory_order_relaxed) ? lock : nullptr;
 }

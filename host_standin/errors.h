@@ -1,5 +1,5 @@
 /// @file
-/// How the stand-in host throws what it finds wrong itself: xException with one of two codes.
+/// How the stand-in host throws its own failures: xException with one of two codes.
 #pragma once
 
 #include <cstdint>

@@ -12,7 +12,7 @@ struct xException::Texts {
 
 namespace {
 
-// Gives null where no text was given, so that throwing without texts needs no memory.
+// Null without texts, so that throwing without texts needs no memory.
 template <class Texts, class Unit>
 std::shared_ptr<const Texts> MakeTexts(std::array<const Unit*, xException::kTextCount> inTexts) {
     std::shared_ptr<Texts> texts;
@@ -46,7 +46,7 @@ const String* xException::get_Text(std::size_t inIndex) const noexcept {
     return &*mTexts->mItems[inIndex];
 }
 
-// Here, so that each class has one type information for the library and its users.
+// Defined here, so that the library and its users share one type information per class.
 xDBError::~xDBError() = default;
 xFeatureError::~xFeatureError() = default;
 

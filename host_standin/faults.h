@@ -16,30 +16,30 @@ enum class Fault : std::uint8_t {
     ValueCreation,        ///< any CreateValue...: std::bad_alloc
     PrepareFolder,        ///< xException
     CreateBackupLocation, ///< the stand-in's own `gCreateBackupLocation`: xException
-    RegisterProcedure,  ///< the procedure table's: refused (-1, 1 and INT_MIN in turn), not known afterwards
-    MakeRowCursor,      ///< the procedure table's: refused likewise; the values are given back
-    MakeCallbackCursor, ///< the procedure table's: refused likewise; the state stays with the module
-    NewProcedureValue,  ///< any `new_` entry of the procedure table: gives null
+    RegisterProcedure,    ///< the procedure table's: refused (-1, 1 and INT_MIN in turn), not registered
+    MakeRowCursor,        ///< the procedure table's: refused likewise; the values are freed
+    MakeCallbackCursor,   ///< the procedure table's: refused likewise; the state stays with the module
+    NewProcedureValue,    ///< any `new_` entry of the procedure table: returns null
 };
 inline constexpr std::size_t kFaultCount = 8;
 
 /// Makes the `inNth` such call from now on fail (1 is the next), and only that one; 0 switches the fault off.
 void FailCall(Fault inFault, std::uint32_t inNth);
 
-/// Whether GetGlobalEngineLock gives a lock (true at the start) or null. To be switched only while no thread
-/// holds it.
+/// Whether GetGlobalEngineLock returns a lock (true initially) or null. Change it only while no thread holds
+/// the lock.
 void put_HasEngineLock(bool inHasEngineLock);
 
-/// Switches all faults off and gives the engine lock back.
+/// Switches all faults off and restores the engine lock.
 void ClearFaults();
 
 namespace detail {
 
-/// Calls left to the failing one, itself included; 0 while the fault is off.
+/// Calls left until the failing one, inclusive; 0 while the fault is off.
 extern std::array<std::atomic<std::uint32_t>, kFaultCount> gCallsToFault;
 bool CountDown(std::atomic<std::uint32_t>& ioCallsToFault) noexcept;
 
-/// For the stand-in itself, once for each call of the kind: whether this one is to fail.
+/// For the stand-in itself, once per call of the kind: whether this one must fail.
 inline bool TakeFault(Fault inFault) noexcept {
     auto& left = gCallsToFault[static_cast<std::size_t>(inFault)];
     return left.load(std::memory_order_relaxed) != 0 && CountDown(left);

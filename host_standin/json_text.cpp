@@ -14,9 +14,9 @@ using Encoding = rapidjson::UTF16<char16_t>;
 
 bool IsDigit(char16_t inUnit) { return inUnit >= u'0' && inUnit <= u'9'; }
 
-// A text of known length; a zero character at its end or inside ends the reading. Of a run of digits outside
-// of strings the reader sees the first alone (two behind a leading zero, which must stay an error): it would
-// refuse numbers beyond the range of a double, and nobody asks for a number's value here.
+// A text of known length; a zero character inside it or at its end stops the reader. Of a run of digits
+// outside strings the reader sees only the first (two after a leading zero, which must stay an error): it
+// would refuse numbers beyond the range of a double, and the numbers' values aren't needed here.
 class TextStream {
 public:
     using Ch = char16_t;
@@ -44,7 +44,7 @@ public:
     std::size_t Tell() const { return mPosition; }
     bool IsAtEnd() const { return mPosition == mText.size(); }
 
-    // For reading in place, which isn't done.
+    // For parsing in place, which isn't used.
     Ch* PutBegin() { return nullptr; }
     void Put(Ch) {}
     std::size_t PutEnd(Ch*) { return 0; }
@@ -62,7 +62,7 @@ bool IsOfNumber(char16_t inUnit) {
            inUnit == u'E';
 }
 
-// Follows the reader's events: knows the kind of the whole text, and picks the members of the top object.
+// Handles the reader's events: finds the kind of the whole text, and picks members of the top-level object.
 class Events {
 public:
     using Ch = char16_t;
@@ -70,7 +70,7 @@ public:
 
     Events(std::u16string_view inText, const TextStream& inStream) : mText(inText), mStream(inStream) {}
 
-    // Only members of this name; null for all. No members at all until one of the two is called.
+    // Collects only members of this name; null for all. Without either call, collects none.
     void PickMembers(const std::u16string_view* inName) {
         mIsPicking = true;
         mWantedName = inName;
@@ -119,7 +119,7 @@ private:
         return true;
     }
 
-    // The reader stands behind the number, and gives it only as a binary one.
+    // The reader is after the number, and gives only its binary value.
     bool Number() {
         const std::size_t end = mStream.Tell();
         std::size_t begin = end;
@@ -129,7 +129,7 @@ private:
         return Scalar(JsonKind::Number, mText.substr(begin, end - begin));
     }
 
-    // The reader stands on the bracket, at the start as well as at the end.
+    // The reader is at the bracket, both at the start and at the end.
     bool Start(JsonKind inKind) {
         if (mDepth == 0) {
             mKind = inKind;
@@ -158,7 +158,7 @@ private:
     const std::u16string_view* mWantedName = nullptr;
     JsonKind mKind = JsonKind::Null;
     std::size_t mDepth = 0;
-    bool mIsWanted = false; // the member whose value comes, or is being read
+    bool mIsWanted = false; // whether the current member is to be collected
     std::u16string mName;
     std::size_t mBegin = 0;
     std::vector<JsonMember> mMembers;

@@ -21,11 +21,10 @@ namespace {
 struct AllCounters {
     std::mutex mMutex;
     class ThreadCounters* mFirst = nullptr; // of the threads that count; guarded by mMutex
-    detail::Counters mOthers{};             // what threads counted that ended
+    detail::Counters mOthers{};             // what ended threads counted
 };
 
-/// Lives to the end: threads may outlive static objects. (A mutex of Windows can't be initialised
-/// statically.)
+/// Never destroyed: threads may outlive static objects. (A mutex of Windows can't be initialised statically.)
 AllCounters& All() noexcept {
     static AllCounters& all = *new AllCounters;
     return all;
@@ -77,7 +76,7 @@ void detail::CountApart(Counted inKind, std::int64_t inChange) noexcept {
     if (!std::exchange(isCounting, true)) {
         thread_local ThreadCounters counters;
         Count(inKind, inChange);
-    } else { // the thread ends, its counters are gone
+    } else { // the thread is ending, its counters are gone
         All().mOthers[static_cast<std::size_t>(inKind)].fetch_add(inChange);
     }
 }

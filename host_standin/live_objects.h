@@ -9,7 +9,7 @@
 
 namespace orkit::standin {
 
-/// What is alive in the process; all zero when nothing leaks.
+/// The live objects of the process; all zero if nothing leaks.
 struct LiveObjects {
     std::int64_t mValues = 0;            ///< host values, also those inside arrays and holders
     std::int64_t mLocations = 0;         ///< I_Location
@@ -18,7 +18,7 @@ struct LiveObjects {
     std::int64_t mForeignPlugins = 0;    ///< objects of the plug-in: databases, statements, results, cursors
     std::int64_t mProcedureValues = 0;   ///< values of the procedure table
     std::int64_t mProcedureCursors = 0;  ///< cursors of the procedure table
-    std::int64_t mProcedureContexts = 0; ///< calls of procedures that didn't end yet
+    std::int64_t mProcedureContexts = 0; ///< calls of procedures that haven't ended
 
     std::int64_t get_Total() const {
         return mValues + mLocations + mFiles + mArrays + mForeignPlugins + mProcedureValues +
@@ -27,10 +27,10 @@ struct LiveObjects {
     bool operator==(const LiveObjects&) const = default;
 };
 
-/// The counts at this moment. Callable from any thread.
+/// The current counts. Callable from any thread.
 LiveObjects CountLiveObjects();
 
-/// How often the engine lock was taken and given back, by any thread, since the process began.
+/// How often the engine lock was taken and released, by any thread, since the process began.
 std::uint64_t get_EngineLockCount();
 std::uint64_t get_EngineUnlockCount();
 
@@ -54,8 +54,8 @@ inline constexpr std::size_t kCountedKinds = 9;
 
 using Counters = std::array<std::atomic<std::int64_t>, kCountedKinds>;
 
-/// What this thread counted, which other threads only read: an atomic addition would take longer than the
-/// rest of making a small value. Null before its first count and after its last.
+/// This thread's counts. Other threads only read them, so no atomic addition is needed, which would take
+/// longer than the rest of making a small value. Null before the thread's first count and after its last.
 extern constinit thread_local Counters* gThreadCounters;
 
 /// Counts on a thread that has no counters of its own.

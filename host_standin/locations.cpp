@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 
 constexpr int kMaxLinks = 40; // as many as Linux follows
 
-// Pushes the components of a path so that the first one lies on top.
+// Pushes the components of a path so that the first one is on top.
 void PushComponents(const fs::path& inPath, std::vector<std::string>& ioPending) {
     const fs::path relative = inPath.relative_path();
     std::vector<std::string> components;
@@ -38,11 +38,10 @@ bool IsLink(const fs::path& inPath, std::error_code& outError) {
     return status.type() == fs::file_type::symlink;
 }
 
-// The absolute path of a file or folder that need not exist, in UTF-8 both ways, free of symbolic links
-// (also dangling ones), ".", "..", doubled and trailing slashes. ".." behind what doesn't exist takes that
-// away.
-// A relative path starts at the current directory; inPath must not be empty.
-// Throws xException, code error_code::kFileSystem.
+// The absolute path of a file or folder that need not exist, in UTF-8 both ways, without symbolic links (even
+// dangling ones), ".", "..", doubled and trailing slashes. ".." after a component that doesn't exist removes
+// it. A relative path starts at the current directory; inPath must not be empty. Throws xException, code
+// error_code::kFileSystem.
 std::string ResolvePath(const std::string& inPath) {
     std::error_code error;
     const fs::path start = fs::absolute(inPath, error);
@@ -57,7 +56,7 @@ std::string ResolvePath(const std::string& inPath) {
             continue;
         }
         if (component == "..") {
-            // What is resolved holds no link, so its text tells its parent.
+            // A resolved path has no links, so its parent follows from its text.
             resolved = resolved.parent_path();
             continue;
         }
@@ -132,7 +131,7 @@ public:
 private:
     enum class Kind { Nothing, File, Folder };
 
-    // Apart from the location, since both interfaces have a get_Exists.
+    // A class of its own, since both interfaces have a get_Exists.
     struct Folder final : I_Folder {
         explicit Folder(const Location& inOwner) : mOwner(inOwner) {}
         bool get_Exists() const override {
@@ -142,7 +141,7 @@ private:
         const Location& mOwner;
     };
 
-    // What is there now.
+    // What exists there now.
     Kind get_Kind() const noexcept {
         struct stat status;
         if (!mIsFile || ::stat(mNativePath.c_str(), &status) != 0) {

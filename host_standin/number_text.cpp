@@ -27,7 +27,7 @@ std::u16string_view SkipSpace(std::u16string_view inText) noexcept {
     return inText;
 }
 
-// Behind the exponent that stands at `inFrom`, or `inFrom` if there is none.
+// The end of the exponent at `inFrom`, or `inFrom` if there is none.
 std::size_t SkipExponent(std::u16string_view inText, std::size_t inFrom) noexcept {
     std::size_t at = inFrom;
     if (at >= inText.size() || (inText[at] != u'e' && inText[at] != u'E')) {
@@ -41,7 +41,7 @@ std::size_t SkipExponent(std::u16string_view inText, std::size_t inFrom) noexcep
     return end > at ? end : inFrom;
 }
 
-// A number that from_chars finds too big or too small: strtod tells which, in the locale "C".
+// A number that is too big or too small for from_chars: strtod tells which, in the locale "C".
 double ConvertOutOfRange(const std::string& inDigits) noexcept {
 #ifdef _WIN32
     static const _locale_t locale = _create_locale(LC_ALL, "C");
@@ -64,8 +64,7 @@ double ConvertWord(std::u16string_view inText) noexcept {
     return inText.starts_with(u"NaN") ? std::numeric_limits<double>::quiet_NaN() : 0.0;
 }
 
-// The number's optional sign, digits, and where `inIsFloat` its fraction and exponent; empty if there is
-// none.
+// The number's optional sign, digits and, if `inIsFloat`, its fraction and exponent; empty if there is none.
 std::u16string_view FindNumber(std::u16string_view inText, bool inIsFloat) noexcept {
     inText = SkipSpace(inText);
     const std::size_t begin = !inText.empty() && IsSign(inText.front()) ? 1 : 0;
@@ -128,7 +127,7 @@ double TextToDouble(std::u16string_view inText) {
     if (number.empty()) {
         return ConvertWord(SkipSpace(inText));
     }
-    // from_chars takes a minus, but no plus.
+    // from_chars accepts a minus, but no plus.
     const std::string digits(number.begin() + (number.front() == u'+' ? 1 : 0), number.end());
     double value = 0;
     const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);

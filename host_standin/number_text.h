@@ -1,5 +1,5 @@
 /// @file
-/// Numbers as text and texts as numbers, free of the locale.
+/// Numbers as text and texts as numbers, independent of the locale.
 #pragma once
 
 #include <array>
@@ -14,14 +14,14 @@
 
 namespace orkit::standin {
 
-/// The whole number that a text begins with, in decimal, after white space and with an optional sign; 0 if
-/// there is none, the nearest limit where it is too big.
+/// The decimal integer that a text begins with, after whitespace and with an optional sign; 0 if there is
+/// none, the nearest limit if it is too big.
 std::int64_t TextToInt64(std::u16string_view inText) noexcept;
-/// The same up to 2^64 - 1. A negative number goes as TextToInt64 gives it, cut to unsigned.
+/// The same up to 2^64 - 1. A negative number is TextToInt64's, converted to unsigned.
 std::uint64_t TextToUInt64(std::u16string_view inText) noexcept;
 
-/// The double that a text begins with, also "Infinity" and "NaN"; 0 if there is none, and an infinity where
-/// it is too big.
+/// The double that a text begins with, also "Infinity" and "NaN"; 0 if there is none, an infinity if it is
+/// too big.
 double TextToDouble(std::u16string_view inText);
 
 /// Whether FormatNumber gives digits, not "Infinity" or "NaN".
@@ -34,8 +34,8 @@ bool IsFinite(Number inNumber) noexcept {
     }
 }
 
-/// A number's text: decimal digits; of floating-point numbers the shortest that read back as the same number,
-/// or "Infinity", "-Infinity", "NaN"; of a bool "true" or "false".
+/// A number's text: decimal digits; for floating-point numbers the shortest that read back as the same
+/// number, or "Infinity", "-Infinity", "NaN"; for a bool "true" or "false".
 template <class Number>
 String FormatNumber(Number inNumber) {
     if constexpr (std::is_same_v<Number, bool>) {
@@ -52,14 +52,14 @@ String FormatNumber(Number inNumber) {
     }
 }
 
-/// A number in another width: cut as C++ does; a floating-point number goes to the nearest whole number
-/// toward zero, at most to the limits of the other type, and NaN to 0.
+/// A number in another width: integers are truncated as in C++; a floating-point number is rounded toward
+/// zero and limited to the range of the other type; NaN becomes 0.
 template <class To, class From>
 To ConvertNumber(From inNumber) noexcept {
     if constexpr (std::is_same_v<To, bool>) {
         return inNumber != From{0};
     } else if constexpr (std::is_floating_point_v<From> && std::is_integral_v<To>) {
-        // The limits as floating-point numbers: a power of two above, so that every rounding is exact.
+        // The limits as floating-point numbers; the upper one is a power of two, so both are exact.
         constexpr auto kAbove =
             static_cast<From>(std::uint64_t{1} << (std::numeric_limits<To>::digits - 1)) * 2;
         if (std::isnan(inNumber)) {

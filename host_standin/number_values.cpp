@@ -6,7 +6,7 @@ namespace orkit::orsql {
 
 namespace {
 
-// A number or a Boolean, read and set in every width.
+// A number or a Boolean, readable and settable in every width.
 template <class Number, std::uint32_t kType>
 class NumberValue final : public AspectHost_imp {
 public:

@@ -1,17 +1,16 @@
 /// @file
-/// Files that are opened and closed without touching the locks that this process holds on them.
+/// Files that can be opened and closed without dropping the locks that this process holds on them.
 ///
 /// POSIX drops all of a process's fcntl record locks on a file as soon as the process closes any descriptor
-/// of that file. DuckDB guards its database files against other processes with just these locks. So a host
-/// that opened such a file to look at it, and closed it again, would silently take the lock from the DuckDB
-/// that runs in the same process, and a second process could then open the database for writing. (The same
-/// happens to everyone else in the process who closes a stream on such a file: don't read an open database
-/// file through the standard library.)
+/// of that file. DuckDB protects its database files from other processes with these locks. So a host that
+/// opened and closed such a file would silently drop the lock of the DuckDB in the same process, and a second
+/// process could then open the database for writing. (The same happens when any other code in the process
+/// closes a stream on such a file: don't read an open database file through the standard library.)
 ///
-/// On Linux the locks belong to the process's table of descriptors. A PrivateFile therefore lives in a thread
-/// of its own that has left the common table for one of its own; what is opened and closed there touches only
-/// the locks of that thread, which has none. Measured with a second process that asks for the lock: it is
-/// free after a plain open and close, and still held after those of a PrivateFile.
+/// On Linux the locks belong to the process's descriptor table. A PrivateFile therefore uses its own thread,
+/// which has left the shared table for a private one; opening and closing files there affects only the locks
+/// of that thread, which has none. Measured with a second process that asks for the lock: it is free after a
+/// plain open and close, and still held after those of a PrivateFile.
 #pragma once
 
 #include <condition_variable>
@@ -30,10 +29,9 @@ class PrivateFile {
 public:
     enum class Mode { ReadOnly, ReadWrite, CreateNew };
 
-    /// Opens `inPath` (UTF-8), which must be a regular file. Throws xException, code
-    /// error_code::kFileSystem, also where another process holds a lock on the file that forbids the mode. A
-    /// lock of this process doesn't. (Where this process holds a read lock, a read lock that another process
-    /// holds beside it isn't seen.)
+    /// Opens `inPath` (UTF-8), which must be a regular file. Throws xException, code error_code::kFileSystem,
+    /// also if another process holds a lock on the file that forbids the mode. A lock of this process doesn't
+    /// matter. (If this process holds a read lock, another process's read lock isn't noticed.)
     PrivateFile(std::string inPath, Mode inMode);
     PrivateFile(const PrivateFile&) = delete;
     PrivateFile& operator=(const PrivateFile&) = delete;
@@ -41,14 +39,14 @@ public:
 
     /// Size in bytes.
     std::uint64_t get_Size();
-    /// @return the bytes read; fewer than asked for at the file's end.
+    /// @return the number of bytes read; fewer than `inLength` at the end of the file.
     std::size_t Read(void* outBuffer, std::uint64_t inOffset, std::size_t inLength);
     /// Writes all bytes.
     void Write(const void* inBuffer, std::uint64_t inOffset, std::size_t inLength);
 
 private:
     void Open(Mode inMode);
-    // Runs a job on the file's thread, and throws what it throws.
+    // Runs a job on the file's thread and rethrows its exception.
     void Run(const std::function<void()>& inJob);
     void Serve();
     void Stop();

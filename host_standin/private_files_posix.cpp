@@ -17,8 +17,8 @@ namespace orkit::standin {
 
 namespace {
 
-// System calls without the wrappers of the C library: a sanitizer that watches these takes equal descriptors
-// of two tables for one file.
+// System calls without the C library's wrappers: a sanitizer that intercepts those takes equal descriptors of
+// two tables for one file.
 template <class... Arguments>
 long Call(long inNumber, Arguments... inArguments) {
     long result = 0;
@@ -29,7 +29,7 @@ long Call(long inNumber, Arguments... inArguments) {
 }
 
 int FlagsOf(PrivateFile::Mode inMode) {
-    // Without O_NONBLOCK a pipe would hold up the opening.
+    // Without O_NONBLOCK opening a pipe would block.
     constexpr int kCommon = O_CLOEXEC | O_NONBLOCK;
     switch (inMode) {
     case PrivateFile::Mode::ReadOnly:
@@ -41,7 +41,7 @@ int FlagsOf(PrivateFile::Mode inMode) {
     }
 }
 
-// What went wrong with an opening; all is well while mWhat is empty.
+// Why opening failed; mWhat is empty on success.
 struct OpenFailure {
     std::string mWhat;
     int mErrno = 0;
@@ -58,7 +58,7 @@ OpenFailure CheckOpened(int inDescriptor, PrivateFile::Mode inMode) {
     struct flock lock {};
     lock.l_type = inMode == PrivateFile::Mode::ReadOnly ? F_RDLCK : F_WRLCK;
     lock.l_whence = SEEK_SET;
-    // A file system without locks has no lock of another process.
+    // On a file system without locks no other process can hold one.
     const bool isLocked = Call(SYS_fcntl, inDescriptor, F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
     if (isLocked && lock.l_pid != ::getpid()) {
         return {"can't open file: locked by process " + std::to_string(lock.l_pid), 0};
@@ -77,7 +77,7 @@ PrivateFile::PrivateFile(std::string inPath, Mode inMode) : mPath(std::move(inPa
     try {
         Open(inMode);
     } catch (...) {
-        Stop(); // a thread that is left behind would end the process
+        Stop(); // destroying a running thread would end the process
         throw;
     }
 }
@@ -122,8 +122,8 @@ void PrivateFile::Run(const std::function<void()>& inJob) {
 }
 
 void PrivateFile::Serve() {
-    // In the new table the standard streams are all that stays, for whoever has a fault to report.
-    // An older kernel or a container's filter may refuse the first way.
+    // Only the standard streams stay in the new table, for reports of faults. An older kernel or a
+    // container's filter may refuse the first way.
     if (Call(SYS_close_range, 3U, ~0U, static_cast<unsigned>(CLOSE_RANGE_UNSHARE)) != 0 &&
         Call(SYS_unshare, CLONE_FILES) != 0) {
         mLeaveError = errno;

@@ -1,4 +1,5 @@
-// Private files on Windows, where closing a file drops no lock of another handle: plain descriptors do.
+// Private files on Windows, where closing a file drops no lock of another handle, so plain descriptors
+// suffice.
 
 #include <algorithm>
 #include <cerrno>

@@ -93,11 +93,11 @@ std::int32_t ArgumentCount(call_context inContext) noexcept {
 
 void ReportError(call_context inContext, const char* inText, std::uint64_t inLength) noexcept {
     Require(inContext != nullptr && inText != nullptr, "report_error needs a context and a text");
-    // Short enough to need no memory.
+    // Short enough not to need memory.
     const char* const kNoMemory = "out of memory";
     detail::WithoutThrowing(0, [&] {
         std::vector<std::string>& errors = inContext->mErrors;
-        errors.emplace_back(kNoMemory); // there is capacity for the first
+        errors.emplace_back(kNoMemory); // capacity is reserved for the first
         errors.back().assign(inText, inLength);
         return 0;
     });
@@ -111,7 +111,7 @@ host_value NewBytes(call_context inContext, std::int32_t inType, const char* inB
     if (value == nullptr || inLength == 0) {
         return value;
     }
-    // A value without its bytes stays behind in the context, which gives it back.
+    // A value without its bytes stays in the context, which frees it.
     return detail::WithoutThrowing<host_value>(nullptr, [&] {
         value->mBytes.assign(inBytes, inLength);
         return value;
@@ -154,7 +154,7 @@ void Reserved() noexcept {
     std::abort();
 }
 
-/// An entry as the table has it: each spoils the text that was given last.
+/// An entry of the table: each call invalidates the text that was returned last.
 template <auto kEntry>
 struct Entry;
 template <class Answer, class... Arguments, Answer (*kEntry)(Arguments...) noexcept>
@@ -200,7 +200,7 @@ constexpr procedure_api kTable = {
     .value_text = Entry<detail::ValueText>::Call,
 };
 
-/// An exception that comes out of the module ends the process here.
+/// An exception that leaves the module ends the process here.
 host_cursor Invoke(procedure_callback inCallback, const ProcedureContext& inContext) noexcept {
     return inCallback(inContext.get_Handle(), inContext.get_ArgumentHandles());
 }

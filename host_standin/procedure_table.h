@@ -1,14 +1,12 @@
 /// @file
 /// The stand-in host's side of the procedure table: what tests, the shell and benchmarks need to play the
-/// host to table procedures. It gives the table, holds the registered procedures, makes arguments, calls
-/// procedures, walks their cursors and reads their values.
+/// host to table procedures. It provides the table, holds the registered procedures, makes arguments, calls
+/// procedures, moves their cursors and reads their values.
 ///
-/// Every call that goes against the contract of host/procedure_api.h (a reserved entry, a record whose zero
-/// fields are not zero, a null state ...) ends the process with a message on stderr: it is a fault of the
-/// module.
+/// Every call that breaks the contract of host/procedure_api.h (a reserved entry, a record whose zero fields
+/// are not zero, a null state ...) ends the process with a message on stderr: it is a bug of the module.
 ///
-/// Its entries are made to fail by host_standin/faults.h, its handles are counted by
-/// host_standin/live_objects.h.
+/// host_standin/faults.h makes its entries fail, host_standin/live_objects.h counts its handles.
 ///
 /// Threads: the registered procedures can be used from any thread. A call context, a value and a cursor
 /// belong to one thread at a time.
@@ -36,7 +34,7 @@ struct ProcedureDateTime {
     bool operator==(const ProcedureDateTime&) const = default;
 };
 
-/// The packed forms of host/procedure_api.h, both ways.
+/// To and from the packed forms of host/procedure_api.h.
 std::uint32_t PackDate(const ProcedureDate& inDate);
 std::uint32_t PackTime(const ProcedureTime& inTime);
 std::uint64_t PackDateTime(const ProcedureDateTime& inDateTime);
@@ -44,10 +42,10 @@ ProcedureDate UnpackDate(std::uint32_t inPacked);
 ProcedureTime UnpackTime(std::uint32_t inPacked);
 ProcedureDateTime UnpackDateTime(std::uint64_t inPacked);
 
-/// One host value, held by a share: copies are the same value, and the last one gives it back.
+/// One host value, shared: copies are the same value, and the last one frees it.
 class ProcedureValue {
 public:
-    /// No value: the null handle, as for an argument that is left out.
+    /// No value: the null handle, as for an omitted argument.
     ProcedureValue() = default;
     ProcedureValue(const ProcedureValue& inOther);
     ProcedureValue(ProcedureValue&& inOther) noexcept : mHandle(std::exchange(inOther.mHandle, nullptr)) {}
@@ -67,10 +65,10 @@ public:
     static ProcedureValue DateTime(const ProcedureDateTime& inDateTime);
     static ProcedureValue Array(std::vector<ProcedureValue> inElements);
 
-    /// Takes a handle that a procedure or a cursor gave; may be null.
+    /// Takes a handle that a procedure or a cursor returned; may be null.
     static ProcedureValue Adopt(host_value inHandle);
 
-    /// The handle, as the module sees it; this object keeps it.
+    /// The handle for the module; this object keeps it.
     host_value get_Handle() const { return mHandle; }
     /// Whether there is no value, or it is SQL NULL.
     bool IsNull() const;
@@ -89,9 +87,9 @@ public:
     ProcedureDateTime get_DateTime() const;
     std::vector<ProcedureValue> get_Elements() const;
 
-    /// What `value_text` gives, as a copy: the bytes of texts and binaries; decimal digits; the shortest
+    /// A copy of what `value_text` returns: the bytes of texts and binaries; decimal digits; the shortest
     /// digits that read back as the same double; "true" and "false"; "2024-01-31", "23:59:59.999" and both
-    /// with a space between (years beyond four digits with a sign). Empty where `value_text` gives null: for
+    /// with a space between (years beyond four digits with a sign). Empty if `value_text` returns null: for
     /// no value, SQL NULL and arrays.
     std::string AsText() const;
 
@@ -104,8 +102,8 @@ private:
     host_value mHandle = nullptr;
 };
 
-/// One call of the host into the module. Values made through it belong to it until somebody takes them (a
-/// cursor, or ProcedureValue::Adopt); its end gives back the rest.
+/// One call of the host into the module. It owns the values made through it until they are taken (by a
+/// cursor, or ProcedureValue::Adopt), and frees the rest at its end.
 class ProcedureContext {
 public:
     explicit ProcedureContext(std::vector<ProcedureValue> inArguments = {});
@@ -114,17 +112,16 @@ public:
     ~ProcedureContext();
 
     call_context get_Handle() const { return mImp.get(); }
-    /// The arguments as a procedure gets them; null if there are none.
+    /// The arguments for a procedure; null if there are none.
     const host_value* get_ArgumentHandles() const;
-    /// What `report_error` was given, in its order.
+    /// The texts given to `report_error`, in order.
     const std::vector<std::string>& get_Errors() const;
 
 private:
     std::unique_ptr<orlimbara_call_context> mImp;
 };
 
-/// A cursor that a procedure answered with; move-only. Its end gives back the cursor: `destroy` is called
-/// exactly once.
+/// A cursor that a procedure returned; move-only. The destructor calls the cursor's `destroy`, exactly once.
 class ProcedureCursor {
 public:
     ProcedureCursor() = default;
@@ -134,7 +131,7 @@ public:
     ProcedureCursor& operator=(ProcedureCursor&& inOther) noexcept;
     ~ProcedureCursor();
 
-    /// Whether there is a cursor. All below need one.
+    /// Whether there is a cursor. All members below need one.
     explicit operator bool() const { return mHandle != nullptr; }
 
     std::size_t get_ColumnCount() const;
@@ -148,11 +145,11 @@ public:
 
     // A failure that a callback reports is thrown as std::runtime_error with its text.
 
-    /// Whether it stands on a row afterwards. A fresh cursor stands before row 0.
+    /// @return whether there is a current row now. A new cursor is before row 0.
     bool NextRow();
-    /// Rows count from 0. False leaves the position as it was.
+    /// Rows count from 0. If it returns false, the position is unchanged.
     bool SeekRow(std::int64_t inRow);
-    /// A cell of the current row; no value for SQL NULL, or where there is nothing to read.
+    /// A cell of the current row; no value for SQL NULL, or if there is nothing to read.
     ProcedureValue ReadValue(std::int32_t inColumn) const;
 
     /// The record of a cursor of callbacks; null for a cursor of given rows.
@@ -172,7 +169,7 @@ struct RegisteredProcedure {
     procedure_callback callback = nullptr;
 };
 
-/// What a call came to: a cursor, or none and what was reported.
+/// The outcome of a call: a cursor, or none and the reported errors.
 struct ProcedureAnswer {
     ProcedureCursor cursor;
     std::vector<std::string> errors;
@@ -184,17 +181,17 @@ const procedure_api* GetProcedureTable();
 /// The registered procedures, in the order of their registration. A name registered again replaces the first.
 std::vector<RegisteredProcedure> ListProcedures();
 
-/// Forgets all procedures; to be called before their module is unloaded.
+/// Removes all procedures; call it before their module is unloaded.
 void ForgetProcedures();
 
-/// Calls a registered procedure as the host does: an unknown name and a wrong number of arguments are refused
-/// with an error of the stand-in's own, without calling the module.
+/// Calls a registered procedure as the host does: an unknown name or a wrong number of arguments is refused
+/// with the stand-in's own error, without calling the module.
 ProcedureAnswer CallProcedure(std::string_view inName, const std::vector<ProcedureValue>& inArguments);
 
-/// Calls a procedure whatever its minimum and maximum.
+/// Calls a procedure regardless of its minimum and maximum.
 ProcedureAnswer CallUnchecked(procedure_callback inCallback, const std::vector<ProcedureValue>& inArguments);
 
-/// Gives back a value that came from the table directly; for loops that do without ProcedureValue.
+/// Frees a value that came from the table directly; for loops without ProcedureValue.
 void ReleaseProcedureValue(host_value inHandle);
 
 } // namespace orkit::standin

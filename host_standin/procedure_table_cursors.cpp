@@ -5,12 +5,12 @@
 #include "host_standin/live_objects.h"
 #include "host_standin/procedure_table_values.h"
 
-/// Behind `host_cursor`: rows that were given, or the callbacks of mDescriptor.
+/// The record of a `host_cursor`: given rows, or the callbacks of mDescriptor.
 struct orlimbara_host_cursor {
     const cursor_descriptor* mDescriptor = nullptr;
     std::vector<std::string> mNames;
     std::vector<std::vector<orkit::standin::ProcedureValue>> mRows;
-    /// Of given rows: -1 before the first.
+    /// For given rows: -1 before the first.
     std::int64_t mRow = -1;
     /// For the callbacks.
     orlimbara_call_context mContext;
@@ -22,14 +22,14 @@ namespace detail {
 
 namespace {
 
-/// Writes a whole cursor out. @return what the entry answers.
+/// Returns a complete cursor through `outCursor`. @return the entry's result.
 std::int32_t GiveCursor(std::unique_ptr<orlimbara_host_cursor> inCursor, host_cursor* outCursor) noexcept {
     Count(Counted::ProcedureCursors, +1);
     *outCursor = inCursor.release();
     return 0;
 }
 
-/// Throws what the last callback reported.
+/// Throws the error that the last callback reported.
 void ThrowReported(orlimbara_call_context& ioContext) {
     if (!ioContext.mErrors.empty()) {
         const std::string error = ioContext.mErrors.front();
@@ -47,7 +47,7 @@ std::int32_t MakeRowCursor(call_context inContext, std::uint64_t inColumns, std:
     Require((inColumns == 0 || inNames != nullptr) && (inRows == 0 || inValues != nullptr),
             "make_row_cursor needs its arrays");
     return WithoutThrowing(-1, [&] {
-        // Values that aren't taken when memory runs out are the context's, which gives them back.
+        // Values that aren't taken because memory ran out stay with the context, which frees them.
         std::vector<std::vector<ProcedureValue>> rows;
         rows.reserve(inRows);
         for (const host_value* row : std::span(inValues, inRows)) {

@@ -16,7 +16,7 @@ namespace orkit::standin {
 
 namespace {
 
-// Of a date, 23 bits of year; the sign comes back with the shift.
+// A date has 23 bits of year; the shift restores the sign.
 constexpr unsigned kMonthShift = 5;
 constexpr unsigned kYearShift = 9;
 constexpr unsigned kSecondShift = 15;
@@ -30,7 +30,7 @@ std::string DigitsOf(Number inNumber) {
     return {text.data(), end};
 }
 
-/// The text of a value that is not itself bytes.
+/// The text of a value that isn't stored as bytes.
 std::string MakeText(const orlimbara_host_value& inValue) {
     switch (inValue.mType) {
     case HOST_TYPE_BOOL:
@@ -54,7 +54,7 @@ std::string MakeText(const orlimbara_host_value& inValue) {
 
 bool HoldsBytes(std::int32_t inType) { return inType == HOST_TYPE_TEXT || inType == HOST_TYPE_BINARY; }
 
-/// A value of the caller's own, in no context's ring.
+/// A value that the caller owns, in no context's ring.
 host_value NewFreeValue(std::int32_t inType, std::uint64_t inNumber) {
     auto* value = new orlimbara_host_value;
     value->mType = inType;
@@ -278,7 +278,7 @@ std::uint64_t ValueUInt64(host_value inValue) noexcept {
 
 namespace {
 
-/// Of exactly the text's size, so that a reader that goes beyond it is found out.
+/// Of exactly the text's size, so that a read beyond it is detected.
 struct TextBuffer {
     std::unique_ptr<char[]> mBytes;
     std::size_t mLength = 0;

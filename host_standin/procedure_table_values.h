@@ -1,6 +1,5 @@
 /// @file
-/// What the parts of the stand-in's procedure table share: the records behind the opaque handles. Not for
-/// users of the stand-in.
+/// The records of the opaque handles, for the sources of the stand-in's procedure table only.
 #pragma once
 
 #include <cstdint>
@@ -10,21 +9,21 @@
 
 #include "host_standin/procedure_table.h"
 
-/// Behind `host_value`. A value is held by shares; one of them may be its context's, which keeps its values
+/// The record of a `host_value`, with shared ownership; one owner may be its context, which keeps its values
 /// in a ring through mPrevious and mNext.
 struct orlimbara_host_value {
     std::int32_t mType = HOST_TYPE_NULL;
     std::uint32_t mShares = 1;
     orlimbara_host_value* mPrevious = nullptr;
     orlimbara_host_value* mNext = nullptr;
-    /// Numbers, Booleans and packed forms as they are; a double by its bits.
+    /// Numbers, Booleans and packed forms; a double as its bits.
     std::uint64_t mNumber = 0;
     /// The bytes of a text or binary.
     std::string mBytes;
     std::vector<orkit::standin::ProcedureValue> mElements;
 };
 
-/// Behind `call_context`.
+/// The record of a `call_context`.
 struct orlimbara_call_context {
     orlimbara_call_context();
     orlimbara_call_context(const orlimbara_call_context&) = delete;
@@ -34,16 +33,16 @@ struct orlimbara_call_context {
     std::vector<orkit::standin::ProcedureValue> mArguments;
     std::vector<host_value> mArgumentHandles;
     std::vector<std::string> mErrors;
-    /// Start and end of the ring of values that nobody took yet.
+    /// Start and end of the ring of values that haven't been taken.
     orlimbara_host_value mUntaken;
 };
 
 namespace orkit::standin::detail {
 
-/// Ends the process with a message when the module broke the contract of the table.
+/// Ends the process with a message if the module breaks the contract of the table.
 void Require(bool inKept, const char* inWhatIsRequired) noexcept;
 
-/// What an entry answers instead, when it refuses or memory runs out.
+/// An entry's result if it refuses or memory runs out.
 template <class Answer, class Body>
 Answer WithoutThrowing(Answer inFailure, Body inBody) noexcept {
     try {
@@ -53,16 +52,17 @@ Answer WithoutThrowing(Answer inFailure, Body inBody) noexcept {
     }
 }
 
-/// What an entry answers that was made to fail: -1, 1 and INT_MIN in turn, since only 0 means success.
+/// The result of an entry that was made to fail: -1, 1 and INT_MIN in turn, since only 0 means success.
 std::int32_t Refusal() noexcept;
 
-/// Overwrites the text that `value_text` gave last on this thread: it is valid only until the next entry.
+/// Overwrites the text that `value_text` last returned on this thread, which is valid only until the next
+/// entry.
 void SpoilText() noexcept;
 
-/// A new value in the context's ring; null when a value was made to fail or memory runs out.
+/// A new value in the context's ring; null if it was made to fail or memory runs out.
 host_value NewValue(call_context inContext, std::int32_t inType, std::uint64_t inNumber) noexcept;
 
-/// Takes a value out of its context's ring; the share is the caller's.
+/// Takes a value out of its context's ring; the caller owns it then.
 void TakeValue(host_value inValue) noexcept;
 
 /// The table's cursor entries; see host/procedure_api.h.

@@ -1,10 +1,10 @@
 /// @file
-/// Includes RapidJSON under a name of the stand-in's own, so that nobody else's copy in the process is mixed
-/// up with this one, which throws where RapidJSON's would end the process.
+/// Includes RapidJSON in a namespace of the stand-in's, so that it isn't mixed up with another copy in the
+/// process: this one throws where RapidJSON would end the process.
 #pragma once
 
 namespace orkit::standin::detail {
-/// RapidJSON found itself misused; it asserts this also for some texts that are not JSON.
+/// RapidJSON's assertion failed; this also happens for some texts that are not JSON.
 struct RapidJsonRefusal {};
 } // namespace orkit::standin::detail
 

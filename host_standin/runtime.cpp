@@ -12,7 +12,7 @@ struct RootObject {
 };
 
 RootObject& GetRootObject() {
-    // Never destroyed: at the end of the process the module that the object belongs to may be gone already.
+    // Never destroyed: when the process exits, the object's module may be gone already.
     static auto* const root = new RootObject;
     return *root;
 }
@@ -25,7 +25,7 @@ void SetDuckDBExtension(smart_ptr<I_DuckDBExtension> inExtension) {
         const std::lock_guard lock(root.mMutex);
         std::swap(root.mExtension, inExtension);
     }
-    // The former object goes here, outside the lock.
+    // The previous object is released here, outside the lock.
 }
 
 smart_ptr<I_DuckDBExtension> GetDuckDBExtension() {

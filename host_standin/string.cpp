@@ -44,7 +44,7 @@ String& String::operator<<(std::uint64_t inNumber) {
 
 std::int64_t String::parseLLong() const noexcept { return standin::TextToInt64(mText); }
 
-// There is one character set here, so the converter has nothing to tell.
+// There is only one character set here, so the converter has no content.
 const I_Converter* GetConverter_UTF8() {
     static constexpr I_Converter kConverter;
     return &kConverter;

@@ -12,7 +12,7 @@ namespace {
 
 using detail::ViewOf;
 
-// What all values made of text do: they are read as the number that the text begins with.
+// Base of all text values: as numbers they read as the number that the text begins with.
 class TextValue : public AspectHost_imp {
 public:
     std::uint32_t get_Length() const override {
@@ -127,7 +127,7 @@ public:
     }
     std::uint32_t get_Type() const override { return value_type::kJSON; }
     std::uint32_t get_MaxLength() const override { return std::numeric_limits<std::uint32_t>::max(); }
-    void put_MaxLength(std::uint32_t) override {} // the capacity has no limit
+    void put_MaxLength(std::uint32_t) override {} // the capacity is unlimited
 
     void put_String(const String& inText) override {
         const std::optional<standin::JsonKind> kind = standin::CheckJson(ViewOf(inText));

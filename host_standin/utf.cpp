@@ -12,8 +12,8 @@ namespace orkit::standin {
 
 namespace {
 
-// Texts are mostly ASCII: they are looked at and copied in blocks, with loops of fixed length over local
-// arrays, which the compiler turns into vector instructions.
+// Texts are mostly ASCII: they are checked and copied in blocks, with loops of fixed length over local
+// arrays, which the compiler vectorises.
 constexpr std::size_t kBlock = 16;
 
 bool IsAsciiBlock(const char* inText) noexcept {
@@ -39,7 +39,7 @@ void CopyBlock(const From* inText, To* outText) noexcept {
     std::memcpy(outText, to.data(), sizeof(to));
 }
 
-// Copies the blocks of pure ASCII that the text begins with. Gives their length.
+// Copies the blocks of pure ASCII that the text begins with. Returns their length.
 template <class To, class From>
 std::size_t CopyAsciiBlocks(const From* inText, std::size_t inLength, To* outText) noexcept {
     std::size_t done = 0;
@@ -50,8 +50,8 @@ std::size_t CopyAsciiBlocks(const From* inText, std::size_t inLength, To* outTex
     return done;
 }
 
-// Converts a text: blocks of ASCII at once, and each other character by `inConvert`, which moves both
-// positions on. Gives the units written.
+// Converts a text: blocks of ASCII at once, and each other character with `inConvert`, which advances both
+// positions. Returns the number of units written.
 template <class To, class From, class Convert>
 std::size_t ConvertText(const From* inText, std::size_t inLength, To* outText, Convert inConvert) noexcept {
     std::size_t from = 0;

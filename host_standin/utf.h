@@ -1,6 +1,6 @@
 /// @file
-/// The one conversion between UTF-8 and UTF-16 under all others. What is malformed becomes U+FFFD, one for
-/// each longest piece that could have begun a character.
+/// The conversion between UTF-8 and UTF-16 that all others use. Malformed input becomes U+FFFD, one for each
+/// maximal sequence that could begin a character.
 #pragma once
 
 #include <cstddef>

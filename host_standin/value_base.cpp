@@ -35,8 +35,8 @@ AspectHost_imp::AspectHost_imp(bool inIsNullable) noexcept : mIsNullable(inIsNul
 }
 AspectHost_imp::~AspectHost_imp() { standin::detail::Count(standin::detail::Counted::Values, -1); }
 
-// A value without a reference is its maker's alone, and one with a single reference its holder's: then nobody
-// else counts, and a plain write takes a fraction of an atomic addition's time.
+// A value without a reference belongs to its creator alone, and one with a single reference to its holder:
+// then no other thread counts, and a plain write takes a fraction of the time of an atomic addition.
 std::uint32_t AspectHost_imp::AddRef() {
     if (mRefCount.load(std::memory_order_relaxed) == 0) {
         mRefCount.store(1, std::memory_order_relaxed);

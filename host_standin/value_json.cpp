@@ -34,7 +34,7 @@ void WriteValue(const orsql::I_Value* inValue, Writer& ioWriter) {
         ioWriter.Null();
         return;
     }
-    // Asking for an aspect changes nothing in a value.
+    // QueryInterface doesn't change a value.
     auto* const value = const_cast<orsql::I_Value*>(inValue);
     const std::uint32_t valueType = inValue->get_Type();
     if (const auto* const array = QueryAspect<orsql::I_ValueArray>(value)) {
@@ -78,7 +78,7 @@ String standin::ValueToJson(const orsql::I_Value& inValue) {
     return TextOf(buffer);
 }
 
-// An array of objects, one member per column under the column's name. Columns of one name stand side by side.
+// An array of objects with one member per column, named like the column. Columns of the same name all appear.
 String orsql::CursorToJSON(smart_ptr<I_DuckDBCursor> inCursor) {
     if (!inCursor) {
         return u"null";

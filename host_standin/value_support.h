@@ -1,5 +1,5 @@
 /// @file
-/// What the classes of values share.
+/// What the value classes share.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@
 
 namespace orkit::orsql::detail {
 
-/// Makes a value, unless this creation is to fail. @return the value, without a reference.
+/// Makes a value, unless this creation must fail. @return the value, without a reference.
 template <class Value, class... Arguments>
 I_Value* NewValue(Arguments&&... inArguments) {
     if (standin::detail::TakeFault(standin::Fault::ValueCreation)) {
@@ -22,7 +22,7 @@ I_Value* NewValue(Arguments&&... inArguments) {
     return new Value(std::forward<Arguments>(inArguments)...);
 }
 
-/// Gives a text out, cut to at most `inMaxLength` code units; -1 means no limit.
+/// Returns a text through `outText`, truncated to `inMaxLength` code units; -1 means no limit.
 void GiveText(std::u16string_view inText, std::int32_t inMaxLength, String& outText);
 void GiveText(std::string_view inAscii, std::int32_t inMaxLength, String& outText);
 
