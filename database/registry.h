@@ -1,4 +1,5 @@
-/// @file The live objects that point to a database, in the order in which they were added.
+/// @file
+/// The live objects that point to a database, in the order in which they were added.
 #pragma once
 
 #include <iterator>

@@ -1,4 +1,5 @@
-/// @file The host calls that run SQL on a connection, so that another thread can stop and watch them.
+/// @file
+/// The host calls that run SQL on a connection, so that another thread can stop and watch them.
 #pragma once
 
 #include <atomic>

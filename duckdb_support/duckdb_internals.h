@@ -1,4 +1,5 @@
-/// @file DuckDB's C++ interface, for the sources of this folder only; all other code sees DuckDB's C header.
+/// @file
+/// DuckDB's C++ interface, for the sources of this folder only; all other code sees DuckDB's C header.
 #pragma once
 
 #include <duckdb.hpp>

@@ -1,4 +1,5 @@
-/// @file Owners of DuckDB's handles: each destroys its handle with DuckDB's matching function, exactly once.
+/// @file
+/// Owners of DuckDB's handles: each destroys its handle with DuckDB's matching function, exactly once.
 #pragma once
 
 #include <duckdb.h>

@@ -1,4 +1,5 @@
-/// @file Finds times of day outside their type's range before DuckDB converts them to text.
+/// @file
+/// Finds times of day outside their type's range before DuckDB converts them to text.
 ///
 /// Typed bindings and appenders give DuckDB the caller's number unchecked, so a table can hold such a time.
 /// DuckDB's functions that convert a TIME, TIME_NS or TIMETZ to text then read and write outside their

@@ -1,4 +1,5 @@
-/// @file The module's two exports, its only ones.
+/// @file
+/// The module's two exports, its only ones.
 #pragma once
 
 #include "host/procedure_api.h"

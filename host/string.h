@@ -1,4 +1,5 @@
-/// @file The host's text, and its conversion from and to UTF-8.
+/// @file
+/// The host's text, and its conversion from and to UTF-8.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,5 @@
-/// @file Reference-counted objects and interfaces, the base of every object shared with the host.
+/// @file
+/// Reference-counted objects and interfaces, the base of every object shared with the host.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,5 @@
-/// @file The host's value objects: the root interface, and the aspects that some kinds of value add to it.
+/// @file
+/// The host's value objects: the root interface, and the aspects that some kinds of value add to it.
 #pragma once
 
 #include <atomic>

@@ -1,4 +1,5 @@
-/// @file The table procedures, and their registration with the host.
+/// @file
+/// The table procedures, and their registration with the host.
 #pragma once
 
 #include <array>

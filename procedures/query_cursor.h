@@ -1,4 +1,5 @@
-/// @file The host's cursor over the rows of a query.
+/// @file
+/// The host's cursor over the rows of a query.
 #pragma once
 
 #include <duckdb.h>

@@ -1,4 +1,5 @@
-/// @file SQL text from the user's input.
+/// @file
+/// SQL text from the user's input.
 ///
 /// The two quoting rules are the only protection against the content of a path or a name, since nothing is
 /// bound as a parameter. They keep statements and expressions out; docs/procedures.md says which files a path

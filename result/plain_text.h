@@ -1,4 +1,5 @@
-/// @file Short texts of a vector's items, written directly in UTF-16.
+/// @file
+/// Short texts of a vector's items, written directly in UTF-16.
 ///
 /// Each function writes the same text as DuckDB's cast and returns its length, or 0 for a case that it leaves
 /// to the cast: years before 1 and after 9999, infinity, times out of range, long BITs.

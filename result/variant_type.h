@@ -1,4 +1,5 @@
-/// @file DuckDB's numbers for the types that a VARIANT can hold, and their names in an envelope.
+/// @file
+/// DuckDB's numbers for the types that a VARIANT can hold, and their names in an envelope.
 #pragma once
 
 #include <array>

@@ -1,4 +1,5 @@
-/// @file Host values as parameters: from I_Value to `duckdb_value`, bound to any prepared statement.
+/// @file
+/// Host values as parameters: from I_Value to `duckdb_value`, bound to any prepared statement.
 ///
 /// These functions take no lock and keep no state; the callers hold the guard. The host's own exceptions pass
 /// through.
