@@ -1,0 +1,132 @@
+// The root object, and the guard that every call on the object side takes.
+
+#include <fstream>
+#include <thread>
+
+#include <sys/inotify.h>
+#include <unistd.h>
+
+#include "extension/engine_lock_guard.h"
+#include "tests_support/object_fixture.h"
+
+namespace orkit::orsql::test {
+namespace {
+
+class RootObject : public ObjectTest {};
+
+TEST_F(RootObject, AnswersForItsInterfaceAndTheMemoryPath) {
+    const auto extension = Extension();
+    EXPECT_EQ(extension->QueryInterface(interface_id::kDuckDBExtension), extension.get());
+    for (const std::uint32_t id : {0u, 2u, 406u, 608u}) {
+        EXPECT_EQ(extension->QueryInterface(id), nullptr) << id;
+    }
+    EXPECT_STREQ(extension->get_LibraryVersion(), "v1.5.6");
+    EXPECT_TRUE(extension->get_IsMemoryPath(":memory:"));
+    for (const char* const path : {":memory:x", "", ":MEMORY:", "memory"}) {
+        EXPECT_FALSE(extension->get_IsMemoryPath(path)) << path;
+    }
+}
+
+TEST_F(RootObject, MakesDatabasesWithoutTouchingTheDisk) {
+    const std::uint64_t locks = standin::get_EngineLockCount();
+    EXPECT_EQ(Catch([] { Extension()->CreateDatabase(nullptr); }), "xDBError 333057");
+    EXPECT_EQ(standin::get_EngineLockCount(), locks) << "the refusal comes before the guard";
+    mDatabase = MakeDatabase("new.duckdb");
+    EXPECT_EQ(standin::get_EngineLockCount(), locks + 1);
+    EXPECT_EQ(mDatabase->get_RefsCount(), 1u);
+    EXPECT_FALSE(fs::exists(Folder() / "new.duckdb"));
+    // A path is known once its count was asked for, and stays so.
+    const auto isKnown = [&] { return Extension()->get_IsKnownDatabase(mDatabase->get_Path()); };
+    EXPECT_FALSE(isKnown());
+    EXPECT_FALSE(isKnown()) << "asking must not make it known";
+    ExpectDuckDBError([&] { mDatabase->Open(); }, "new", "File does not exist");
+    EXPECT_FALSE(isKnown()) << "nor a failed Open";
+    EXPECT_EQ(mDatabase->get_ConnectionCount(), 0u);
+    EXPECT_TRUE(isKnown());
+    mDatabase->Create();
+    mDatabase->Drop();
+    EXPECT_TRUE(isKnown());
+}
+
+TEST_F(RootObject, TellsADuckDBFileByItsMagic) {
+    const auto isDuckDB = [this](const std::string& inName) {
+        return Extension()->get_IsDuckDBFile(At(inName));
+    };
+    const int events = ::inotify_init();
+    for (const auto& [content, isIt] : {std::pair{"", true},
+                                        {"12345678DUC", false},
+                                        {"12345678DUCK", true},
+                                        {"12345678DUCK and more", true},
+                                        {"DUCK12345678", false}}) {
+        const std::string name = std::string("with ") + content;
+        std::ofstream(Folder() / name, std::ios::binary) << content;
+        ::inotify_add_watch(events, (Folder() / name).c_str(), IN_CLOSE);
+        EXPECT_EQ(isDuckDB(name), isIt) << name;
+        inotify_event event = {};
+        EXPECT_EQ(::read(events, &event, sizeof event), static_cast<ssize_t>(sizeof event));
+        EXPECT_EQ(event.mask, static_cast<std::uint32_t>(IN_CLOSE_NOWRITE)) << "opened to be read";
+    }
+    ::close(events);
+    EXPECT_FALSE(isDuckDB("missing"));
+    EXPECT_FALSE(isDuckDB(".")) << "a folder";
+    EXPECT_TRUE(Catch([] { Extension()->get_IsDuckDBFile(nullptr); }).starts_with("xException "));
+
+    mDatabase = CreateDatabase("real.duckdb");
+    Execute(mDatabase, "CREATE TABLE t AS SELECT 42 AS i; CHECKPOINT");
+    isDuckDB("real.duckdb"); // whatever it says of a file in use, it does no harm
+    Execute(mDatabase, "INSERT INTO t VALUES (43)");
+    mDatabase->Close();
+    standin::FailCall(standin::Fault::FileOpen, 1);
+    EXPECT_FALSE(isDuckDB("real.duckdb")) << "a file that can't be opened";
+    EXPECT_TRUE(isDuckDB("real.duckdb"));
+}
+
+class EngineLock : public ObjectTest {
+protected:
+    /// Checks how often the lock was taken and given back in this test.
+    void ExpectCounts(std::uint64_t inLocks, std::uint64_t inUnlocks) const {
+        EXPECT_EQ(standin::get_EngineLockCount() - mLocks, inLocks);
+        EXPECT_EQ(standin::get_EngineUnlockCount() - mUnlocks, inUnlocks);
+    }
+    const std::uint64_t mLocks = standin::get_EngineLockCount();
+    const std::uint64_t mUnlocks = standin::get_EngineUnlockCount();
+};
+
+TEST_F(EngineLock, IsTakenByTheOutermostGuardAloneAlsoWhileAnExceptionPasses) {
+    const auto throwing = [&] {
+        const EngineLockGuard outer;
+        EXPECT_TRUE(gIsGlobalLockTaken.get());
+        std::thread([] { EXPECT_FALSE(gIsGlobalLockTaken.get()) << "the flag is the thread's"; }).join();
+        {
+            const EngineLockGuard inner;
+            ExpectCounts(1, 0);
+        }
+        ExpectCounts(1, 0);
+        EXPECT_TRUE(gIsGlobalLockTaken.get());
+        throw std::runtime_error("on the way out");
+    };
+    EXPECT_THROW(throwing(), std::runtime_error);
+    ExpectCounts(1, 1);
+    EXPECT_FALSE(gIsGlobalLockTaken.get());
+}
+
+TEST_F(EngineLock, IsLeftAloneWhereThereIsNoneAndOnAThreadThatWorksWithoutIt) {
+    for (const bool isTaken : {false, true}) {
+        gIsThisDiagnoseMTThread.put(true);
+        gIsGlobalLockTaken.put(isTaken);
+        { const EngineLockGuard guard; }
+        EXPECT_EQ(gIsGlobalLockTaken.get(), isTaken);
+        gIsGlobalLockTaken.put(false);
+        gIsThisDiagnoseMTThread.put(false);
+    }
+    standin::put_HasEngineLock(false);
+    {
+        const EngineLockGuard guard;
+        EXPECT_FALSE(gIsGlobalLockTaken.get());
+    }
+    standin::put_HasEngineLock(true);
+    ExpectCounts(0, 0);
+}
+
+} // namespace
+} // namespace orkit::orsql::test
