@@ -21,13 +21,14 @@ class Answers {
 public:
     Answers(Mode inMode, ColorChoice inColor, const RenderSettings& inSettings);
 
-    /// Takes effect after the next answer, so that a change of mode is itself answered in the old mode.
+    /// Takes effect after the next answer, so that the command that changes the mode is answered in the old
+    /// one.
     void put_Mode(Mode inMode) { mNextMode = inMode; }
     Mode get_Mode() const { return mMode; }
     RenderSettings& get_Settings() { return mSettings; }
     /// Sends the answers after the next one to a new file. Throws ShellError if it can't be created.
     void Redirect(const std::string& inPath);
-    /// Sends the answers to standard output again.
+    /// Sends answers to standard output again.
     void RedirectBack();
     /// Sends the answers between TakeOnce and EndOnce to a new file, except failures. Throws ShellError if it
     /// can't be created.
@@ -37,7 +38,7 @@ public:
     /// Closes the file. Throws ShellError if it can't be written.
     void EndOnce();
 
-    /// Where failures come from, from now on; null for nowhere. It must outlive the answers.
+    /// Sets where later failures come from; null for nowhere. It must outlive the answers.
     void put_Origin(const Origin* inOrigin) { mOrigin = inOrigin; }
 
     /// The command that answers on standard output go to where they are longer than the screen; empty for
@@ -59,7 +60,7 @@ public:
     /// Ends the output; no answer may follow.
     void Finish();
 
-    /// Whether a failure was answered since the start.
+    /// Whether any answer was a failure.
     bool HasFailed() const { return mHasFailed; }
 
 private:
@@ -88,7 +89,7 @@ private:
     std::unique_ptr<Sink> mFile;
     std::unique_ptr<Sink> mOnce;
     std::unique_ptr<Sink> mNextOnce;
-    bool mAnswersOnStandard = false; // the next answer, even if a file takes the others
+    bool mAnswersOnStandard = false; // sends the next answer there, even if a file takes the others
     bool mHasFailed = false;
     std::string mPager;
     bool mCanPage = false;

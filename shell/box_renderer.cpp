@@ -14,19 +14,19 @@ namespace orlimbara::shell {
 
 namespace {
 
-/// Texts are cut to no less, and types make no column wider than this.
+/// The least width to which texts are cut, and the most that a type may widen a column to.
 constexpr std::size_t kNarrowest = 8;
 constexpr std::size_t kWidestType = 16;
 
-/// What stands around the columns' texts.
+/// The width of what surrounds the columns' texts.
 std::size_t LinesWidth(std::size_t inColumns) { return inColumns * 3 + 1; }
 
-/// The rows that a box shows: the first ones, and the last ones of more.
+/// The rows that a box shows: the first ones and, if there are more, the last ones.
 class ShownRows {
 public:
     explicit ShownRows(std::uint64_t inMaxRows) : mMaxRows(inMaxRows), mHeadRows(inMaxRows - inMaxRows / 2) {}
 
-    /// Keeps a row; `ioRow` gets another one to fill.
+    /// Keeps a row; `ioRow` becomes another one to fill.
     void Add(LazyRow& ioRow) {
         const std::uint64_t tailRows = mMaxRows - mHeadRows;
         if (mMaxRows == 0 || mHead.size() < mHeadRows) {
@@ -60,7 +60,7 @@ private:
     bool mIsCut = false;
 };
 
-/// One row that was read already, for another form.
+/// One row that was already read, for another renderer.
 class KeptRow final : public RowSource {
 public:
     KeptRow(const std::vector<Column>& inColumns, const Row& inRow) : mRow(inRow) { mColumns = inColumns; }
@@ -195,7 +195,7 @@ private:
         }
     }
 
-    /// One line with a text of each shown column.
+    /// One line with a text per shown column.
     template <class Text>
     void DrawEach(const std::vector<Column>& inColumns, Text inText, std::string_view inColor) {
         for (std::size_t i = 0; i < mColumns.size(); ++i) {
@@ -243,7 +243,7 @@ private:
         mOutput.Put(' ');
     }
 
-    std::vector<std::size_t> mColumns; ///< that are shown, and kLeftOut in place of those that aren't
+    std::vector<std::size_t> mColumns; ///< those shown, and kLeftOut for the others
     std::vector<std::size_t> mWidths;  ///< of each of them
 };
 
@@ -257,7 +257,7 @@ std::vector<std::size_t> ChooseColumns(const std::vector<ColumnWidth>& inWidths,
     if (inTotal == 0 || least <= inTotal || inWidths.size() < 2) {
         return columns;
     }
-    // One from the left, one from the right, and so on; the mark of those left out is one wide.
+    // Alternately one from the left and one from the right; the mark for those left out is one wide.
     std::size_t used = LinesWidth(2) + inWidths.front().least + 1;
     std::size_t left = 1;
     std::size_t right = inWidths.size();
@@ -302,7 +302,7 @@ std::vector<std::size_t> FitColumns(const std::vector<ColumnWidth>& inWidths, st
             high = middle - 1;
         }
     }
-    // The rest goes to the columns that were cut, one character each from the left.
+    // The rest goes to the columns that were cut, one character each, from the left.
     std::vector<std::size_t> widths = widthAt(low);
     const std::size_t used = sum(widths);
     std::size_t rest = inTotal > used ? inTotal - used : 0;

@@ -30,7 +30,7 @@ bool ReadDate(TextReader& ioReader, CalendarDate& outDate);
 /// Reads a time such as "12:30", "12:30:00" or "12:30:00.250". @return false if there is none.
 bool ReadTime(TextReader& ioReader, ClockTime& outTime);
 
-/// Days of a month of the proleptic Gregorian calendar; year 0 is 1 BC.
+/// The number of days of a month in the proleptic Gregorian calendar; year 0 is 1 BC.
 std::uint16_t DaysInMonth(std::int32_t inYear, std::uint16_t inMonth);
 
 /// "2024-01-31"; years outside 0000 to 9999 with a sign.

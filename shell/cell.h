@@ -17,7 +17,7 @@ struct Cell {
         Null,
         Boolean, ///< "true", "false"
         Number,  ///< a number as JSON writes it
-        Special, ///< a double that JSON can't hold: "NaN", "Infinity", "-Infinity"
+        Special, ///< a double without a JSON form: "NaN", "Infinity", "-Infinity"
         Text,
         Binary, ///< hexadecimal, upper case
         Date,
@@ -38,13 +38,13 @@ using Row = std::vector<Cell>;
 struct DecimalType {
     int width = 0;
     int scale = 0;
-    /// A host's double holds each number of at most so many digits.
+    /// A double holds every number of at most this many digits exactly.
     static constexpr int kExactWidth = 15;
     bool IsExact() const { return width <= kExactWidth; }
 };
 
-/// The text of a DECIMAL's double for people: with the scale if a double holds it exactly, else the double's
-/// 15 digits. @param inNumber as a cell has it.
+/// The text of a DECIMAL's double for people: with the scale if a double holds it exactly, else 15 digits.
+/// @param inNumber a cell's text.
 std::string DecimalText(const std::string& inNumber, const DecimalType& inType);
 
 /// Reads a host value. Exceptions of the value pass through.

@@ -1,5 +1,5 @@
 /// @file
-/// The dot commands: one row of a table each, which help, completion and the tests of the documents walk.
+/// The dot commands: each is one row of a table that help, completion and the documentation tests walk.
 ///
 /// To add a command, write its function and its row in the file of its kind (`*_commands.cpp`).
 #pragma once
@@ -16,12 +16,12 @@ namespace orlimbara::shell {
 
 class Shell;
 
-/// Whether a command has given its answer, or leaves it to the caller to say that it is done.
+/// Whether a command has answered, or leaves it to the caller to say that it is done.
 enum class CommandAnswer { Given, Pending };
 
-/// What is special about a command: a sum of these.
+/// Traits of a command, combined with |.
 namespace command_trait {
-inline constexpr unsigned kWholeName = 1;           ///< a beginning of its name isn't enough
+inline constexpr unsigned kWholeName = 1;           ///< an abbreviation isn't accepted
 inline constexpr unsigned kOutside = 2;             ///< refused without external access
 inline constexpr unsigned kOutsideWithArgument = 4; ///< refused without external access if it has an argument
 inline constexpr unsigned kNotInRequests = 8;       ///< refused where standard input is requests
@@ -32,7 +32,7 @@ struct DotCommand {
     std::string_view name;      ///< without the dot
     std::string_view arguments; ///< as help shows them
     std::string_view help;
-    CompleteArgument complete; ///< what an argument can be; null if there is nothing to offer
+    CompleteArgument complete; ///< completes an argument; null if there is nothing to offer
     /// @param inArguments the rest of the line, with the whitespace around it.
     CommandAnswer (*run)(Shell& inShell, std::string_view inArguments);
     unsigned traits = 0; ///< of command_trait
@@ -45,11 +45,11 @@ std::span<const DotCommand> TableCommands();
 std::span<const DotCommand> DataCommands();
 std::span<const DotCommand> SettingsCommands();
 
-/// All dot commands, in the order that help lists them.
+/// All dot commands, in the order of help.
 const std::vector<DotCommand>& GetDotCommands();
-/// The commands that a name can mean: the one of that name, else those that begin with it.
+/// The commands that a name can mean: the one with that name, else all that begin with it.
 std::vector<const DotCommand*> MatchCommands(std::string_view inName);
-/// The command of a name or of an unambiguous beginning. Throws ShellError if there is none.
+/// The command with a name or with an unambiguous abbreviation. Throws ShellError if there is none.
 const DotCommand& FindCommand(std::string_view inName);
 /// How a command is written, such as ".open [--readonly] PATH".
 std::string UseOf(const DotCommand& inCommand);
@@ -59,7 +59,7 @@ CommandAnswer RunDotCommand(Shell& inShell, std::string_view inLine);
 
 /// Throws ShellError, which names `inWhat`, if the options deny external access.
 void RequireExternalAccess(const Shell& inShell, std::string_view inWhat);
-/// The words of a command's arguments. Fewer than `inFewest` or more than `inMost` throw UsageError.
+/// The words of a command's arguments. Throws UsageError for fewer than `inFewest` or more than `inMost`.
 std::vector<std::string> TakeWords(std::string_view inArguments, std::size_t inFewest, std::size_t inMost);
 
 } // namespace orlimbara::shell

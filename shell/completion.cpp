@@ -23,7 +23,7 @@ constexpr const char* kNames = "SELECT DISTINCT name FROM ("
                                " UNION ALL SELECT column_name FROM duckdb_columns() WHERE NOT internal)";
 constexpr const char* kTableNames = "SELECT table_name AS name FROM duckdb_tables() WHERE NOT internal"
                                     " UNION ALL SELECT view_name FROM duckdb_views() WHERE NOT internal";
-// What can stand behind a qualifier and a dot: tables of a schema or database, schemas, columns of a table.
+// What can follow a qualifier and a dot: tables of a schema or database, schemas, columns of a table.
 constexpr const char* kQualified =
     "SELECT DISTINCT name FROM ("
     "SELECT table_name AS name FROM duckdb_tables() WHERE lower($1) IN (lower(schema_name), "
@@ -49,8 +49,7 @@ void AddAll(Completions& ioFound, std::string_view inTyped, const Words& inWords
     }
 }
 
-/// The first column of a query. A database that doesn't answer (closed, or in an aborted transaction) has
-/// none.
+/// The first column of a query; nothing if the database can't answer (closed, or in an aborted transaction).
 std::vector<std::string> Ask(Session& inSession, const char* inSql,
                              const std::optional<std::string>& inValue = std::nullopt) {
     std::vector<std::string> names;
@@ -124,7 +123,7 @@ std::string QualifierOf(std::string_view inText) {
     return std::string(inText.substr(StartOfName(inText)));
 }
 
-/// A name with quotes if it was begun with one or needs them to be read back as it is.
+/// A name, quoted if it was begun with a quote or needs quotes.
 std::string AsInSql(const std::string& inName, bool inIsQuoted) {
     const bool isPlain = !inName.empty() && !IsDigit(inName.front()) &&
                          std::all_of(inName.begin(), inName.end(),

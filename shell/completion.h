@@ -22,10 +22,10 @@ struct Completions {
 };
 
 /// @param inBefore the line up to the cursor. Names of tables and columns come from the open database, if it
-/// answers.
+/// can answer.
 Completions Complete(Session& inSession, std::string_view inBefore);
 
-/// Adds what an argument of a dot command can be. @param inTyped the argument so far.
+/// Adds the completions of a dot command's argument. @param inTyped the argument so far.
 using CompleteArgument = void (*)(Session& inSession, std::string_view inTyped, Completions& ioFound);
 
 void CompleteFiles(Session& inSession, std::string_view inTyped, Completions& ioFound);

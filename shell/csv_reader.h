@@ -9,7 +9,7 @@
 
 namespace orlimbara::shell {
 
-/// One record. A cell that is empty and not quoted has no value.
+/// One record. An empty cell without quotes has no value.
 using CsvRecord = std::vector<std::optional<std::string>>;
 
 /// All records of a text, which may begin with a byte order mark. An empty line is a record of one empty

@@ -20,7 +20,7 @@ namespace orlimbara::shell {
 
 namespace {
 
-/// Takes a leading option out of the words, which are as many as `TakeWords` allowed.
+/// Removes a leading option from the words, whose number `TakeWords` has checked.
 bool TakeOption(std::vector<std::string>& ioWords, std::string_view inOption, std::size_t inWanted) {
     const bool isThere = !ioWords.empty() && ioWords.front() == inOption;
     if (isThere) {
@@ -67,7 +67,7 @@ CommandAnswer Info(Shell& inShell, std::string_view inArguments) {
     return CommandAnswer::Given;
 }
 
-/// Runs the export. @return the new backup's folder. One that isn't complete is removed.
+/// Runs the export and removes an incomplete backup. @return the new backup's folder.
 std::string ExportBackup(const Options& inOptions, orkit::orsql::I_DuckDBDatabase& inDatabase,
                          const orkit::smart_ptr<orkit::I_Location>& inFolder) {
     const auto newest = [] {
@@ -95,7 +95,7 @@ std::string ExportBackup(const Options& inOptions, orkit::orsql::I_DuckDBDatabas
     return newest();
 }
 
-/// What a failed backup's text leaves open about the folder; empty if there is nothing to add.
+/// What a failed backup's message doesn't say about the folder; empty if there is nothing to add.
 std::string ExplainFolder(const orkit::orsql::I_DuckDBDatabase& inDatabase,
                           const std::vector<std::string>& inWords) {
     std::error_code ignored;

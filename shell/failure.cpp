@@ -118,7 +118,7 @@ constexpr std::string_view kIndent = "  ";
 
 constexpr const char* kInterruptType = "INTERRUPT";
 
-/// The line of the statement that holds byte `inPosition`, and a caret under it.
+/// The statement's line that contains byte `inPosition`, and a caret under it.
 std::string ShowPlace(std::string_view inStatement, std::size_t inPosition, std::size_t inWidth) {
     const std::size_t position = std::min(inPosition, inStatement.size());
     const std::size_t before = inStatement.substr(0, position).rfind('\n');
@@ -126,7 +126,7 @@ std::string ShowPlace(std::string_view inStatement, std::size_t inPosition, std:
     const std::size_t end = std::min(inStatement.find('\n', position), inStatement.size());
     std::string head = OneLine(inStatement.substr(start, position - start));
     std::string tail = OneLine(inStatement.substr(position, end - position));
-    // A line wider than the terminal loses its beginning, so that the place stays in sight.
+    // A line wider than the terminal loses its beginning, so that the place stays visible.
     const std::size_t width = (inWidth ? inWidth : kWidthWithoutTerminal) - kIndent.size();
     constexpr std::string_view kCut = "…";
     while (DisplayWidth(head) > width / 2 && DisplayWidth(head) + DisplayWidth(tail) > width) {

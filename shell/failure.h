@@ -25,8 +25,8 @@ public:
     using ShellError::ShellError;
 };
 
-/// Says in words for people what another exception, nested in it, leaves open. Class, code and message stay
-/// those of the other.
+/// Adds an explanation for people to the exception nested in it. Class, code and message are the nested
+/// one's.
 class Explanation : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -38,7 +38,7 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-/// A line of a script. The source is a file as it was named, "-c" or "-".
+/// A line of a script. The source is the file's name as the user wrote it, "-c" or "-".
 struct SourceLine {
     std::string source;
     std::size_t line = 0; ///< from 1
@@ -50,29 +50,29 @@ struct Failure {
     std::optional<std::uint32_t> code;
     std::optional<std::string> context;
     std::string message;               ///< as the module gave it
-    std::optional<std::size_t> column; ///< of a line of JSON that is broken, from 1
+    std::optional<std::size_t> column; ///< where a line of JSON is broken, from 1
     bool isInterrupted = false;        ///< Ctrl-C stopped it
     std::string words;                 ///< an explanation for people, not for programs
     std::string statement;             ///< the SQL that failed, for the caret; empty if there is none
     /// Where it came from: the script's line, then the lines that ran that script, innermost first. Empty for
-    /// what was typed at the prompt.
+    /// input at the prompt.
     std::vector<SourceLine> places;
 };
 
-/// Where the statement or command that is running came from.
+/// Where the running statement or command came from.
 struct Origin {
     std::vector<SourceLine> places; ///< outermost first; empty at the prompt
     std::string statement;          ///< empty for a dot command
     bool isOneLine = false;         ///< the statement's line feeds aren't lines of the source
 
-    /// Adds the statement and the places, the innermost one being the line that the failure's position is on.
+    /// Adds the statement and the places; the innermost one is the line of the failure's position.
     void Mark(Failure& ioFailure) const;
 };
 
 /// The parts of DuckDB's error text.
 struct ErrorParts {
     std::string readable;
-    std::string type; ///< such as "Binder"; empty where the text has none
+    std::string type; ///< such as "Binder"; empty if the text has none
     std::optional<std::int64_t> position;
 };
 
@@ -81,10 +81,10 @@ Failure CurrentFailure();
 /// The failure of a ShellError that was never thrown.
 Failure FailureOf(const ShellError& inError);
 
-/// Takes DuckDB's text apart: a JSON object, a kind of error followed by such an object, or plain words that
-/// begin with the kind of error. Other text is readable as it is.
+/// Parses DuckDB's text: a JSON object, a kind of error followed by such an object, or plain words that begin
+/// with the kind of error. Other text is readable already.
 ErrorParts TakeApart(const std::string& inMessage);
-/// The same for a failure. Only those of the module and the procedures have DuckDB's text.
+/// The same for a failure. Only failures of the module and the procedures have DuckDB's text.
 ErrorParts PartsOf(const Failure& inFailure);
 
 /// How standard error shows failures.

@@ -1,5 +1,5 @@
 /// @file
-/// Files as the shell uses them: descriptors with an owner, whole files, and the host's locations of paths.
+/// Files in the shell: owners of descriptors, reading whole files, and the host's locations of paths.
 #pragma once
 
 #include <string>
@@ -8,11 +8,11 @@
 
 namespace orlimbara::shell {
 
-/// Owns an open descriptor and closes it at the end.
+/// Owns an open descriptor and closes it in the destructor.
 class FileDescriptor {
 public:
     FileDescriptor() = default;
-    /// Takes a descriptor over. A negative one, as a failed call returns it, owns nothing.
+    /// Takes ownership of a descriptor. Owns nothing if it is negative, as after a failed call.
     explicit FileDescriptor(int inFile) : mFile(inFile) {}
     FileDescriptor(FileDescriptor&& ioOther) noexcept;
     FileDescriptor& operator=(FileDescriptor&& ioOther) noexcept;
@@ -30,10 +30,10 @@ private:
     int mFile = -1;
 };
 
-/// A whole file. Throws ShellError.
+/// The content of a file. Throws ShellError.
 std::string ReadFile(const std::string& inPath);
 
-/// The host's location of a path. A path that the host refuses throws ShellError.
+/// The host's location of a path. Throws ShellError if the host refuses the path.
 orkit::smart_ptr<orkit::I_Location> LocationOf(const std::string& inPath);
 
 } // namespace orlimbara::shell

@@ -29,7 +29,7 @@ std::string Decode(std::string_view inLine) {
     std::string entry;
     for (std::size_t i = 0; i < inLine.size(); ++i) {
         if (inLine[i] == '\\' && i + 3 < inLine.size() && IsDigit(inLine[i + 1])) {
-            // The octal form of the file that former versions wrote.
+            // The octal escapes that earlier versions wrote.
             entry += static_cast<char>((inLine[i + 1] - '0') * 64 + (inLine[i + 2] - '0') * 8 +
                                        (inLine[i + 3] - '0'));
             i += 3;

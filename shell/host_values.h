@@ -12,7 +12,7 @@ namespace orlimbara::shell {
 orkit::smart_ptr<orkit::orsql::I_Value> MakeHostValue(const Literal& inLiteral);
 /// A text value.
 orkit::smart_ptr<orkit::orsql::I_Value> MakeTextValue(const orkit::String& inText);
-/// The value that says it is null.
+/// A null value.
 orkit::smart_ptr<orkit::orsql::I_Value> MakeNullValue();
 
 /// The value of a literal for a table procedure's argument. Throws ShellError for a year that the packed form

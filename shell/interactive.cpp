@@ -30,7 +30,7 @@ std::string Prompt(const Shell& inShell) {
                        session.IsInTransaction() ? "*" : "");
 }
 
-/// The settings file of interactive sessions; empty where there is no home.
+/// The settings file of interactive sessions; empty without a home folder.
 std::string RcPath() {
     const std::string config = Environment("XDG_CONFIG_HOME");
     if (!config.empty()) {
@@ -54,7 +54,7 @@ void RunRc(Shell& inShell) {
     ForgetInterrupts();
 }
 
-/// The dot command that a lone word means: what people type who know other shells.
+/// The dot command that a single word means: habits from other shells.
 std::string CommandOfWord(std::string_view inLine) {
     std::string_view word = Trim(inLine);
     word = Trim(word.substr(0, word.size() - (word.ends_with(';') ? 1 : 0)));

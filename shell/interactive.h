@@ -6,7 +6,7 @@ namespace orlimbara::shell {
 
 class Shell;
 
-/// Reads lines with editing, history and completion, and runs what they hold, until the user leaves.
+/// Reads lines with editing, history and completion, and runs them until the user leaves.
 void RunInteractive(Shell& inShell);
 
 } // namespace orlimbara::shell

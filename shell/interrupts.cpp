@@ -15,7 +15,7 @@ namespace {
 constexpr std::int64_t kQuick = 1'000'000'000; // nanoseconds
 constexpr std::chrono::milliseconds kRetry{20};
 
-// Lock-free atomics are among the little that a signal handler may touch.
+// Lock-free atomics, since a signal handler may use little else.
 std::atomic<int> gInterrupts{0};
 std::atomic<Activity> gActivity{Activity::Idle};
 std::atomic<std::int64_t> gLastTime{0}; // of Ctrl-C

@@ -9,22 +9,22 @@ namespace orlimbara::shell {
 /// What the shell is doing when Ctrl-C arrives.
 enum class Activity {
     Idle,      ///< the shell waits for input or does short work
-    Prompting, ///< at the prompt, where no number of Ctrl-C leaves
-    Running,   ///< DuckDB runs what can be stopped
+    Prompting, ///< at the prompt, where Ctrl-C never ends the process
+    Running,   ///< DuckDB runs something that can be stopped
     Busy,      ///< inside the module, which can't be stopped here: the first Ctrl-C says so
 };
 
 /// Handles SIGINT, and ignores SIGPIPE so that writing reports it. Call it once, at the start. The second
 /// Ctrl-C since the last ForgetInterrupts ends the process with 130.
 void InstallInterrupts();
-/// From now on a second Ctrl-C ends the process only within a second of the one before, unless the shell is
-/// busy with what can't be stopped. Others try once more to stop what runs.
+/// From now on a second Ctrl-C ends the process only within a second of the first, unless the shell is busy
+/// with something that can't be stopped. A later one tries again to stop what runs.
 void EndOnlyAtQuickInterrupts();
-/// Whether Ctrl-C has come since the last ForgetInterrupts.
+/// Whether Ctrl-C was pressed since the last ForgetInterrupts.
 bool IsInterrupted();
 void ForgetInterrupts();
 
-/// Waits until a file can be read or has ended. @return false if Ctrl-C came first.
+/// Waits until a file can be read or is at its end. @return false if Ctrl-C came first.
 bool WaitForInput(int inFile);
 
 /// Sets what the shell is doing, for its lifetime.
@@ -51,11 +51,12 @@ public:
     void KeepOn();
 };
 
-/// Lets Ctrl-C stop what DuckDB runs, for its lifetime, also if it came just before. Stopped calls throw.
+/// Lets Ctrl-C stop what DuckDB runs, for its lifetime, even if it was pressed just before. Stopped calls
+/// throw.
 class RunScope {
 public:
-    /// @param inObject whose calls are stopped: a database, or the root object for its import. It must
-    /// outlive the scope.
+    /// @param inObject the object whose calls are stopped: a database, or the root object for its import. It
+    /// must outlive the scope.
     explicit RunScope(orkit::I_Unknown* inObject);
     RunScope(const RunScope&) = delete;
     RunScope& operator=(const RunScope&) = delete;

@@ -1,4 +1,4 @@
-// Ctrl-C on POSIX: signals, and pipes that wake who waits.
+// Ctrl-C on POSIX: signals, and pipes that wake waiting threads.
 #include <array>
 #include <atomic>
 #include <cerrno>
@@ -102,7 +102,7 @@ void ForgetWakeUps() {
 
 void InstallInterrupts() {
     if (pipe2(gPipe.data(), O_CLOEXEC | O_NONBLOCK) != 0) {
-        gPipe = {-1, -1}; // poll passes over it
+        gPipe = {-1, -1}; // poll ignores it
     }
     StartToStopRuns();
     struct sigaction action = {};

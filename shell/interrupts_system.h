@@ -1,5 +1,5 @@
 /// @file
-/// What the systems' sources of interrupts.h share.
+/// What the POSIX and Windows sources of interrupts.h share.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@ namespace orlimbara::shell::interrupts {
 constexpr int kInterruptedStatus = 130;
 constexpr std::string_view kCantStop = "orsql: this can't be stopped; press Ctrl-C again to leave\n";
 
-/// Counts one Ctrl-C. A signal handler may call it. @return whether the process is to end.
+/// Counts one Ctrl-C. A signal handler may call it. @return whether the process must end.
 /// @param inNow nanoseconds of a steady clock.
 bool Count(std::int64_t inNow);
 /// What the shell is doing. A signal handler may call it.

@@ -146,7 +146,7 @@ void PutFailureMembers(Writer& ioWriter, const Failure& inFailure) {
     }
 }
 
-/// Writes one object per answer; derived classes write what surrounds them.
+/// Writes one object per answer; derived classes write what surrounds the objects.
 template <class Writer>
 class JsonObjects : public Renderer {
 public:

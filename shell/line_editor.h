@@ -23,10 +23,10 @@ public:
     LineEditor& operator=(const LineEditor&) = delete;
     ~LineEditor();
 
-    /// Reads a line, including its line feed unless the input ended without one. Pasted text may make it
+    /// Reads a line, including its line feed unless the input ended without one. Pasted text may contain
     /// several lines.
     Answer Read(const std::string& inPrompt, std::string& outLine);
-    /// Adds a statement or dot command to the history, whole.
+    /// Adds a complete statement or dot command to the history.
     void Remember(const std::string& inEntry);
 
 private:

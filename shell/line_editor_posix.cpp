@@ -41,7 +41,7 @@ void UseUtf8() {
     }
 }
 
-/// What begins all texts.
+/// The common beginning of all texts.
 std::string CommonStart(const std::vector<std::string>& inTexts) {
     std::string common = inTexts.front();
     for (const std::string& text : inTexts) {
@@ -49,7 +49,7 @@ std::string CommonStart(const std::vector<std::string>& inTexts) {
         common.erase(end, common.end());
     }
     while (!common.empty() && (static_cast<unsigned char>(common.back()) & 0xC0) == 0x80) {
-        common.pop_back(); // a character that is cut in two
+        common.pop_back(); // part of a character
     }
     return common;
 }
@@ -81,7 +81,7 @@ bool HasInput() {
     return poll(&file, 1, 0) > 0;
 }
 
-/// Resizes of the terminal that the line on the screen doesn't show yet.
+/// Resizes of the terminal that the displayed line doesn't reflect yet.
 volatile std::sig_atomic_t gResizes = 0;
 
 extern "C" void OnResize(int) { gResizes = 1; }
@@ -147,7 +147,7 @@ int ReadCharacter(EditLine* inEditor, wchar_t* outCharacter) {
     while (!HasInput() && !IsInterrupted()) {
         if (gResizes != 0) {
             gResizes = 0;
-            // The library takes the cursor to be at the start of an empty line afterwards.
+            // The library assumes that the cursor is at the start of an empty line afterwards.
             std::fputs(IsDumbTerminal() ? "\n" : "\r\x1b[J", stdout);
             el_resize(inEditor);
             el_set(inEditor, EL_REFRESH);
@@ -198,7 +198,7 @@ struct LineEditor::Imp {
         return CC_REDISPLAY;
     }
 
-    /// Takes pasted text as it is, up to the mark of its end.
+    /// Inserts pasted text unchanged, up to the mark of its end.
     static unsigned char Paste(EditLine* inEditor, int) {
         constexpr std::wstring_view kEnd = L"\x1b[201~";
         std::wstring text;
@@ -212,7 +212,7 @@ struct LineEditor::Imp {
         text.resize(text.size() - kEnd.size());
         std::erase(text, L'\0');
         if (text.ends_with(L'\n')) {
-            // The line is complete, as if Enter had been pressed behind it.
+            // The line is complete, as if Enter had been pressed at its end.
             text.pop_back();
             return el_winsertstr(inEditor, text.c_str()) == 0 || text.empty() ? FinishLine(inEditor)
                                                                               : CC_ERROR;
@@ -228,7 +228,7 @@ struct LineEditor::Imp {
         return CC_REFRESH;
     }
 
-    /// Keys of our own, in all key tables of the library.
+    /// Our own keys, in all key tables of the library.
     static void Bind(EditLine* inEditor) {
         constexpr std::array<std::array<const char*, 2>, 6> kKeys = {{
             {"^I", "orsql-complete"},

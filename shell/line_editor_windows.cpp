@@ -1,4 +1,4 @@
-// Reading lines at a console, which has editing and a history of its own; completion has it not.
+// Reading lines at a console, which has its own editing and history. There is no completion.
 #include <array>
 #include <chrono>
 #include <thread>

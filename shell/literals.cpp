@@ -96,7 +96,7 @@ Literal MakeWholeNumber(std::string_view inWord) {
     throw ShellError(fmt::format("{} is beyond the numbers of 64 bits", inWord));
 }
 
-/// Tells a whole number (1) and a number with a point or an exponent (2) from other words (0).
+/// 1 for an integer, 2 for a number with a point or an exponent, 0 for other words.
 int NumberForm(std::string_view inWord) {
     TextReader reader(inWord);
     if (!reader.Accept('-')) {
@@ -150,7 +150,7 @@ Literal MakeWord(std::string_view inWord) {
         const auto result =
             std::from_chars(inWord.data() + skip, inWord.data() + inWord.size(), literal.real);
         if (result.ec != std::errc()) {
-            // Too small rounds to 0, which strtod gives; too large has no double.
+            // A number that is too small rounds to 0, as strtod does; one that is too large has no double.
             literal.real = std::strtod(std::string(inWord).c_str(), nullptr);
             if (literal.real > 1 || literal.real < -1) {
                 throw ShellError(fmt::format("{} is beyond the numbers of a double", inWord));
@@ -193,7 +193,7 @@ Literal ReadValue(TextReader& ioReader, std::string_view inStops, int inDepth = 
 
 bool IsWhole(Kind inKind) { return inKind == Kind::Long || inKind == Kind::LLong || inKind == Kind::ULLong; }
 
-/// Finds the one kind of an array's items; whole numbers take the narrowest kind that holds them all.
+/// Finds the common kind of an array's items; for integers the narrowest that holds them all.
 void SettleItemKind(Literal& ioArray) {
     std::optional<Kind> kind;
     bool isNegative = false;
@@ -226,7 +226,7 @@ void SettleItemKind(Literal& ioArray) {
     }
 }
 
-/// Reading and using arrays goes by recursion, so nesting has a limit.
+/// Reading and using arrays is recursive, so nesting is limited.
 constexpr int kDeepestArray = 1000;
 
 Literal ReadArray(TextReader& ioReader, int inDepth) {
@@ -251,7 +251,7 @@ Literal ReadArray(TextReader& ioReader, int inDepth) {
     return array;
 }
 
-/// Reads a value. @param inStops what ends a bare word besides whitespace.
+/// Reads a value. @param inStops characters that end an unquoted word, in addition to whitespace.
 /// @param inDepth the number of arrays around it.
 Literal ReadValue(TextReader& ioReader, std::string_view inStops, int inDepth) {
     if (ioReader.Peek() == '[') {

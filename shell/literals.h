@@ -11,7 +11,7 @@
 
 namespace orlimbara::shell {
 
-/// One value as it was written. A whole number has the narrowest of the three kinds that holds it.
+/// One value as it was written. An integer has the narrowest of the three kinds that holds it.
 struct Literal {
     enum class Kind {
         Null,
@@ -44,8 +44,8 @@ struct Literal {
 /// The literals of a text, separated by whitespace. Throws ShellError for anything else.
 std::vector<Literal> ParseLiterals(std::string_view inText);
 
-/// The words of a text, separated by whitespace; a word in '…' may contain whitespace, and quotes doubled. An
-/// unclosed quote throws ShellError.
+/// The words of a text, separated by whitespace; a word in '…' may contain whitespace and doubled quotes.
+/// Throws ShellError for an unclosed quote.
 std::vector<std::string> ParseWords(std::string_view inText);
 
 /// The first word of a text, empty if there is none. `outRest` gets what follows it.

@@ -26,7 +26,7 @@ bool IsInteractive(const Options& inOptions) {
            IsTerminal(kStandardOutput);
 }
 
-/// Whether lines of progress may be drawn: for somebody who waits at a terminal, and not among the output.
+/// Whether a line of progress may be drawn: for a user at a terminal, and not within the output.
 bool CanShowProgress(const Options& inOptions) {
     return IsTerminal(kStandardError) && !IsDumbTerminal() &&
            (IsInteractive(inOptions) || !IsTerminal(kStandardOutput));
@@ -50,7 +50,7 @@ int Run(Options& ioOptions, Session& inSession, Answers& inAnswers) {
     return inAnswers.HasFailed() ? exit_status::kFailed : exit_status::kGood;
 }
 
-/// Everything between the command line and the end of the output.
+/// Everything after the command line is read, up to the end of the output.
 int RunAll(Options& ioOptions, Answers& inAnswers) {
     std::unique_ptr<Module> module;
     std::optional<Session> session;

@@ -48,7 +48,7 @@ std::string DefaultModulePath() {
 }
 
 Module::Module(const std::string& inPath) {
-    // A name without a slash would be looked for on the loader's paths.
+    // The loader would search its own paths for a name without a slash.
     const std::string path = std::filesystem::absolute(inPath).string();
     std::string reason;
     void* const library = LoadLibraryFile(path, reason);

@@ -1,5 +1,5 @@
 /// @file
-/// The plug-in module, found and started the way a host does.
+/// The plug-in module, found and started as a host does it.
 #pragma once
 
 #include <string>
@@ -12,8 +12,8 @@ namespace orlimbara::shell {
 /// The version of the shell itself.
 std::string_view ShellVersion();
 
-/// The module beside the running program, else in the folder of private libraries that it was installed
-/// with. Where neither is there, throws ShellError.
+/// The path of the module: beside the running program, else in the folder of private libraries that it was
+/// installed with. Throws ShellError if it is in neither.
 std::string DefaultModulePath();
 
 /// The loaded module, at most one at a time. The destructor releases the root object and the procedures;

@@ -36,7 +36,7 @@ void AddScriptOptions(CLI::App& ioApp, Options& outOptions) {
     add("-f,--file", Script::Kind::File, "FILE", "run a file of SQL and dot commands; - is standard input");
 }
 
-/// An option whose words are the values of an enumeration, in its order.
+/// An option whose words stand for the values of an enumeration, in their order.
 template <class Choice, std::size_t Count, class Set>
 void AddChoice(CLI::App& ioApp, const char* inName, const std::array<std::string_view, Count>& inWords,
                Set inSet, const char* inHelp) {
@@ -135,8 +135,8 @@ bool IsVersionText(const std::string& inText) {
     });
 }
 
-/// The arguments in the order that the parser expects, last first. It ignores an empty value after "=", so
-/// that becomes an argument of its own.
+/// The arguments in the parser's order, last first. The parser ignores an empty value after "=", so such a
+/// value becomes a separate argument.
 std::vector<std::string> ArgumentsInReverse(int inCount, const char* const* inArguments) {
     std::vector<std::string> arguments;
     bool areOptions = true;

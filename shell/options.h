@@ -19,7 +19,7 @@ inline constexpr std::array<std::string_view, 6> kModeNames = {"box",   "csv",  
 enum class CursorLocation { Server, Client };
 /// The names of the locations, in the order of `CursorLocation`.
 inline constexpr std::array<std::string_view, 2> kCursorNames = {"server", "client"};
-/// The names of a switch's states, off being 0.
+/// The names of a switch's states; off is 0.
 inline constexpr std::array<std::string_view, 2> kSwitches = {"off", "on"};
 /// How standard input is read.
 enum class InputForm { Sql, Jsonl };
@@ -35,7 +35,7 @@ inline constexpr int kNotOpened = 3;
 inline constexpr int kInterrupted = 130;
 } // namespace exit_status
 
-/// What the command line asks to be run, in its order.
+/// A script on the command line.
 struct Script {
     enum class Kind { Command, File };
     Kind kind;
@@ -84,11 +84,11 @@ bool IsMemoryPath(const std::string& inPath);
 /// Whether a path names a remote database.
 bool IsRemotePath(const std::string& inPath);
 
-/// Reads the command line. @param outStatus the status to leave with, where nothing is returned: help was
-/// asked for and printed, or the use was wrong, which was reported on standard error.
+/// Reads the command line. @return nothing if help was printed or the use was wrong, which is reported on
+/// standard error. @param outStatus the exit status in that case.
 std::optional<Options> ReadCommandLine(int inCount, const char* const* inArguments, int& outStatus);
 
-/// Whether the options for a new file go with this database: DuckDB can't make such a file in memory or
+/// Checks the options for a new file against this database: DuckDB can't create such a file in memory or
 /// without external access. @return what is wrong, else nothing.
 std::optional<std::string> RefuseFileOptions(const Options& inOptions, const std::string& inDatabase);
 

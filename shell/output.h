@@ -13,11 +13,11 @@
 
 namespace orlimbara::shell {
 
-/// Output couldn't be written: the disk is full, or the reader has closed the pipe.
+/// A failure to write output: the disk is full, or the reader has closed the pipe.
 class OutputError : public std::runtime_error {
 public:
     explicit OutputError(int inErrno);
-    /// Whether the reader has closed the pipe. That is no failure: the run ends silently.
+    /// Whether the reader has closed the pipe. That isn't an error: the run ends silently.
     bool IsReaderGone() const { return mIsReaderGone; }
 
 private:
@@ -49,7 +49,7 @@ public:
     void BeginPaging(const std::string& inCommand);
     /// Waits until the pager is left. Throws OutputError if the terminal can't be written.
     void EndPaging();
-    /// Says that JSON is written, whose control characters are escaped on a terminal.
+    /// Whether the output is JSON, which has its control characters escaped on a terminal.
     void put_IsJson(bool inIsJson) { mIsJson = inIsJson; }
     /// Whether it is a terminal.
     bool IsTerminal() const { return mIsTerminal; }
@@ -58,7 +58,7 @@ private:
     static constexpr std::size_t kBufferSize = 1 << 16;
 
     std::string mBuffer;
-    FileDescriptor mOwned; // of a file; nothing of standard output
+    FileDescriptor mOwned; // of a file; empty for standard output
     int mFile;
     bool mIsTerminal;
     bool mIsJson = false;

@@ -9,7 +9,7 @@ namespace orlimbara::shell {
 
 namespace {
 
-/// For other programs, so it writes rows alone and no counts.
+/// For other programs, so it writes only rows, no counts.
 class CsvRenderer final : public TextRenderer {
 public:
     using TextRenderer::TextRenderer;
@@ -50,7 +50,7 @@ private:
         return inCharacter == ',' || inCharacter == '"' || inCharacter == '\r' || inCharacter == '\n';
     }
 
-    /// A text that looks like NULL is quoted, so that a reader can distinguish them.
+    /// A text that looks like NULL is quoted, so that readers can tell them apart.
     void PutField(bool inIsFirst, std::string_view inText, std::string_view inNullText) {
         PutSeparator(inIsFirst);
         PutPlainOrQuoted(inText, inText == inNullText);

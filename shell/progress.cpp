@@ -50,7 +50,7 @@ std::string StatementLine(double inFraction, std::chrono::duration<double> inEla
     constexpr std::size_t kWidestBar = 40;
     const std::string elapsed = ElapsedText(inElapsed);
     const std::size_t others = std::string_view("[] 100 %  ").size() + elapsed.size() + 1;
-    if (!(inFraction > 0) || inWidth <= others) { // 0 also stands for work whose size DuckDB can't tell
+    if (!(inFraction > 0) || inWidth <= others) { // DuckDB also gives 0 for work of unknown size
         return elapsed;
     }
     const double fraction = std::min(inFraction, 1.0);
@@ -99,7 +99,7 @@ void ProgressLine::DrawUntilOver() {
     std::unique_lock lock(mMutex);
     bool hasDrawn = false;
     while (!mIsOver.wait_for(lock, hasDrawn ? kInterval : kFirstWait, [this] { return mIsStopping; })) {
-        lock.unlock(); // a statement that ends isn't held up by the terminal
+        lock.unlock(); // so that the terminal doesn't delay the end of a statement
         Draw();
         lock.lock();
         hasDrawn = true;

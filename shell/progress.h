@@ -14,20 +14,20 @@
 
 namespace orlimbara::shell {
 
-/// Elapsed time, such as "12.3 s", from a minute on "1:02", from an hour on "1:00:02".
+/// Elapsed time: "12.3 s", after a minute "1:02", after an hour "1:00:02".
 std::string ElapsedText(std::chrono::duration<double> inElapsed);
-/// The line of a statement: a bar and a percentage where DuckDB tells the fraction, and the elapsed time.
+/// The line for a statement: a bar and a percentage if DuckDB knows the fraction, and the elapsed time.
 /// @param inFraction 0 to 1; negative where it is unknown. @param inWidth of the terminal.
 std::string StatementLine(double inFraction, std::chrono::duration<double> inElapsed, std::size_t inWidth);
 
-/// Draws a line on standard error for its lifetime, ten times a second from half a second on. The line is
-/// gone afterwards.
+/// Draws a line on standard error for its lifetime, ten times a second, after half a second. The destructor
+/// erases the line.
 class ProgressLine {
 public:
-    /// Gives the line's text. Is called on another thread, with the time since the start.
+    /// Returns the line's text. Called on another thread, with the time since the start.
     using Describe = std::function<std::string(std::chrono::duration<double>)>;
 
-    /// Draws nothing where the options deny it.
+    /// Draws nothing if the options forbid it.
     ProgressLine(const Options& inOptions, Describe inDescribe);
     ProgressLine(const ProgressLine&) = delete;
     ProgressLine& operator=(const ProgressLine&) = delete;
@@ -45,9 +45,9 @@ private:
     std::thread mThread;
 };
 
-/// What describes a running statement. The control may be null and must outlive the line.
+/// Describes a running statement. The control may be null and must outlive the line.
 ProgressLine::Describe DescribeRun(const orkit::orsql::I_DuckDBRunControl* inControl);
-/// What describes a running backup: how long it takes, and how many bytes its folder holds.
+/// Describes a running backup: the elapsed time, and the bytes in its folder.
 std::string DescribeBackup(std::chrono::duration<double> inElapsed);
 
 } // namespace orlimbara::shell

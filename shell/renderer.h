@@ -21,11 +21,11 @@ struct RenderSettings {
     std::optional<std::string> nullText; ///< replaces the mode's default
     std::uint64_t maxRows = 40;          ///< of a box; 0 shows all
     bool hasHeader = true;
-    std::optional<std::string> requestId; ///< JSON that answers in the forms of JSON carry as "id"
+    std::optional<std::string> requestId; ///< JSON, which answers in JSON carry as "id"
     bool hasColor = false;
-    std::optional<std::size_t> maxWidth; ///< columns of a box in place of the terminal's; 0 is no limit
+    std::optional<std::size_t> maxWidth; ///< columns of a box, in place of the terminal's; 0 is no limit
     std::size_t width = 0;               ///< columns that a box may take; 0 is no limit
-    bool isTerminal = false;             ///< what goes out must not act on a terminal
+    bool isTerminal = false;             ///< texts are escaped, so that they can't affect it
 };
 
 /// How the reading of rows ended.
@@ -41,7 +41,7 @@ public:
     virtual ~Renderer() = default;
     /// Whether failures are part of the output. Otherwise the caller writes them to standard error.
     virtual bool WritesFailures() const { return false; }
-    /// Reads all rows and writes them as they come. A failure to read ends the answer and is returned.
+    /// Reads all rows and writes them as they arrive. A failure to read ends the answer and is returned.
     virtual RowsEnd WriteRows(RowSource& inRows) = 0;
     virtual void WriteChanged(std::int64_t inCount) = 0;
     virtual void WriteDone() {}
@@ -51,7 +51,7 @@ public:
     virtual void Finish() {}
 };
 
-/// @param inSettings is read for every answer. Both must outlive the renderer.
+/// @param inSettings read for every answer. Both must outlive the renderer.
 std::unique_ptr<Renderer> MakeRenderer(Mode inMode, Output& inOutput, const RenderSettings& inSettings);
 
 } // namespace orlimbara::shell

@@ -1,5 +1,5 @@
 /// @file
-/// The forms of output, a factory each, and what of them tests look at by itself.
+/// A factory per form of output, and the parts that are tested separately.
 #pragma once
 
 #include <cstddef>
@@ -25,17 +25,17 @@ std::unique_ptr<Renderer> MakeMarkdownRenderer(Output& inOutput, const RenderSet
 
 /// How wide a box's column is, in columns of text.
 struct ColumnWidth {
-    std::size_t wanted = 1; ///< of all that it shows
-    std::size_t least = 1;  ///< to which it may be cut
+    std::size_t wanted = 1; ///< of everything that it shows
+    std::size_t least = 1;  ///< to which it may be narrowed
 };
 
 /// Stands for the columns that a box leaves out.
 inline constexpr std::size_t kLeftOut = ~std::size_t{0};
 
-/// The columns whose least widths fit a box: all, or the first and the last ones with one kLeftOut between.
+/// The columns whose least widths fit a box: all, or the first and last ones with one kLeftOut between them.
 /// @param inTotal the width to fit; 0 means no limit.
 std::vector<std::size_t> ChooseColumns(const std::vector<ColumnWidth>& inWidths, std::size_t inTotal);
-/// The widths of a box's columns, the widest of them narrowed until the box fits, none below its least.
+/// The widths of a box's columns: the widest are narrowed until the box fits, none below its least.
 std::vector<std::size_t> FitColumns(const std::vector<ColumnWidth>& inWidths, std::size_t inTotal);
 
 } // namespace orlimbara::shell

@@ -128,7 +128,7 @@ std::string Quote(std::string_view inText) {
     return quoted + '\'';
 }
 
-/// The literal that an envelope such as {"date":"2024-01-31"} stands for.
+/// The literal for an envelope such as {"date":"2024-01-31"}.
 Literal OpenEnvelope(const std::string& inName, const std::string& inText) {
     if (inName == "double") {
         constexpr std::array<std::pair<std::string_view, double>, 3> kSpecials = {

@@ -12,7 +12,7 @@
 
 namespace orlimbara::shell {
 
-/// A line that isn't a request. `get_Column` is there where the JSON itself is broken.
+/// A line that isn't a request. Has a `get_Column` if the JSON itself is broken.
 class RequestError : public ShellError {
 public:
     explicit RequestError(const std::string& inText, std::optional<std::size_t> inColumn = std::nullopt)
@@ -24,7 +24,7 @@ private:
     std::optional<std::size_t> mColumn;
 };
 
-/// One request. Either `sql` or `command` is there.
+/// One request: either `sql` or `command`.
 struct Request {
     std::optional<std::string> sql;
     std::optional<std::string> command;

@@ -29,7 +29,7 @@ using orkit::smart_ptr;
 
 std::string WalOf(const std::string& inPath) { return inPath + ".wal"; }
 
-/// Deletes a database's files at the end, if they are still there.
+/// Deletes a database's files in the destructor, if they still exist.
 class TemporaryDatabase {
 public:
     explicit TemporaryDatabase(std::string inPath) : mPath(std::move(inPath)) {}
@@ -59,7 +59,7 @@ std::string FreeName(const std::string& inStart) {
 
 constexpr std::string_view kRestoring = ".restoring-";
 
-/// The process that a file beside `inTarget` is being made by, or was; 0 if the name isn't such a one.
+/// The process that makes or made a file beside `inTarget`; 0 if the name isn't one of a restore.
 int MakerOf(const std::string& inName, const std::string& inTarget) {
     const std::string start = inTarget + std::string(kRestoring);
     int maker = 0;
@@ -71,7 +71,7 @@ int MakerOf(const std::string& inName, const std::string& inTarget) {
     return maker;
 }
 
-/// Removes what killed restores to this path left behind.
+/// Removes the leftovers of killed restores to this path.
 void RemoveLeftovers(const std::string& inPath) {
     const fs::path target(inPath);
     std::error_code error;
@@ -97,7 +97,7 @@ std::size_t CountStatements(const std::string& inScript, std::string_view inWord
     return count;
 }
 
-/// Throws ShellError for a folder whose export isn't complete. A missing folder is the module's to refuse.
+/// Throws ShellError for a folder with an incomplete export. The module refuses a missing folder itself.
 void RequireCompleteBackup(const smart_ptr<I_Location>& inBackup) {
     if (!inBackup->get_Exists()) {
         return;
@@ -106,7 +106,7 @@ void RequireCompleteBackup(const smart_ptr<I_Location>& inBackup) {
     std::error_code ignored;
     bool isComplete = fs::exists(folder / "schema.sql", ignored) && fs::exists(folder / "load.sql", ignored);
     if (isComplete) {
-        // DuckDB writes load.sql last, a COPY for each table: one that was cut would lose tables silently.
+        // DuckDB writes load.sql last, with a COPY per table: a truncated one would lose tables silently.
         isComplete = CountStatements(ReadFile((folder / "load.sql").string()), "COPY ") >=
                      CountStatements(ReadFile((folder / "schema.sql").string()), "CREATE TABLE ");
     }
@@ -131,7 +131,7 @@ void RefuseTarget(const Session& inSession, const smart_ptr<I_Location>& inTarge
     }
 }
 
-/// @param inReplaces whether a file at the new name may be there.
+/// @param inReplaces whether the new name may exist.
 void Rename(const std::string& inFrom, const std::string& inTo, bool inReplaces) {
     if (!RenameFile(inFrom, inTo, inReplaces)) {
         throw ShellError(fmt::format("can't move {} to {}: {}", inFrom, inTo, std::strerror(errno)));
@@ -155,7 +155,7 @@ Session::Database OpenWithoutLog(const Session& inSession, const smart_ptr<I_Loc
     return nullptr;
 }
 
-/// Moves a log away that DuckDB would take for the new database's. It may hold rows that are nowhere else.
+/// Renames a log that DuckDB would take for the new database's. It may hold rows that exist nowhere else.
 void KeepLog(const std::string& inPath, Answers& inAnswers) {
     std::error_code ignored;
     if (fs::exists(WalOf(inPath), ignored)) {
@@ -165,7 +165,7 @@ void KeepLog(const std::string& inPath, Answers& inAnswers) {
     }
 }
 
-/// Closes a database whose file is to vanish, so that a failure matters to nobody.
+/// Closes a database whose file will be deleted, so a failure doesn't matter.
 void CloseQuietly(const Session::Database& inDatabase) {
     try {
         if (inDatabase && inDatabase->get_IsOpen()) {
@@ -175,8 +175,9 @@ void CloseQuietly(const Session::Database& inDatabase) {
     }
 }
 
-/// Moves the complete database to its place. At each moment a kill leaves the old database with all its rows,
-/// or the new one: the old one's log is emptied first, and nobody can fill it before the old file is gone.
+/// Moves the complete database to its place. At any moment a kill leaves either the old database with all its
+/// rows or the new one: the old one's log is emptied first, and nothing can be written to it before the old
+/// file is gone.
 void MoveIntoPlace(const Session& inSession, const std::string& inNew, const smart_ptr<I_Location>& inTarget,
                    bool inReplaces, Answers& inAnswers) {
     const std::string path = ToUtf8(inTarget->get_Path());
@@ -199,7 +200,7 @@ void RestoreBackup(Session& inSession, Answers& inAnswers, const std::string& in
     const smart_ptr<I_Location> target = LocationOf(inPath);
     const smart_ptr<I_Location> backup = LocationOf(inBackup);
     const std::string path = ToUtf8(target->get_Path());
-    // A file that is open can't be looked into, and was opened as a DuckDB file.
+    // A file that is open can't be inspected, but was opened as a DuckDB file.
     const Session::Database& open = inSession.get_Database();
     const bool isOpenHere = open && open->get_IsOpen() && open->get_Path() == target->get_Path();
     if (!isOpenHere || !inReplaces) {

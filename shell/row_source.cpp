@@ -11,7 +11,7 @@ namespace orlimbara::shell {
 
 namespace {
 
-/// DuckDB's type ids whose cells are numbers, or digits too long for a number of the host.
+/// DuckDB's ids of types whose cells are numbers, or digits too long for a number of the host.
 constexpr std::uint64_t kNumberTypes = [] {
     constexpr std::uint32_t kHugeInt = 16;
     constexpr std::uint32_t kDecimal = 19;
@@ -29,7 +29,7 @@ constexpr std::uint64_t kNumberTypes = [] {
 
 constexpr std::uint32_t kDecimalType = 19;
 
-/// Dates, times and what else reads as a number when it is cut: BOOLEAN, TIMESTAMP, DATE, TIME, INTERVAL, the
+/// Dates, times and other types that would be misread when cut: BOOLEAN, TIMESTAMP, DATE, TIME, INTERVAL, the
 /// other TIMESTAMPs, TIMETZ, TIMESTAMPTZ, TIME_NS.
 constexpr std::uint64_t kWholeTypes = [] {
     std::uint64_t types = kNumberTypes;
@@ -45,7 +45,7 @@ constexpr std::array<std::string_view, 14> kHostTypeNames = {"unknown",  "array"
 
 bool IsOneOf(std::uint64_t inTypes, std::uint32_t inId) { return inId < 64 && (inTypes >> inId & 1) != 0; }
 
-/// Takes "DECIMAL(18,3)" apart.
+/// Parses "DECIMAL(18,3)".
 std::optional<DecimalType> TakeDecimal(std::uint32_t inId, std::string_view inName) {
     constexpr std::string_view kPrefix = "DECIMAL(";
     DecimalType type;
@@ -123,7 +123,7 @@ ProcedureRows::ProcedureRows(orkit::standin::ProcedureCursor inCursor) : mCursor
     for (std::size_t i = 0; i < mCursor.get_ColumnCount(); ++i) {
         std::int32_t type = mCursor.get_ColumnType(i);
         if (type == 0) {
-            // A cursor of given rows declares no types: its first row shows them.
+            // A cursor of given rows declares no types; they are taken from its first row.
             mIsOnFirstRow = mIsOnFirstRow || mCursor.NextRow();
             type = mIsOnFirstRow ? mCursor.ReadValue(static_cast<std::int32_t>(i)).get_Type()
                                  : HOST_TYPE_VARIANT;
@@ -147,7 +147,7 @@ bool ProcedureRows::Next(Row& outRow) try {
         ReadCell(mCursor.ReadValue(static_cast<std::int32_t>(i)), outRow[i]);
     }
     return true;
-} catch (const std::runtime_error& error) { // what a callback reported
+} catch (const std::runtime_error& error) { // the error that a callback reported
     throw ProcedureError(error.what());
 }
 

@@ -15,22 +15,22 @@
 
 namespace orlimbara::shell {
 
-/// What is known of a column. Names are UTF-8.
+/// A column. Names are UTF-8.
 struct Column {
     std::string name;
     std::optional<std::string> type;     ///< DuckDB's full text of the type
     std::uint32_t typeId = 0;            ///< goes with `type`
     std::optional<std::string> hostType; ///< of a procedure's column
-    bool isNumber = false;               ///< to be shown flush right
+    bool isNumber = false;               ///< shown flush right
     bool isWhole = false;                ///< numbers, dates and times, which are never cut
     std::optional<DecimalType> decimal;  ///< of a DECIMAL column
 };
 
-/// A row that isn't formatted yet: the host's values, or cells that were there at once.
+/// A row that may not be formatted yet: the host's values, or cells.
 struct LazyRow {
     std::vector<orkit::smart_ptr<orkit::orsql::I_Value>> values;
     Row cells;
-    /// Makes the cells of the values.
+    /// Formats the values as cells.
     void Format();
 };
 
@@ -42,12 +42,12 @@ public:
     /// Reads the next row into `outRow`, one cell per column. @return false after the last row. Exceptions of
     /// the cursor pass through.
     virtual bool Next(Row& outRow) = 0;
-    /// The same without formatting, where that can wait.
+    /// The same, without formatting if that can wait.
     virtual bool NextLazy(LazyRow& outRow) {
         outRow.values.clear();
         return Next(outRow.cells);
     }
-    /// What asked for the rows; may be null. It must outlive the reading.
+    /// Where the statement or command came from; may be null. It must outlive the reading.
     void put_Origin(const Origin* inOrigin) { mOrigin = inOrigin; }
     const Origin* get_Origin() const { return mOrigin; }
 
@@ -77,10 +77,10 @@ public:
 
 private:
     orkit::standin::ProcedureCursor mCursor;
-    bool mIsOnFirstRow = false; // it was read early, for the columns' types
+    bool mIsOnFirstRow = false; // read early, for the columns' types
 };
 
-/// Rows that the shell makes.
+/// Rows that the shell itself makes.
 class TableRows final : public RowSource {
 public:
     explicit TableRows(std::vector<std::string> inNames);
@@ -93,7 +93,7 @@ private:
     std::size_t mNext = 0;
 };
 
-/// Rows of another source without its columns' types, as answers of dot commands have them.
+/// Rows of another source without its columns' types, for the answers of dot commands.
 class UntypedRows final : public RowSource {
 public:
     explicit UntypedRows(RowSource& inSource);

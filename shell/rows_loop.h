@@ -1,5 +1,5 @@
 /// @file
-/// What renderers share: the loop over rows, and everything but rows of the forms that aren't JSON.
+/// What renderers share: the loop over rows, and a base for the forms other than JSON.
 #pragma once
 
 #include "shell/interrupts.h"
@@ -10,9 +10,9 @@
 
 namespace orlimbara::shell {
 
-/// Reads rows up to the end, a failure or Ctrl-C, and passes each to `inOnRow`. A failure to read is
+/// Reads rows until the end, a failure or Ctrl-C, and passes each to `inOnRow`. A failure to read is
 /// returned; exceptions of `inOnRow` pass through.
-/// @param inNext reads the next row, and tells whether there was one.
+/// @param inNext reads the next row and returns whether there was one.
 template <class AnyRow, class Next, class OnRow>
 RowsEnd ReadRows(RowSource& inRows, Next inNext, OnRow inOnRow) {
     RowsEnd end;
@@ -45,8 +45,7 @@ RowsEnd ReadRows(RowSource& inRows, OnRow inOnRow) {
         inRows, [&inRows](Row& row) { return inRows.Next(row); }, inOnRow);
 }
 
-/// The text of a cell in the forms for people, which show the inner value of JSON's objects and a DECIMAL
-/// with its scale.
+/// The text of a cell for people: the inner value of JSON's objects, and a DECIMAL with its scale.
 inline std::string CellText(const Cell& inCell, const Column& inColumn, std::string_view inNullText) {
     if (inCell.kind == Cell::Kind::Null) {
         return std::string(inNullText);
@@ -60,10 +59,10 @@ inline std::string ChangedText(std::int64_t inCount) {
     return std::to_string(inCount) + (inCount == 1 ? " row changed" : " rows changed");
 }
 
-/// The default text of NULL in the forms for people.
+/// The default text of NULL for people.
 inline constexpr std::string_view kNullText = "NULL";
 
-/// Base of the forms that aren't JSON: everything but rows.
+/// Base of the forms other than JSON: writes everything but rows.
 class TextRenderer : public Renderer {
 public:
     TextRenderer(Output& inOutput, const RenderSettings& inSettings)

@@ -26,7 +26,7 @@ std::uint32_t HostLocation(CursorLocation inLocation) {
                                                 : orkit::orsql::kCursorLocationServer;
 }
 
-/// Keeps an outcome that there is something to show of.
+/// Keeps an outcome if it has something to show.
 void Note(const I_DuckDBQueryResult& inResult, Outcome& ioOutcome) {
     const std::uint32_t flags = inResult.get_ResultFlags();
     if (flags & I_DuckDBQueryResult::kResultHasCursor) {
@@ -36,8 +36,8 @@ void Note(const I_DuckDBQueryResult& inResult, Outcome& ioOutcome) {
     }
 }
 
-/// Walks the statement to its end. @param outOwnsTransaction whether DuckDB began a transaction around the
-/// statements that it made of this one, which it does only where none was open.
+/// Runs the statement to its end. @param outOwnsTransaction whether DuckDB began a transaction around the
+/// statements that it expanded this one into, which it does only if none was open.
 Outcome Walk(I_DuckDBStatement& inStatement, std::uint32_t inLocation, bool& outOwnsTransaction) {
     Outcome outcome;
     bool isFirst = true;
@@ -56,7 +56,7 @@ void Rollback(I_DuckDBDatabase& inDatabase) {
     try {
         inDatabase.SqlExecute("ROLLBACK", nullptr);
     } catch (...) {
-        // DuckDB may have ended the transaction with the failure already.
+        // The failure may already have ended the transaction.
     }
 }
 
@@ -115,8 +115,8 @@ void Session::Open(const std::string& inPath, bool inIsReadOnly) {
     Adopt(database);
 }
 
-/// Takes an open database. DuckDB tells its progress only where it is asked to, and prints it itself unless
-/// it is asked not to.
+/// Prepares an open database. DuckDB reports progress only if it is asked to, and prints it unless it is
+/// asked not to.
 void Session::Adopt(const Database& inDatabase) {
     mDatabase = inDatabase;
     if (mOptions.canShowProgress) {
@@ -124,7 +124,7 @@ void Session::Adopt(const Database& inDatabase) {
             mDatabase->SqlExecute("SET enable_progress_bar_print = false; SET enable_progress_bar = true",
                                   nullptr);
         } catch (const orkit::xException&) {
-            // The line of progress then shows the time alone.
+            // The line of progress then shows only the time.
         }
     }
 }
@@ -200,12 +200,12 @@ Outcome Session::Run(const std::string& inSql, CursorLocation inLocation) {
 
 smart_ptr<orkit::orsql::I_DuckDBCursor> Session::Select(const char* inSql,
                                                         smart_ptr<orkit::orsql::ValueArray> inValues) const {
-    // Ctrl-C doesn't stop it, which would abort an open transaction for a prompt or a completion.
+    // Ctrl-C doesn't stop it: that would abort an open transaction because of a prompt or a completion.
     return get_OpenDatabase().SqlSelect(inSql, orkit::orsql::kCursorLocationServer, std::move(inValues));
 }
 
 bool Session::IsInTransaction() const {
-    // Outside of a transaction each statement has one of its own.
+    // Outside a transaction each statement has its own.
     try {
         const auto id = [this] {
             const auto cursor = Select("SELECT txid_current()", nullptr);

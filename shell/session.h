@@ -1,5 +1,5 @@
 /// @file
-/// The shell's one open database, the values held for it, and running statements.
+/// The shell's open database, the values held for it, and the running of statements.
 #pragma once
 
 #include <cstdint>
@@ -25,15 +25,15 @@ class Session {
 public:
     using Database = orkit::smart_ptr<orkit::orsql::I_DuckDBDatabase>;
 
-    /// Both must outlive the session. Nothing is open at the start.
+    /// Both must outlive the session. Nothing is open initially.
     Session(Module& inModule, const Options& inOptions);
 
-    /// Closes what is open, then opens a database or makes a new one, as the options ask. If it fails, there
-    /// is no database.
+    /// Closes the open database, then opens or creates one, as the options say. After a failure there is no
+    /// database.
     void Open(const std::string& inPath, bool inIsReadOnly);
     /// Opens a file that was just created.
     void OpenExisting(const orkit::smart_ptr<orkit::I_Location>& inLocation);
-    /// Nothing happens when nothing is open.
+    /// Does nothing if nothing is open.
     void Close();
     /// Closes and deletes the database, which may be closed already. Throws ShellError if there is none.
     void Drop();
@@ -43,12 +43,12 @@ public:
     /// The open database. Throws ShellError if nothing is open.
     orkit::orsql::I_DuckDBDatabase& get_OpenDatabase() const;
     orkit::orsql::I_DuckDBExtension& get_Extension() const { return mModule.get_Extension(); }
-    /// The paths that Open was called with in this run, each once, in their order.
+    /// The paths that Open was called with in this run, each once, in order.
     const std::vector<orkit::String>& get_UsedPaths() const { return mUsedPaths; }
 
-    /// Values for each statement from now on, in place of what was held; null for none.
+    /// Sets the values for later statements, replacing what is held; null for none.
     void HoldValues(orkit::smart_ptr<orkit::orsql::ValueArray> inValues);
-    /// Rows, for each of which every statement from now on runs once.
+    /// Sets rows; every later statement runs once per row.
     void HoldRows(orkit::smart_ptr<orkit::orsql::RowArray> inRows);
 
     /// Values or rows that are held.
@@ -56,13 +56,13 @@ public:
         orkit::smart_ptr<orkit::orsql::ValueArray> values;
         orkit::smart_ptr<orkit::orsql::RowArray> rows;
     };
-    /// Puts others in place of what is held. @return what was held.
+    /// Replaces what is held. @return what was held before.
     Held Exchange(Held inHeld);
 
     /// Runs one statement with the held values. If DuckDB expands it into several, the outcome is the last
-    /// one with rows or a count, and a failure undoes them all unless a transaction was open before.
+    /// one with rows or a count, and a failure rolls all of them back unless a transaction was open before.
     Outcome Run(const std::string& inSql, CursorLocation inLocation);
-    /// Whether a transaction is open, an aborted one too.
+    /// Whether a transaction is open, including an aborted one.
     bool IsInTransaction() const;
     /// Runs one of the shell's own queries. @param inValues may be null.
     orkit::smart_ptr<orkit::orsql::I_DuckDBCursor>

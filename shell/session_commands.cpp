@@ -17,8 +17,7 @@ namespace orlimbara::shell {
 
 namespace {
 
-/// `inText` behind `inStart`, broken between words so that it fits 80 columns, `inIndent` spaces before each
-/// line but the first.
+/// `inText` after `inStart`, wrapped at 80 columns, with `inIndent` spaces before each line but the first.
 std::string Wrap(std::string inStart, std::string_view inText, std::size_t inIndent) {
     constexpr std::size_t kWidth = 80;
     const std::string next = "\n" + std::string(inIndent, ' ');
@@ -62,7 +61,7 @@ CommandAnswer Help(Shell& inShell, std::string_view inArguments) {
 }
 
 CommandAnswer Print(Shell& inShell, std::string_view inArguments) {
-    // The space behind the command's name isn't part of the text; all others are.
+    // The space after the command's name isn't part of the text; all others are.
     inShell.get_Answers().Text(inArguments.substr(inArguments.empty() ? 0 : 1));
     return CommandAnswer::Given;
 }
@@ -72,7 +71,7 @@ CommandAnswer Read(Shell& inShell, std::string_view inArguments) {
     return CommandAnswer::Pending;
 }
 
-/// A file of a name of its own, gone at the end.
+/// A temporary file with a unique name, deleted in the destructor.
 class ScratchFile {
 public:
     ScratchFile() {

@@ -1,4 +1,4 @@
-// The dot commands that change a setting. Without an argument they tell it.
+// The dot commands that change a setting. Without an argument they show it.
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -23,13 +23,13 @@ CommandAnswer Tell(Shell& inShell, std::string_view inSetting) {
     return CommandAnswer::Given;
 }
 
-/// The one word of the arguments, if there is one.
+/// The only word of the arguments, if there is one.
 std::optional<std::string> TakeSetting(std::string_view inArguments) {
     std::vector<std::string> words = TakeWords(inArguments, 0, 1);
     return words.empty() ? std::nullopt : std::optional(std::move(words.front()));
 }
 
-/// Tells a setting that is one of `inChoices`, or sets it. Another word throws UsageError with `inWhat`.
+/// Shows a setting that is one of `inChoices`, or sets it. Another word throws UsageError with `inWhat`.
 template <class Choices, class Choice>
 CommandAnswer Choose(Shell& inShell, std::string_view inArguments, const Choices& inChoices,
                      Choice& ioSetting, fmt::format_string<const std::string&> inWhat) {

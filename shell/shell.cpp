@@ -185,7 +185,7 @@ void Shell::RunRequests() {
     mOrigin.isOneLine = false;
 }
 
-/// Gives one line for a request, none for an empty line.
+/// Writes one line per request, none for an empty line.
 void Shell::RunRequest(std::string_view inLine) {
     ++mOrigin.places.back().line;
     mOrigin.statement.clear();
@@ -266,7 +266,7 @@ void Shell::RunCommand(const std::string& inLine) {
     } catch (const OutputError&) {
         throw;
     } catch (...) {
-        mOrigin.statement.clear(); // of a script that the command ran
+        mOrigin.statement.clear(); // set by a script that the command ran
         mAnswers.Fail(CurrentFailure());
     }
 }

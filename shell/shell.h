@@ -30,12 +30,12 @@ public:
     const Options& get_Options() const { return mOptions; }
 
     /// Runs text from the command line, a file ("-" is standard input), or all that the splitter holds. Each
-    /// stops early when the shell is to leave, at Ctrl-C, and with --bail at a failure. Throws ShellError if
-    /// a file can't be read.
+    /// stops early if the shell must leave, at Ctrl-C, and with --bail at a failure. Throws ShellError if a
+    /// file can't be read.
     void RunText(std::string_view inText, std::string_view inSource = "-c");
     void RunFile(const std::string& inPath);
     void RunPieces(Splitter& ioSplitter);
-    /// Runs what the command line asks for. A missing file is a failure.
+    /// Runs the scripts of the command line. A missing file is a failure.
     void RunScripts();
 
     /// Leaves after the running command.
@@ -43,11 +43,11 @@ public:
     bool IsLeaving() const { return mIsLeaving; }
     /// Where the running piece came from.
     const Origin& get_Origin() const { return mOrigin; }
-    /// Is called with each piece that was typed, before it runs; null for nothing.
+    /// Sets a function that is called with each typed piece before it runs; may be null.
     void put_Observer(std::function<void(const Piece&)> inObserver) { mObserver = std::move(inObserver); }
     /// The last statement that ran; empty before the first.
     const std::string& get_LastStatement() const { return mLastStatement; }
-    /// An interactive session goes on after a failure, also with --bail.
+    /// An interactive session goes on after a failure, even with --bail.
     void put_IsInteractive(bool inIsInteractive) { mIsInteractive = inIsInteractive; }
 
 private:

@@ -263,7 +263,7 @@ Splitter::Step Splitter::ScanEscaped() {
 }
 
 void Splitter::ScanDollarQuoted() {
-    // Only part of the tag may have been fed, so the search starts earlier by its length.
+    // Only part of the tag may have been fed, so the search starts earlier by the tag's length.
     const std::size_t back = std::min(mTag.size() - 1, mPosition - mBodyStart);
     const std::size_t found = mText.find(mTag, mPosition - back);
     if (found == std::string::npos) {
@@ -303,7 +303,7 @@ Splitter::Step Splitter::ScanBlockComment() {
     return Step::Go;
 }
 
-/// A byte order mark at the start of the whole text doesn't count.
+/// A byte order mark at the start of the whole text is skipped.
 bool Splitter::AtLineStart() const {
     if (mPosition == 0) {
         return mAtLineStart;
@@ -352,7 +352,7 @@ Piece Splitter::Take(Piece::Kind inKind, std::size_t inEnd, std::size_t inNext) 
     return {inKind, std::move(text), mLine};
 }
 
-/// Drops what no open piece needs. It moves the rest, so it is done once per fed part.
+/// Drops text that no open piece needs. Moves the rest, so it is called once per fed part.
 void Splitter::Forget() {
     const std::size_t count = mState == State::Plain || mStart ? mStart.value_or(mPosition) : 0;
     if (count == 0) {

@@ -13,19 +13,19 @@ namespace orlimbara::shell {
 struct Piece {
     enum class Kind { Statement, DotCommand };
     Kind kind;
-    /// A statement from its first character that is neither whitespace nor comment up to the ";", which isn't
-    /// included; or a dot command's line without its line end.
+    /// A statement, from its first character after whitespace and comments up to but not including the ";";
+    /// or a dot command's line without its line end.
     std::string text;
     std::size_t line = 1; ///< of its first character, from 1
 };
 
-/// Splits a script that is fed in parts of any size. A statement is available as soon as its ";" was fed, a
-/// dot command as soon as its line is complete.
+/// Splits a script that is fed in parts of any size. A statement is available once its ";" is fed, a dot
+/// command once its line is complete.
 class Splitter {
 public:
     /// Adds text.
     void Feed(std::string_view inText);
-    /// Ends the text: the rest is a piece, too.
+    /// Ends the text: the rest is a piece too.
     void Finish();
     /// The next piece; nothing if it isn't complete yet.
     std::optional<Piece> Next();

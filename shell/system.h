@@ -1,5 +1,5 @@
 /// @file
-/// What the shell asks of the operating system: one source for POSIX, one for Windows. All texts are UTF-8.
+/// The shell's interface to the operating system: one source for POSIX, one for Windows. All texts are UTF-8.
 #pragma once
 
 #include <cstddef>
@@ -19,13 +19,13 @@ struct Arguments {
     char** texts;
 };
 
-/// Takes the command line over, opens the standard streams that the caller closed, so that no other file gets
-/// their numbers, and has them carry bytes as they are. Call it once, at the start.
+/// Reads the command line, opens standard streams that the caller closed, so that no other file gets their
+/// numbers, and sets them to binary. Call it once, at the start.
 Arguments PrepareProgram(int inCount, char** inArguments);
 
-/// A variable of the environment; empty where it isn't set.
+/// An environment variable; empty if it isn't set.
 std::string Environment(const char* inName);
-/// The user's home folder; empty where the environment doesn't tell.
+/// The user's home folder; empty if the environment doesn't say.
 std::string HomeFolder();
 
 enum class OpenMode {
@@ -33,16 +33,16 @@ enum class OpenMode {
     Write, ///< creates or truncates
 };
 
-/// @return a descriptor that child processes don't get, or -1 with errno set.
+/// @return a descriptor that child processes don't inherit, or -1 with errno set.
 int OpenFile(const std::string& inPath, OpenMode inMode);
 bool CloseFile(int inFile);
 /// One read, which a signal can end. @return the bytes read, 0 at the end, -1 with errno set.
 std::ptrdiff_t ReadSome(int inFile, char* outBuffer, std::size_t inSize);
 /// Writes all of a text. @return false, with errno set, at the first failure.
 bool WriteAll(int inFile, std::string_view inText);
-/// Makes a file with a name of its own that ends in ".sql". @return a descriptor, or -1 with errno set.
+/// Creates a file with a unique name that ends in ".sql". @return a descriptor, or -1 with errno set.
 int MakeScratchFile(std::string& outPath);
-/// @param inReplaces whether a file at the new name may be there.
+/// @param inReplaces whether the new name may exist.
 /// @return false, with errno set, if the system reports a failure.
 bool RenameFile(const std::string& inFrom, const std::string& inTo, bool inReplaces);
 /// Whether a file may be replaced while a program has it open.
@@ -55,12 +55,13 @@ struct TerminalSize {
     std::size_t columns;
 };
 TerminalSize SizeOf(int inTerminal);
-/// Whether the terminals know no sequences.
+/// Whether the terminals support no escape sequences.
 bool IsDumbTerminal();
 
 int ProcessId();
 bool IsProcessGone(int inProcess);
-/// Runs a command of the user's with one more argument and waits for it; Ctrl-C is the command's meanwhile.
+/// Runs a command of the user's with one more argument and waits for it; Ctrl-C goes to the command
+/// meanwhile.
 /// @return whether it succeeded.
 bool RunCommandOn(const std::string& inCommand, const std::string& inArgument);
 
@@ -80,7 +81,7 @@ extern const char* const kUsualPager;
 
 /// The file name of the module.
 extern const char* const kModuleName;
-/// The path of the running program; empty if the system doesn't tell.
+/// The path of the running program; empty if unknown.
 std::string ProgramPath();
 /// @return null, with the loader's message, if it can't be loaded.
 void* LoadLibraryFile(const std::string& inPath, std::string& outMessage);

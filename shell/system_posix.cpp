@@ -19,7 +19,7 @@
 namespace orlimbara::shell {
 
 Arguments PrepareProgram(int inCount, char** inArguments) {
-    // Reading what is opened here gives the end of input, writing fails.
+    // A stream opened here is at its end for reading, and writing to it fails.
     for (const int stream : {kStandardInput, kStandardOutput, kStandardError}) {
         if (fcntl(stream, F_GETFD) < 0) {
             open("/dev/null", O_RDONLY); // takes the lowest free number, which is this one
@@ -66,7 +66,7 @@ bool RenameFile(const std::string& inFrom, const std::string& inTo, bool inRepla
     const unsigned flags = inReplaces ? 0 : RENAME_NOREPLACE;
     int result = renameat2(AT_FDCWD, inFrom.c_str(), AT_FDCWD, inTo.c_str(), flags);
     if (result != 0 && flags != 0 && (errno == EINVAL || errno == ENOSYS)) {
-        // A file system that can't promise it: it was free a moment ago.
+        // The file system can't guarantee it; the name was free a moment ago.
         result = rename(inFrom.c_str(), inTo.c_str());
     }
     return result == 0;
@@ -141,8 +141,7 @@ std::string ProgramPath() {
 }
 
 void* LoadLibraryFile(const std::string& inPath, std::string& outMessage) {
-    // The module binds its own symbols at once in any case; DuckDB's many are bound when they are first
-    // called.
+    // The module binds its own symbols immediately anyway; DuckDB's many are bound at their first call.
     void* const library = dlopen(inPath.c_str(), RTLD_LAZY | RTLD_LOCAL);
     if (!library) {
         const char* const reason = dlerror();

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include <windows.h>
-// Behind it, which defines what they need.
+// After it, which defines what they need.
 #include <fcntl.h>
 #include <io.h>
 #include <process.h>
@@ -25,7 +25,7 @@ namespace {
 
 std::wstring Wide(std::string_view inText) {
     const int length = static_cast<int>(inText.size());
-    std::wstring wide(inText.size(), L'\0'); // UTF-16 takes no more units than UTF-8 has bytes
+    std::wstring wide(inText.size(), L'\0'); // UTF-16 never needs more units than UTF-8 has bytes
     wide.resize(static_cast<std::size_t>(
         std::max(0, MultiByteToWideChar(CP_UTF8, 0, inText.data(), length, wide.data(), length))));
     return wide;
@@ -59,9 +59,10 @@ int Failed(int inErrno) {
     return -1;
 }
 
-constexpr std::size_t kPart = 1 << 13; // what every console takes at once
+constexpr std::size_t kPart = 1 << 13; // every console accepts this much at once
 
-/// Reads a line of a console as the user has edited it. What the buffer can't take waits for the next call.
+/// Reads a line from a console after the user's editing. What doesn't fit the buffer is kept for the next
+/// call.
 std::ptrdiff_t ReadConsoleLine(HANDLE inConsole, char* outBuffer, std::size_t inSize) {
     static std::string waiting;
     if (waiting.empty()) {
@@ -106,7 +107,7 @@ bool WriteToConsole(HANDLE inConsole, std::string_view inText) {
 
 UINT gCodePage = 0; // of the console before this program
 
-/// Has consoles take UTF-8 and sequences, until the program ends.
+/// Makes consoles accept UTF-8 and escape sequences until the program ends.
 void PrepareConsole() {
     gCodePage = GetConsoleOutputCP();
     SetConsoleOutputCP(CP_UTF8);
@@ -260,7 +261,7 @@ bool IsProcessGone(int inProcess) {
 
 bool RunCommandOn(const std::string& inCommand, const std::string& inArgument) {
     SetConsoleCtrlHandler(nullptr, TRUE);
-    // The command interpreter takes the outer quotes away.
+    // The command interpreter removes the outer quotes.
     const bool isGood = _wsystem(Wide("\"" + inCommand + " \"" + inArgument + "\"\"").c_str()) == 0;
     SetConsoleCtrlHandler(nullptr, FALSE);
     return isGood;
@@ -303,7 +304,7 @@ std::string ProgramPath() {
 }
 
 void* LoadLibraryFile(const std::string& inPath, std::string& outMessage) {
-    // What the library needs is looked for beside it first.
+    // The library's dependencies are searched beside it first.
     void* const library = LoadLibraryExW(Wide(inPath).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
     if (!library) {
         outMessage = inPath + ": " + MessageOf(GetLastError());

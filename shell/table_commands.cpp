@@ -20,7 +20,8 @@ namespace {
 using orkit::smart_ptr;
 using orkit::orsql::ValueArray;
 
-// What users made, in all databases; those that aren't in use are part of the schema's name.
+// Tables and views that users made, in all databases; databases other than the current one are part of the
+// schema's name.
 constexpr const char* kTables =
     "SELECT CASE WHEN database_name IN (current_database(), 'temp') THEN schema_name"
     " ELSE database_name || '.' || schema_name END AS \"schema\", name, \"type\" FROM ("
@@ -48,7 +49,7 @@ constexpr const char* kFind =
     " OR $3 IS NULL AND lower(database_name) = lower($2))"
     " AND ($3 IS NULL OR lower(database_name) = lower($3))";
 
-/// A table's name as in SQL: at most database, schema and table, the last always there.
+/// A table's name as in SQL: at most database, schema and table; the table is always given.
 using TableName = std::vector<std::string>;
 
 TableName ParseTableName(std::string_view inText) {
@@ -75,7 +76,7 @@ TableName ParseTableName(std::string_view inText) {
     return parts;
 }
 
-/// The name that the arguments are, which may also be a word in '…'.
+/// The name in the arguments, which may also be a word in '…'.
 TableName TakeTableName(std::string_view inArguments) {
     const std::string_view text = Trim(inArguments);
     return ParseTableName(text.starts_with('\'') ? TakeWords(text, 1, 1).front() : std::string(text));
@@ -97,7 +98,7 @@ std::string SqlOf(const TableName& inName) {
     return sql;
 }
 
-/// Table, schema and database as parameters, NULL for what isn't there.
+/// Table, schema and database as parameters, NULL for missing parts.
 smart_ptr<ValueArray> ParametersOf(const TableName& inName) {
     const smart_ptr<ValueArray> values = new ValueArray(3);
     for (std::size_t i = 0; i < 3; ++i) {
@@ -138,7 +139,7 @@ CommandAnswer Describe(Shell& inShell, std::string_view inArguments) {
         nullptr);
 }
 
-/// The kind of a file, by its ending or else by its first bytes: "csv", "json" or "parquet".
+/// The kind of a file, by its extension or else by its first bytes: "csv", "json" or "parquet".
 std::string_view KindOf(const std::string& inPath) {
     std::string name = inPath;
     for (const std::string_view ending : {".gz", ".zst"}) {
@@ -168,8 +169,8 @@ bool HasRow(CursorRows inRows, std::string_view inCell = {}) {
     return inRows.Next(row) && (inCell.empty() || row.front().text == inCell);
 }
 
-/// The insert of a file into a table that is there. The texts of CSV are converted to the columns' types, so
-/// that none is changed by a guess of its type.
+/// The INSERT of a file into an existing table. CSV's texts are converted to the columns' types, so that no
+/// guessed type changes them.
 std::string InsertText(const Session& inSession, std::string_view inKind, const std::string& inFile,
                        const std::string& inTable) {
     if (inKind != "csv") {

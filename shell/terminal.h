@@ -1,5 +1,5 @@
 /// @file
-/// The abilities of the terminals at the standard streams.
+/// The properties of the terminals at the standard streams.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@
 
 namespace orlimbara::shell {
 
-/// The columns of a terminal: 0 if the file is none, 80 if it doesn't tell.
+/// The columns of a terminal: 0 if the file isn't one, 80 if unknown.
 std::size_t TerminalWidth(int inFile);
 /// The lines of a terminal: 0 if the file is none, 24 if it doesn't tell.
 std::size_t TerminalHeight(int inFile);

@@ -15,7 +15,7 @@ char LowerAscii(char inCharacter) {
                                                     : inCharacter;
 }
 
-/// Walks the code points of a text; an invalid byte counts as U+FFFD of one byte.
+/// Iterates over the code points of a text; an invalid byte counts as a U+FFFD of one byte.
 template <class OnCodePoint>
 void WalkCodePoints(std::string_view inText, OnCodePoint inOnCodePoint) {
     const auto* bytes = reinterpret_cast<const utf8proc_uint8_t*>(inText.data());
@@ -44,7 +44,7 @@ bool IsAscii(std::string_view inText) {
                        [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-/// Whether a terminal could take a character for more than one to show.
+/// Whether a character could do more to a terminal than show itself.
 bool IsControl(utf8proc_int32_t inCodePoint) {
     return inCodePoint < 0x20 || (inCodePoint >= 0x7F && inCodePoint < 0xA0) || inCodePoint == 0x061C ||
            inCodePoint == 0x200E || inCodePoint == 0x200F ||
@@ -91,7 +91,7 @@ std::string ToUtf8(const orkit::String& inText) {
 }
 
 orkit::String ToHost(std::string_view inText) {
-    // A null pointer would stand for "no text", which is the same String, but only data() may be null.
+    // data() of an empty view may be null, which means "no text" and gives the same String.
     return inText.empty() ? orkit::String()
                           : orkit::String(inText.data(), static_cast<std::ptrdiff_t>(inText.size()));
 }

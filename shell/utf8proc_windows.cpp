@@ -1,5 +1,5 @@
-// The two functions of utf8proc that the shell calls, from the copy of it in DuckDB's libraries: there is no
-// other for Windows.
+// The two functions of utf8proc that the shell calls, from the copy in DuckDB's libraries: Windows has no
+// other.
 #include <utf8proc.h>
 
 namespace duckdb {
