@@ -14,6 +14,7 @@
 #include "shell/host_values.h"
 #include "shell/literals.h"
 #include "shell/text.h"
+#include "shell/text_reader.h"
 
 namespace orlimbara::shell {
 
@@ -22,6 +23,57 @@ namespace {
 using orkit::smart_ptr;
 using orkit::orsql::RowArray;
 using orkit::orsql::ValueArray;
+
+std::size_t SkipDigits(TextReader& ioReader) {
+    std::size_t count = 0;
+    for (; IsDigit(ioReader.Peek()); ++count) {
+        ioReader.Skip(1);
+    }
+    return count;
+}
+
+/// The length of the JSON number that a text begins with; 0 if it begins with none.
+std::size_t NumberLength(std::string_view inText) {
+    TextReader reader(inText);
+    reader.Accept('-');
+    if (!reader.Accept('0') && SkipDigits(reader) == 0) {
+        return 0;
+    }
+    TextReader behind = reader;
+    if (behind.Accept('.') && SkipDigits(behind) > 0) {
+        reader = behind;
+    }
+    behind = reader;
+    if (behind.Accept('e') || behind.Accept('E')) {
+        if (!behind.Accept('-')) {
+            behind.Accept('+');
+        }
+        if (SkipDigits(behind) > 0) {
+            reader = behind;
+        }
+    }
+    return inText.size() - reader.get_Rest().size();
+}
+
+/// The line with another number of the same length in place of each: the library refuses large ones, even
+/// where it is to leave numbers as they are.
+std::string WithSmallNumbers(std::string_view inLine) {
+    std::string line(inLine);
+    bool isInText = false;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        if (line[i] == '"') {
+            isInText = !isInText;
+        } else if (isInText) {
+            i += line[i] == '\\' ? 1 : 0;
+        } else if (const std::size_t length = NumberLength(inLine.substr(i)); length > 0) {
+            std::fill_n(line.begin() + static_cast<std::ptrdiff_t>(i), length, '0');
+            line[i] = length > 1 ? '1' : '0';
+            line[i + 1] = length > 2 ? '.' : line[i + 1];
+            i += length - 1;
+        }
+    }
+    return line;
+}
 
 /// A JSON value. Numbers are kept as they were written.
 struct Node {
@@ -33,7 +85,7 @@ struct Node {
     std::vector<std::string> names; ///< of an object's items
 };
 
-/// Builds the tree of a line, and notes the text of its member "id".
+/// Builds the tree of a line from the same line with small numbers, and notes the text of its member "id".
 class TreeBuilder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, TreeBuilder> {
 public:
     TreeBuilder(std::string_view inLine, const rapidjson::MemoryStream& inStream,
@@ -45,8 +97,9 @@ public:
 
     bool Null() { return Add({}); }
     bool Bool(bool inValue) { return Add({Node::Kind::Boolean, inValue, {}, {}, {}}); }
-    bool RawNumber(const char* inText, rapidjson::SizeType inLength, bool) {
-        return Add({Node::Kind::Number, false, std::string(inText, inLength), {}, {}});
+    bool RawNumber(const char*, rapidjson::SizeType inLength, bool) {
+        const std::string_view text = mLine.substr(mStream.Tell() - inLength, inLength);
+        return Add({Node::Kind::Number, false, std::string(text), {}, {}});
     }
     bool String(const char* inText, rapidjson::SizeType inLength, bool) {
         return Add({Node::Kind::Text, false, std::string(inText, inLength), {}, {}});
@@ -105,7 +158,8 @@ Node ParseTree(std::string_view inLine, std::optional<std::string>& outId) {
     if (const std::size_t zero = inLine.find('\0'); zero != std::string_view::npos) {
         throw RequestError("the line holds a zero byte", zero + 1);
     }
-    rapidjson::MemoryStream stream(inLine.data(), inLine.size());
+    const std::string line = WithSmallNumbers(inLine);
+    rapidjson::MemoryStream stream(line.data(), line.size());
     TreeBuilder builder(inLine, stream, outId);
     rapidjson::Reader reader;
     const rapidjson::ParseResult result =
