@@ -10,16 +10,19 @@
 #include "procedure_test.h"
 #include "procedures/procedures.h"
 #include "procedures/quoting.h"
+#include "tests_support/table.h"
 
 namespace orlimbara::procedures::test {
 
 namespace {
 
+using tests_support::Table;
+
 class ArgumentsTest : public ProcedureTest {};
 
 /// What an operation gives, or "refused: " and the message it throws.
 template <typename Operation>
-std::string OutcomeOf(Operation&& operation) {
+std::string ResultOf(Operation&& operation) {
     try {
         return operation();
     } catch (const std::exception& failure) {
@@ -31,84 +34,59 @@ ArgumentView ViewOf(const ProcedureContext& context) {
     return {context.get_Handle(), context.get_ArgumentHandles(), "fetch_parquet"};
 }
 
-struct ValueCase {
-    ProcedureValue value;
-    std::string expected;
-};
+using ValueCases = std::vector<std::pair<Value, std::string>>;
 
 TEST_F(ArgumentsTest, MakeAColumnListOfTextsAndArrays) {
     const auto array = ProcedureValue::Array;
-    for (const ValueCase& each : {
-             ValueCase{ProcedureValue(), "*"},
-             {Null(), "*"},
-             {Text(" * "), "*"},
-             {Text(" ,, "), "*"},
-             {Text("a,, b ,"), R"("a", "b")"},
-             {Text("*, a"), R"("*", "a")"},
-             {Text(R"("a,b")"), R"("""a", "b""")"},
-             {Int(12), R"("12")"},
-             {array({}), "*"},
-             {array({Null(), Text("  "), ProcedureValue(), array({})}), "*"},
-             {array({Text("*")}), R"("*")"},
-             {array({Text(" a,b "), Null(), Int(7)}), R"("a,b", "7")"},
-         }) {
-        const ProcedureContext context({Text("f"), each.value});
-        EXPECT_EQ(BuildParquetSelect(ViewOf(context)), "SELECT " + each.expected + " FROM read_parquet('f')");
+    ValueCases cases = {{{}, "*"}, {nullptr, "*"}, {" * ", "*"}, {12, R"("12")"}, {array({}), "*"}};
+    cases.emplace_back(array({Value(nullptr), Value("  "), Value(), array({})}), "*");
+    cases.emplace_back(array({Value("*")}), R"("*")");
+    cases.emplace_back(array({Value(" a,b "), Value(nullptr), Value(7)}), R"("a,b", "7")");
+    for (const auto& row : Table(R"(,,|*; a,, b ,|"a", "b"; *, a|"*", "a"; "a,b"|"""a", "b""")")) {
+        cases.emplace_back(row[0], row[1]);
+    }
+    for (const auto& [value, list] : cases) {
+        const ProcedureContext context({Value("f"), value});
+        EXPECT_EQ(BuildParquetSelect(ViewOf(context)), "SELECT " + list + " FROM read_parquet('f')");
     }
 }
 
 TEST_F(ArgumentsTest, ReadALimitOrSayWhatIsWrongWithIt) {
-    const char* const negative = "refused: limit must not be negative";
-    const char* const not_integer = "refused: limit must be an integer";
-    const char* const no_number = "refused: invalid stoll argument";
-    const char* const out_of_range = "refused: stoll argument out of range";
     errno = ERANGE; // what an earlier call left must not matter
-    for (const ValueCase& each : {
-             ValueCase{ProcedureValue(), ""},
-             {Null(), ""},
-             {Int(0), "0"},
-             {Int(-1), negative},
-             {ProcedureValue::UInt64(std::numeric_limits<std::uint64_t>::max()), "18446744073709551615"},
-             {ProcedureValue::Double(3), "3"},
-             {ProcedureValue::Double(3.5), not_integer},
-             {ProcedureValue::Array({}), no_number},
-             {Text(" +42 \n"), "42"},
-             {Text("-0"), "0"},
-             {Text("9223372036854775807"), "9223372036854775807"},
-             {Text("-9223372036854775809"), out_of_range},
-             {Text("12345678901234567890x"), out_of_range},
-             {Text("-5"), negative},
-             {Text("-5x"), not_integer},
-             {Text({"4\0", 2}), not_integer},
-             {Text(""), no_number},
-             {Text("- 1"), no_number},
-         }) {
-        const ProcedureContext context({each.value});
-        EXPECT_EQ(OutcomeOf([&] { return ViewOf(context).Limit(0); }), each.expected) << each.value;
+    ValueCases cases = {
+        {{}, ""}, {nullptr, ""}, {0, "0"}, {-1, "refused: limit must not be negative"}, {" 42\n", "42"}};
+    cases.emplace_back(ProcedureValue::UInt64(std::numeric_limits<std::uint64_t>::max()),
+                       "18446744073709551615");
+    cases.emplace_back(ProcedureValue::Double(3), "3");
+    cases.emplace_back(ProcedureValue::Double(3.5), "refused: limit must be an integer");
+    cases.emplace_back(ProcedureValue::Array({}), "refused: invalid stoll argument");
+    cases.emplace_back(std::string("4\0", 2), "refused: limit must be an integer");
+    for (const auto& row : Table(R"(
+             +42|42; -0|0; 9223372036854775807|9223372036854775807; |refused: invalid stoll argument
+             -9223372036854775809|refused: stoll argument out of range; - 1|refused: invalid stoll argument
+             12345678901234567890x|refused: stoll argument out of range
+             -5|refused: limit must not be negative; -5x|refused: limit must be an integer)")) {
+        cases.emplace_back(row[0], row[1]);
+    }
+    for (const auto& [value, limit] : cases) {
+        const ProcedureContext context({value});
+        EXPECT_EQ(ResultOf([&] { return ViewOf(context).Limit(0); }), limit) << value;
     }
 }
 
 TEST(Quoting, BuildsTheSelectOfATableName) {
-    constexpr std::string_view invalid = "refused: Invalid DuckDB table or view name.";
-    for (const auto& [name, expected] : std::initializer_list<std::pair<std::string_view, std::string_view>>{
-             {"t; DROP TABLE t", R"("t; DROP TABLE t")"},
-             {" \t\n\v\f\r main . t\n", R"("main"."t")"},
-             {"\xC2\xA0x", "\"\xC2\xA0x\""}, // no blank of the C locale
-             {{"\0 a", 3}, {"\"\0 a\"", 5}},
-             {R"("a.b"." t ")", R"("a.b"." t ")"},
-             {R"("say ""hi""".t)", R"("say ""hi"""."t")"},
-             {R"("")", R"("")"},
-             {R"(a"b"c)", R"("a""b""c")"},
-             {" \n", "refused: fetch_duckdb requires DuckDB table or view name."},
-             {"a. .b", invalid},
-             {".a", invalid},
-             {"a.", invalid},
-             {"a.\"b", invalid},
-             {"\"", invalid},
-         }) {
-        const std::string outcome = OutcomeOf([&, text = name] { return BuildTableSelect(text); });
-        EXPECT_EQ(outcome, (expected.starts_with("refused") ? "" : "SELECT * FROM ") + std::string(expected));
+    auto cases = Table(R"(
+        "a.b"." t "|"a.b"." t "; "say ""hi""".t|"say ""hi"""."t"; ""|""; a"b"c|"a""b""c"; a. .b|; .a|; a.|; a."b|; "|)");
+    cases.push_back({"t; DROP TABLE t", R"("t; DROP TABLE t")"});
+    cases.push_back({" \t\n\v\f\r main . t\n", R"("main"."t")"});
+    cases.push_back({"\xC2\xA0x", "\"\xC2\xA0x\""}); // no blank of the C locale
+    cases.push_back({{"\0 a", 3}, {"\"\0 a\"", 5}});
+    for (const auto& row : cases) {
+        EXPECT_EQ(ResultOf([&] { return BuildTableSelect(row[0]); }),
+                  row[1].empty() ? "refused: Invalid DuckDB table or view name." : "SELECT * FROM " + row[1]);
     }
+    EXPECT_EQ(ResultOf([] { return BuildTableSelect(" \n"); }),
+              "refused: fetch_duckdb requires DuckDB table or view name.");
     EXPECT_EQ(UnquoteIdentifier(R"("a"b")"), R"(a"b)");
     EXPECT_EQ(UnquoteIdentifier(R"("a"""b")"), R"(a""b)");
     EXPECT_EQ(UnquoteIdentifier("a\""), "a\"");

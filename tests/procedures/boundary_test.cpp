@@ -3,8 +3,8 @@
 #include <climits>
 #include <thread>
 
-#include "duckdb_faults.h"
 #include "procedure_test.h"
+#include "tests_support/table.h"
 
 namespace orlimbara::procedures::test {
 
@@ -19,22 +19,17 @@ protected:
 };
 
 TEST_F(BoundaryTest, TellsTheHostOfFiveProceduresInOrder) {
-    const std::vector<orkit::standin::RegisteredProcedure> expected = {
-        {"fetch_parquet", 1, 4, "uri [, columns [, where [, limit]]]", "Reads a parquet file."},
-        {"parquet_schema", 1, 1, "uri", "Returns parquet column schema."},
-        {"parquet_metadata", 1, 1, "uri", "Returns parquet file metadata."},
-        {"parquet_count", 1, 2, "uri [, where]", "Returns parquet row count."},
-        {"fetch_duckdb", 2, 3, "uri, table_or_view [, limit]", "Returns rows from a DuckDB table or view."},
-    };
-    const auto procedures = orkit::standin::ListProcedures();
-    ASSERT_EQ(procedures.size(), expected.size());
-    for (std::size_t index = 0; index < expected.size(); ++index) {
-        const auto tie = [](const auto& each) {
-            return std::tie(each.name, each.minimumArguments, each.maximumArguments, each.signature,
-                            each.description);
-        };
-        EXPECT_EQ(tie(procedures[index]), tie(expected[index]));
+    std::string told;
+    for (const auto& each : orkit::standin::ListProcedures()) {
+        told += each.name + "|" + std::to_string(each.minimumArguments) + "|" +
+                std::to_string(each.maximumArguments) + "|" + each.signature + "|" + each.description + "\n";
     }
+    EXPECT_EQ(told,
+              "fetch_parquet|1|4|uri [, columns [, where [, limit]]]|Reads a parquet file.\n"
+              "parquet_schema|1|1|uri|Returns parquet column schema.\n"
+              "parquet_metadata|1|1|uri|Returns parquet file metadata.\n"
+              "parquet_count|1|2|uri [, where]|Returns parquet row count.\n"
+              "fetch_duckdb|2|3|uri, table_or_view [, limit]|Returns rows from a DuckDB table or view.\n");
     BindProcedureApi(nullptr); // a host that bound no table gets no procedures
     RegisterProcedures(ProcedureContext().get_Handle());
 }
@@ -54,58 +49,42 @@ TEST_F(BoundaryTest, TakesEveryAnswerButZeroForARefusal) {
             expected.push_back("Cannot register " + procedure.name + " procedure.");
         }
         EXPECT_EQ(context.get_Errors(), expected);
-        EXPECT_EQ(ErrorOf("parquet_schema", {Text(path)}), "Unable to create cursor.");
-        EXPECT_EQ(ErrorOf("fetch_parquet", {Text(path)}), "Unable to create DuckDB cursor.");
+        EXPECT_EQ(OutcomeOf("parquet_schema", {path}), "Unable to create cursor.");
+        EXPECT_EQ(OutcomeOf("fetch_parquet", {path}), "Unable to create DuckDB cursor.");
         EXPECT_EQ(duckdb_support::LiveHandleCount(), 0);
     }
 }
 
 TEST_F(BoundaryTest, ReportsEveryKindOfFailureOnceAndGivesNoCursor) {
-    table.value_is_null = [](host_value) -> std::uint8_t { throw 42; };
-    BindProcedureApi(&table);
-    for (const auto& [procedure, message] : std::initializer_list<std::pair<const char*, const char*>>{
-             {"fetch_parquet", "Unexpected error while reading parquet file."},
-             {"fetch_duckdb", "Unexpected error while reading DuckDB table or view."},
-             {"parquet_schema", "Unexpected error while reading parquet schema."},
-             {"parquet_metadata", "Unexpected error while reading parquet metadata."},
-             {"parquet_count", "Unexpected error while counting parquet rows."},
-         }) {
-        EXPECT_EQ(ErrorOf(procedure, Arguments(procedure == std::string("fetch_duckdb") ? 2 : 1, Text(path))),
-                  message);
-    }
-    table.value_is_null = [](host_value) -> std::uint8_t { throw std::bad_alloc(); };
-    EXPECT_EQ(ErrorOf("parquet_count", {Text(path)}), std::bad_alloc().what());
-}
-
-TEST_F(BoundaryTest, ReportsADuckDBThatGivesNoReason) {
     const std::string database = WriteDatabase("CREATE TABLE t AS SELECT 1 AS n");
-    struct FaultCase {
-        const char* function;
-        const char* procedure;
-        const char* message;
-    };
-    for (const FaultCase& each : {
-             FaultCase{"duckdb_open", "parquet_schema", "Unable to open in-memory DuckDB database."},
-             {"duckdb_connect", "parquet_count", "Unable to connect to in-memory DuckDB database."},
-             {"duckdb_connect", "fetch_duckdb", "Unable to connect to DuckDB database."},
-             {"duckdb_query", "parquet_schema", "DuckDB query failed."},
-             {"duckdb_query", "fetch_parquet", "DuckDB query failed."},
-             {"duckdb_result_get_chunk", "parquet_metadata", "Unable to access DuckDB result chunk."},
-         }) {
-        const FailingFunction failing(each.function);
-        const bool is_parquet = each.procedure != std::string("fetch_duckdb");
-        EXPECT_EQ(ErrorOf(each.procedure,
-                          is_parquet ? Arguments{Text(path)} : Arguments{Text(database), Text("t")}),
-                  each.message);
+    table.value_is_null = [](host_value) -> std::uint8_t { throw 42; };
+    for (const auto& row : tests_support::Table(R"(
+             |fetch_parquet|Unexpected error while reading parquet file.
+             |fetch_duckdb|Unexpected error while reading DuckDB table or view.
+             |parquet_schema|Unexpected error while reading parquet schema.
+             |parquet_metadata|Unexpected error while reading parquet metadata.
+             |parquet_count|Unexpected error while counting parquet rows.
+             duckdb_open|parquet_schema|Unable to open in-memory DuckDB database.
+             duckdb_connect|parquet_count|Unable to connect to in-memory DuckDB database.
+             duckdb_connect|fetch_duckdb|Unable to connect to DuckDB database.
+             duckdb_query|parquet_schema|DuckDB query failed.
+             duckdb_query|fetch_parquet|DuckDB query failed.
+             duckdb_result_get_chunk|parquet_metadata|Unable to access DuckDB result chunk.)")) {
+        const FailingFunction failing(row[0]);
+        BindProcedureApi(row[0].empty() ? &table : orkit::standin::GetProcedureTable());
+        EXPECT_EQ(OutcomeOf(row[1], row[1] == "fetch_duckdb" ? Row{database, "t"} : Row{path}), row[2]);
         EXPECT_EQ(duckdb_support::LiveHandleCount(), 0);
     }
+    table.value_is_null = [](host_value) -> std::uint8_t { throw std::bad_alloc(); };
+    BindProcedureApi(&table);
+    EXPECT_EQ(OutcomeOf("parquet_count", {path}), std::bad_alloc().what());
 }
 
 TEST_F(BoundaryTest, ReportsAHostThatMakesNoValue) {
     orkit::standin::FailCall(orkit::standin::Fault::NewProcedureValue, 2);
-    EXPECT_EQ(ErrorOf("parquet_schema", {Text(path)}), std::bad_alloc().what());
+    EXPECT_EQ(OutcomeOf("parquet_schema", {path}), std::bad_alloc().what());
 
-    ProcedureCursor cursor = Open("fetch_parquet", {Text(path)});
+    ProcedureCursor cursor = Open("fetch_parquet", {path});
     ASSERT_TRUE(cursor.NextRow());
     const auto failure = [&cursor]() -> std::string {
         try {
@@ -127,34 +106,40 @@ TEST_F(BoundaryTest, ReportsAHostThatMakesNoValue) {
 TEST_F(BoundaryTest, ReadsNoArgumentMoreThanTheHostCounts) {
     table.argument_count = [](call_context) { return gAnswer; };
     BindProcedureApi(&table);
-    const ProcedureValue database = Text(WriteDatabase("CREATE TABLE t AS FROM range(100)"));
-    const auto rows = [](const char* name, const Arguments& arguments, std::int32_t count) {
+    const std::string database = WriteDatabase("CREATE TABLE t AS FROM range(100)");
+    const Row four = {path, "n, n", "n < 50", 3};
+    const struct {
+        const char* procedure;
+        Row arguments;
+        std::int32_t count;
+        const char* outcome;
+    } cases[] = {{"fetch_parquet", four, 0, "fetch_parquet requires parquet file path."},
+                 {"fetch_parquet", four, 1, "n 100 rows"},
+                 {"fetch_parquet", four, 2, "n n_1 100 rows"},
+                 {"fetch_parquet", four, 3, "n n_1 50 rows"},
+                 {"fetch_parquet", four, 4, "n n_1 3 rows"},
+                 {"fetch_duckdb",
+                  {database, "t", 3},
+                  1,
+                  "fetch_duckdb requires database URI and DuckDB table or view name."},
+                 {"fetch_duckdb", {database, "t", 3}, 2, "range 100 rows"}};
+    for (const auto& [procedure, arguments, count, outcome] : cases) {
         gAnswer = count;
-        return Fetch(name, arguments);
-    };
-    EXPECT_EQ(rows("parquet_count", {Text(path), Text("1 = 0")}, 1), std::vector<Row>{{Int(100)}});
-    EXPECT_EQ(rows("parquet_count", {Text(path), Text("1 = 0")}, 2), std::vector<Row>{{Int(0)}});
-    const Arguments four = {Text(path), Text("n, n"), Text("n < 50"), Int(3)};
-    constexpr std::pair<std::size_t, std::size_t> kRowsAndColumns[] = {{100, 1}, {100, 2}, {50, 2}, {3, 2}};
-    for (std::int32_t count = 1; count <= 4; ++count) {
-        const std::vector<Row> got = rows("fetch_parquet", four, count);
-        EXPECT_EQ(std::pair(got.size(), got.front().size()), kRowsAndColumns[count - 1]);
+        EXPECT_EQ(OutcomeOf(procedure, arguments), outcome);
     }
-    EXPECT_EQ(rows("fetch_duckdb", {database, Text("t"), Int(3)}, 2).size(), 100U);
-    gAnswer = 1;
-    EXPECT_EQ(ErrorOf("fetch_duckdb", {database, Text("t")}),
-              "fetch_duckdb requires database URI and DuckDB table or view name.");
-    gAnswer = 0;
-    EXPECT_EQ(ErrorOf("fetch_parquet", {Text(path)}), "fetch_parquet requires parquet file path.");
+    for (const auto& [count, rows] : {std::pair(1, 100), std::pair(2, 0)}) {
+        gAnswer = count;
+        EXPECT_EQ(Fetch("parquet_count", {path, "1 = 0"}), std::vector<Row>{{rows}});
+    }
 }
 
 TEST_F(BoundaryTest, SharesNothingBetweenCallsOnSeveralThreads) {
     std::vector<std::thread> threads;
-    for (std::int64_t limit = 10; limit <= 40; limit += 10) {
+    for (int limit = 10; limit <= 40; limit += 10) {
         threads.emplace_back([this, limit] {
-            EXPECT_EQ(Fetch("fetch_parquet", {Text(path), Null(), Null(), Int(limit)}).size(),
-                      static_cast<std::size_t>(limit));
-            EXPECT_EQ(ErrorOf("fetch_parquet", {Null()}), "fetch_parquet requires a text argument.");
+            EXPECT_EQ(OutcomeOf("fetch_parquet", {path, nullptr, nullptr, limit}),
+                      "n " + std::to_string(limit) + " rows");
+            EXPECT_EQ(OutcomeOf("fetch_parquet", {nullptr}), "fetch_parquet requires a text argument.");
         });
     }
     for (std::thread& thread : threads) {

@@ -1,8 +1,8 @@
 // These definitions come before those of DuckDB's library, to which they pass on all calls that don't fail.
-#include "duckdb_faults.h"
-
 #include <dlfcn.h>
 #include <duckdb.h>
+
+#include "procedure_test.h"
 
 namespace {
 

@@ -35,12 +35,15 @@ using orkit::standin::ProcedureCursor;
 using orkit::standin::ProcedureValue;
 using tests_support::Duck;
 
-using Row = std::vector<ProcedureValue>;
-using Arguments = std::vector<ProcedureValue>;
-
-inline ProcedureValue Text(std::string_view bytes) { return ProcedureValue::Text(bytes); }
-inline ProcedureValue Int(std::int64_t number) { return ProcedureValue::Int64(number); }
-inline ProcedureValue Null() { return ProcedureValue::Null(); }
+/// A value as tests write it: a text, a whole number, SQL NULL, or any other.
+struct Value : ProcedureValue {
+    Value(ProcedureValue value = {}) : ProcedureValue(std::move(value)) {}
+    Value(const char* text) : ProcedureValue(Text(text)) {}
+    Value(const std::string& text) : ProcedureValue(Text(text)) {}
+    Value(int number) : ProcedureValue(Int64(number)) {}
+    Value(std::nullptr_t) : ProcedureValue(Null()) {}
+};
+using Row = std::vector<Value>;
 
 /// The rest of the cursor's rows.
 inline std::vector<Row> RowsOf(ProcedureCursor& cursor) {
@@ -48,19 +51,26 @@ inline std::vector<Row> RowsOf(ProcedureCursor& cursor) {
     while (cursor.NextRow()) {
         Row& row = rows.emplace_back();
         for (std::size_t column = 0; column < cursor.get_ColumnCount(); ++column) {
-            row.push_back(cursor.ReadValue(static_cast<std::int32_t>(column)));
+            row.emplace_back(cursor.ReadValue(static_cast<std::int32_t>(column)));
         }
     }
     return rows;
 }
 
-inline std::vector<std::string> NamesOf(const ProcedureCursor& cursor) {
-    std::vector<std::string> names;
-    for (std::size_t column = 0; column < cursor.get_ColumnCount(); ++column) {
-        names.emplace_back(cursor.get_ColumnName(column));
-    }
-    return names;
-}
+/// Makes a function of DuckDB fail as long as it lives, where nothing else does: `duckdb_open`,
+/// `duckdb_connect`, `duckdb_query` (without a text) or `duckdb_result_get_chunk`. One at a time.
+class FailingFunction {
+public:
+    explicit FailingFunction(std::string_view name) { gName = name; }
+    FailingFunction(const FailingFunction&) = delete;
+    FailingFunction& operator=(const FailingFunction&) = delete;
+    ~FailingFunction() { gName = {}; }
+
+    static bool Is(std::string_view name) { return gName == name; }
+
+private:
+    static inline std::string_view gName;
+};
 
 /// After each test every value, cursor, context and DuckDB handle must be gone.
 class ProcedureTest : public testing::Test {
@@ -95,27 +105,39 @@ protected:
         return path;
     }
 
-    /// The cursor of a call that must succeed without a report.
-    static ProcedureCursor Open(const std::string& procedure, const Arguments& arguments) {
-        ProcedureAnswer answer = CallProcedure(procedure, arguments);
-        if (!answer.cursor || !answer.errors.empty()) {
-            throw std::runtime_error(procedure + ": " +
-                                     (answer.errors.empty() ? "no cursor" : answer.errors.front()));
-        }
-        return std::move(answer.cursor);
+    /// A call that gives either a cursor or one message, as the outcome.
+    static std::string Call(const std::string& procedure, const Row& arguments, ProcedureCursor& outCursor) {
+        ProcedureAnswer answer = CallProcedure(procedure, {arguments.begin(), arguments.end()});
+        EXPECT_EQ(answer.errors.size(), answer.cursor ? 0U : 1U) << procedure;
+        outCursor = std::move(answer.cursor);
+        return answer.errors.empty() ? std::string() : answer.errors.front();
     }
 
-    static std::vector<Row> Fetch(const std::string& procedure, const Arguments& arguments) {
+    /// The cursor of a call that must succeed.
+    static ProcedureCursor Open(const std::string& procedure, const Row& arguments) {
+        ProcedureCursor cursor;
+        const std::string error = Call(procedure, arguments, cursor);
+        return cursor ? std::move(cursor) : throw std::runtime_error(procedure + ": " + error);
+    }
+
+    static std::vector<Row> Fetch(const std::string& procedure, const Row& arguments) {
         ProcedureCursor cursor = Open(procedure, arguments);
         return RowsOf(cursor);
     }
 
-    /// The one message of a call that must fail.
-    static std::string ErrorOf(const std::string& procedure, const Arguments& arguments) {
-        const ProcedureAnswer answer = CallProcedure(procedure, arguments);
-        EXPECT_FALSE(answer.cursor) << procedure;
-        EXPECT_EQ(answer.errors.size(), 1U) << procedure;
-        return answer.errors.empty() ? std::string() : answer.errors.front();
+    /// The names of the columns and how many rows there are, such as "a b 3 rows", or the message of a
+    /// failure.
+    static std::string OutcomeOf(const std::string& procedure, const Row& arguments) {
+        ProcedureCursor cursor;
+        std::string outcome = Call(procedure, arguments, cursor);
+        if (cursor) {
+            for (std::size_t column = 0; column < cursor.get_ColumnCount(); ++column) {
+                outcome += cursor.get_ColumnName(column) + std::string(" ");
+            }
+            outcome += std::to_string(cursor.get_RowCount()) + " rows";
+            EXPECT_EQ(RowsOf(cursor).size(), static_cast<std::size_t>(cursor.get_RowCount()));
+        }
+        return outcome;
     }
 
     const tests_support::TempFolder folder;
