@@ -155,6 +155,21 @@ Session::Database OpenWithoutLog(const Session& inSession, const smart_ptr<I_Loc
     return nullptr;
 }
 
+/// Checkpoints a restored database that has a log, because the disk was full when it closed. Its rows exist
+/// nowhere else.
+void EmptyLog(const Session& inSession, const std::string& inPath) {
+    std::error_code ignored;
+    if (fs::exists(WalOf(inPath), ignored)) {
+        const Session::Database database = inSession.get_Extension().CreateDatabase(LocationOf(inPath));
+        database->Open();
+        database->SqlExecute("CHECKPOINT", nullptr);
+        database->Close();
+    }
+    if (fs::exists(WalOf(inPath), ignored)) {
+        throw ShellError(fmt::format("can't checkpoint the log {}", WalOf(inPath)));
+    }
+}
+
 /// Renames a log that DuckDB would take for the new database's. It may hold rows that exist nowhere else.
 void KeepLog(const std::string& inPath, Answers& inAnswers) {
     std::error_code ignored;
@@ -216,6 +231,7 @@ void RestoreBackup(Session& inSession, Answers& inAnswers, const std::string& in
     } catch (const orkit::xDBError&) {
         std::throw_with_nested(Explanation(fmt::format("there is no backup in {}", inBackup)));
     }
+    EmptyLog(inSession, made.get_Path());
     inSession.Close();
     if (isOpenHere) {
         RefuseTarget(inSession, target, inReplaces);
