@@ -60,10 +60,10 @@ void SetHex(Cell& outCell, std::string_view inBytes) {
 }
 
 void SetText(Cell& outCell, Cell::Kind inKind, const I_Value& inValue) {
-    orkit::String text;
+    thread_local orkit::String text; // keeps its memory
     inValue.get_String(text, -1);
-    const orkit::StFromUTF16 converted(text, orkit::GetConverter_UTF8());
-    Set(outCell, inKind, {converted.c_str(), converted.get_Length()});
+    outCell.kind = inKind;
+    AssignUtf8(text, outCell.text);
 }
 
 /// The part of a value for an interface; the values' QueryInterface changes nothing, but isn't const.

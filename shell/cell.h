@@ -29,6 +29,8 @@ struct Cell {
     std::string text; ///< UTF-8; empty for NULL
 
     bool operator==(const Cell&) const = default;
+    /// Whether its text is of letters, digits and signs alone, which no form of output quotes or escapes.
+    bool IsBare() const { return kind != Kind::Text && kind != Kind::Json; }
     bool IsNumber() const { return kind == Kind::Number || kind == Kind::Special; }
 };
 

@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <utility>
 
 #include "shell/failure.h"
 #include "shell/system.h"
@@ -24,12 +25,14 @@ Output::Output(const std::string& inPath)
 }
 
 void Output::Flush() {
+    std::string_view text(mBuffer.data(), std::exchange(mSize, 0));
+    std::string harmless;
     if (mIsTerminal && mIsJson) {
-        mBuffer = HarmlessJson(mBuffer);
+        harmless = HarmlessJson(text);
+        text = harmless;
     }
-    const bool isWritten = mPager ? mPager->Write(mBuffer) : WriteAll(mFile, mBuffer);
+    const bool isWritten = mPager ? mPager->Write(text) : WriteAll(mFile, text);
     const int error = errno;
-    mBuffer.clear();
     // What is held back is looked at at once: it may be longer than the screen.
     mFlushSize = mPager && mPager->IsHolding() ? 1 : kBufferSize;
     if (!isWritten) {

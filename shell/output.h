@@ -35,12 +35,17 @@ public:
     Output& operator=(const Output&) = delete;
 
     void Write(std::string_view inText) {
-        mBuffer += inText;
-        if (mBuffer.size() >= mFlushSize) {
+        Put(inText);
+        if (mSize >= mFlushSize) {
             Flush();
         }
     }
-    void Put(char inCharacter) { mBuffer += inCharacter; }
+    /// Adds to the buffer and doesn't write it out.
+    void Put(std::string_view inText) { mSize += inText.copy(Room(inText.size()), inText.size()); }
+    void Put(char inCharacter) {
+        *Room(1) = inCharacter;
+        ++mSize;
+    }
     /// Writes the buffer out.
     void Flush();
     /// Flushes and closes. Throws OutputError.
@@ -56,8 +61,18 @@ public:
 
 private:
     static constexpr std::size_t kBufferSize = 1 << 16;
+    static constexpr std::size_t kFirstSize = 1 << 10;
 
-    std::string mBuffer;
+    /// Room for `inSize` more characters.
+    char* Room(std::size_t inSize) {
+        if (mBuffer.size() - mSize < inSize) {
+            mBuffer.resize(2 * (mSize + inSize) + kFirstSize);
+        }
+        return mBuffer.data() + mSize;
+    }
+
+    std::string mBuffer;   // used up to mSize
+    std::size_t mSize = 0; // characters to write
     FileDescriptor mOwned; // of a file; empty for standard output
     int mFile;
     bool mIsTerminal;

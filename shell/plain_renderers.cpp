@@ -29,6 +29,9 @@ public:
                 if (cell.kind == Cell::Kind::Null) {
                     PutSeparator(&cell == row.data());
                     PutPlainOrQuoted(nullText, false);
+                } else if (cell.IsBare() && cell.text != nullText) {
+                    PutSeparator(&cell == row.data());
+                    mOutput.Put(cell.text);
                 } else {
                     PutField(&cell == row.data(), cell.text, nullText);
                 }
@@ -46,10 +49,6 @@ private:
         }
     }
 
-    static bool IsSpecial(char inCharacter) {
-        return inCharacter == ',' || inCharacter == '"' || inCharacter == '\r' || inCharacter == '\n';
-    }
-
     /// A text that looks like NULL is quoted, so that readers can tell them apart.
     void PutField(bool inIsFirst, std::string_view inText, std::string_view inNullText) {
         PutSeparator(inIsFirst);
@@ -65,8 +64,11 @@ private:
     }
 
     void PutBytes(std::string_view inText, bool inIsQuoted) {
-        if (!inIsQuoted && std::none_of(inText.begin(), inText.end(), IsSpecial)) {
-            mOutput.Write(inText);
+        const auto hasSpecial = [](Bytes8 bytes) {
+            return bytes.Has(',') || bytes.Has('"') || bytes.Has('\r') || bytes.Has('\n');
+        };
+        if (!inIsQuoted && !HasAny(inText, hasSpecial)) {
+            mOutput.Put(inText);
             return;
         }
         mOutput.Put('"');

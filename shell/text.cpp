@@ -1,7 +1,8 @@
 #include "shell/text.h"
 
 #include <algorithm>
-#include <cstdint>
+#include <array>
+#include <cstring>
 
 #include <fmt/format.h>
 #include <utf8proc.h>
@@ -40,8 +41,39 @@ std::size_t WidthOf(utf8proc_int32_t inCodePoint) {
 }
 
 bool IsAscii(std::string_view inText) {
-    return std::all_of(inText.begin(), inText.end(),
-                       [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+    return !HasAny(inText, [](Bytes8 bytes) { return !bytes.IsAscii(); });
+}
+
+/// Narrows so many units. @return all their bits.
+template <std::size_t kCount>
+unsigned NarrowUnits(const char16_t* inText, char* outText) {
+    std::array<char16_t, kCount> units;
+    std::array<char, kCount> bytes;
+    std::memcpy(units.data(), inText, sizeof units);
+    unsigned bits = 0;
+    for (std::size_t i = 0; i < kCount; ++i) {
+        bits |= units[i];
+        bytes[i] = static_cast<char>(units[i]);
+    }
+    std::memcpy(outText, bytes.data(), sizeof bytes);
+    return bits;
+}
+
+/// Narrows a text. @return false if it isn't all ASCII; what was written then means nothing.
+bool NarrowAscii(const char16_t* inText, std::size_t inLength, char* outText) {
+    constexpr std::size_t kBlock = 8;
+    unsigned bits = 0;
+    if (inLength < kBlock) {
+        for (std::size_t i = 0; i < inLength; ++i) {
+            bits |= NarrowUnits<1>(inText + i, outText + i);
+        }
+        return bits < 0x80;
+    }
+    const std::size_t last = inLength - kBlock;
+    for (std::size_t i = 0; i < last; i += kBlock) {
+        bits |= NarrowUnits<kBlock>(inText + i, outText + i);
+    }
+    return (bits | NarrowUnits<kBlock>(inText + last, outText + last)) < 0x80; // again what overlaps
 }
 
 /// Whether a character could do more to a terminal than show itself.
@@ -58,7 +90,8 @@ void AppendEscape(std::string& ioText, char32_t inCodePoint) {
 }
 
 bool IsPlainAscii(std::string_view inText) {
-    return std::all_of(inText.begin(), inText.end(), [](char c) { return c >= 0x20 && c < 0x7F; });
+    return !HasAny(inText,
+                   [](Bytes8 bytes) { return !bytes.IsAscii() || bytes.HasBelow(' ') || bytes.Has(0x7F); });
 }
 
 /// A copy in which `inAppend` writes each control character.
@@ -86,8 +119,17 @@ std::string Escape(std::string_view inText, AppendControl inAppend) {
 } // namespace
 
 std::string ToUtf8(const orkit::String& inText) {
-    const orkit::StFromUTF16 converted(inText, orkit::GetConverter_UTF8());
-    return std::string(converted.c_str(), converted.get_Length());
+    std::string text;
+    AssignUtf8(inText, text);
+    return text;
+}
+
+void AssignUtf8(const orkit::String& inText, std::string& outText) {
+    outText.resize(inText.get_Length());
+    if (!NarrowAscii(inText.c_str(), inText.get_Length(), outText.data())) {
+        const orkit::StFromUTF16 converted(inText, orkit::GetConverter_UTF8());
+        outText.assign(converted.c_str(), converted.get_Length());
+    }
 }
 
 orkit::String ToHost(std::string_view inText) {

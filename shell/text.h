@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -12,6 +14,8 @@ namespace orlimbara::shell {
 
 /// UTF-8 of a host text; unpaired surrogates become U+FFFD.
 std::string ToUtf8(const orkit::String& inText);
+/// The same, reusing the memory of `outText`.
+void AssignUtf8(const orkit::String& inText, std::string& outText);
 /// A host text from UTF-8; invalid bytes become U+FFFD. Zero characters are kept.
 orkit::String ToHost(std::string_view inText);
 /// `inText` with every invalid byte replaced by U+FFFD, so that it is UTF-8.
@@ -29,6 +33,46 @@ std::string Harmless(std::string_view inText);
 std::string OneLine(std::string_view inText);
 /// The same for JSON, with JSON's escapes \u00NN, so that it stays the same JSON.
 std::string HarmlessJson(std::string_view inJson);
+
+/// Eight bytes of a text, searched with a few operations on one number.
+class Bytes8 {
+public:
+    explicit Bytes8(std::uint64_t inBytes) : mBytes(inBytes) {}
+    bool Has(char inByte) const {
+        const Bytes8 difference(mBytes ^ (kOnes * static_cast<unsigned char>(inByte)));
+        return difference.HasBelow(1);
+    }
+    /// @param inLimit at most 128.
+    bool HasBelow(unsigned char inLimit) const {
+        return ((mBytes - kOnes * inLimit) & ~mBytes & kOnes << 7) != 0;
+    }
+    bool IsAscii() const { return (mBytes & kOnes << 7) == 0; }
+
+private:
+    static constexpr std::uint64_t kOnes = 0x0101010101010101;
+    std::uint64_t mBytes;
+};
+
+/// Whether `inTest` is true for any part of a text. It gets eight bytes at a time, padded with letters.
+template <class Test>
+bool HasAny(std::string_view inText, Test inTest) {
+    std::uint64_t word = 0x6161616161616161;
+    if (inText.size() < sizeof word) {
+        for (const char byte : inText) {
+            word = word << 8 | static_cast<unsigned char>(byte);
+        }
+        return inTest(Bytes8(word));
+    }
+    const char* const last = inText.data() + inText.size() - sizeof word;
+    for (const char* text = inText.data(); text < last; text += sizeof word) {
+        std::memcpy(&word, text, sizeof word);
+        if (inTest(Bytes8(word))) {
+            return true;
+        }
+    }
+    std::memcpy(&word, last, sizeof word);
+    return inTest(Bytes8(word));
+}
 
 /// ASCII whitespace: space, tab, line feed, carriage return, form feed, vertical tab.
 bool IsWhitespace(char inCharacter);
