@@ -66,22 +66,58 @@ std::string_view WrapperName(Cell::Kind inKind) {
     }
 }
 
-void PutCell(CompactWriter& ioWriter, const Cell& inCell) {
+void PutEscaped(Output& ioOutput, unsigned char inByte) {
+    constexpr std::string_view kShort = "\"\"\\\\\bb\ff\nn\rr\tt"; // each with its letter behind it
+    constexpr std::string_view kDigits = "0123456789ABCDEF";
+    for (std::size_t i = 0; i < kShort.size(); i += 2) {
+        if (static_cast<unsigned char>(kShort[i]) == inByte) {
+            ioOutput.Put('\\');
+            ioOutput.Put(kShort[i + 1]);
+            return;
+        }
+    }
+    ioOutput.Put("\\u00");
+    ioOutput.Put(kDigits[inByte >> 4]);
+    ioOutput.Put(kDigits[inByte & 0xF]);
+}
+
+void PutQuoted(Output& ioOutput, std::string_view inText) {
+    ioOutput.Put('"');
+    if (!HasAny(inText,
+                [](Bytes8 bytes) { return bytes.HasBelow(' ') || bytes.Has('"') || bytes.Has('\\'); })) {
+        ioOutput.Put(inText);
+    } else {
+        for (const char c : inText) {
+            const auto byte = static_cast<unsigned char>(c);
+            if (byte < ' ' || byte == '"' || byte == '\\') {
+                PutEscaped(ioOutput, byte);
+            } else {
+                ioOutput.Put(c);
+            }
+        }
+    }
+    ioOutput.Put('"');
+}
+
+/// Cells are most of the output, so they don't go through RapidJSON, which writes byte by byte.
+void PutCell(Output& ioOutput, const Cell& inCell) {
     switch (inCell.kind) {
     case Cell::Kind::Null:
-        ioWriter.Null();
+        ioOutput.Put("null");
         return;
     case Cell::Kind::Boolean:
     case Cell::Kind::Number:
-        PutRaw(ioWriter, inCell.text, rapidjson::kNumberType);
+        ioOutput.Put(inCell.text);
         return;
     case Cell::Kind::Text:
-        PutString(ioWriter, inCell.text);
+        PutQuoted(ioOutput, inCell.text);
         return;
     default:
-        ioWriter.StartObject();
-        PutMember(ioWriter, WrapperName(inCell.kind), inCell.text);
-        ioWriter.EndObject();
+        ioOutput.Put("{\"");
+        ioOutput.Put(WrapperName(inCell.kind));
+        ioOutput.Put("\":");
+        PutQuoted(ioOutput, inCell.text);
+        ioOutput.Put('}');
     }
 }
 
@@ -166,14 +202,14 @@ public:
         PutKey(mWriter, "rows");
         mWriter.StartArray();
         RowsEnd end = ReadRows(inRows, [this](const Row& row) {
-            PutScratch([&row](CompactWriter& writer) {
-                writer.StartArray();
-                for (const Cell& cell : row) {
-                    PutCell(writer, cell);
-                }
-                writer.EndArray();
-            });
-            mOutput.Write("");
+            PutRaw(mWriter, "", rapidjson::kArrayType); // what stands before a value
+            char separator = '[';
+            for (const Cell& cell : row) {
+                mOutput.Put(separator);
+                PutCell(mOutput, cell);
+                separator = ',';
+            }
+            mOutput.Write(row.empty() ? "[]" : "]");
         });
         mWriter.EndArray();
         if (end.failure) {
