@@ -60,43 +60,32 @@ TEST_F(Concurrency, ThreadsRaceForTheFirstAndLastHandleOfAPath) {
     EXPECT_EQ(mDatabase->get_ConnectionCount(), 0u);
 }
 
-TEST_F(Concurrency, LastReleasesMeetAClosingDatabase) {
-    for (int round = 0; round < kRounds; ++round) {
-        const Database database = CreateDatabase();
+TEST_F(Concurrency, LastReleasesMeetADatabaseThatClosesOrGoes) {
+    for (int round = 0; round < 2 * kRounds; ++round) {
+        mDatabase = CreateDatabase();
         std::vector<smart_ptr<I_Unknown>> objects[kThreads];
         for (auto& mine : objects) {
             for (const std::uint32_t location : {1u, 2u}) {
-                mine.push_back(OpenCursor(database, "SELECT * FROM range(10)", location));
-                mine.push_back(database->SqlQuery("SELECT 1; SELECT 2", location, nullptr));
+                mine.push_back(OpenCursor(mDatabase, "SELECT * FROM range(10)", location));
+                mine.push_back(mDatabase->SqlQuery("SELECT 1; SELECT 2", location, nullptr));
             }
         }
+        const Cursor cursors[] = {OpenCursor(mDatabase, "FROM range(5000)"),
+                                  OpenCursor(mDatabase, "FROM range(5000)")};
         OnThreads([&](std::size_t inNumber) {
             if (inNumber == 0) {
-                database->Close();
+                round % 2 == 0 ? mDatabase->Close() : mDatabase.reset();
+            } else if (inNumber <= std::size(cursors)) {
+                const Cursor& cursor = cursors[inNumber - 1];
+                const std::string thrown = Catch([&] {
+                    while (cursor->NextRecord()) {
+                        cursor->get_Value(0);
+                        cursor->get_Database(); // the database or null, never one that is gone
+                    }
+                });
+                EXPECT_TRUE(thrown.empty() || thrown.ends_with("|DuckDBCursor is invalid")) << thrown;
             }
             objects[inNumber].clear();
-        });
-    }
-}
-
-TEST_F(Concurrency, LastReleaseOfADatabaseMeetsItsCursors) {
-    for (int round = 0; round < kRounds; ++round) {
-        mDatabase = CreateDatabase();
-        std::vector<Cursor> cursors;
-        for (int number = 0; number < kThreads; ++number) {
-            cursors.push_back(OpenCursor(mDatabase, "SELECT * FROM range(5000)"));
-        }
-        OnThreads([&](std::size_t inNumber) {
-            if (inNumber == 0) {
-                return mDatabase.reset();
-            }
-            const std::string thrown = Catch([&] {
-                while (cursors[inNumber]->NextRecord()) {
-                    cursors[inNumber]->get_Value(0);
-                    cursors[inNumber]->get_Database(); // the database or null, never one that is gone
-                }
-            });
-            EXPECT_TRUE(thrown.empty() || thrown.ends_with("|DuckDBCursor is invalid")) << thrown;
         });
     }
 }

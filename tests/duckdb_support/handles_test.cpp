@@ -1,6 +1,5 @@
 #include "support_test.h"
 
-#include <cstring>
 #include <memory>
 
 namespace orlimbara::duckdb_support::test {
@@ -37,39 +36,6 @@ TEST_F(Handles, EndExactlyOnce) {
     EXPECT_EQ(ended[0], 1);
     EXPECT_EQ(ended[1], 2);
     EXPECT_EQ(LiveHandleCount(HandleKind::Bytes), 0);
-}
-
-TEST_F(Handles, AreCountedAndUsableAtOnceUnlessTheirCallFailed) {
-    OwnedDatabase database;
-    OwnedText error;
-    EXPECT_EQ(duckdb_open_ext("/no/such/folder/x.duckdb", database.Put(), nullptr, error.Put()), DuckDBError);
-    EXPECT_FALSE(database);
-    EXPECT_NE(std::string_view(error.Get()).find("x.duckdb"), std::string_view::npos);
-    EXPECT_EQ(LiveHandleCount(HandleKind::Database), 1) << "the fixture's";
-    EXPECT_EQ(LiveHandleCount(HandleKind::Text), 1);
-    OwnedConnection connection;
-    ASSERT_TRUE(duckdb_open(nullptr, database.Put()) == DuckDBSuccess &&
-                duckdb_connect(database.Get(), connection.Put()) == DuckDBSuccess);
-    EXPECT_EQ(LiveHandleCount(HandleKind::Database), 2);
-    EXPECT_EQ(LiveHandleCount(HandleKind::Connection), 2);
-    // A failed result is held for its error.
-    OwnedResult result;
-    ASSERT_EQ(duckdb_query(connection.Get(), "SELECT nothing", result.Put()), DuckDBError);
-    ASSERT_TRUE(result);
-    EXPECT_NE(std::string(duckdb_result_error(result.Get())).find("nothing"), std::string::npos);
-    result.Reset();
-    EXPECT_FALSE(result);
-    EXPECT_EQ(LiveHandleCount(HandleKind::Result), 0);
-}
-
-TEST_F(Handles, OfResultsHandTheStructOnAndForgetIt) {
-    OwnedResult taker = mDuck->Run("SELECT 42");
-    OwnedResult other = mDuck->Run("SELECT 1 WHERE false");
-    other = std::move(taker);
-    const duckdb_result zeros = {};
-    EXPECT_EQ(std::memcmp(&taker.Struct(), &zeros, sizeof(zeros)), 0);
-    EXPECT_EQ(duckdb_row_count(other.Get()), 1);
-    EXPECT_EQ(LiveHandleCount(HandleKind::Result), 1);
 }
 
 TEST_F(Handles, InSharedCellsAreClosedForAllHoldersAtOnceAndOnlyWhenTold) {

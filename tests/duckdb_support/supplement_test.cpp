@@ -153,23 +153,8 @@ TEST_F(ExtractedStatements, EachGivesItsOwnTextOfTheScript) {
     EXPECT_EQ(beginnings, "CREAT|SELEC|BEGIN|ALTER|UPDAT|ALTER|COMMI|");
 }
 
-TEST_F(ExtractedStatements, AFailedPreparationCanBeTriedAgain) {
-    const OwnedExtractedStatements statements = Extract("SELECT a FROM late; SELECT 2");
-    for (int turn = 0; turn < 2; ++turn) {
-        OwnedPreparedStatement failed;
-        ASSERT_EQ(Prepare(statements, 0, failed), DuckDBError);
-        EXPECT_NE(std::string(duckdb_prepare_error(failed.Get())).find("late does not exist"),
-                  std::string::npos);
-    }
-    EXPECT_EQ(SqlOf(statements, 0), "SELECT a FROM late");
-    mDuck->Run("CREATE TABLE late AS SELECT 42 AS a");
-    OwnedPreparedStatement prepared;
-    ASSERT_EQ(Prepare(statements, 0, prepared), DuckDBSuccess);
-    OwnedResult result;
-    ASSERT_EQ(duckdb_execute_prepared(prepared.Get(), result.Put()), DuckDBSuccess);
-    EXPECT_EQ(TextOf(CellOf(OwnedDataChunk(duckdb_fetch_chunk(result.Struct())))), "42");
-
-    // A statement that was taken has no text and can't be prepared.
+TEST_F(ExtractedStatements, ThatWereTakenOrArentThereCantBePrepared) {
+    const OwnedExtractedStatements statements = Extract("SELECT 1; SELECT 2");
     OwnedPreparedStatement taken;
     OwnedPreparedStatement again;
     ASSERT_EQ(duckdb_prepare_extracted_statement(mDuck->Connection(), statements.Get(), 0, taken.Put()),

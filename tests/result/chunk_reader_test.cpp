@@ -166,6 +166,20 @@ TEST_F(ChunkReaderTest, WhereAndHowOftenCellsAreReadChangesNothing) {
     }
 }
 
+TEST_F(ChunkReaderTest, VariantsOfATableOnDiskAreReadTheSame) {
+    // A checkpoint shreds variants into typed columns; the chunk must hold them whole again.
+    const std::string file = (Folder() / "v.duckdb").string();
+    mDuck->Run("SET variant_minimum_shredding_size = 0; ATTACH '" + file +
+               "' AS disk (STORAGE_VERSION 'v1.5.0');"
+               "CREATE TABLE disk.t AS SELECT CASE i % 3 WHEN 0 THEN {'a': i, 'b': 'text ' || i}::VARIANT "
+               "WHEN 1 THEN "
+               "[i]::VARIANT ELSE i::VARIANT END AS v FROM range(5000) r(i); CHECKPOINT disk; DETACH disk");
+    mDuck->Run("ATTACH '" + file + "' AS disk");
+    Cells cells(mDuck->Run("FROM disk.t"));
+    EXPECT_TRUE(cells.Expect()[6].ends_with(R"("{\"a\":6,\"b\":\"text 6\"}"})")) << cells.Expect()[6];
+    cells.Compare();
+}
+
 TEST_F(ChunkReaderTest, ACellThatCantBeCastThrowsAloneAndAsOnTheReferencePath) {
     Cells cells(mDuck->Run("SELECT TIMESTAMP_S '2000-01-01 00:00:00' FROM range(100)"));
     // Seconds that no text can be made of, which SQL lets nobody write.
