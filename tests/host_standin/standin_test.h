@@ -29,12 +29,12 @@ inline std::string TextOf(const smart_ptr<orsql::I_Value>& inValue) {
     return Narrow(text);
 }
 
-/// The second text of the xException that a call throws; "" if it throws nothing.
-inline std::string Refusal(const std::function<void()>& inCall) {
+/// A text of the xException that a call throws; "" if it throws nothing.
+inline std::string Refusal(const std::function<void()>& inCall, int inText = 1) {
     try {
         inCall();
     } catch (const xException& exception) {
-        return exception.get_Text(1) ? Narrow(*exception.get_Text(1)) : "no text";
+        return exception.get_Text(inText) ? Narrow(*exception.get_Text(inText)) : "no text";
     }
     return "";
 }

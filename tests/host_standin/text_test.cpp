@@ -1,5 +1,6 @@
 #include <cmath>
 #include <cstdlib>
+#include <filesystem>
 #include <limits>
 #include <string>
 #include <vector>
@@ -17,47 +18,36 @@ using namespace std::string_literals;
 
 std::u16string Wide(const String& inText) { return {inText.c_str(), inText.get_Length()}; }
 
-struct Conversion {
-    std::string mBytes;
-    std::u16string mText;
-    std::string mBack = mBytes; // written again
-};
-
-const std::string kReplaced = "\xEF\xBF\xBD";
-
 // Each case stands alone and, to reach every place of the block-wise work, behind and before ASCII.
 TEST(Text, IsReadAndWrittenAsUtf8WithWhatIsMalformedReplaced) {
-    const std::vector<Conversion> conversions = {
+    const std::pair<std::string, std::u16string> conversions[] = {
         {"", u""},
         {"a\0b"s, u"a\0b"s},
-        {"\xC3\x9F", u"\u00DF"},
-        {"\xDF\xBF\xE0\xA0\x80", u"\u07FF\u0800"},
+        {"\xC3\x9F\xDF\xBF\xE0\xA0\x80", u"\u00DF\u07FF\u0800"},
         {"\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", u"\U00010000\U0010FFFF"},
-        {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD", kReplaced + kReplaced + kReplaced + kReplaced},
-        {"\xC0\xAF", u"\uFFFD\uFFFD", kReplaced + kReplaced},
-        {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD", kReplaced + kReplaced + kReplaced},
-        {"\x80\xFF", u"\uFFFD\uFFFD", kReplaced + kReplaced},
-        {"\xF0\x9F\x98", u"\uFFFD", kReplaced}, // cut
-        {"\xE2\x82\xC3\x9F", u"\uFFFD\u00DF", kReplaced + "\xC3\x9F"},
-    };
-    for (const auto& [bytes, text, back] : conversions) {
+        {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
+        {"\xC0\xAF", u"\uFFFD\uFFFD"},
+        {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD"},
+        {"\x80\xFF", u"\uFFFD\uFFFD"},
+        {"\xF0\x9F\x98", u"\uFFFD"}, // cut
+        {"\xE2\x82\xC3\x9F", u"\uFFFD\u00DF"}};
+    for (const auto& [bytes, text] : conversions) {
         for (std::size_t before = 0; before < 40; ++before) {
             for (const std::size_t after : {0U, 1U, 15U, 16U, 17U, 33U}) {
-                const auto place = [&](const auto& inMiddle) {
-                    using Piece = std::decay_t<decltype(inMiddle)>;
-                    return Piece(before, 'x') + inMiddle + Piece(after, 'y');
-                };
-                const std::string all = place(bytes);
-                const String read(all.data(), static_cast<std::ptrdiff_t>(all.size()));
-                ASSERT_EQ(Wide(read), place(text)) << bytes << ' ' << before << ' ' << after;
-                ASSERT_EQ(Narrow(read), place(back)) << bytes << ' ' << before << ' ' << after;
+                const std::string given = std::string(before, 'x') + bytes + std::string(after, 'y');
+                const std::u16string expected =
+                    std::u16string(before, 'x') + text + std::u16string(after, 'y');
+                const String read(given.data(), static_cast<std::ptrdiff_t>(given.size()));
+                ASSERT_EQ(Wide(read), expected) << bytes << ' ' << before << ' ' << after;
+                ASSERT_EQ(Narrow(read), std::filesystem::path(expected).string()) << bytes << ' ' << before;
             }
         }
     }
+    const std::string replaced = "\xEF\xBF\xBD";
     for (const std::u16string& text : {u"x\xD800"s, u"x\xDC00"s}) { // half a pair at the end
-        EXPECT_EQ(Narrow(String(text.data(), 2)), "x" + kReplaced);
+        EXPECT_EQ(Narrow(String(text.data(), 2)), "x" + replaced);
     }
-    EXPECT_EQ(Narrow(String(u"\xDC00\xD800x", 3)), kReplaced + kReplaced + "x");
+    EXPECT_EQ(Narrow(String(u"\xDC00\xD800x", 3)), replaced + replaced + "x");
     std::u16string buffer(4, u'#');
     EXPECT_EQ(ConvertToUTF16("\xC3\x9Fx", 3, GetConverter_UTF8(), buffer.data()), 2U);
     EXPECT_EQ(buffer, u"\u00DFx##");
@@ -92,11 +82,9 @@ TEST(Text, IsReadAsTheNumberItBeginsWith) {
             EXPECT_TRUE(read == number || (std::isnan(read) && std::isnan(number))) << row[0] << read;
         }
     }
-    for (const auto& [number, text] : std::vector<std::pair<double, const char*>>{
-             {0.1, "0.1"},
-             {-0.0, "-0"},
-             {1.0 / 3, "0.3333333333333333"},
-             {-std::numeric_limits<double>::infinity(), "-Infinity"}}) {
+    const double infinity = std::numeric_limits<double>::infinity();
+    for (const auto& [number, text] : {std::pair(-0.0, "-0"), std::pair(1.0 / 3, "0.3333333333333333"),
+                                       std::pair(-infinity, "-Infinity")}) {
         EXPECT_EQ(Narrow(FormatNumber(number)), text);
     }
     EXPECT_EQ(Narrow(FormatNumber(0.1F)), "0.1");
