@@ -54,9 +54,10 @@ std::string CommonStart(const std::vector<std::string>& inTexts) {
     return common;
 }
 
-void List(const std::vector<std::string>& inTexts) {
+void List(std::vector<std::string> inTexts) {
     std::size_t widest = 1;
-    for (const std::string& text : inTexts) {
+    for (std::string& text : inTexts) {
+        text = OneLine(text);
         widest = std::max(widest, DisplayWidth(text) + 2);
     }
     const std::size_t perLine = std::max<std::size_t>(1, TerminalWidth(STDOUT_FILENO) / widest);
@@ -187,11 +188,14 @@ struct LineEditor::Imp {
         }
         const std::string_view typed = before.substr(found.start);
         const std::string common = CommonStart(found.texts);
-        if (common.size() > typed.size() || (found.texts.size() == 1 && common != typed)) {
+        // The library shows what could act on a terminal as it is, so names with such characters are listed.
+        const bool isHarmless = OneLine(common) == common;
+        const bool isOne = found.texts.size() == 1;
+        if (isHarmless && (common.size() > typed.size() || (isOne && common != typed))) {
             el_deletestr(inEditor, CharactersIn(typed));
             return el_insertstr(inEditor, common.c_str()) == 0 ? CC_REFRESH : CC_REFRESH_BEEP;
         }
-        if (found.texts.size() == 1) {
+        if (isHarmless && isOne) {
             return CC_REFRESH;
         }
         List(found.texts);

@@ -29,9 +29,11 @@ void Play(RunningShell& ioShell, const std::vector<Step>& inSteps) {
 
 TEST(Scenarios, ShowWhatIsToAppear) {
     const HomeFolder home;
+    WriteFile("evil.sql", "CREATE TABLE \"evil\x1b[31m\u202e\"(i INTEGER);");
     const std::string many = "SELECT range AS n FROM range(60);\r";
     for (const auto& [editrc, steps] : std::vector<std::pair<std::string, std::vector<Step>>>{
              {"", {{"SELECT 'x' AS right\x1b[1;5Dleft_\x01\x1b[1;5C 40 + 2,\r;\r", "left_right\n42,x\n"}}},
+             {"", {{".read evil.sql\rFROM \"evil\t", "evil\\x1b[31m\\u202e\""}}},
              {"", {{"SELECT\r1\r+ 2\r\t+ 3\r+ 4\r+ 5\r+ 6\r+ 7\r+ 8\r+ 9;\r", "\n45\n"}}},
              {"", {{"\x10\x7f + 5;\r", "\n50\n"}}}, // the same ten lines, edited after a new start
              {"bind -v\n", {{"selec\t", "select"}, {" 7 AS seven;\r", "seven\n7\n"}}},
