@@ -99,12 +99,12 @@ void Answers::Emit(Write inWrite, bool inIsFailure) {
         } else {
             inWrite(Prepare(sink));
         }
-    } catch (const OutputError&) {
+    } catch (const OutputError& error) {
         if (&sink == &mStandard) {
             throw;
         }
         (&sink == mOnce.get() ? mOnce : mFile).reset();
-        Fail(CurrentFailure());
+        Fail(FailureOf(ShellError(error.what())));
     }
     mMode = mNextMode;
 }

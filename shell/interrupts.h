@@ -14,8 +14,8 @@ enum class Activity {
     Busy,      ///< inside the module, which can't be stopped here: the first Ctrl-C says so
 };
 
-/// Handles SIGINT, and ignores SIGPIPE so that writing reports it. Call it once, at the start. The second
-/// Ctrl-C since the last ForgetInterrupts ends the process with 130.
+/// Handles SIGINT, and ignores what would end the process where writing fails. Call it once, at the start.
+/// The second Ctrl-C since the last ForgetInterrupts ends the process with 130.
 void InstallInterrupts();
 /// From now on a second Ctrl-C ends the process only within a second of the first, unless the shell is busy
 /// with something that can't be stopped. A later one tries again to stop what runs.

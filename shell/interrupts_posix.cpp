@@ -111,6 +111,7 @@ void InstallInterrupts() {
     sigaction(SIGINT, &action, nullptr);
     action.sa_handler = SIG_IGN;
     sigaction(SIGPIPE, &action, nullptr);
+    sigaction(SIGXFSZ, &action, nullptr);
 }
 
 YieldScope::YieldScope(int inPipe) { gReader.store(inPipe); }

@@ -10,14 +10,15 @@
 
 namespace orlimbara::shell {
 
-OutputError::OutputError(int inErrno)
-    : std::runtime_error(std::string("can't write: ") + std::strerror(inErrno)),
+OutputError::OutputError(int inErrno, const std::string& inPath)
+    : std::runtime_error("can't write" + (inPath.empty() ? "" : " " + inPath) + ": " +
+                         std::strerror(inErrno)),
       mIsReaderGone(inErrno == EPIPE) {}
 
 Output::Output() : mFile(kStandardOutput), mIsTerminal(shell::IsTerminal(kStandardOutput)) {}
 
 Output::Output(const std::string& inPath)
-    : mOwned(OpenFile(inPath, OpenMode::Write)), mFile(mOwned.get()),
+    : mPath(inPath), mOwned(OpenFile(inPath, OpenMode::Write)), mFile(mOwned.get()),
       mIsTerminal(mOwned.IsOpen() && shell::IsTerminal(mFile)) {
     if (!mOwned.IsOpen()) {
         throw ShellError("can't write " + inPath + ": " + std::strerror(errno));
@@ -36,7 +37,7 @@ void Output::Flush() {
     // What is held back is looked at at once: it may be longer than the screen.
     mFlushSize = mPager && mPager->IsHolding() ? 1 : kBufferSize;
     if (!isWritten) {
-        throw OutputError(error);
+        throw OutputError(error, mPath);
     }
 }
 
@@ -50,14 +51,14 @@ void Output::EndPaging() {
     const std::unique_ptr<Pager> pager = std::move(mPager);
     mFlushSize = kBufferSize;
     if (!pager->Finish()) {
-        throw OutputError(errno);
+        throw OutputError(errno, mPath);
     }
 }
 
 void Output::Close() {
     Flush();
     if (!mOwned.Close()) {
-        throw OutputError(errno);
+        throw OutputError(errno, mPath);
     }
 }
 

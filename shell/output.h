@@ -16,7 +16,8 @@ namespace orlimbara::shell {
 /// A failure to write output: the disk is full, or the reader has closed the pipe.
 class OutputError : public std::runtime_error {
 public:
-    explicit OutputError(int inErrno);
+    /// @param inPath of a file; empty for standard output.
+    OutputError(int inErrno, const std::string& inPath);
     /// Whether the reader has closed the pipe. That isn't an error: the run ends silently.
     bool IsReaderGone() const { return mIsReaderGone; }
 
@@ -71,6 +72,7 @@ private:
         return mBuffer.data() + mSize;
     }
 
+    std::string mPath;     // of a file
     std::string mBuffer;   // used up to mSize
     std::size_t mSize = 0; // characters to write
     FileDescriptor mOwned; // of a file; empty for standard output

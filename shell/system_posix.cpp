@@ -106,6 +106,7 @@ int StartReader(const std::string& inCommand, const std::string& inName, PipeRea
     sigset_t usual;
     sigemptyset(&usual);
     sigaddset(&usual, SIGPIPE);
+    sigaddset(&usual, SIGXFSZ);
     posix_spawnattr_setsigdefault(&attributes, &usual);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
     std::array<std::string, 4> words = {// less is to pass colours on, unless the user has told it what to do.

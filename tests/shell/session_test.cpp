@@ -49,6 +49,9 @@ TEST_F(Pipes, AReaderThatLeavesEndsTheRunQuietlyAndAFullDiskIsAFailure) {
         EXPECT_EQ(full.status, 1) << mode;
         EXPECT_EQ(full.err, "error: can't write: No space left on device\n") << mode;
     }
+    // Past the shell's limit for files, whose signal would end the program.
+    EXPECT_TRUE(Fits(RunScript("ulimit -f 8; $ORSQL -m jsonl -c '.once out' -c 'FROM range(100000)'").out,
+                     R"(…"class":"orsql","message":"can't write out: File too large"…)"));
 }
 
 TEST_F(Pipes, CtrlCWhileRowsAreWrittenEndsTheLineAsValidJson) {
