@@ -6,6 +6,7 @@
 #include "host/arrays.h"
 #include "host/runtime.h"
 #include "host/unknown.h"
+#include "host_standin/thread_objects.h"
 
 namespace orkit {
 
@@ -74,7 +75,7 @@ std::int64_t CountOf(Counted inKind) noexcept {
 void detail::CountApart(Counted inKind, std::int64_t inChange) noexcept {
     thread_local bool isCounting = false;
     if (!std::exchange(isCounting, true)) {
-        thread_local ThreadCounters counters;
+        ThreadObject<ThreadCounters>();
         Count(inKind, inChange);
     } else { // the thread is ending, its counters are gone
         All().mOthers[static_cast<std::size_t>(inKind)].fetch_add(inChange);

@@ -11,6 +11,7 @@
 #include "host_standin/date_text.h"
 #include "host_standin/faults.h"
 #include "host_standin/live_objects.h"
+#include "host_standin/thread_objects.h"
 
 namespace orkit::standin {
 
@@ -283,11 +284,13 @@ struct TextBuffer {
     std::unique_ptr<char[]> mBytes;
     std::size_t mLength = 0;
 };
-thread_local TextBuffer gText;
 
 } // namespace
 
-void SpoilText() noexcept { std::fill_n(gText.mBytes.get(), std::exchange(gText.mLength, 0), '\xDD'); }
+void SpoilText() noexcept {
+    auto& [bytes, length] = ThreadObject<TextBuffer>();
+    std::fill_n(bytes.get(), std::exchange(length, 0), '\xDD');
+}
 
 const char* ValueText(call_context, host_value inValue, std::uint64_t* outLength) noexcept {
     Require(inValue != nullptr && outLength != nullptr, "value_text needs a value and a place");
@@ -296,11 +299,12 @@ const char* ValueText(call_context, host_value inValue, std::uint64_t* outLength
     }
     return WithoutThrowing<const char*>(nullptr, [&] {
         const std::string text = HoldsBytes(inValue->mType) ? inValue->mBytes : MakeText(*inValue);
-        gText.mBytes = std::make_unique<char[]>(text.size());
-        gText.mLength = text.size();
-        std::copy(text.begin(), text.end(), gText.mBytes.get());
+        TextBuffer& buffer = ThreadObject<TextBuffer>();
+        buffer.mBytes = std::make_unique<char[]>(text.size());
+        buffer.mLength = text.size();
+        std::copy(text.begin(), text.end(), buffer.mBytes.get());
         *outLength = text.size();
-        return gText.mBytes.get();
+        return buffer.mBytes.get();
     });
 }
 

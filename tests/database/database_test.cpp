@@ -53,7 +53,7 @@ TEST_F(Databases, AndTheirObjectsAnswerForTheirInterfaces) {
 
 TEST_F(Databases, ExistOnlyAsFilesThatTheRootObjectCanTell) {
     mDatabase = MakeDatabase("a.duckdb");
-    EXPECT_EQ(Text(mDatabase->get_Path()), (Folder() / "a.duckdb").string());
+    EXPECT_EQ(Text(mDatabase->get_Path()), (Folder() / "a.duckdb").generic_string());
     EXPECT_FALSE(mDatabase->get_Exists());
     mDatabase->Create();
     EXPECT_TRUE(mDatabase->get_Exists());
@@ -238,6 +238,7 @@ TEST_F(Databases, OpenedReadOnlyHaveHandlesOfTheirOwn) {
     EXPECT_EQ(SelectOne(writer, "SELECT 1"), "1");
 }
 
+#ifndef _WIN32 // whose locks are others
 TEST_F(Databases, ThatAnotherHoldsAreReadOrRefused) {
     mDatabase = CreateDatabase("a.duckdb");
     Execute(mDatabase, "CREATE TABLE t AS SELECT 7 AS i");
@@ -267,6 +268,7 @@ TEST_F(Databases, ThatAnotherHoldsAreReadOrRefused) {
     EXPECT_FALSE(mDatabase->get_IsReadOnly());
     EXPECT_EQ(Execute(mDatabase, "INSERT INTO t VALUES (8)"), 1);
 }
+#endif
 
 TEST_F(Databases, CutOffWhateverHangsOnTheConnectionWhenTheyClose) {
     mDatabase = CreateDatabase();
