@@ -185,13 +185,13 @@ TEST_F(Orsql, GivesSettingsToDuckDB) {
     EXPECT_TRUE(Fits(RunShell({"--readonly", "x.db", "-c", "CREATE TABLE t(a INTEGER)"}).err, "…read-only…"));
 }
 
-// The examples run as they stand and show what they say, in this order.
+// The examples run as they stand, show what they say, in this order, and leave nothing behind.
 TEST_F(Orsql, RunsTheExamples) {
     for (const auto& [command, shown] : Exchanges{
              {"$ORSQL books.db -f $EXAMPLES/1_first_database.sql",
               "…│ A Field Guide to Clouds    │      96 │ NULL       │…read_on = (not yet)…main,books,table…"
               "CREATE TABLE books(…books\n3\n"},
-             {"$ORSQL -f $EXAMPLES/2_parquet_procedures.sql",
+             {"sh $EXAMPLES/2_parquet_procedures.sh",
               "…│ fetch_duckdb     │…│       3 │ value │ DECIMAL     │ DOUBLE       │…│  1000 │…│   100 │…"
               "│ 903 │ reading 903 │…│ 1000 │ reading 1000 │ 500.0 │…"},
              {"$ORSQL -f $EXAMPLES/3_parameters_and_variant.sql",
@@ -205,6 +205,7 @@ TEST_F(Orsql, RunsTheExamples) {
         EXPECT_EQ(run.err, "") << command;
         EXPECT_TRUE(Fits(run.out, shown)) << run.out;
     }
+    EXPECT_EQ(RunScript("ls -A").out, "");
 }
 
 TEST_F(Orsql, DocumentsAndCompletionKnowEveryOptionAndCommand) {

@@ -1,10 +1,16 @@
--- The module's table procedures, which read Parquet files and other DuckDB files as row sources.
---
---     orsql -f 2_parquet_procedures.sql
---
--- They are called with host values: words, texts in quotes, numbers, arrays in brackets.
-.mode box
+#!/bin/sh
+# The module's table procedures, which read Parquet files and other DuckDB files as row sources. It works in a
+# folder of its own, with orsql in the PATH:
+#
+#     sh 2_parquet_procedures.sh
+set -eu
+orsql=${ORSQL:-orsql}
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+cd "$folder"
 
+# They are called with host values: words, texts in quotes, numbers, arrays in brackets.
+"$orsql" -m box <<'SQL'
 COPY (SELECT i AS id, 'reading ' || i AS name, i * 0.5 AS value FROM range(1, 1001) t(i))
 TO 'readings.parquet' (FORMAT parquet);
 
@@ -28,5 +34,6 @@ CREATE TABLE best AS SELECT * FROM 'readings.parquet' WHERE value >= 499;
 .close
 .call fetch_duckdb readings.db best
 
--- A database that is closed can be dropped, too. readings.parquet stays.
+-- A database that is closed can be dropped, too.
 .drop
+SQL
