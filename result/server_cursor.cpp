@@ -20,18 +20,22 @@ bool DuckDBCursor_server::NextRecord() {
         ++mChunkRow;
         return true;
     }
-    mReader.Bind(nullptr);
-    mChunkSize = 0;
-    mChunk.Reset();
-    mChunk = FetchChunk();
-    mChunkRow = 0;
-    mChunkSize = mChunk ? duckdb_data_chunk_get_size(mChunk.Get()) : 0;
-    if (mChunkSize == 0) {
+    // A chunk that has no size yet couldn't be bound for want of memory: it is the next one still.
+    if (mChunkSize != 0 || !mChunk) {
+        mReader.Bind(nullptr);
+        mChunkSize = 0;
+        mChunk.Reset();
+        mChunk = FetchChunk();
+    }
+    const idx_t size = mChunk ? duckdb_data_chunk_get_size(mChunk.Get()) : 0;
+    if (size == 0) {
         // A chunk without rows counts as the end.
         mChunk.Reset();
         return false;
     }
     mReader.Bind(mChunk.Get());
+    mChunkRow = 0;
+    mChunkSize = size;
     return true;
 }
 
