@@ -45,32 +45,30 @@ char* statement_sql(duckdb_extracted_statements statements, idx_t index) {
 }
 
 duckdb_state prepare_extracted_copy(duckdb_connection connection, duckdb_extracted_statements statements,
-                                    idx_t index, duckdb_prepared_statement* out) noexcept {
+                                    idx_t index, duckdb_prepared_statement* out) {
     if (out == nullptr) {
         return DuckDBError;
     }
     *out = nullptr;
-    return OrElse(DuckDBError, [&] {
-        const duckdb::SQLStatement* statement = FindStatement(statements, index);
-        if (connection == nullptr || statement == nullptr) {
-            return DuckDBError;
-        }
-        auto wrapper = std::make_unique<duckdb::PreparedStatementWrapper>();
-        try {
-            wrapper->statement = Unwrap(connection).Prepare(statement->Copy());
-            if (!wrapper->statement->HasError()) {
-                for (const auto& [name, parameter] : wrapper->statement->named_param_map) {
-                    wrapper->param_index_to_name[parameter] = name;
-                }
+    const duckdb::SQLStatement* statement = FindStatement(statements, index);
+    if (connection == nullptr || statement == nullptr) {
+        return DuckDBError;
+    }
+    auto wrapper = std::make_unique<duckdb::PreparedStatementWrapper>();
+    try {
+        wrapper->statement = Unwrap(connection).Prepare(statement->Copy());
+        if (!wrapper->statement->HasError()) {
+            for (const auto& [name, parameter] : wrapper->statement->named_param_map) {
+                wrapper->param_index_to_name[parameter] = name;
             }
-        } catch (const std::exception& error) {
-            wrapper->success = false;
-            wrapper->error_data = duckdb::ErrorData(error);
         }
-        const bool failed = !wrapper->success || wrapper->statement->HasError();
-        *out = reinterpret_cast<duckdb_prepared_statement>(wrapper.release());
-        return failed ? DuckDBError : DuckDBSuccess;
-    });
+    } catch (const std::exception& error) {
+        wrapper->success = false;
+        wrapper->error_data = duckdb::ErrorData(error);
+    }
+    const bool failed = !wrapper->success || wrapper->statement->HasError();
+    *out = reinterpret_cast<duckdb_prepared_statement>(wrapper.release());
+    return failed ? DuckDBError : DuckDBSuccess;
 }
 
 } // namespace orlimbara::duckdb_support
