@@ -151,7 +151,7 @@ TEST_F(Databases, TakeTheirShapeFromTheStorageOptions) {
         database->put_StorageVersion(Wide(row[0]));
         database->put_BlockSize(static_cast<std::uint32_t>(std::stoul(row[1])));
         if (!row[3].empty()) {
-            ExpectDuckDBErrorWith([&] { database->Create(); }, "it's new", row[3]);
+            ExpectErrorWith([&] { database->Create(); }, "it's new", row[3]);
             EXPECT_FALSE(database->get_IsOpen());
             EXPECT_EQ(database->get_ConnectionCount(), 0u);
             database->put_StorageVersion("");
@@ -162,7 +162,7 @@ TEST_F(Databases, TakeTheirShapeFromTheStorageOptions) {
                                       "FROM pragma_database_size(), duckdb_databases() WHERE NOT internal"),
                   row[2]);
     }
-    ExpectDuckDBErrorWith([&] { CreateDatabase("no such folder/x.duckdb"); }, "x", "no such folder");
+    ExpectErrorWith([&] { CreateDatabase("no such folder/x.duckdb"); }, "x", "no such folder");
 }
 
 TEST_F(Databases, HaveSettingsForOneOpening) {
@@ -192,13 +192,12 @@ TEST_F(Databases, HaveSettingsForOneOpening) {
     mDatabase->put_Settings(settings);
     EXPECT_EQ(Setting(mDatabase, "enable_external_access"), "true") << "an open database isn't changed";
     mDatabase->Open();
-    EXPECT_EQ(Setting(mDatabase, "enable_external_access"), "true")
-        << "Open closes first, which forgets them";
+    EXPECT_EQ(Setting(mDatabase, "enable_external_access"), "true") << "Open closes first";
 }
 
 TEST_F(Databases, ThatCantBeOpenedTellDuckDBsTextAndHarmNothing) {
     const Database missing = MakeDatabase("missing.duckdb");
-    ExpectDuckDBError([&] { missing->Open(); }, "missing", "File does not exist");
+    ExpectError([&] { missing->Open(); }, "missing", "File does not exist");
     missing->put_MotherDuckAccess("token", "agent/1.0");
     ExpectOpenError(missing, "motherduck_token"); // a remote database needs no file
     EXPECT_FALSE(FileIsThere("missing.duckdb"));
@@ -222,7 +221,7 @@ TEST_F(Databases, OpenedReadOnlyHaveHandlesOfTheirOwn) {
     const Database second = OpenDatabase("a.duckdb", true);
     EXPECT_TRUE(first->get_IsReadOnly() && second->get_IsReadOnly());
     EXPECT_EQ(first->get_ConnectionCount(), 2u);
-    ExpectDuckDBErrorWith([&] { Execute(first, "CREATE TABLE t (i INTEGER)"); }, "a", "read-only");
+    ExpectErrorWith([&] { Execute(first, "CREATE TABLE t (i INTEGER)"); }, "a", "read-only");
     Execute(first, "SET GLOBAL threads = 7");
     EXPECT_NE(Setting(second, "threads"), "7") << "an instance of its own";
     first->Close();
@@ -262,7 +261,7 @@ TEST_F(Databases, ThatAnotherHoldsAreReadOrRefused) {
     ASSERT_EQ(::fcntl(holder, F_OFD_SETLK, &lock), 0);
     ExpectOpenError(mDatabase, "lock");
     // A file that another process holds can't be deleted, and so isn't replaced by Create.
-    ExpectDuckDBErrorWith([&] { mDatabase->Create(); }, "a", "lock");
+    ExpectErrorWith([&] { mDatabase->Create(); }, "a", "lock");
     ::close(holder);
     mDatabase->Open();
     EXPECT_FALSE(mDatabase->get_IsReadOnly());
@@ -293,7 +292,7 @@ TEST_F(Databases, CutOffWhateverHangsOnTheConnectionWhenTheyClose) {
         EXPECT_EQ(result->get_ResultFlags(), I_DuckDBQueryResult::kResultHasCursor);
     }
     for (const Cursor& cursor : cursors) {
-        ExpectDuckDBError([&] { cursor->get_Value(0); }, "unknown", "DuckDBCursor is invalid");
+        ExpectError([&] { cursor->get_Value(0); }, "unknown", "DuckDBCursor is invalid");
         EXPECT_FALSE(cursor->get_Database());
         EXPECT_EQ(Text(cursor->get_ColumnName(0)), "a") << "columns still answer";
     }
@@ -327,7 +326,7 @@ TEST_F(Databases, DeleteTheirFileWhenNobodyHoldsIt) {
     mDatabase = CreateDatabase("a.duckdb");
     const Database second = CreateDatabase("a.duckdb");
     CreateDatabase("b.duckdb")->Close();
-    ExpectDuckDBError([&] { mDatabase->Drop(); }, "a", "Can not be dropped. 1 connections are alive.");
+    ExpectError([&] { mDatabase->Drop(); }, "a", "Can not be dropped. 1 connections are alive.");
     EXPECT_FALSE(mDatabase->get_IsOpen()) << "it was closed before the test";
     mDatabase->Close(); // counts once
     EXPECT_EQ(second->get_ConnectionCount(), 1u);
@@ -340,8 +339,7 @@ TEST_F(Databases, DeleteTheirFileWhenNobodyHoldsIt) {
     second->Drop();
     EXPECT_FALSE(FileIsThere("a.duckdb"));
     EXPECT_TRUE(FileIsThere("b.duckdb"));
-    EXPECT_TRUE(Catch([&] { second->Drop(); }).starts_with("xException "))
-        << "the host's own failure: no such file";
+    EXPECT_TRUE(Catch([&] { second->Drop(); }).starts_with("xException ")) << "there is no such file";
     CreateDatabase(":memory:")->Drop();
 }
 

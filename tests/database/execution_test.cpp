@@ -50,7 +50,7 @@ TEST_F(DirectExecution, CursorLocationReachesTheWholeChain) {
 
 TEST_F(DirectExecution, TextEndsAtItsFirstZeroCharacter) {
     for (const char* const text : {"", "-- nothing", ";"}) {
-        ExpectDuckDBError([&] { Execute(mDatabase, text); }, "direct", "Failed to extract statements");
+        ExpectError([&] { Execute(mDatabase, text); }, "direct", "Failed to extract statements");
     }
     EXPECT_EQ(SelectOne(mDatabase, std::string_view("SELECT 1\0 this is never read", 27)), "1");
 }
@@ -59,7 +59,7 @@ TEST_F(DirectExecution, FailuresCarryDuckDBsTextAndKeepWhatTheyMust) {
     const struct {
         const char* mSql;
         const char* mPart;
-        const char* mCount; ///< of the rows that are there after a COMMIT, if there is something to commit
+        const char* mCount; ///< of the rows, also after a COMMIT
     } kCases[] = {
         {"SELECT nonsense", R"("position":"7")", "0"},
         {"BEGIN; INSERT INTO t VALUES (1); SELEC 1", "Parser Error: ", "0"},
@@ -71,7 +71,7 @@ TEST_F(DirectExecution, FailuresCarryDuckDBsTextAndKeepWhatTheyMust) {
     };
     for (const auto& test : kCases) {
         SCOPED_TRACE(test.mSql);
-        ExpectDuckDBErrorWith([&] { Execute(mDatabase, test.mSql); }, "direct", test.mPart);
+        ExpectErrorWith([&] { Execute(mDatabase, test.mSql); }, "direct", test.mPart);
         EXPECT_EQ(Count(), test.mCount) << "the connection is good";
         Catch([&] { Execute(mDatabase, "COMMIT"); });
         EXPECT_EQ(Count(), test.mCount);
@@ -82,24 +82,24 @@ TEST_F(DirectExecution, FailuresCarryDuckDBsTextAndKeepWhatTheyMust) {
 TEST_F(DirectExecution, ARunWithValuesThatFailsIsNotRolledBack) {
     const auto values = Values({TextValue("")});
     Execute(mDatabase, "BEGIN; INSERT INTO t VALUES (1)");
-    ExpectDuckDBErrorWith([&] { Query("SELECT ? FROM missing", 2, values); }, "direct", "Catalog");
+    ExpectErrorWith([&] { Query("SELECT ? FROM missing", 2, values); }, "direct", "Catalog");
     EXPECT_EQ(Count(), "1");
-    ExpectDuckDBErrorWith([&] { Query("SELECT ?::INTEGER", 2, values); }, "direct", "Conversion");
-    ExpectDuckDBErrorWith([&] { Count(); }, "direct", "Current transaction is aborted");
+    ExpectErrorWith([&] { Query("SELECT ?::INTEGER", 2, values); }, "direct", "Conversion");
+    ExpectErrorWith([&] { Count(); }, "direct", "Current transaction is aborted");
     EXPECT_EQ(Count(), "0") << "the question did it";
     EXPECT_EQ(mDatabase->SqlExecute("INSERT INTO t SELECT length(?)", values), 1);
 }
 
 TEST_F(DirectExecution, SelectTakesOneStatementThatGivesRows) {
-    ExpectDuckDBError([&] { Select(mDatabase, "INSERT INTO t VALUES (1); SELECT * FROM t"); }, "direct",
-                      "Query doesn't return a single result");
+    ExpectError([&] { Select(mDatabase, "INSERT INTO t VALUES (1); SELECT * FROM t"); }, "direct",
+                "Query doesn't return a single result");
     EXPECT_EQ(Count(), "1") << "both statements ran";
-    ExpectDuckDBError([&] { Select(mDatabase, "INSERT INTO t VALUES (2)"); }, "direct",
-                      "Query doesn't return a result");
+    ExpectError([&] { Select(mDatabase, "INSERT INTO t VALUES (2)"); }, "direct",
+                "Query doesn't return a result");
     EXPECT_EQ(Count(), "2") << "its changes stay";
     mDatabase->Close();
-    ExpectDuckDBError([&] { Execute(mDatabase, "SELECT 1"); }, "direct", "DuckDBDatabase is not open");
-    ExpectDuckDBError([&] { Select(mDatabase, "SELECT 1"); }, "direct", "DuckDBDatabase is not open");
+    ExpectError([&] { Execute(mDatabase, "SELECT 1"); }, "direct", "DuckDBDatabase is not open");
+    ExpectError([&] { Select(mDatabase, "SELECT 1"); }, "direct", "DuckDBDatabase is not open");
 }
 
 } // namespace

@@ -101,14 +101,14 @@ TEST_F(RunControlTest, StopsEveryKindOfRun) {
     statement = mDatabase->CreateStatement(Wide(kLong));
     statement->PrepareNext();
     EXPECT_EQ(CatchStopped([&] { statement->SqlExecute(); }), kInterrupted);
-    ExpectDuckDBErrorWith([&] { Select(mDatabase, "SELECT 1"); }, "run", "aborted");
+    ExpectErrorWith([&] { Select(mDatabase, "SELECT 1"); }, "run", "aborted");
     ExpectUsable();
 
     // 10 million cells: the stop comes when the first ones have become values.
     Execute(mDatabase, "BEGIN; CREATE TABLE lost (i INTEGER)");
     ExpectStopped([&] { OpenCursor(mDatabase, "FROM range(10000000)", kCursorLocationClient); },
                   [&](const auto&) { return standin::CountLiveObjects().mValues > 300'000; });
-    ExpectDuckDBErrorWith([&] { Select(mDatabase, "FROM lost"); }, "run", "lost");
+    ExpectErrorWith([&] { Select(mDatabase, "FROM lost"); }, "run", "lost");
 }
 
 TEST_F(RunControlTest, StopsBackupsAndRestores) {

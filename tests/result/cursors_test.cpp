@@ -86,14 +86,14 @@ TEST_F(Cursors, RefuseAColumnOrPositionThatIsNotThere) {
         const Cursor client = Client(sql);
         const Cursor server = Server(sql);
         for (const auto& cursor : {client, server}) {
-            ExpectDuckDBError([&] { cursor->get_Value(1); }, "cursors", "inColumnIndex is out of bounds");
+            ExpectError([&] { cursor->get_Value(1); }, "cursors", "inColumnIndex is out of bounds");
         }
-        ExpectDuckDBError([&] { client->get_Value(0); }, "cursors", "No current record.");
-        ExpectDuckDBError([&] { server->get_Value(0); }, "cursors", kNoData);
+        ExpectError([&] { client->get_Value(0); }, "cursors", "No current record.");
+        ExpectError([&] { server->get_Value(0); }, "cursors", kNoData);
         while (server->NextRecord()) {
         }
         EXPECT_FALSE(server->NextRecord()) << "and again";
-        ExpectDuckDBError([&] { server->get_Value(0); }, "cursors", kNoData);
+        ExpectError([&] { server->get_Value(0); }, "cursors", kNoData);
     }
 }
 
@@ -138,8 +138,8 @@ TEST_F(Cursors, RefuseWhatTheyCannotDoAndEverythingOnceCutOff) {
         const QueryResult result = mDatabase->SqlQuery("SELECT 1; SELECT 2", kCursorLocationServer, nullptr);
         EXPECT_TRUE(server->NextRecord() && client->NextRecord());
         for (const auto& [name, call] : std::span(kCalls).subspan(2)) {
-            ExpectDuckDBError([&, refused = call] { refused(*server); }, "cursors",
-                              std::string(name) + "() is not supported for server-side cursors");
+            ExpectError([&, refused = call] { refused(*server); }, "cursors",
+                        std::string(name) + "() is not supported for server-side cursors");
         }
         EXPECT_EQ(server->get_Database(), mDatabase);
         const Cursor first = result->get_Cursor(); // null once the database is closed
@@ -150,15 +150,14 @@ TEST_F(Cursors, RefuseWhatTheyCannotDoAndEverythingOnceCutOff) {
         EXPECT_EQ(LiveHandleCount(HandleKind::Result), 0) << "none outlives its connection";
         for (const auto& cursor : {client, server}) {
             for (const auto& call : kCalls) {
-                ExpectDuckDBError([&] { call.second(*cursor); }, "unknown", kInvalid);
+                ExpectError([&] { call.second(*cursor); }, "unknown", kInvalid);
             }
             EXPECT_FALSE(cursor->get_Database());
             EXPECT_EQ(cursor->get_ColumnCount(), 1u);
         }
     }
     mDatabase->Close(); // meets no pointer to them
-    ExpectDuckDBError([] { DuckDBCursor_server cursor(nullptr, support::OwnedResult()); }, "unknown",
-                      kInvalid);
+    ExpectError([] { DuckDBCursor_server cursor(nullptr, support::OwnedResult()); }, "unknown", kInvalid);
 }
 
 TEST_F(Cursors, RowsThatCantBeFetchedAreNotTheEnd) {
@@ -166,9 +165,9 @@ TEST_F(Cursors, RowsThatCantBeFetchedAreNotTheEnd) {
     for (const int chunksBefore : {0, 2}) {
         const Cursor cursor = Server(sql);
         gFetchesUntilFailure = chunksBefore;
-        ExpectDuckDBError([&] { ReadAll(cursor); }, "cursors", "Unable to fetch all rows of the result.");
+        ExpectError([&] { ReadAll(cursor); }, "cursors", "Unable to fetch all rows of the result.");
         gFetchesUntilFailure = chunksBefore;
-        ExpectDuckDBError([&] { Client(sql); }, "cursors", "Unable to fetch all rows of the result.");
+        ExpectError([&] { Client(sql); }, "cursors", "Unable to fetch all rows of the result.");
     }
     gFetchesUntilFailure = -1;
 }
@@ -199,14 +198,13 @@ TEST_F(Cursors, ServerHoldsOneChunkUntilItGoes) {
 TEST_F(Cursors, WhatDuckDBRaisesForACellBecomesTheHosts) {
     // Infinity has no calendar parts: DuckDB throws while the value is made.
     const char* const sql = "SELECT 'infinity'::TIMESTAMP_MS::VARIANT";
-    ExpectDuckDBErrorWith([&] { Client(sql); }, "cursors", "timestamp");
+    ExpectErrorWith([&] { Client(sql); }, "cursors", "timestamp");
     const Cursor server = Server(sql);
     ASSERT_TRUE(server->NextRecord());
-    ExpectDuckDBErrorWith([&] { server->get_Value(0); }, "cursors", "timestamp");
+    ExpectErrorWith([&] { server->get_Value(0); }, "cursors", "timestamp");
     // A later statement of a chain fails when its turn comes.
-    const QueryResult result =
-        mDatabase->SqlQuery(Wide(std::string("SELECT 1; ") + sql), kCursorLocationClient, nullptr);
-    ExpectDuckDBErrorWith([&] { result->get_NextResult(); }, "cursors", "timestamp");
+    const QueryResult result = mDatabase->SqlQuery(Wide(std::string("SELECT 1; ") + sql), 1, nullptr);
+    ExpectErrorWith([&] { result->get_NextResult(); }, "cursors", "timestamp");
     EXPECT_EQ(ReadAll(result->get_Cursor()), (Rows{{"1"}}));
 }
 

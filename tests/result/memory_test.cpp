@@ -21,11 +21,10 @@ thread_local std::uint32_t gAllocationsUntilFailure = 0;
 /// What operator new does. @param inCaller the code that calls it.
 void* AllocateOrFail(std::size_t inSize, void* inCaller) {
     if (gAllocationsUntilFailure != 0) {
-        dl_find_object object;
-        const std::string_view library =
-            _dl_find_object(inCaller, &object) == 0 ? object.dlfo_link_map->l_name : "";
-        const bool isForeign =
-            library.find("libduckdb") != library.npos || library.find("libstdc++") != library.npos;
+        dl_find_object found;
+        const std::string_view path =
+            _dl_find_object(inCaller, &found) == 0 ? found.dlfo_link_map->l_name : "";
+        const bool isForeign = path.find("/libduckdb") != path.npos || path.find("/libstdc++") != path.npos;
         if (!isForeign && --gAllocationsUntilFailure == 0) {
             throw std::bad_alloc();
         }

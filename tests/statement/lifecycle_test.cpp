@@ -212,8 +212,8 @@ TEST_F(StatementLifecycle, DatabaseAndStatementsKnowEachOther) {
     Database other = CreateDatabase("other.duckdb");
     const Statement statement = other->CreateStatement("SELECT 1; SELECT 2");
     EXPECT_EQ(Text(other->get_Name()) + Text(statement->get_Database()->get_Name()), "otherother");
-    ExpectDuckDBError([&] { mDatabase->RemoveStatement(statement.get()); },
-                      ":memory:", "DuckDBStatement does not belong to this database");
+    ExpectError([&] { mDatabase->RemoveStatement(statement.get()); },
+                ":memory:", "DuckDBStatement does not belong to this database");
     statement->ExecuteNext();
     const Cursor cursor = statement->SqlSelect(kCursorLocationServer);
     EXPECT_EQ(other->get_RefsCount(), 1u) << "statements hold no reference";
@@ -221,8 +221,8 @@ TEST_F(StatementLifecycle, DatabaseAndStatementsKnowEachOther) {
     EXPECT_EQ(StateOf(*statement), "gone");
     EXPECT_EQ(Text(statement->get_Sql()), "SELECT 1");
     mDatabase->Close();
-    ExpectDuckDBError([&] { Make("SELECT 1"); }, ":memory:", "DuckDBDatabase is not open");
-    ExpectDuckDBError([&] { mDatabase->RemoveStatement(nullptr); }, ":memory:", "DuckDBDatabase is not open");
+    ExpectError([&] { Make("SELECT 1"); }, ":memory:", "DuckDBDatabase is not open");
+    ExpectError([&] { mDatabase->RemoveStatement(nullptr); }, ":memory:", "DuckDBDatabase is not open");
 }
 
 } // namespace

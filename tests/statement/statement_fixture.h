@@ -38,7 +38,7 @@ protected:
     std::string Content() const { return SelectOne(mDatabase, "SELECT list(i ORDER BY i)::VARCHAR FROM t"); }
     /// Checks that a call fails with a text of DuckDB or the module that has this part.
     static void ExpectFailure(const std::string& inPart, const std::function<void()>& inCall) {
-        ExpectDuckDBErrorWith(inCall, ":memory:", inPart);
+        ExpectErrorWith(inCall, ":memory:", inPart);
     }
 };
 

@@ -144,13 +144,13 @@ inline std::string Catch(const std::function<void()>& inCall) {
 }
 
 /// Checks that a call throws xDuckDBError, code 468225, with these two texts and no others.
-inline void ExpectDuckDBError(const std::function<void()>& inCall, const std::string& inContext,
-                              const std::string& inMessage) {
+inline void ExpectError(const std::function<void()>& inCall, const std::string& inContext,
+                        const std::string& inMessage) {
     EXPECT_EQ(Catch(inCall), "xDuckDBError 468225|" + inContext + "|" + inMessage);
 }
 /// The same where the message is DuckDB's: it must contain `inPart`.
-inline void ExpectDuckDBErrorWith(const std::function<void()>& inCall, const std::string& inContext,
-                                  const std::string& inPart) {
+inline void ExpectErrorWith(const std::function<void()>& inCall, const std::string& inContext,
+                            const std::string& inPart) {
     const std::string thrown = Catch(inCall);
     EXPECT_TRUE(thrown.starts_with("xDuckDBError 468225|" + inContext + "|")) << thrown;
     EXPECT_NE(thrown.find(inPart), std::string::npos) << inPart << " isn't in: " << thrown;
