@@ -1,53 +1,10 @@
-// Makes an allocation of a thread fail, counted from where it is armed, and looks at what the cells' objects
-// make of it. Replaces the operators of the whole executable.
+#include "tests_support/failing_new.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <new>
-#include <string_view>
 #include <utility>
 
-#include <dlfcn.h>
-#include <link.h>
-
 #include "tests_support/object_fixture.h"
-
-namespace {
-
-/// The allocations until the one that fails; 0 lets all succeed. DuckDB's own and those inside the C++
-/// runtime aren't counted: DuckDB answers for what it does without memory.
-thread_local std::uint32_t gAllocationsUntilFailure = 0;
-
-/// What operator new does. @param inCaller the code that calls it.
-void* AllocateOrFail(std::size_t inSize, void* inCaller) {
-    if (gAllocationsUntilFailure != 0) {
-        dl_find_object found;
-        const std::string_view path =
-            _dl_find_object(inCaller, &found) == 0 ? found.dlfo_link_map->l_name : "";
-        const bool isForeign = path.find("/libduckdb") != path.npos || path.find("/libstdc++") != path.npos;
-        if (!isForeign && --gAllocationsUntilFailure == 0) {
-            throw std::bad_alloc();
-        }
-    }
-    if (void* const memory = std::malloc(inSize == 0 ? 1 : inSize)) {
-        return memory;
-    }
-    throw std::bad_alloc();
-}
-
-} // namespace
-
-// Not inlined: a compiler that sees malloc and free inside takes them for a mismatch.
-[[gnu::noinline]] void* operator new(std::size_t inSize) {
-    return AllocateOrFail(inSize, __builtin_return_address(0));
-}
-[[gnu::noinline]] void* operator new[](std::size_t inSize) {
-    return AllocateOrFail(inSize, __builtin_return_address(0));
-}
-[[gnu::noinline]] void operator delete(void* inMemory) noexcept { std::free(inMemory); }
-[[gnu::noinline]] void operator delete[](void* inMemory) noexcept { std::free(inMemory); }
-[[gnu::noinline]] void operator delete(void* inMemory, std::size_t) noexcept { std::free(inMemory); }
-[[gnu::noinline]] void operator delete[](void* inMemory, std::size_t) noexcept { std::free(inMemory); }
 
 namespace orkit::orsql::test {
 namespace {
