@@ -3,12 +3,13 @@
 
 PRESETS ?= release asan tsan
 
-.PHONY: help setup build run test soak check format measure bench bench-peers install uninstall package docs check-windows windows clean distclean
+.PHONY: help setup build run test soak coverage check format measure bench bench-peers install uninstall package docs check-windows windows clean distclean
 
 help:
 	@echo 'make run    set up, build, and show the demonstration on three million flights'
 	@echo 'make test   set up, build, and run all tests (PRESETS="$(PRESETS)" can be narrowed)'
-	@echo 'make soak   kill writers, backups and restores and damage files, for SOAK=600 seconds in all'
+	@echo 'make soak   run the campaigns, too long for a test, for SOAK=600 seconds in all (CAMPAIGNS, SEED)'
+	@echo 'make coverage  the branches that the tests take, in build/coverage/coverage.txt'
 	@echo 'make check  look at format, at faults that clang-tidy finds, and at the scripts'
 	@echo 'make format format every source'
 	@echo 'make bench  set up, build, and run the benchmarks (BENCHMARKS, BENCHMARK_ARGS)'
@@ -39,12 +40,16 @@ test: setup
 	@scripts/test.sh $(PRESETS)
 
 SOAK ?= 600
-CAMPAIGNS ?= kill_writers kill_restores damage_files
-soak: build
-	@status=0; for campaign in $(CAMPAIGNS); do \
-		tests/campaigns/$$campaign.py build/release/bin/orsql \
-			$$(( $(SOAK) / $(words $(CAMPAIGNS)) )) $(SEED) || status=1; \
-	done; exit $$status
+soak: setup
+	@SEED='$(SEED)' scripts/soak.sh '$(SOAK)' $(CAMPAIGNS)
+
+coverage: setup
+	@scripts/get_packages.sh coverage
+	@scripts/build.sh coverage
+	@find build/coverage -name '*.gcda' -delete
+	@ctest --preset coverage --parallel $(or $(JOBS),2) --output-on-failure
+	@gcovr --root . --object-directory build/coverage --exclude-throw-branches --exclude-unreachable-branches \
+		--exclude '(tests|fuzz|build)/' --branches --txt build/coverage/coverage.txt --print-summary
 
 check: setup
 	@scripts/get_packages.sh check

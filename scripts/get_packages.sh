@@ -1,6 +1,7 @@
 #!/bin/bash
 # get_packages.sh [GROUP...]: installs the Debian packages that the project needs and that aren't installed; with
-# "check", "docs", "package", "windows" or "wine" also the tools of that target of make. Does nothing where all are there.
+# "check", "coverage", "docs", "package", "soak", "windows" or "wine" also the tools of that target of make. Does nothing
+# where all are there.
 source "$(dirname "$0")/common.sh"
 
 packages=(
@@ -13,8 +14,10 @@ packages=(
 for group in "$@"; do
     case $group in
     check) packages+=(clang-format-14 clang-tidy-14 clang-14 shellcheck) ;;
+    coverage) packages+=(gcovr) ;;
     docs) packages+=(doxygen) ;;
     package) packages+=(dpkg-dev file) ;;
+    soak) packages+=(strace clang-14 libclang-rt-14-dev) ;;
     windows) packages+=(g++-mingw-w64-x86-64-posix) ;;
     wine) packages+=(wine wine64) ;;
     *) die "no group of packages is named $group" ;;

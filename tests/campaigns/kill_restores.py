@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 # kill_restores.py ORSQL SECONDS [SEED]: kills a shell that backs up or restores, and looks at what is left.
 #
-# With strace, the kill comes as the n-th system call that writes, renames or removes a file begins; in every third
-# round, and without strace, at a random moment. A backup must be whole or refused, and its source unchanged; where a
+# With strace, the kill comes in turn at each system call that opens for writing, writes, renames or removes a file;
+# every third one, and each without strace, at a random moment. A backup must be whole or refused, and its source
+# unchanged; where a
 # restore was to replace a database there must be all of the old one or all of the new one, and the next restore must
 # work and remove what the killed one left. The seed is printed; with it, the same kills are tried.
 
@@ -15,11 +16,8 @@ import subprocess
 import sys
 import tempfile
 
-from campaign import leave_log, start
+from campaign import kill_points, killed_at, leave_log, start
 
-# By what is killed; each thread counts each call by itself, up to the number.
-CALLS = {"backup": ("write,pwrite64", 5), "restore": ("rename,renameat,renameat2,unlink,unlinkat,rmdir", 3),
-         "writing restore": ("write,pwrite64,ftruncate,fsync,fdatasync", 8)}
 MAKE = "CREATE TABLE t AS SELECT range AS n FROM range({}); CREATE TABLE u AS FROM range({})"
 COUNT = "SELECT (SELECT count(*) FROM t), (SELECT count(*) FROM u), (SELECT sum(n)::BIGINT FROM t)"
 OLD, NEW = [1001, 0, 500500], [3000, 2000, 4498500]
@@ -28,7 +26,7 @@ OLD, NEW = [1001, 0, 500500], [3000, 2000, 4498500]
 class Campaign:
     def __init__(self, orsql, folder, chance):
         self.orsql, self.folder, self.chance = orsql, folder, chance
-        self.counts = collections.Counter()
+        self.counts, self.points = collections.Counter(), {}
 
     def run(self, *arguments):
         run = subprocess.run([self.orsql, "-m", "jsonl", *arguments], capture_output=True, text=True, cwd=self.folder)
@@ -40,19 +38,22 @@ class Campaign:
 
     # How the kill was brought about; counts the runs that didn't end before it.
     def kill(self, kind, *arguments):
-        command, wait = [self.orsql, "-m", "jsonl", *arguments], None
-        if shutil.which("strace") and self.counts[kind] % 3:
-            calls, top = CALLS[kind]
-            how = f"inject={calls}:signal=KILL:when={self.chance.randint(1, top)}"
-            command = ["strace", "-f", "-o", "/dev/null", "-e", how, *command]
+        command, how = [self.orsql, "--threads", "1", "-m", "jsonl", *arguments], None
+        if kind not in self.points:
+            self.points[kind] = kill_points(command, cwd=self.folder)
+            return "not at all"
+        self.counts[kind] += 1
+        points = self.points[kind]
+        if points and self.counts[kind] % 3:
+            how = points[(self.counts[kind] - self.counts[kind] // 3 - 1) % len(points)]
+            command, wait = [*killed_at(how), *command], None
         else:
             how = wait = self.chance.uniform(0.01, 0.12)
         shell = subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, cwd=self.folder)
         with contextlib.suppress(subprocess.TimeoutExpired):
             shell.wait(wait)
         shell.kill()
-        self.counts["killed"] += shell.wait() != 0
-        self.counts[kind] += 1
+        self.counts[f"{kind} killed"] += shell.wait() != 0
         return how
 
     def need(self, holds, *what):
@@ -72,11 +73,11 @@ class Campaign:
             again.unlink(missing_ok=True)
         shutil.rmtree(folder)
 
-    def restore(self, kind, backup):
+    def restore(self, backup):
         for ending in ("", ".wal"):  # a database with a row that only its log has
             shutil.copy(self.folder / f"old.db{ending}", self.folder / f"target.db{ending}")
         command = "-c", f".restore --replace {backup} target.db"
-        how = self.kill(kind, *command)
+        how = self.kill("restore", *command)
         self.counts["leftovers"] += len(list(self.folder.glob("target.db.restoring*")))
         if self.chance.random() < 0.7:  # else the next restore comes before any other look
             rows = self.rows("target.db")
@@ -99,8 +100,9 @@ def main():
         backup = campaign.run("source.db", "-c", ".backup")[1][-1]["rows"][0][0]
         while has_time():
             campaign.backup()
-            campaign.restore("restore", backup)
-            campaign.restore("writing restore", backup)
+            campaign.restore(backup)
+            campaign.restore(backup)
+        campaign.counts.update({f"{kind} points": len(points) for kind, points in campaign.points.items()})
         print("kill_restores:", ", ".join(f"{kind} {n}" for kind, n in sorted(campaign.counts.items())))
 
 
