@@ -19,7 +19,7 @@ for group in "$@"; do
     package) packages+=(dpkg-dev file) ;;
     soak) packages+=(strace clang-14 libclang-rt-14-dev) ;;
     windows) packages+=(g++-mingw-w64-x86-64-posix) ;;
-    wine) packages+=(wine wine64) ;;
+    wine) packages+=(googletest wine wine64) ;;
     *) die "no group of packages is named $group" ;;
     esac
 done

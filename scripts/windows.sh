@@ -1,13 +1,14 @@
 #!/bin/bash
-# windows.sh: builds DuckDB for Windows once, into .deps/duckdb-windows-VERSION, links the host's library, the module
-# and the example hosts in build/windows-linked, and runs them under Wine. docs/windows.md tells how long it takes.
+# windows.sh: builds DuckDB for Windows once, into .deps/duckdb-windows-VERSION, and in build/windows-linked the
+# host's library, the module, orsql, the example hosts and the suites. Runs them under Wine, and compares the
+# demonstration with that of the release build where there is one. docs/windows.md tells how long it takes.
 source "$(dirname "$0")/common.sh"
 
 cd "$SOURCE_DIR"
 libraries="$DEPS/duckdb-windows-$DUCKDB_VERSION"
 wine=$(command -v wine64 || echo /usr/lib/wine/wine64)
 
-if [[ ! -d $libraries ]]; then
+if [[ ! -f $libraries/libicu_extension.a ]]; then
     say "building DuckDB $DUCKDB_VERSION for Windows (about 90 minutes on one core)"
     work="$DEPS/duckdb-windows-build" # kept after a failure, so that a next call goes on
     mkdir -p "$work"
@@ -21,16 +22,17 @@ if [[ ! -d $libraries ]]; then
         --toolchain "$SOURCE_DIR/cmake/WindowsToolchain.cmake" -DCMAKE_BUILD_TYPE=Release \
         -DCMAKE_C_FLAGS_RELEASE="-O1 -DNDEBUG" -DCMAKE_CXX_FLAGS_RELEASE="-O1 -DNDEBUG" \
         -DBUILD_SHELL=OFF -DBUILD_UNITTESTS=OFF -DENABLE_SANITIZER=OFF -DENABLE_UBSAN=OFF \
-        "-DBUILD_EXTENSIONS=parquet;core_functions;json" "-DOVERRIDE_GIT_DESCRIBE=v$DUCKDB_VERSION" \
+        "-DBUILD_EXTENSIONS=parquet;core_functions;json;icu" "-DOVERRIDE_GIT_DESCRIBE=v$DUCKDB_VERSION" \
         -DDUCKDB_EXPLICIT_PLATFORM=windows_amd64_mingw
     ninja -C "$work/build" -j "${JOBS:-$(nproc)}" duckdb_static duckdb_generated_extension_loader \
-        parquet_extension core_functions_extension json_extension
+        parquet_extension core_functions_extension json_extension icu_extension
     mkdir -p "$work/libraries"
     find "$work/build" -name '*.a' ! -name '*.dll.a' ! -name '*dummy*' -exec cp -t "$work/libraries" {} +
     # Where DuckDB's objects ask to be exported from the DLL they end up in: the module exports two names alone.
     for library in "$work"/libraries/*.a; do
         x86_64-w64-mingw32-objcopy --remove-section .drectve "$library"
     done
+    rm -rf "$libraries" # one of a former version of this script
     mv -T "$work/libraries" "$libraries"
     rm -rf "$work"
 fi
@@ -48,11 +50,25 @@ done
 say "exports of the module"
 x86_64-w64-mingw32-objdump -p "$build/bin/orlimbara_duckdb.dll" | sed -n '/Ordinal\/Name Pointer/,/^$/p' | grep '\[.*\] [a-z]'
 [[ -x $wine ]] || die "wine64 is not installed: nothing was run"
-cd "$build/bin"
-cp "$DEPS/data/flights-3m.parquet" .
+export WINEDEBUG=-all WINEDLLOVERRIDES=winedbg.exe=d # a crash ends with a failure
+cp "$DEPS/data/flights-3m.parquet" "$build/bin"
 for host in 1_smallest_host 2_values_and_variant 3_threads 4_c_host; do
     say "$host"
     arguments=(orlimbara_duckdb.dll)
     [[ $host != 4_c_host ]] || arguments+=(flights-3m.parquet)
-    WINEDEBUG=-all timeout 120 "$wine" "$host.exe" "${arguments[@]}" || die "$host failed under Wine"
+    (cd "$build/bin" && timeout 120 "$wine" "$host.exe" "${arguments[@]}") || die "$host failed under Wine"
 done
+
+say "the demonstration"
+printf '#!/bin/sh\nexec "%s" "%s" "$@"\n' "$wine" "$PWD/$build/bin/orsql.exe" >"$build/orsql"
+chmod +x "$build/orsql"
+scripts/run_demo.sh "$build/orsql" >"$build/demo.txt" 2>&1 || die "the demonstration failed under Wine: $build/demo.txt"
+if [[ -x build/release/bin/orsql ]]; then
+    # But for times, the temporary folder, and the widths of boxes that show its path.
+    plain() { sed -E 's/^time: .*//; s|Z:||; s|/tmp\.[A-Za-z0-9]+/|/|; s/(─| )+/ /g'; }
+    scripts/run_demo.sh 2>&1 | plain | diff - <(plain <"$build/demo.txt") || die "it prints something else than on Linux"
+    say "its output is that of the Linux build"
+fi
+
+say "the suites"
+ctest --test-dir "$build" --output-on-failure
