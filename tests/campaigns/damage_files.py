@@ -2,7 +2,7 @@
 # damage_files.py ORSQL SECONDS [SEED]: flips bytes in Parquet files, databases and logs and has orsql read them.
 #
 # Damage may be refused or go unseen, but the shell must end by itself, with one of its ordinary statuses, within
-# 20 seconds. What ends otherwise is kept, with the command that repeats it.
+# 20 seconds of work. What ends otherwise is kept, with the command that repeats it.
 
 import collections
 import pathlib
@@ -17,7 +17,7 @@ ROWS = """SELECT i::INTEGER AS i, 'text ' || i AS s, [i, NULL, i * 2] AS l, {'a'
     (i / 7)::DECIMAL(18,3) AS d, TIMESTAMP '2024-01-01' + to_minutes(i) AS ts, i % 3 = 0 AS b,
     md5(i::VARCHAR)::BLOB AS x, MAP {i: i::HUGEINT} AS m FROM range(1000) r(i)"""
 # Memory is limited, for sizes are damaged too.
-RUN = "ulimit -v 8388608; timeout -s KILL 20 {orsql} -m jsonl < {case}/script > {case}/output 2>&1"
+RUN = "ulimit -v 8388608 -t 20; timeout -s KILL 300 {orsql} -m jsonl < {case}/script > {case}/output 2>&1"
 READ = "SELECT count(*), min(s), max(l), max(st), sum(d), max(ts), max(x), max(m) FROM t;"
 SCRIPTS = {  # by kind of file; {0} is the file
     "parquet": ".call parquet_schema '{0}'\n.call parquet_metadata '{0}'\n.call parquet_count '{0}'\n"
@@ -54,7 +54,7 @@ def main():
         folder = pathlib.Path(name)
         make_originals(orsql, folder)
         while has_time():
-            kind = chance.choices(list(SCRIPTS), [5, 2, 1])[0]
+            kind = chance.choices(list(SCRIPTS), [16, 3, 1])[0]
             case = pathlib.Path(tempfile.mkdtemp(prefix="damaged-"))
             kept = shutil.copytree(folder / kind, case / "kept")  # reading may change the files
             damage(max(kept.iterdir()), chance)  # the log, where there is one

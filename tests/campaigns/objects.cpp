@@ -67,6 +67,7 @@ smart_ptr<I_Location> At(const char* inName) { return standin::MakeLocation(Wide
 
 std::string Walk(const Cursor& inCursor) {
     std::string text;
+    text.reserve(100000); // no failure of this program's own may come between two records
     for (std::uint32_t i = 0; i < inCursor->get_ColumnCount(); ++i) {
         text += Text(inCursor->get_ColumnName(i)) + ' ' + Text(inCursor->get_ColumnTypeName(i)) + '|';
     }
@@ -85,9 +86,9 @@ std::string Walk(Result inResult) {
         text += std::to_string(inResult->get_ResultFlags()) + ' ' +
                 std::to_string(inResult->get_RowsChanged()) + '|';
         if (const Cursor cursor = inResult->get_Cursor()) {
-            text += Walk(cursor);
+            Do([&] { text += Walk(cursor); });
         }
-        inResult = Do([&] { return inResult->get_NextResult(); });
+        inResult = inResult->get_NextResult(); // what fails here ends the chain
     }
     return text;
 }
@@ -243,7 +244,7 @@ const Step kSteps[] = {
     [](Hands& h, auto&) { h.mDatabase->CreateStatement(SomeText())->ExecuteAll(); },
     [](Hands& h, auto&) {
         const DuckDBExecutionResult end = h.mDatabase->CreateStatement(SomeText())->ExecuteScript();
-        end.mErrorCode == 0 ? void() : throw std::runtime_error(Text(end.mErrorText));
+        end.mErrorCode == 0 ? void() : throw std::bad_alloc(); // which it calls unexpected
     },
     [](Hands& h, auto&) { h.mStatement->SqlExecute(); },
     [](Hands& h, auto&) { h.mCursor = h.mStatement->SqlSelect(SomeKind()); },
@@ -252,14 +253,14 @@ const Step kSteps[] = {
     [](Hands& h, auto& seen) { seen += Walk(h.mCursor); },
     [](Hands& h, auto& seen) { h.mCursor->LastRecord(), seen += Text(h.mCursor->get_Value(0)); },
     [](Hands& h, auto&) { h.mCursor->Dispose(); },
-    [](Hands& h, auto& seen) { seen += Walk(h.mResult); },
+    [](Hands& h, auto&) { gIsRandom ? static_cast<void>(Walk(h.mResult)) : void(); },
     // The result goes, so that nobody else gets its cursor.
     [](Hands& h, auto&) { h.mCursor = h.mResult->get_Cursor(), h.mResult = h.mResult->get_NextResult(); },
     [](Hands&, auto& seen) {
         const std::string file = Path("p.parquet");
         const auto maker = Open("p.db");
         maker->SqlExecute(Wide("SET threads = 1; CREATE OR REPLACE TABLE t AS SELECT "
-                               "COLUMNS('int|char|date|^time|double|blob|bool|dec') FROM test_all_types(); "
+                               "COLUMNS('int|char|date|^time$|double|blob|bool|dec') FROM test_all_types(); "
                                "COPY t TO '" +
                                file + "'"),
                           nullptr);
@@ -296,7 +297,7 @@ void TakeRandomSteps(std::mt19937::result_type inSeed) {
             kSteps[Pick(std::size(kSteps))](hands, seen);
         } catch (const xException&) {
             // Much of this can't be done.
-        } catch (const std::runtime_error&) {
+        } catch (const std::exception&) {
             // Nor this, by procedures.
         }
         swap();
@@ -322,6 +323,7 @@ bool FailOnce(Step inStep, std::uint32_t inNth) {
         Hands hands;
         Fill(hands);
         hands.mStatement->PrepareNext();
+        text.reserve(1000000);
         gAllocationsUntilFailure = hasFailed ? 0 : inNth;
         Do([&] { text.clear(), inStep(hands, text); });
         hasFailed = std::exchange(gAllocationsUntilFailure, 0) == 0;
