@@ -6,16 +6,6 @@
 
 #include "../tests/shell/pieces.h"
 
-namespace {
-
-void Require(bool inCondition) {
-    if (!inCondition) {
-        std::abort();
-    }
-}
-
-} // namespace
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inData, std::size_t inSize) {
     using orlimbara::shell::test::Split;
     if (inSize == 0) {
@@ -23,11 +13,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* inData, std::size_t in
     }
     const std::string_view text(reinterpret_cast<const char*>(inData) + 1, inSize - 1);
     const std::vector<std::string> pieces = Split(text);
-    Require(pieces == Split(text, inData[0] % 8 + 1U));
+    bool holds = pieces == Split(text, inData[0] % 8 + 1U);
     for (const std::string& piece : pieces) {
         const bool isCommand = piece.starts_with('\n');
-        Require(isCommand ? piece.starts_with("\n.") && piece.find('\n', 1) == piece.npos : !piece.empty());
-        Require(isCommand || piece.starts_with('.') || Split(piece) == std::vector{piece});
+        holds = holds &&
+                (isCommand ? piece.starts_with("\n.") && piece.find('\n', 1) == piece.npos : !piece.empty());
+        holds = holds && (isCommand || piece.starts_with('.') || Split(piece) == std::vector{piece});
+    }
+    if (!holds) {
+        std::abort();
     }
     return 0;
 }
