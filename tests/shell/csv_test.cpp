@@ -39,7 +39,7 @@ TEST(CsvReader, NamesTheLineOfAFault) {
 }
 
 TEST(CsvReader, ReadsBackWhatCsvModeWrites) {
-    rc::check([] {
+    EXPECT_TRUE(rc::check([] {
         const auto width = static_cast<std::size_t>(*rc::gen::inRange(1, 4));
         const auto texts = *rc::gen::container<std::vector<std::string>>(
             rc::gen::container<std::string>(rc::gen::elementOf(std::string("a,\"\n\r ;é"))));
@@ -58,7 +58,7 @@ TEST(CsvReader, ReadsBackWhatCsvModeWrites) {
         RenderSettings settings;
         settings.hasHeader = false;
         RC_ASSERT(ReadCsv(Rendered(Mode::Csv, settings, rows)) == records);
-    });
+    }));
 }
 
 } // namespace

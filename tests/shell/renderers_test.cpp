@@ -52,7 +52,7 @@ TEST(Box, ShowsHeadAndTailWithTheCountBetween) {
 }
 
 TEST(Box, FitsTheTerminalWheneverItCan) {
-    rc::check([] {
+    EXPECT_TRUE(rc::check([] {
         const auto total = *rc::gen::inRange<std::size_t>(1, 300);
         std::vector<ColumnWidth> all(*rc::gen::inRange<std::size_t>(1, 100));
         for (ColumnWidth& each : all) {
@@ -74,7 +74,7 @@ TEST(Box, FitsTheTerminalWheneverItCan) {
         }
         RC_ASSERT(sum == std::min(most, std::max(total, least)));
         RC_ASSERT(least <= total || widths.size() <= 2);
-    });
+    }));
 }
 
 /// A query's rows, all the same; behind them rows may fail to be read.
@@ -174,7 +174,7 @@ TEST(Box, CutsTextToTheColumn) {
 }
 
 TEST(Json, IsValidWhateverTheCells) {
-    rc::check([] {
+    EXPECT_TRUE(rc::check([] {
         const auto texts =
             *rc::gen::container<std::vector<std::string>>(rc::gen::container<std::string>(rc::gen::oneOf(
                 rc::gen::character<char>(), rc::gen::elementOf(std::string("\"\\\x01\x1F/\n\xC3\xA9")))));
@@ -194,18 +194,18 @@ TEST(Json, IsValidWhateverTheCells) {
                 RC_ASSERT(std::string(cell->GetString(), cell->GetStringLength()) == ValidUtf8(texts[i]));
             }
         }
-    });
+    }));
 }
 
 TEST(Json, GivesDoublesThatReadBack) {
-    rc::check([](double number) {
+    EXPECT_TRUE(rc::check([](double number) {
         const Cell cell = DoubleCell(number);
         RC_ASSERT(cell.kind == Cell::Kind::Number);
         RC_ASSERT(std::strtod(cell.text.c_str(), nullptr) == number);
         rapidjson::Document document;
         document.Parse(cell.text.c_str());
         RC_ASSERT(document.IsDouble());
-    });
+    }));
 }
 
 TEST(Json, StaysValidWhenRowsFailHalfWay) {

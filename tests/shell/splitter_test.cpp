@@ -70,7 +70,7 @@ TEST(Splitter, FindsAsManyStatementsAsDuckDB) {
     // No blanks beyond ASCII: DuckDB looks for those before it knows quotes from comments.
     const std::vector<std::string> gaps = {" ",  "\n",         " /* ; */ ", " -- ;'\n", "/* /* ; */ ' */",
                                            "\t", " -- $$\r\n", " /**/ "};
-    rc::check([&] {
+    EXPECT_TRUE(rc::check([&] {
         const auto count = *rc::gen::inRange(1, 5);
         std::string script = *rc::gen::elementOf(gaps);
         for (int i = 0; i < count; ++i) {
@@ -89,7 +89,7 @@ TEST(Splitter, FindsAsManyStatementsAsDuckDB) {
         for (const std::string& piece : pieces) {
             RC_ASSERT(count_statements(piece) == 1U);
         }
-    });
+    }));
 }
 
 } // namespace
