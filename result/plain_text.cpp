@@ -1,5 +1,6 @@
 #include "result/plain_text.h"
 
+#include <cstring>
 #include <limits>
 #include <string_view>
 
@@ -11,10 +12,19 @@ namespace {
 
 constexpr std::int64_t kSecondsPerDay = 86400;
 
-/// Two digits at a time.
+/// "00" to "99".
+constexpr auto kTwoDigits = [] {
+    std::array<std::array<char16_t, 2>, 100> digits{};
+    for (std::size_t number = 0; number < digits.size(); ++number) {
+        digits[number] = {static_cast<char16_t>(u'0' + number / 10),
+                          static_cast<char16_t>(u'0' + number % 10)};
+    }
+    return digits;
+}();
+
+/// Two digits at a time. @param inNumber below 100.
 char16_t* WriteTwo(char16_t* outText, std::uint32_t inNumber) noexcept {
-    outText[0] = static_cast<char16_t>(u'0' + inNumber / 10);
-    outText[1] = static_cast<char16_t>(u'0' + inNumber % 10);
+    std::memcpy(outText, kTwoDigits[inNumber].data(), sizeof(kTwoDigits[inNumber]));
     return outText + 2;
 }
 
@@ -26,20 +36,30 @@ char16_t* WriteDay(char16_t* outText, std::int64_t inDay) noexcept {
     if (inDay < kFirst || inDay > kLast) {
         return nullptr;
     }
-    // Years begin in March here, so that a leap day is the last day of its year; eras have 400 years.
-    const auto day = static_cast<std::uint32_t>(inDay + 719468); // since 0000-03-01
-    const std::uint32_t era = day / 146097;
-    const std::uint32_t dayOfEra = day % 146097;
-    const std::uint32_t yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-    const std::uint32_t dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    const std::uint32_t month = (5 * dayOfYear + 2) / 153;
-    const std::uint32_t year = yearOfEra + 400 * era + (month >= 10 ? 1 : 0);
-    outText = WriteTwo(outText, year / 100);
-    outText = WriteTwo(outText, year % 100);
+    // Years begin in March here, so that a leap day is the last day of its year. Each unit is a division of
+    // four times the days or of a multiple of them, so that the lengths of centuries, years and months, which
+    // differ by a day, are fractions: 146097 / 4, 1461 / 4 and 65536 / 2141 days.
+    const auto quarters = 4 * static_cast<std::uint32_t>(inDay + 719468) + 3; // since 0000-03-01
+    const std::uint32_t quartersOfCentury = quarters % 146097 | 3;
+    std::uint32_t century = quarters / 146097;
+    std::uint32_t year = quartersOfCentury / 1461;
+    const std::uint32_t dayOfYear = quartersOfCentury % 1461 / 4;
+    const std::uint32_t months = 2141 * dayOfYear + 197913;
+    std::uint32_t month = months >> 16;
+    if (month > 12) {
+        month -= 12;
+        ++year;
+        if (year == 100) {
+            year = 0;
+            ++century;
+        }
+    }
+    outText = WriteTwo(outText, century);
+    outText = WriteTwo(outText, year);
     *outText++ = u'-';
-    outText = WriteTwo(outText, month < 10 ? month + 3 : month - 9);
+    outText = WriteTwo(outText, month);
     *outText++ = u'-';
-    return WriteTwo(outText, dayOfYear - (153 * month + 2) / 5 + 1);
+    return WriteTwo(outText, (months & 0xFFFF) / 2141 + 1);
 }
 
 char16_t* WriteSecond(char16_t* outText, std::uint32_t inSecondOfDay) noexcept {

@@ -34,8 +34,8 @@ smart_ptr<I_Value> VariantChildToValue(duckdb_value inChild, std::int32_t inVari
 
 /// A new value of the kind that a factory makes, not nullable, set by one setter.
 template <class Setter, class Content>
-smart_ptr<I_Value> MakeValue(I_Value* (*inFactory)(bool, const void*, const void*), Setter inSetter,
-                             Content inContent) {
+inline smart_ptr<I_Value> MakeValue(I_Value* (*inFactory)(bool, const void*, const void*), Setter inSetter,
+                                    Content inContent) {
     smart_ptr<I_Value> value(inFactory(false, nullptr, nullptr));
     (value.get()->*inSetter)(inContent);
     return value;
