@@ -224,6 +224,42 @@ struct LineEditor::Imp {
         return text.empty() || el_winsertstr(inEditor, text.c_str()) == 0 ? CC_REFRESH : CC_REFRESH_BEEP;
     }
 
+    /// Moves to the line above in a statement of several lines; from the first one, to the history.
+    static unsigned char Up(EditLine* inEditor, int) {
+        const auto [before, after] = AroundCursor(inEditor);
+        const std::size_t end = before.rfind('\n');
+        if (end == std::string_view::npos) {
+            el_push(inEditor, "\x10"); // Ctrl-P
+            return CC_REFRESH;
+        }
+        const int column = CharactersIn(before.substr(end + 1));
+        const int length = CharactersIn(before.substr(before.rfind('\n', end - 1) + 1)) - column - 1;
+        el_cursor(inEditor, -(column + 1 + std::max(0, length - column)));
+        return CC_REFRESH;
+    }
+
+    /// Moves to the line below; from the last one, to the history.
+    static unsigned char Down(EditLine* inEditor, int) {
+        const auto [before, after] = AroundCursor(inEditor);
+        const std::size_t end = after.find('\n');
+        if (end == std::string_view::npos) {
+            el_push(inEditor, "\x0e"); // Ctrl-N
+            return CC_REFRESH;
+        }
+        const int column = CharactersIn(before.substr(before.rfind('\n') + 1));
+        const std::string_view below = after.substr(end + 1);
+        const int length = CharactersIn(below.substr(0, below.find('\n')));
+        el_cursor(inEditor, CharactersIn(after.substr(0, end + 1)) + std::min(column, length));
+        return CC_REFRESH;
+    }
+
+    /// The text before the cursor, and the text behind it.
+    static std::pair<std::string_view, std::string_view> AroundCursor(EditLine* inEditor) {
+        const LineInfo* const line = el_line(inEditor);
+        return {{line->buffer, static_cast<std::size_t>(line->cursor - line->buffer)},
+                {line->cursor, static_cast<std::size_t>(line->lastchar - line->cursor)}};
+    }
+
     static unsigned char FinishLine(EditLine* inEditor) {
         const LineInfo* const line = el_line(inEditor);
         el_cursor(inEditor,
@@ -234,12 +270,16 @@ struct LineEditor::Imp {
 
     /// Our own keys, in all key tables of the library.
     static void Bind(EditLine* inEditor) {
-        constexpr std::array<std::array<const char*, 2>, 6> kKeys = {{
+        constexpr std::array<std::array<const char*, 2>, 10> kKeys = {{
             {"^I", "orsql-complete"},
             {"^R", "em-inc-search-prev"},
             {"\\e[200~", "orsql-paste"},
             {"\\e[1;5C", "em-next-word"},
             {"\\e[1;5D", "ed-prev-word"},
+            {"\\e[A", "orsql-up"},
+            {"\\eOA", "orsql-up"},
+            {"\\e[B", "orsql-down"},
+            {"\\eOB", "orsql-down"},
             {"\\e[3~", "ed-delete-next-char"},
         }};
         for (const auto& [key, function] : kKeys) {
@@ -279,6 +319,8 @@ LineEditor::LineEditor(Completer inCompleter) : mImp(std::make_unique<Imp>()) {
     // The wide form keeps these pointers; the narrow one makes copies that are never freed.
     el_wset(editor, EL_ADDFN, L"orsql-complete", L"Complete", &Imp::Complete);
     el_wset(editor, EL_ADDFN, L"orsql-paste", L"Insert pasted text", &Imp::Paste);
+    el_wset(editor, EL_ADDFN, L"orsql-up", L"Line above, or history", &Imp::Up);
+    el_wset(editor, EL_ADDFN, L"orsql-down", L"Line below, or history", &Imp::Down);
     Imp::Bind(editor);
     el_source(editor, nullptr); // what the user has in .editrc
     Imp::Bind(editor);          // which may have chosen other key tables
@@ -295,6 +337,8 @@ LineEditor::Answer LineEditor::Read(const std::string& inPrompt, std::string& ou
     mImp->prompt = inPrompt;
     gResizes = 0;
     el_resize(mImp->editor);
+    // Otherwise the prompt would be there while the terminal still takes keys as for a whole line.
+    el_set(mImp->editor, EL_PREP_TERM, 1);
     int length = 0;
     const char* const line = el_gets(mImp->editor, &length);
     if (IsInterrupted()) {
