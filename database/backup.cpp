@@ -48,7 +48,7 @@ std::string ExportText(const I_Location& inBackup) {
     String text = "EXPORT DATABASE '";
     text << path.get()
          << "' ( FORMAT PARQUET, COMPRESSION ZSTD, ROW_GROUP_SIZE 100_000, PARQUET_VERSION V2 )";
-    return StFromUTF16(text, GetConverter_UTF8()).c_str();
+    return ToUTF8(text).c_str();
 }
 
 /// Prepares the statement first: a query that is run directly forgets a stop that comes while it begins.

@@ -29,7 +29,7 @@ void SetOption(duckdb_config inConfig, const char* inName, const char* inValue) 
 }
 
 void SetOption(duckdb_config inConfig, const char* inName, const String& inValue) {
-    SetOption(inConfig, inName, StFromUTF16(inValue, GetConverter_UTF8()).c_str());
+    SetOption(inConfig, inName, ToUTF8(inValue).c_str());
 }
 
 support::OwnedConfig MakeConfig() {
@@ -157,7 +157,7 @@ DuckDBDatabase::Failure DuckDBDatabase::CreateHandle() {
     }
     auto cell = std::make_shared<DatabaseCell>();
     support::OwnedText error;
-    const StFromUTF16 path(mPath, GetConverter_UTF8());
+    const StFromUTF16 path = ToUTF8(mPath);
     if (duckdb_open_ext(path.c_str(), cell->Put(), config.Get(), error.Put()) != DuckDBSuccess) {
         return TextOr(error, "Unknown DuckDB database open error");
     }
@@ -176,7 +176,7 @@ DuckDBDatabase::Failure DuckDBDatabase::MakeFile(duckdb_config inConfig) const {
         // Without a connection there is no ATTACH: the open that follows creates the file.
         if (isOpen && duckdb_connect(throwAway.Get(), connection.Put()) == DuckDBSuccess) {
             support::OwnedResult result;
-            const StFromUTF16 attach(AttachText(), GetConverter_UTF8());
+            const StFromUTF16 attach = ToUTF8(AttachText());
             if (duckdb_query(connection.Get(), attach.c_str(), result.Put()) != DuckDBSuccess) {
                 failure = orsql::TextOr(duckdb_result_error(result.Get()), "");
             }
@@ -203,7 +203,7 @@ String DuckDBDatabase::AttachText() const {
 }
 
 std::shared_ptr<DatabaseCell> DuckDBDatabase::OpenHandle(duckdb_config inConfig, bool inReadOnlyWanted) {
-    const StFromUTF16 path(mPath, GetConverter_UTF8());
+    const StFromUTF16 path = ToUTF8(mPath);
     auto cell = std::make_shared<DatabaseCell>();
     support::OwnedText error;
     const auto open = [&](const char* inAccessMode) {

@@ -85,7 +85,6 @@ public:
     ProcedureDate get_Date() const;
     ProcedureTime get_Time() const;
     ProcedureDateTime get_DateTime() const;
-    std::vector<ProcedureValue> get_Elements() const;
 
     /// A copy of what `value_text` returns: the bytes of texts and binaries; decimal digits; the shortest
     /// digits that read back as the same double; "true" and "false"; "2024-01-31", "23:59:59.999" and both

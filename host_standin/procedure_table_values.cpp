@@ -198,9 +198,6 @@ ProcedureTime ProcedureValue::get_Time() const {
 ProcedureDateTime ProcedureValue::get_DateTime() const {
     return UnpackDateTime(OfType(mHandle, {HOST_TYPE_DATETIME}).mNumber);
 }
-std::vector<ProcedureValue> ProcedureValue::get_Elements() const {
-    return OfType(mHandle, {HOST_TYPE_ARRAY}).mElements;
-}
 
 std::string ProcedureValue::AsText() const {
     std::uint64_t length = 0;

@@ -161,7 +161,7 @@ bool HasMarker(const I_ValueJSON& inObject, const Form& inForm) {
 StFromUTF16 TextOf(const I_Value& inValue) {
     String text;
     inValue.get_String(text, -1);
-    return {text, GetConverter_UTF8()};
+    return ToUTF8(text);
 }
 
 std::string_view ViewOf(const StFromUTF16& inText) noexcept { return {inText.c_str(), inText.get_Length()}; }

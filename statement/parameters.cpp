@@ -26,7 +26,7 @@ OwnedValue Read(I_Value& inValue) {
 OwnedValue ReadText(I_Value& inValue) {
     String text;
     inValue.get_String(text, -1);
-    const StFromUTF16 narrow(text, GetConverter_UTF8());
+    const StFromUTF16 narrow = ToUTF8(text);
     return OwnedValue(duckdb_create_varchar_length(narrow.c_str(), narrow.get_Length()));
 }
 

@@ -47,7 +47,7 @@ void DuckDBStatement::PrepareNext() {
 }
 
 void DuckDBStatement::Split(const Run& inRun, duckdb_connection inConnection) {
-    const StFromUTF16 sql(mCurrentSql, GetConverter_UTF8());
+    const StFromUTF16 sql = ToUTF8(mCurrentSql);
     mStatementCount = inRun.InDuckDB(
         [&] { return duckdb_extract_statements(inConnection, sql.c_str(), mExtracted.Put()); });
     mNextStatement = 0;

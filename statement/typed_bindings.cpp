@@ -55,7 +55,7 @@ duckdb_state BindCalendarDate(duckdb_prepared_statement inPrepared, idx_t inInde
 }
 
 duckdb_state BindText(duckdb_prepared_statement inPrepared, idx_t inIndex, const String& inValue) {
-    const StFromUTF16 text(inValue, GetConverter_UTF8());
+    const StFromUTF16 text = ToUTF8(inValue);
     return duckdb_bind_varchar_length(inPrepared, inIndex, text.c_str(), text.get_Length());
 }
 
