@@ -56,11 +56,9 @@ TEST_F(DirectExecution, TextEndsAtItsFirstZeroCharacter) {
 }
 
 TEST_F(DirectExecution, FailuresCarryDuckDBsTextAndKeepWhatTheyMust) {
-    const struct {
-        const char* mSql;
-        const char* mPart;
-        const char* mCount; ///< of the rows, also after a COMMIT
-    } kCases[] = {
+    // A script, a part of the failure's text, and the number of rows that are there then, also after a
+    // COMMIT.
+    const std::tuple<std::string, std::string, std::string> kCases[] = {
         {"SELECT nonsense", R"("position":"7")", "0"},
         {"BEGIN; INSERT INTO t VALUES (1); SELEC 1", "Parser Error: ", "0"},
         // At preparation: what ran before stays, and no ROLLBACK is sent.
@@ -69,12 +67,11 @@ TEST_F(DirectExecution, FailuresCarryDuckDBsTextAndKeepWhatTheyMust) {
         {"BEGIN; INSERT INTO t VALUES (1); SELECT 'x'::INTEGER; DELETE FROM t", "Conversion", "0"},
         {"INSERT INTO t VALUES (1); SELECT 'x'::INTEGER; DELETE FROM t", "Conversion", "1"},
     };
-    for (const auto& test : kCases) {
-        SCOPED_TRACE(test.mSql);
-        ExpectErrorWith([&] { Execute(mDatabase, test.mSql); }, "direct", test.mPart);
-        EXPECT_EQ(Count(), test.mCount) << "the connection is good";
+    for (const auto& [script, part, rows] : kCases) {
+        ExpectErrorWith([&, sql = script] { Execute(mDatabase, sql); }, "direct", part);
+        EXPECT_EQ(Count(), rows) << "the connection is good after " << script;
         Catch([&] { Execute(mDatabase, "COMMIT"); });
-        EXPECT_EQ(Count(), test.mCount);
+        EXPECT_EQ(Count(), rows) << script;
         Execute(mDatabase, "DELETE FROM t");
     }
 }

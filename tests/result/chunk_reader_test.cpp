@@ -153,7 +153,7 @@ TEST_F(ChunkReaderTest, WhereAndHowOftenCellsAreReadChangesNothing) {
         SCOPED_TRACE(column[0]);
         Cells cells(mDuck->Run("SELECT " + column[0] + " FROM range(7000) t(i) ORDER BY i"));
         EXPECT_EQ(cells.Expect().size(), 7000u);
-        for (const std::size_t step : {1, 2, 9, 100, 5000}) {
+        for (const std::size_t step : {1u, 2u, 9u, 100u, 5000u}) {
             cells.Compare(step);
         }
     }
@@ -161,7 +161,8 @@ TEST_F(ChunkReaderTest, WhereAndHowOftenCellsAreReadChangesNothing) {
     const std::vector<std::string>& expected = cells.Expect();
     ChunkReader reader(cells.Columns(), Access::AnyCell);
     reader.Bind(cells.FirstChunk());
-    for (const idx_t row : {5, 5, 6, 4, 999, 0, 1, 2, 3, 500, 7, 7, 998}) { // in any order and twice
+    for (const idx_t row :
+         {5u, 5u, 6u, 4u, 999u, 0u, 1u, 2u, 3u, 500u, 7u, 7u, 998u}) { // in any order and twice
         EXPECT_EQ(Describe([&] { return reader.Read(0, row); }), expected[row]);
     }
 }

@@ -44,7 +44,7 @@ TEST_F(Cursors, ListTheirColumnsInOrder) {
     for (const Cursor& cursor : {Client(sql), Server(sql)}) {
         ASSERT_EQ(cursor->get_ColumnCount(), 300u);
         Rows columns;
-        for (const std::uint32_t column : {0, 1, 2, 3, 4, 300}) {
+        for (const std::uint32_t column : {0u, 1u, 2u, 3u, 4u, 300u}) {
             columns.push_back({Text(cursor->get_ColumnName(column)), Text(cursor->get_ColumnTypeName(column)),
                                std::to_string(cursor->get_ColumnType(column))});
         }
@@ -211,32 +211,26 @@ TEST_F(Cursors, WhatDuckDBRaisesForACellBecomesTheHosts) {
 class QueryResults : public ObjectTest {};
 
 TEST_F(QueryResults, TakeDuckDBsErrorApart) {
-    const struct {
-        const char* mSettings;
-        const char* mSql;
-        const char* mMessagePart;
-        const char* mType;
-        std::int64_t mPosition;
-    } kCases[] = {
+    // errors_as_json, what runs, a part of the message, its type and position.
+    const std::tuple<std::string, const char*, const char*, const char*, std::int64_t> kCases[] = {
         {"true", "SELECT nonsense", "Referenced column \"nonsense\" was not found", "Binder", 7},
         {"true", "SELECT 'x'::INTEGER", "Could not convert string 'x' to INT32", "Conversion", 10},
         {"false", "SELECT nonsense", "Binder Error: Referenced column", "", -1},
         // Not JSON as a whole: the text goes into the message untouched.
         {"true", "SELEC 1", "Parser Error: {\"exception_type\":\"Parser\"", "", -1},
     };
-    for (const auto& test : kCases) {
-        SCOPED_TRACE(test.mSql);
+    for (const auto& [asJson, sql, part, type, position] : kCases) {
         // On DuckDB directly: the runs of a database throw before a failed result gets to a query result.
         const tests_support::Duck duck;
-        duck.Run(std::string("SET errors_as_json = ") + test.mSettings);
+        duck.Run("SET errors_as_json = " + asJson);
         ResultList results(1);
-        duckdb_query(duck.Connection(), test.mSql, results.front().Put());
+        duckdb_query(duck.Connection(), sql, results.front().Put());
         const QueryResult result(new DuckDBQueryResult(nullptr, std::move(results), kCursorLocationServer));
         EXPECT_EQ(result->get_ResultFlags(), I_DuckDBQueryResult::kResultHasError);
-        EXPECT_NE(Text(result->get_ErrorMessage()).find(test.mMessagePart), std::string::npos)
-            << Text(result->get_ErrorMessage());
-        EXPECT_EQ(Text(result->get_ErrorType()), test.mType);
-        EXPECT_EQ(result->get_ErrorPosition(), test.mPosition);
+        const std::string message = Text(result->get_ErrorMessage());
+        EXPECT_NE(message.find(part), std::string::npos) << message;
+        EXPECT_EQ(Text(result->get_ErrorType()), type) << sql;
+        EXPECT_EQ(result->get_ErrorPosition(), position) << sql;
         EXPECT_FALSE(result->get_Cursor() || result->get_NextResult());
         EXPECT_EQ(result->get_RowsChanged(), 0);
     }

@@ -15,11 +15,10 @@ const std::uint8_t kMagnitude[] = {1, 0, 0, 0, 0, 0, 0, 0, 0};
 constexpr std::int64_t kMicros = 1'700'000'000'123'456;
 constexpr std::int64_t kMin64 = std::numeric_limits<std::int64_t>::min();
 
-const struct {
-    std::function<void(I_DuckDBStatement&, std::uint32_t)> mBind;
-    const char* mType; ///< what DuckDB says of the parameter; null where the binding fails
-    const char* mText; ///< or part of the failure's
-} kBindings[] = {
+using Bind = std::function<void(I_DuckDBStatement&, std::uint32_t)>;
+/// A binding, what DuckDB says of the parameter's type, or null where the binding fails, and its text or a
+/// part of the failure's.
+const std::tuple<Bind, const char*, const char*> kBindings[] = {
     {[](auto& s, auto i) { s.BindNull(i); }, "\"NULL\"", "NULL"},
     {[](auto& s, auto i) { s.BindBoolean(i, 2); }, "BOOLEAN", "true"},
     {[](auto& s, auto i) { s.BindTinyInt(i, -128); }, "TINYINT", "-128"},
@@ -66,19 +65,19 @@ const struct {
 };
 
 TEST_F(Bindings, EachBindsItsTypeAndValue) {
-    for (const auto& binding : kBindings) {
-        SCOPED_TRACE(binding.mText);
+    for (const auto& [bind, type, text] : kBindings) {
+        SCOPED_TRACE(text);
         const Statement statement = Prepare("SELECT $1::VARCHAR, typeof($1)");
         const Statement another = Prepare("SELECT $1::INTEGER");
         another->BindInteger(1, 9);
-        if (binding.mType) {
-            binding.mBind(*statement, 1);
-            EXPECT_EQ(Run(statement), (Rows{{binding.mText, binding.mType}}));
-            ExpectFailure("Can not bind to parameter number 2", [&] { binding.mBind(*another, 2); });
+        if (type) {
+            bind(*statement, 1);
+            EXPECT_EQ(Run(statement), (Rows{{text, type}}));
+            ExpectFailure("Can not bind to parameter number 2", [&, again = bind] { again(*another, 2); });
         } else {
             // DuckDB's text of this failure must not be taken for that of the next.
             ExpectFailure("parameter number 7", [&] { another->BindInteger(7, 1); });
-            ExpectFailure(binding.mText, [&] { binding.mBind(*another, 1); });
+            ExpectFailure(text, [&, again = bind] { again(*another, 1); });
         }
         EXPECT_EQ(Run(another), Table("9")) << "earlier bindings stay";
     }

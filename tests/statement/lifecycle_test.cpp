@@ -49,10 +49,7 @@ const std::function<void(I_DuckDBStatement&)> kStarts[] = {
 
 /// An operation, and what it tells and the state it leads to from each start; "!" says that the statement is
 /// invalid, "?" another failure. From the text also how often it takes the guard and readies the thread.
-const struct {
-    std::function<std::string(I_DuckDBStatement&)> mCall;
-    const char* mOutcomes;
-} kOperations[] = {
+const std::pair<std::function<std::string(I_DuckDBStatement&)>, const char*> kOperations[] = {
     // from: the text; prepared; ran; ran the last; past the end; ran all; invalidated
     {[](auto& s) { return s.PrepareNext(), ""; }, " prep 1/1; prep; prep; walk; walk; prep;! gone;"},
     {[](auto& s) { return s.ExecuteNext() ? "more" : "end"; },
@@ -88,7 +85,7 @@ TEST_F(StatementLifecycle, EveryOperationLeadsFromStateToState) {
             const std::uint64_t locks = standin::get_EngineLockCount();
             const std::uint64_t inits = standin::get_Init3Count();
             std::string outcome;
-            const std::string error = Catch([&] { outcome = operation.mCall(*statement); });
+            const std::string error = Catch([&] { outcome = operation.first(*statement); });
             outcomes += error.empty()                                           ? outcome
                         : error.ends_with("|unknown|DuckDBDatabase is invalid") ? "!"
                                                                                 : "?";
@@ -98,7 +95,7 @@ TEST_F(StatementLifecycle, EveryOperationLeadsFromStateToState) {
             outcomes += " " + StateOf(*statement) + (&start == kStarts ? counts : "") + ";";
             EXPECT_EQ(Text(statement->get_OriginalSql()), "SELECT 1 AS a; SELECT 2 AS b");
         }
-        EXPECT_EQ(outcomes, operation.mOutcomes) << "operation " << &operation - kOperations;
+        EXPECT_EQ(outcomes, operation.second) << "operation " << &operation - kOperations;
     }
 }
 
