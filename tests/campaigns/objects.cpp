@@ -1,9 +1,8 @@
-// objects MODE SECONDS [SEED]: hard times for the module's objects. Each round is a process of its own, after
-// which nothing may be alive.
+// objects MODE SECONDS [SEED]: stress tests of the module's objects. Each round is a process of its own, at
+// whose end nothing may be alive.
 //
-//   memory     takes each step and lets each of its allocations fail once: the call must throw for want of
-//   memory,
-//              succeed when it is made again, and show the same as in a process with enough
+//   memory     makes each allocation of each step fail once: the call must throw because memory ran out,
+//              succeed when it is repeated, and give the same as in a process with enough memory
 //   lifetimes  takes random steps with random objects; built for the address sanitizer
 //   races      the same on four threads that share the objects; built for the thread sanitizer
 

@@ -31,7 +31,7 @@ protected:
         }
         return names;
     }
-    /// The object works as before, and nobody kept the lock.
+    /// The object works as before, and the lock is free.
     static void ExpectUntouched(const Database& inDatabase) {
         EXPECT_EQ(standin::get_EngineLockCount(), standin::get_EngineUnlockCount());
         EXPECT_EQ(inDatabase->get_ConnectionCount(), 1u);
@@ -79,7 +79,7 @@ TEST_F(Backups, RefuseAClosedDatabaseAndAnUnfitFolder) {
         SCOPED_TRACE(name);
         ExpectError([&] { mDatabase->Backup(At(name)); }, "sales", kUnavailable);
     }
-    // A database that lies nowhere has no folder beside it.
+    // A database without a file has no folder beside it.
     ExpectError([&] { CreateDatabase()->Backup(nullptr); }, ":memory:", kUnavailable);
     EXPECT_FALSE(fs::exists(Folder() / "missing") || fs::exists(Folder() / "Backup"));
     ExpectUntouched(mDatabase);
@@ -124,7 +124,7 @@ TEST_F(Backups, BringEverythingBackIntoAClosedDatabase) {
         CREATE TABLE t (i INTEGER, j AS (inc(i))); CREATE INDEX plain ON t (i); CREATE VIEW v AS FROM t)");
     fs::create_directory(Folder() / "bob's");
     source->Backup(At("bob's"));
-    // Neither the marker nor the folder where it was made is needed, and an older database gives way.
+    // Neither the marker nor the original folder is needed, and an older database is replaced.
     fs::remove(LastBackup() / "it's.orduckdb_backup");
     fs::rename(LastBackup(), Folder() / "moved it's");
     Execute(CreateDatabase("that's new.duckdb"), "CREATE TABLE gone (i INTEGER)");
@@ -156,7 +156,7 @@ TEST_F(Backups, AreNotRestoredFromOrToWhereTheyCantBe) {
     EXPECT_EQ(restore(target, nullptr), "xDBError 417792");
     EXPECT_EQ(restore(target, At("missing")), "xDBError 417792");
     EXPECT_FALSE(fs::exists(Folder() / "new.duckdb"));
-    // Any folder is taken; when it is no backup, the new file stays, and a second try gets as far.
+    // Any folder is accepted; if it isn't a backup, the new file stays, and a second try gets as far.
     for (int round = 0; round < 2; ++round) {
         ExpectErrorWith([&] { Restore("new.duckdb", At("backups")); }, "new", "schema.sql");
         EXPECT_TRUE(fs::exists(Folder() / "new.duckdb"));

@@ -44,7 +44,7 @@ TEST_F(Concurrency, ThreadsRaceForTheFirstAndLastHandleOfAPath) {
     EXPECT_EQ(mDatabase->get_ConnectionCount(), 0u);
     mDatabase->Open();
     EXPECT_EQ(SelectOne(mDatabase, "SELECT count(*) FROM t"), std::to_string(kThreads * kRounds));
-    // One object, which others ask meanwhile.
+    // One object, whose getters other threads call meanwhile.
     OnThreads([&](std::size_t inNumber) {
         for (int round = 0; round < kRounds / 2; ++round) {
             if (inNumber != 0) {
@@ -80,7 +80,7 @@ TEST_F(Concurrency, LastReleasesMeetADatabaseThatClosesOrGoes) {
                 const std::string thrown = Catch([&] {
                     while (cursor->NextRecord()) {
                         cursor->get_Value(0);
-                        cursor->get_Database(); // the database or null, never one that is gone
+                        cursor->get_Database(); // the database or null, never a destroyed one
                     }
                 });
                 EXPECT_TRUE(thrown.empty() || thrown.ends_with("|DuckDBCursor is invalid")) << thrown;
@@ -90,7 +90,7 @@ TEST_F(Concurrency, LastReleasesMeetADatabaseThatClosesOrGoes) {
     }
 }
 
-/// A whole life of a statement, as far as the database stays open. @return false once it is closed.
+/// The whole life of a statement while the database is open. @return false once it is closed.
 bool LiveOnce(const Database& inDatabase) {
     const std::string thrown = Catch([&] {
         const Statement statement = inDatabase->CreateStatement("SELECT $1::INTEGER; SELECT $1 + 1");
@@ -128,7 +128,7 @@ TEST_F(Concurrency, OtherObjectsWorkWhileAnExportHangs) {
     const Database second = OpenDatabase("sales.duckdb");
     const Database other = CreateDatabase();
 
-    // A pipe in place of a table's file holds the export up for as long as nobody reads it.
+    // A pipe in place of a table's file blocks the export until it is read.
     static const auto sCreate = gCreateBackupLocation;
     static std::promise<std::string> sPipe;
     sPipe = {};

@@ -18,7 +18,7 @@ protected:
     static std::string Setting(const Database& inDatabase, const std::string& inName) {
         return SelectOne(inDatabase, "SELECT current_setting('" + inName + "')");
     }
-    /// Checks that an Open throws the host's exception with DuckDB's text alone.
+    /// Checks that an Open throws the host's exception with only DuckDB's text.
     static void ExpectOpenError(const Database& inDatabase, const char* inPart) {
         const std::string thrown = Catch([&] { inDatabase->Open(); });
         EXPECT_TRUE(thrown.starts_with("xException 626688|")) << thrown;
@@ -74,7 +74,7 @@ TEST_F(Databases, TakeTheGuardAndReadyTheThreadWhereTheySay) {
     std::vector<smart_ptr<I_Unknown>> kept;
     Cursor client;
     Cursor server;
-    // One that took the lock more often would give it back between two steps. Refusals wait for nobody.
+    // An operation that took the lock more often would release it between two steps. Refusals don't wait.
     const struct {
         const char* mName;
         std::function<void()> mCall;
@@ -125,7 +125,7 @@ TEST_F(Databases, AreMadeOrJoinedOrReplacedByCreate) {
     EXPECT_FALSE(mDatabase->get_IsOpen());
     mDatabase->Open();
 
-    // Others have the file open: their contents stay, whatever way leads to it. An instance has one path.
+    // Others have the file open: its content stays, whichever spelling of the path is used.
     fs::create_directory(Folder() / "sub");
     fs::create_directory_symlink(Folder(), Folder() / "link");
     for (const char* const spelling : {"sub/../a.duckdb", "link/a.duckdb", "./a.duckdb"}) {
@@ -142,11 +142,11 @@ TEST_F(Databases, AreMadeOrJoinedOrReplacedByCreate) {
 }
 
 TEST_F(Databases, TakeTheirShapeFromTheStorageOptions) {
-    // Version, block size, shape of the new file, and part of the failure where these can't be had.
+    // Version, block size, the new file's format, and part of the failure if they aren't possible.
     for (const auto& row : Table("|0|262144, v1.0.0+|; |16384|16384, v1.0.0+|; v1.4.0|0|262144, v1.4.0+|;"
                                  "v1.4.0|16384|16384, v1.4.0+|; v99|0|262144, v1.0.0+|v99;"
                                  "x' y|0|262144, v1.0.0+|syntax error; |17|262144, v1.0.0+|17")) {
-        // A path with a quote has to be quoted in the SQL that makes the file.
+        // A path with a quote must be quoted in the SQL that creates the file.
         const Database database = MakeDatabase("it's new");
         database->put_StorageVersion(Wide(row[0]));
         database->put_BlockSize(static_cast<std::uint32_t>(std::stoul(row[1])));
@@ -227,7 +227,7 @@ TEST_F(Databases, OpenedReadOnlyHaveHandlesOfTheirOwn) {
     first->Close();
     EXPECT_EQ(second->get_ConnectionCount(), 1u);
 
-    // A writer beside a reader mixes the count: what is seen here is told in docs/ARCHITECTURE.md.
+    // A writer beside a reader confuses the count; docs/ARCHITECTURE.md describes what happens here.
     const Database writer = OpenDatabase("a.duckdb");
     EXPECT_FALSE(writer->get_IsReadOnly());
     EXPECT_EQ(writer->get_ConnectionCount(), 2u);
@@ -242,7 +242,7 @@ TEST_F(Databases, ThatAnotherHoldsAreReadOrRefused) {
     mDatabase = CreateDatabase("a.duckdb");
     Execute(mDatabase, "CREATE TABLE t AS SELECT 7 AS i");
     mDatabase->Close();
-    // A lock of an open file stands in the way of DuckDB's as the lock of another process does.
+    // A lock on an open file blocks DuckDB's like the lock of another process.
     const int holder = ::open((Folder() / "a.duckdb").c_str(), O_RDWR);
     struct flock lock = {};
     lock.l_type = F_RDLCK;
@@ -280,8 +280,8 @@ TEST_F(Databases, CutOffWhateverHangsOnTheConnectionWhenTheyClose) {
     const Cursor cursors[] = {OpenCursor(mDatabase, "SELECT 1 AS a"), client, kept[0]->get_Cursor()};
     EXPECT_TRUE(cursors[0]->NextRecord() && client->NextRecord());
     const Value value = client->get_Value(0);
-    mDatabase->RemoveCursor(nullptr); // not there: no error
-    // When Close makes the last result's cursor go, its owner lets other results go.
+    mDatabase->RemoveCursor(nullptr); // not registered: no error
+    // When Close releases the last result's cursor, its owner releases other results.
     auto* const plugin = QueryAspect<I_ForeignPlugin>(kept.back()->get_Cursor().get());
     plugin->put_BackRef(&results);
     plugin->put_Finalize([](void* inResults) { static_cast<decltype(results)*>(inResults)->clear(); });

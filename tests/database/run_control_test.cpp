@@ -11,7 +11,7 @@ using namespace std::chrono_literals;
 
 const std::string kInterruptedText = R"({"exception_type":"INTERRUPT","exception_message":"Interrupted!"})";
 const std::string kInterrupted = "xDuckDBError 468225|run|" + kInterruptedText;
-// Ends by itself, so that a stop that is lost fails the test and doesn't hang it.
+// Ends by itself, so that a lost stop fails the test instead of hanging it.
 const std::string kLong = "SELECT sum(a.range * b.range) FROM range(40000) a, range(60000) b";
 
 using Control = smart_ptr<I_DuckDBRunControl>;
@@ -37,7 +37,7 @@ protected:
         return Control(QueryAspect<I_DuckDBRunControl>(inObject));
     }
 
-    /// What a call throws that is stopped, once, when it runs and it is time.
+    /// What a call throws if it is stopped once, at the right time while it runs.
     std::string CatchStopped(const std::function<void()>& inCall, const IsTime& inIsTime = After(30'000),
                              Control inControl = nullptr) {
         std::atomic<bool> isOver{false};
@@ -55,13 +55,13 @@ protected:
         return thrown;
     }
 
-    /// The connection answers, nothing goes on, and the file opens again.
+    /// The connection works, nothing runs, and the file can be opened again.
     void ExpectUsable() {
         EXPECT_EQ(SelectOne(mDatabase, "SELECT 42"), "42");
         EXPECT_EQ(mControl->get_Progress().mElapsedMicroseconds, 0u);
         EXPECT_EQ(mControl->get_Progress().mFraction, 0);
         mDatabase->Close();
-        mControl->Interrupt(); // touches nothing
+        mControl->Interrupt(); // has no effect
         mDatabase->Open();
     }
     void ExpectStopped(const std::function<void()>& inCall, const IsTime& inIsTime = After(30'000)) {
@@ -104,7 +104,7 @@ TEST_F(RunControlTest, StopsEveryKindOfRun) {
     ExpectErrorWith([&] { Select(mDatabase, "SELECT 1"); }, "run", "aborted");
     ExpectUsable();
 
-    // 10 million cells: the stop comes when the first ones have become values.
+    // 10 million cells: the stop comes after the first ones have become values.
     Execute(mDatabase, "BEGIN; CREATE TABLE lost (i INTEGER)");
     ExpectStopped([&] { OpenCursor(mDatabase, "FROM range(10000000)", kCursorLocationClient); },
                   [&](const auto&) { return standin::CountLiveObjects().mValues > 300'000; });

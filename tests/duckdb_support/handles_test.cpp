@@ -5,10 +5,10 @@
 namespace orlimbara::duckdb_support::test {
 namespace {
 
-/// A handle that counts how often each one is ended, for what the real handles can't tell.
+/// A handle that counts how often it is destroyed, which real handles don't tell.
 void EndProbe(int** ioHandle) {
     ++**ioHandle;
-    throw 1; // an owner must bear that
+    throw 1; // an owner must ignore this
 }
 using Probe = OwnedHandle<int*, HandleKind::Bytes, EndProbe>;
 
@@ -50,7 +50,7 @@ TEST_F(Handles, InSharedCellsAreClosedForAllHoldersAtOnceAndOnlyWhenTold) {
     }
     ASSERT_EQ(duckdb_open(nullptr, cell->Put()), DuckDBSuccess);
     duckdb_database kept = holder->Get();
-    for (auto* const going : {&holder, &cell}) { // the handle stays open when they go
+    for (auto* const going : {&holder, &cell}) { // the handle stays open when they are destroyed
         going->reset();
         EXPECT_EQ(LiveHandleCount(HandleKind::Database), 2);
     }

@@ -47,7 +47,7 @@ TEST_F(CastValue, TextsBecomeWhatTheTypeMakesOfThemInAnyTimeZone) {
     for (const duckdb_type type : {DUCKDB_TYPE_INVALID, DUCKDB_TYPE_ANY, DUCKDB_TYPE_STRING_LITERAL}) {
         const OwnedLogicalType none(duckdb_create_logical_type(type));
         EXPECT_EQ(Cast("1", none).find("!Cannot cast a value to the type"), 0) << type;
-        OwnedValue value; // and without a place for the error
+        OwnedValue value; // and without an error out-parameter
         EXPECT_EQ(duckdb_cast_value(MakeText("1").Get(), none.Get(), value.Put(), nullptr), DuckDBError);
     }
     EXPECT_EQ(Cast("1", OwnedLogicalType(duckdb_create_logical_type(DUCKDB_TYPE_STRUCT)))[0], '!');
@@ -86,7 +86,7 @@ TEST_F(CastValue, JsonBecomesAVariantUnlessItIsTooDeep) {
         {deep.substr(1) + deepEnd.substr(1), 30},
         {deep + deepEnd, -2},
         {"[[],{},[]]", 30},
-        // Brackets in texts nest nothing, behind a quote that is escaped neither; those behind the text do.
+        // Brackets inside texts don't nest, not even after an escaped quote; those after the text do.
         {"[\"\\\"" + deep + "\\\"\"]", 30},
         {"[\"\\\"\", " + deep + deepEnd + "]", -2},
     };
@@ -142,7 +142,7 @@ TEST_F(ExtractedStatements, EachGivesItsOwnTextOfTheScript) {
     EXPECT_EQ(SqlOf(statements, 2), " CREATE TABLE t(a INTEGER)");
     EXPECT_EQ(SqlOf(statements, 3), "null");
     EXPECT_EQ(SqlOf(OwnedExtractedStatements(), 0), "null");
-    // Statements that DuckDB makes of one have texts of their own.
+    // Statements that DuckDB expands from one have their own texts.
     mDuck->Run("CREATE TABLE t(a INTEGER, b INTEGER)");
     const OwnedExtractedStatements made =
         Extract("PIVOT t ON a USING sum(b); ALTER TABLE t ADD COLUMN q DOUBLE DEFAULT random()");

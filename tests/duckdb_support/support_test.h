@@ -19,7 +19,7 @@ class SupportTest : public testing::Test {
 protected:
     void SetUp() override {
         mDuck.emplace();
-        mDuck->Run("SET TimeZone = 'UTC'"); // casts without a connection know no other
+        mDuck->Run("SET TimeZone = 'UTC'"); // casts without a connection have no other
     }
     void TearDown() override {
         mDuck.reset();

@@ -6,8 +6,8 @@
 namespace orlimbara::duckdb_support::test {
 namespace {
 
-/// VARIANTs: the SQL, the number, the type of the payload and the payload's text. A long text lies outside of
-/// a vector's own cells, a short one inside.
+/// VARIANTs: the SQL, the number, the type of the payload and the payload's text. A long text is stored
+/// outside a vector's cells, a short one inside.
 constexpr const char* kVariants = R"(
     true|1|BOOLEAN|true; 9223372036854775807|6|BIGINT|9223372036854775807; ''|16|VARCHAR|; '\x00\xFF'::BLOB|17|BLOB|\x00\xFF
     'häuser und noch ein langer Text'|16|VARCHAR|häuser und noch ein langer Text; (-0.001)::DECIMAL(38,3)|15|DECIMAL(38,3)|-0.001

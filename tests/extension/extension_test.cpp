@@ -35,7 +35,7 @@ TEST_F(RootObject, MakesDatabasesWithoutTouchingTheDisk) {
     EXPECT_EQ(standin::get_EngineLockCount(), locks + 1);
     EXPECT_EQ(mDatabase->get_RefsCount(), 1u);
     EXPECT_FALSE(fs::exists(Folder() / "new.duckdb"));
-    // A path is known once its count was asked for, and stays so.
+    // A path is known once its count was read, and stays known.
     const auto isKnown = [&] { return Extension()->get_IsKnownDatabase(mDatabase->get_Path()); };
     EXPECT_FALSE(isKnown());
     EXPECT_FALSE(isKnown()) << "asking must not make it known";
@@ -73,7 +73,7 @@ TEST_F(RootObject, TellsADuckDBFileByItsMagic) {
 
     mDatabase = CreateDatabase("real.duckdb");
     Execute(mDatabase, "CREATE TABLE t AS SELECT 42 AS i; CHECKPOINT");
-    isDuckDB("real.duckdb"); // whatever it says of a file in use, it does no harm
+    isDuckDB("real.duckdb"); // whatever it returns for a file in use, it does no harm
     Execute(mDatabase, "INSERT INTO t VALUES (43)");
     mDatabase->Close();
     standin::FailCall(standin::Fault::FileOpen, 1);

@@ -11,7 +11,7 @@ namespace orkit::orsql::test {
 namespace {
 
 TEST(ModuleWithAnotherDuckDB, LoadsAndRefusesWithBothVersions) {
-    // Has the name of DuckDB's library, so that the loader takes it for the one that the module needs.
+    // Has the name of DuckDB's library, so that the loader uses it for the module.
     ASSERT_TRUE(::dlopen(OTHER_DUCKDB, RTLD_NOW | RTLD_GLOBAL)) << ::dlerror();
     void* const module = ::dlopen(std::getenv("ORLIMBARA_MODULE"), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     ASSERT_TRUE(module) << ::dlerror();

@@ -73,7 +73,7 @@ TEST_F(Files, RefuseWithThePathAndTheCause) {
     EXPECT_EQ(Refusal([&] { missing->Open(); }, 0), PathOf("missing"));
 }
 
-/// A lock that conflicts with those of processes as another process's would, but has no process's number.
+/// A lock that conflicts with other locks like another process's, but without a process id.
 class ForeignLock {
 public:
     ForeignLock(const std::string& inPath, short inType) : mFile(::open(inPath.c_str(), O_RDWR)) {
@@ -104,7 +104,7 @@ TEST_F(Files, RefuseWhatAnotherProcessHasLocked) {
     EXPECT_EQ(Refusal([&] { FileOf("db")->Open(); }), locked);
 }
 
-// An open database is looked at by its host. The lock that keeps other processes out must survive it.
+// The host inspects an open database. The lock that excludes other processes must survive.
 TEST_F(Files, LookAtAnOpenDatabaseWithoutDroppingItsLock) {
     duckdb_database database = nullptr;
     ASSERT_EQ(duckdb_open(PathOf("open.duckdb").c_str(), &database), DuckDBSuccess);
@@ -134,7 +134,7 @@ protected:
     }
 };
 
-// Two paths of one file would open it twice in one process. Some don't exist, or lie below a file.
+// Two paths of one file would open it twice in one process. Some don't exist, or are below a file.
 TEST_F(Locations, OfOneFileHaveOnePath) {
     for (const auto& row : tests_support::Table(R"(
              ./real//file.db|real/file.db|file; link/sub/../file.db|real/file.db|file; file_link|real/file.db|file

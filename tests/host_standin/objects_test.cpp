@@ -18,7 +18,7 @@ using Value = smart_ptr<I_Value>;
 
 using Values = StandinTest;
 
-/// What a number is as other numbers.
+/// A number converted to other numbers.
 std::string NumbersOf(const Value& inValue) {
     return std::to_string(inValue->get_LLong()) + " " + std::to_string(inValue->get_ULLong()) + " " +
            std::to_string(inValue->get_Byte());

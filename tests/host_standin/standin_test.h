@@ -39,7 +39,7 @@ inline std::string Refusal(const std::function<void()>& inCall, int inText = 1) 
     return "";
 }
 
-/// Checks that nothing is alive before and after each test, and gives it an empty folder.
+/// Checks that no object is alive before and after each test, and provides an empty folder.
 class StandinTest : public ::testing::Test {
 protected:
     void SetUp() override { EXPECT_EQ(CountLiveObjects(), LiveObjects()); }

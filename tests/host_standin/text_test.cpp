@@ -18,7 +18,7 @@ using namespace std::string_literals;
 
 std::u16string Wide(const String& inText) { return {inText.c_str(), inText.get_Length()}; }
 
-// Each case stands alone and, to reach every place of the block-wise work, behind and before ASCII.
+// Each case is tested alone and, to cover the block-wise code, before and after ASCII.
 TEST(Text, IsReadAndWrittenAsUtf8WithWhatIsMalformedReplaced) {
     const std::pair<std::string, std::u16string> conversions[] = {
         {"", u""},
@@ -59,7 +59,7 @@ TEST(Text, IsReadAndWrittenAsUtf8WithWhatIsMalformedReplaced) {
     EXPECT_EQ(std::u16string(OwnedTextU(EscapeStringU(nullptr, 0)).get()), u"");
 }
 
-/// Texts, and what they are as a signed number, an unsigned one and a double.
+/// Texts, and their values as a signed number, an unsigned one and a double.
 constexpr const char* kNumbers = R"(
     |0|0|0; -12abc|-12|18446744073709551604|-12; +7|7|7|7; - 7|0|0|0; --7|0|0|0; 1e3|1|1|1000; +1.5E-2x|1|1|0.015
     1e|1|1|1; 1.e+|1|1|1; .5|0|0|0.5; .|0|0|0; 1e-999|1|1|0; Infinity|0|0|Infinity; -Infinity|0|0|-Infinity
@@ -100,7 +100,7 @@ TEST(JsonTexts, AreValidExactlyWhenTheWholeTextIsOneValue) {
                                    "{a:1}", "01", "NaN", "\"\\ud83d\"", "\"open", "[", "// comment\n1"}) {
         EXPECT_FALSE(Json(text).isValid()) << text;
     }
-    // A reader that calls itself for each level would run out of stack.
+    // A recursive reader would run out of stack.
     constexpr std::size_t kDepth = 300'000;
     EXPECT_TRUE(Json((std::string(kDepth, '[') + std::string(kDepth, ']')).c_str()).isValid());
 }

@@ -20,7 +20,7 @@ using tests_support::Table;
 
 class ArgumentsTest : public ProcedureTest {};
 
-/// What an operation gives, or "refused: " and the message it throws.
+/// The result of an operation, or "refused: " and the message that it throws.
 template <typename Operation>
 std::string ResultOf(Operation&& operation) {
     try {
@@ -52,7 +52,7 @@ TEST_F(ArgumentsTest, MakeAColumnListOfTextsAndArrays) {
 }
 
 TEST_F(ArgumentsTest, ReadALimitOrSayWhatIsWrongWithIt) {
-    errno = ERANGE; // what an earlier call left must not matter
+    errno = ERANGE; // an earlier call's error must not matter
     ValueCases cases = {
         {{}, ""}, {nullptr, ""}, {0, "0"}, {-1, "refused: limit must not be negative"}, {" 42\n", "42"}};
     cases.emplace_back(ProcedureValue::UInt64(std::numeric_limits<std::uint64_t>::max()),
@@ -79,7 +79,7 @@ TEST(Quoting, BuildsTheSelectOfATableName) {
         "a.b"." t "|"a.b"." t "; "say ""hi""".t|"say ""hi"""."t"; ""|""; a"b"c|"a""b""c"; a. .b|; .a|; a.|; a."b|; "|)");
     cases.push_back({"t; DROP TABLE t", R"("t; DROP TABLE t")"});
     cases.push_back({" \t\n\v\f\r main . t\n", R"("main"."t")"});
-    cases.push_back({"\xC2\xA0x", "\"\xC2\xA0x\""}); // no blank of the C locale
+    cases.push_back({"\xC2\xA0x", "\"\xC2\xA0x\""}); // not whitespace in the C locale
     cases.push_back({{"\0 a", 3}, {"\"\0 a\"", 5}});
     for (const auto& row : cases) {
         EXPECT_EQ(ResultOf([&] { return BuildTableSelect(row[0]); }),

@@ -1,4 +1,4 @@
-// What the procedures do with the host's table of functions.
+// How the procedures use the host's table of functions.
 
 #include <climits>
 #include <thread>
@@ -99,10 +99,10 @@ TEST_F(BoundaryTest, ReportsAHostThatMakesNoValue) {
     BindProcedureApi(&table);
     EXPECT_EQ(failure(), "Unexpected error while reading a row.");
     BindProcedureApi(orkit::standin::GetProcedureTable());
-    EXPECT_EQ(failure(), "0"); // the cursor is as good as before
+    EXPECT_EQ(failure(), "0"); // the cursor still works
 }
 
-// Memory after the arguments that the host counts is not the module's: here, values that would show.
+// Memory after the arguments that the host counts must not be read: here it has values that would show.
 TEST_F(BoundaryTest, ReadsNoArgumentMoreThanTheHostCounts) {
     table.argument_count = [](call_context) { return gAnswer; };
     BindProcedureApi(&table);

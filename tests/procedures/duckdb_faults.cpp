@@ -1,4 +1,4 @@
-// These definitions come before those of DuckDB's library, to which they pass on all calls that don't fail.
+// These definitions replace those of DuckDB's library, to which they pass on all calls that don't fail.
 #include <dlfcn.h>
 #include <duckdb.h>
 

@@ -35,7 +35,7 @@ using orkit::standin::ProcedureCursor;
 using orkit::standin::ProcedureValue;
 using tests_support::Duck;
 
-/// A value as tests write it: a text, a whole number, SQL NULL, or any other.
+/// A value in a test: a text, an integer, SQL NULL, or any other.
 struct Value : ProcedureValue {
     Value(ProcedureValue value = {}) : ProcedureValue(std::move(value)) {}
     Value(const char* text) : ProcedureValue(Text(text)) {}
@@ -57,7 +57,7 @@ inline std::vector<Row> RowsOf(ProcedureCursor& cursor) {
     return rows;
 }
 
-/// Makes a function of DuckDB fail as long as it lives, where nothing else does: `duckdb_open`,
+/// Makes a function of DuckDB fail during its lifetime, for failures that nothing else causes: `duckdb_open`,
 /// `duckdb_connect`, `duckdb_query` (without a text) or `duckdb_result_get_chunk`. One at a time.
 class FailingFunction {
 public:
@@ -91,21 +91,21 @@ protected:
         EXPECT_EQ(duckdb_support::LiveHandleCount(), 0);
     }
 
-    /// Writes the rows of a query to a Parquet file; gives its path.
+    /// Writes the rows of a query to a Parquet file. @return its path.
     std::string WriteParquet(const std::string& select, const std::string& options = {}) const {
         std::string path = folder / "t.parquet";
         Duck().Run("COPY (" + select + ") TO '" + path + "' (FORMAT parquet" + options + ")");
         return path;
     }
 
-    /// Makes a DuckDB file by the SQL given; gives its path.
+    /// Creates a DuckDB file with some SQL. @return its path.
     std::string WriteDatabase(const std::string& sql) const {
         std::string path = folder / "shop.db";
         Duck(path).Run(sql);
         return path;
     }
 
-    /// A call that gives either a cursor or one message, as the outcome.
+    /// A call that must give either a cursor or one message. @return its outcome.
     static std::string Call(const std::string& procedure, const Row& arguments, ProcedureCursor& outCursor) {
         ProcedureAnswer answer = CallProcedure(procedure, {arguments.begin(), arguments.end()});
         EXPECT_EQ(answer.errors.size(), answer.cursor ? 0U : 1U) << procedure;

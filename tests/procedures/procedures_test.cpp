@@ -29,7 +29,7 @@ TEST_F(ProceduresTest, GiveTheColumnsAndRowsAskedForOrTheFirstFaultInTheOrderOfT
     struct Case {
         std::string procedure;
         Row arguments;
-        std::string outcome; // of a failure the start of DuckDB's own words is enough
+        std::string outcome; // for a failure the start of DuckDB's text is enough
     };
     std::vector<Case> cases = {
         {"fetch_parquet", {path}, "n t half \"of\" it, n 100 rows"},
@@ -47,7 +47,7 @@ TEST_F(ProceduresTest, GiveTheColumnsAndRowsAskedForOrTheFirstFaultInTheOrderOfT
         {"fetch_parquet", {" "}, no_files + " \""},
         {"fetch_parquet", {path, "*, n"}, "Binder Error: Referenced column \"*\" not found"},
         {"fetch_parquet", {path, nullptr, "n <"}, "Parser Error: syntax error at"},
-        // The probe reads no row, so only the query itself meets the text that isn't a number.
+        // The probe reads no row, so only the query itself reaches the text that isn't a number.
         {"fetch_parquet", {path, nullptr, "t::INTEGER > 1"}, "Conversion Error: Could not"},
         {"parquet_count", {path, "nosuch = 1"}, "Binder Error: Referenced column \"nosuch\""},
         {"fetch_duckdb", {database, " \"SHOP\" . main . t "}, "n 10 rows"},

@@ -13,7 +13,7 @@ namespace {
 
 class ResultTransferTest : public ProcedureTest {};
 
-/// Values, the host's type for them and its text, where NULL stands for what no value of the host can tell.
+/// Values, their host type and text; NULL for values that the host can't represent.
 constexpr const char* kValues = R"(
     true|bool|true; false|bool|false; (-128)::TINYINT|int64|-128; (-32768)::SMALLINT|int64|-32768
     (-2147483648)::INTEGER|int64|-2147483648; (-9223372036854775808)::BIGINT|int64|-9223372036854775808
@@ -89,7 +89,7 @@ TEST_F(ResultTransferTest, NamesTypesOfLaterVersionsUnknown) {
     EXPECT_STREQ(HostTypeName(13), "variant");
 }
 
-/// Values of `i` in many row groups, and the text that the host has for each as `v`.
+/// Values of `i` in many row groups, with the host's text of each as `v`.
 constexpr const char* kGenerated = R"(
     i % 2 = 0|v::VARCHAR; (hash(i)::HUGEINT - 9223372036854775808)::BIGINT|v::VARCHAR; (i * 7)::USMALLINT|v::VARCHAR
     make_timestamp((hash(i) // 4)::BIGINT // 100 - 20000000000000000)|strftime(v, '%Y-%m-%d %H:%M:%S.%g')
@@ -151,7 +151,7 @@ TEST_F(ResultTransferTest, KeepsItsPlaceWhenAStepFails) {
     ASSERT_TRUE(cursor.SeekRow(4999));
     EXPECT_FALSE(cursor.NextRow());
     EXPECT_FALSE(cursor.NextRow());
-    expect_at(4999); // there is no place past the end
+    expect_at(4999); // there is no position past the end
     for (const std::int32_t column : {-1, 1, std::numeric_limits<std::int32_t>::min(), 1 << 30}) {
         EXPECT_TRUE(cursor.ReadValue(column).IsNull()) << column;
     }
@@ -159,12 +159,12 @@ TEST_F(ResultTransferTest, KeepsItsPlaceWhenAStepFails) {
         const FailingFunction failing("duckdb_result_get_chunk");
         EXPECT_THROW(cursor.SeekRow(0), std::runtime_error);
     }
-    expect_at({}); // it starts anew where a chunk can't be fetched
+    expect_at({}); // back to the start if a chunk can't be fetched
     ASSERT_TRUE(cursor.NextRow());
     expect_at(0);
 }
 
-// Bindings hand DuckDB any number as a time, and its functions that make text of one crash for most.
+// Bindings accept any number as a time, and DuckDB's functions that convert it to text crash for most.
 TEST_F(ResultTransferTest, RefusesTimesOutsideTheirRangeAtAnyDepth) {
     struct Times {
         std::int64_t micros;
@@ -210,8 +210,8 @@ TEST_F(ResultTransferTest, RefusesTimesOutsideTheirRangeAtAnyDepth) {
 }
 
 TEST_F(ResultTransferTest, RefusesRowsThatAreNotWhatTheProbeTold) {
-    // A predicate that closes the subquery brings statements of its own. These replace the file behind the
-    // probe's back, as another process could: the memory of a text must not be read as that of a number.
+    // A predicate that closes the subquery adds its own statements. These replace the file after the probe,
+    // as another process could: the memory of a text must not be read as a number.
     const std::string path = WriteParquet("SELECT 1::BIGINT AS n");
     const std::string replacing = "true) AS x; COPY (SELECT 'text' AS n) TO '" + path +
                                   "' (FORMAT parquet); SELECT n FROM (SELECT 1 AS n";

@@ -29,7 +29,7 @@ std::string Describe(const std::function<Value()>& inRead) {
                                          : kind + Text(value);
 }
 
-/// Types and expressions of their values; each gets a NULL besides.
+/// Types and expressions of their values; a NULL is added to each.
 constexpr const char* kValues = R"(
     BOOLEAN|true|false; TINYINT|-128|-1|0|127; SMALLINT|-32768|0|32767; INTEGER|-2147483648|0|2147483647
     BIGINT|-9223372036854775808|0|9223372036854775807; UTINYINT|0|255; USMALLINT|0|65535; UINTEGER|0|4294967295
@@ -63,11 +63,11 @@ constexpr const char* kValues = R"(
     VARIANT|1::TINYINT|(-128)::TINYINT|'x'|[1, 2]|{'a': [{'b': NULL}]}|concat('a', chr(0), 'b')|true|false
     VARIANT|'infinity'::TIMESTAMP_MS|'2024-02-29 12:34:56.789'::TIMESTAMP_MS|'0044-03-15 (BC)'::TIMESTAMP_MS)";
 
-/// What is made of the values of each type: `x` is one of them, or NULL.
+/// Expressions over the values of each type: `x` is one of them, or NULL.
 constexpr const char* kShapes = R"(x; [x, NULL, x]; {'a': x, 'b': 'it''s'}; MAP {'k': x}; array_value(x, x)
     union_value(mine := x); [{'a': [x, NULL], 'b': x}]; x::VARIANT; [x, NULL]::VARIANT; {'a': x, 'b': [x]}::VARIANT)";
 
-/// A result, what each cell of its first column is by ReadCell, and a way to read it by a ChunkReader.
+/// A result, the cells of its first column as ReadCell gives them, and a way to read it with a ChunkReader.
 class Cells {
 public:
     explicit Cells(support::OwnedResult inResult) : mResult(std::move(inResult)), mColumns(mResult.Get()) {
@@ -118,7 +118,7 @@ protected:
     void SetUp() override {
         ObjectTest::SetUp();
         mDuck.emplace();
-        // Cells are read without the connection's settings: a zone other than UTC must not show.
+        // Cells are read without the connection's settings: a time zone other than UTC must not matter.
         mDuck->Run("SET TimeZone = 'Asia/Kolkata'");
     }
     void TearDown() override {
@@ -168,7 +168,7 @@ TEST_F(ChunkReaderTest, WhereAndHowOftenCellsAreReadChangesNothing) {
 }
 
 TEST_F(ChunkReaderTest, VariantsOfATableOnDiskAreReadTheSame) {
-    // A checkpoint shreds variants into typed columns; the chunk must hold them whole again.
+    // A checkpoint shreds variants into typed columns; the chunk must have them complete again.
     const std::string file = (Folder() / "v.duckdb").string();
     mDuck->Run("SET variant_minimum_shredding_size = 0; ATTACH '" + file +
                "' AS disk (STORAGE_VERSION 'v1.5.0');"
@@ -183,7 +183,7 @@ TEST_F(ChunkReaderTest, VariantsOfATableOnDiskAreReadTheSame) {
 
 TEST_F(ChunkReaderTest, ACellThatCantBeCastThrowsAloneAndAsOnTheReferencePath) {
     Cells cells(mDuck->Run("SELECT TIMESTAMP_S '2000-01-01 00:00:00' FROM range(100)"));
-    // Seconds that no text can be made of, which SQL lets nobody write.
+    // Seconds without a text, which SQL can't write.
     const duckdb_vector vector = duckdb_data_chunk_get_vector(cells.FirstChunk(), 0);
     static_cast<std::int64_t*>(duckdb_vector_get_data(vector))[40] = std::int64_t{1} << 62;
     const std::vector<std::string>& expected = cells.Expect();

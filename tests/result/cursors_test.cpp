@@ -8,7 +8,7 @@
 #include "tests_support/object_fixture.h"
 
 /// How many chunks are fetched before fetching fails as it does without memory: no chunk and no text.
-/// Negative: all.
+/// Negative: never.
 static int gFetchesUntilFailure = -1;
 
 /// DuckDB's function, for this executable.
@@ -60,7 +60,7 @@ TEST_F(Cursors, ListTheirColumnsInOrder) {
 TEST_F(Cursors, ClientMovesAnswerAndStayAtTheEnds) {
     const Cursor cursor = Client("SELECT * FROM range(3)");
     EXPECT_EQ(cursor->get_RecordCount(), 3u);
-    // Where to, whether the cursor moves, and the position behind.
+    // The target, whether the cursor moves, and the position afterwards.
     for (const auto& row : Table("prev|0|0; 0|0|0; next|1|1; prev|0|1; 0|0|1; last|1|3; next|0|3; 4|0|3;"
                                  "prev|1|2; prev|1|1; 3|1|3; first|1|1")) {
         const std::string& where = row[0];
@@ -156,7 +156,7 @@ TEST_F(Cursors, RefuseWhatTheyCannotDoAndEverythingOnceCutOff) {
             EXPECT_EQ(cursor->get_ColumnCount(), 1u);
         }
     }
-    mDatabase->Close(); // meets no pointer to them
+    mDatabase->Close(); // finds no pointer to them
     ExpectError([] { DuckDBCursor_server cursor(nullptr, support::OwnedResult()); }, "unknown", kInvalid);
 }
 
@@ -216,11 +216,11 @@ TEST_F(QueryResults, TakeDuckDBsErrorApart) {
         {"true", "SELECT nonsense", "Referenced column \"nonsense\" was not found", "Binder", 7},
         {"true", "SELECT 'x'::INTEGER", "Could not convert string 'x' to INT32", "Conversion", 10},
         {"false", "SELECT nonsense", "Binder Error: Referenced column", "", -1},
-        // Not JSON as a whole: the text goes into the message untouched.
+        // Not JSON as a whole: the message is the text, unchanged.
         {"true", "SELEC 1", "Parser Error: {\"exception_type\":\"Parser\"", "", -1},
     };
     for (const auto& [asJson, sql, part, type, position] : kCases) {
-        // On DuckDB directly: the runs of a database throw before a failed result gets to a query result.
+        // On DuckDB directly: a database's run throws before a query result gets a failed result.
         const tests_support::Duck duck;
         duck.Run("SET errors_as_json = " + asJson);
         ResultList results(1);

@@ -11,15 +11,15 @@ namespace {
 
 class Memory : public ObjectTest {};
 
-/// Fails the first allocation of a call, then the second and so on, until the call makes fewer; each try ends
-/// with its result or with a failure that says so. @return how many tries failed.
+/// Fails the first allocation of a call, then the second and so on, until the call makes fewer. Each try must
+/// end with the result or with a failure. @return how many tries failed.
 int FailEachAllocation(const std::function<void()>& inCall) {
     for (std::uint32_t nth = 1;; ++nth) {
         gAllocationsUntilFailure = nth;
         try {
             inCall();
         } catch (const std::bad_alloc&) {
-        } catch (const xDuckDBError& error) { // DuckDB ran out of it before there was a cursor
+        } catch (const xDuckDBError& error) { // DuckDB ran out of memory before there was a cursor
             const std::string message = Text(*error.get_Text(1));
             EXPECT_NE(message.find("Out of Memory"), std::string::npos) << message;
         }

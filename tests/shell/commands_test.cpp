@@ -14,7 +14,7 @@ namespace {
 
 class Commands : public testing::Test {
 protected:
-    /// Runs lines of a script and gives the first cells, or the kind, of each answer, with "|" behind each.
+    /// Runs lines of a script. @return the first cell, or the kind, of each answer, each followed by "|".
     static std::string AnswersTo(const std::string& inScript, const std::string& inDatabase = ":memory:") {
         WriteFile("script.sql", inScript);
         return Answers({inDatabase, "-f", "script.sql"});
@@ -165,7 +165,7 @@ TEST_F(Commands, BackupAndRestoreBringADatabaseBack) {
 }
 
 TEST_F(Commands, AReplacingRestoreLosesNothing) {
-    // A log that the next opening needs, a killed restore's leftovers, and a live process's files.
+    // A log that the next Open needs, a killed restore's leftovers, and a live process's files.
     const std::string leaveLog =
         "$ORSQL a.db -c 'PRAGMA disable_checkpoint_on_shutdown; INSERT INTO t VALUES (7)' > /dev/null\n";
     const std::string restore = "$ORSQL -c '.restore --replace backup a.db' -c 'SELECT a FROM t'\n";

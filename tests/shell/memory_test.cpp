@@ -1,4 +1,4 @@
-// Rows are written as they are read: what a run needs is DuckDB's own result, and little else.
+// Rows are written as they are read: a run needs memory for DuckDB's own result, and little else.
 #include <cstdlib>
 
 #include <duckdb.h>
@@ -29,7 +29,7 @@ long PeakMemory(Body inBody) {
     return usage.ru_maxrss;
 }
 
-/// Runs the query through DuckDB's C functions and walks its chunks.
+/// Runs the query through DuckDB's C functions and fetches its chunks.
 void RunPlainProgram() {
     duckdb_database database = nullptr;
     duckdb_connection connection = nullptr;

@@ -121,7 +121,7 @@ TEST_F(Orsql, WritesEachKindOfCell) {
     }
     ExpectLines(RunJsonl({"-c", query}),
                 {{query, R"({"kind":"rows",…"rows":[[)" + expected + R"(]],"count":1})"}});
-    // Other forms show what stands inside the objects.
+    // Other forms show the inner value of the objects.
     EXPECT_EQ(RunShell({"--no-header", "-c",
                         "SELECT 'nan'::DOUBLE, '\\xCA'::BLOB, DATE '-0044-03-15'::VARIANT, "
                         "DATE '12345-03-15'::VARIANT, ''"})
@@ -139,7 +139,7 @@ TEST_F(Orsql, GoesOnAfterAFailureUnlessItIsToStop) {
         << run.err;
     EXPECT_EQ(RunScript(command + " --bail").out, "1\n");
     using namespace std::string_literals;
-    // Up to the zero byte it would delete every row.
+    // The text before the zero byte would delete every row.
     const ShellRun zero =
         RunShell({"--no-header"}, "CREATE TABLE t AS FROM range(3); DELETE FROM t\0 WHERE range = 1;\n"
                                   ".print \0x\nSELECT count(*) FROM t"s);
@@ -155,7 +155,7 @@ TEST_F(Orsql, LeavesAFailedTransactionAborted) {
              "INSERT INTO t VALUES (1); SELECT 1; ROLLBACK; SELECT count(*) FROM t; BEGIN; DROP TABLE t"}),
         "done|done|changed|error|error|done|0|done|done|");
     EXPECT_EQ(Answers({"x.db", "-c", "SELECT count(*) FROM t"}), "0|") << "left without a commit";
-    // DuckDB makes several statements of an import; the second of these fails, and all is taken back.
+    // DuckDB expands an import into several statements; the second fails, and everything is rolled back.
     std::filesystem::create_directory("made");
     WriteFile("made/schema.sql", "CREATE TABLE t(a INTEGER);");
     WriteFile("made/load.sql", "COPY t FROM 'made/missing.csv';");
@@ -185,7 +185,7 @@ TEST_F(Orsql, GivesSettingsToDuckDB) {
     EXPECT_TRUE(Fits(RunShell({"--readonly", "x.db", "-c", "CREATE TABLE t(a INTEGER)"}).err, "…read-only…"));
 }
 
-// The examples run as they stand, show what they say, in this order, and leave nothing behind.
+// The examples run unchanged, show this output in this order, and leave no files.
 TEST_F(Orsql, RunsTheExamples) {
     for (const auto& [command, shown] : Exchanges{
              {"$ORSQL books.db -f $EXAMPLES/1_first_database.sql",

@@ -11,8 +11,8 @@
 
 namespace orlimbara::shell::test {
 
-/// Cuts a script that comes in parts of at most so many bytes. A dot command has a line's end before it,
-/// which no statement begins with.
+/// Splits a script that arrives in parts of a limited size. A dot command is marked by a line end before it,
+/// with which no statement begins.
 inline std::vector<std::string> Split(std::string_view inText, std::size_t inPart = std::string::npos) {
     Splitter splitter;
     std::vector<std::string> pieces;

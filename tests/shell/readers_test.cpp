@@ -1,4 +1,4 @@
-// What the shell reads: scripts, literals, CSV files and DuckDB's messages.
+// The shell's readers: of scripts, literals, CSV files and DuckDB's messages.
 #include <string>
 #include <vector>
 
@@ -38,7 +38,7 @@ const std::pair<std::string, std::string> kScripts[] = {
     {"-- x;\n /* y; */ a;/* 1 /* 2; */ ; */b;/*/;*/c;/**/d;/***/e;/* never closed; ", "a|b|c|d|e"},
     {"a /*; ", "a /*; "},
     {"-- only\n", ""},
-    // Blanks beyond ASCII.
+    // Whitespace beyond ASCII.
     {"\u00A0\u3000a;\uFEFFb;e\u00A0'a\\';a\u00A0\u2003;'b\u00A0';é;c -- \u00A0",
      "a|b|e\u00A0'a\\'|a|'b\u00A0'|é|c -- \u00A0"},
     // Dot commands.
@@ -46,7 +46,7 @@ const std::pair<std::string, std::string> kScripts[] = {
      "\n.mode csv|a|\n.mode csv|b|\n.print ; b -- c|\n.quit"},
     {"-- c\n.quit\n/* \n.x\n */ .y", "\n.quit|.y"},
     {"a\n.b\n;c; .d", "a\n.b\n|c|.d"},
-    // A zero byte is a byte like others here; the shell refuses the piece.
+    // A zero byte is like any other here; the shell refuses the piece.
     {"a\0b;\0;'a\0;b';c"s, "a\0b|\0|'a\0;b'|c"s},
 };
 
@@ -62,7 +62,7 @@ TEST(Splitter, CutsScriptsAsDuckDBScansThem) {
     }
 }
 
-/// What literals are: their kinds and contents.
+/// The kinds and contents of literals.
 std::string Describe(const std::vector<Literal>& inLiterals) {
     static constexpr const char* kKinds[] = {"null",     "boolean", "long",   "llong", "ullong",
                                              "double",   "text",    "binary", "date",  "time",
@@ -89,7 +89,7 @@ std::string Describe(const std::vector<Literal>& inLiterals) {
     return all;
 }
 
-/// Literals, and what they are.
+/// Literals, with kind and content.
 constexpr const char* kLiterals = R"(
     NULL true  false|null, boolean true, boolean false; 0 -1 +5 007|long 0, long -1, long 5, long 7
     2147483647 -2147483648|long 2147483647, long -2147483648

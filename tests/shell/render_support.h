@@ -1,5 +1,5 @@
 /// @file
-/// What a renderer writes, as a text.
+/// The output of a renderer as a text.
 #pragma once
 
 #include <string>

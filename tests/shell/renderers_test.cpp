@@ -14,7 +14,7 @@
 namespace orlimbara::shell::test {
 namespace {
 
-/// What a mode writes of rows of texts.
+/// The output of a mode for rows of texts.
 std::string RenderTable(Mode inMode, const RenderSettings& inSettings, std::vector<std::string> inNames,
                         std::initializer_list<Row> inRows) {
     TableRows rows(std::move(inNames));
@@ -77,7 +77,7 @@ TEST(Box, FitsTheTerminalWheneverItCan) {
     }));
 }
 
-/// A query's rows, all the same; behind them rows may fail to be read.
+/// Equal rows of a query, after which reading may fail.
 class TypedRows final : public RowSource {
 public:
     TypedRows(std::size_t inColumns, std::size_t inRows, const Cell& inCell, const Column& inColumn,
@@ -139,7 +139,7 @@ TEST(Decimals, KeepTheirScaleUpToFifteenDigits) {
     }
 }
 
-/// All characters that could act on a terminal, in a cell, a name and a text, in each mode.
+/// All characters that could affect a terminal, in a cell, a name and a text, in each mode.
 TEST(Terminals, ShowNothingThatActsOnThem) {
     std::u32string controls = U"\u061C\u200E\u200F\u202A\u202E\u2066\u2069\x7F";
     for (char32_t c = 1; c <= 0x20; ++c) {

@@ -1,4 +1,4 @@
-// What is typed at a terminal and what then appears there, step by step.
+// Input at a terminal and the output after it, step by step.
 #include <string>
 #include <utility>
 #include <vector>
@@ -53,7 +53,7 @@ TEST(Scenarios, ShowWhatIsToAppear) {
                {"SELECT range + 7 FROM range(2);\r", "\n7\n8\n"},
                {".once all.csv\r", kPrompt},
                {many, kPrompt},
-               // Pagers that are left early: by themselves, by Ctrl-C, before the first row.
+               // Pagers that end early: by themselves, by Ctrl-C, before the first row.
                {".pager head -n 2\rSELECT * FROM range(9000000);" + kStillHere, "range\n0\n('still"},
                {".pager 'cat >/dev/null; echo \"is\" here; cat </dev/tty'\r" + many, "is here\n"},
                {"typed\r", "typed\ntyped\n"},
@@ -99,7 +99,7 @@ TEST(Scenarios, CtrlCEndsWhatWasToRunNext) {
               "\nbegun\n");
     EXPECT_EQ(interrupt().find("not run"), std::string::npos);
     shell.Ask(kStillHere, "\nstill here\n");
-    // DuckDB doesn't stop within a function, so that the second Ctrl-C leaves.
+    // DuckDB doesn't stop inside a function, so the second Ctrl-C leaves.
     shell.Ask("SELECT levenshtein(repeat('a', 200000), repeat('b', 200000)) AS d;\r", "AS d;\n");
     usleep(300'000);
     shell.Send("\x03");

@@ -1,4 +1,4 @@
-// The built program beside a running partner: programs that drive it, readers that leave, Ctrl-C, terminals.
+// The built program with a partner: programs that drive it, readers that close the pipe, Ctrl-C, terminals.
 #include <csignal>
 #include <filesystem>
 #include <string>
@@ -13,9 +13,9 @@ namespace {
 
 using Way = RunningShell::Way;
 
-/// Time enough for a statement to have begun, in microseconds.
+/// Enough time for a statement to begin, in microseconds.
 constexpr useconds_t kStart = 300'000;
-/// A query that keeps DuckDB busy for minutes without rows on the way.
+/// A query that keeps DuckDB busy for minutes before its first row.
 constexpr const char* kLongQuery =
     "SELECT sum(sqrt(a.range + b.range)) FROM range(3000000) a, range(100000) b";
 
@@ -49,7 +49,7 @@ TEST_F(Pipes, AReaderThatLeavesEndsTheRunQuietlyAndAFullDiskIsAFailure) {
         EXPECT_EQ(full.status, 1) << mode;
         EXPECT_EQ(full.err, "error: can't write: No space left on device\n") << mode;
     }
-    // Past the shell's limit for files, whose signal would end the program.
+    // Past the limit for file sizes, whose signal would end the program.
     EXPECT_TRUE(Fits(RunScript("ulimit -f 8; $ORSQL -m jsonl -c '.once out' -c 'FROM range(100000)'").out,
                      R"(…"class":"orsql","message":"can't write out: File too large"…)"));
 }
@@ -102,7 +102,7 @@ protected:
             : RunningShell(Way::Terminal, inArguments) {
             WaitFor(inFirst);
         }
-        /// What is typed, and what each must be answered with before the next.
+        /// Inputs, and the answer that each must get before the next.
         void Talk(std::initializer_list<std::pair<std::string_view, std::string_view>> inTurns) {
             for (const auto& [typed, answer] : inTurns) {
                 Ask(typed, answer);
@@ -137,7 +137,7 @@ TEST_F(Terminal, CtrlCClearsWhatIsTyped) {
     shell.Talk(
         {{"SELECT 1 AS lost,\n", "...> "}, {"\x03", kPrompt}, {"garbage\x03", kPrompt}, {"\x03", kPrompt}});
     const std::string shown = shell.Ask("SELECT 7 AS kept;\n", "└");
-    shell.WaitFor(kPrompt); // Ctrl-D counts only while a line is read
+    shell.WaitFor(kPrompt); // Ctrl-D has an effect only while a line is read
     EXPECT_NE(shown.find("kept"), std::string::npos);
     EXPECT_EQ(shown.find("error"), std::string::npos) << shown;
     EXPECT_EQ(shell.WaitPressing("\x04"), 0);
@@ -158,7 +158,7 @@ TEST_F(Terminal, CtrlCStopsRowsAndStatementsAndBringsThePromptBack) {
 TEST_F(Terminal, CompletesWhatIsThere) {
     WriteFile("some_script.sql", "SELECT 'from the ' || 'file';\n");
     Session shell;
-    // A tab with input behind it is pasted, so each completion is waited for.
+    // A tab followed by input counts as pasted, so wait for each completion.
     shell.Talk({{"CREATE TABLE flights(departure INTEGER);\n", kPrompt},
                 {"INSERT INTO fli\t", "flights"},
                 {" VALUES (12345);\n", kPrompt},
@@ -190,7 +190,7 @@ TEST_F(Terminal, TakesPastedTextAsItIs) {
     shell.Talk(
         {{"\x1b[200~" + script + "\x1b[201~", ""},
          {"\rSELECT count(*) || ' ' || min(a) || ' ' || max(a) FROM t;\r", "1000 left\tright north\tsouth"},
-         // A terminal that doesn't mark what is pasted.
+         // A terminal that doesn't mark pasted text.
          {"SELECT length('\tx'), 'unmarked';\r", "2,unmarked"}});
     shell.Leave();
 }

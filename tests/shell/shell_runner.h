@@ -14,35 +14,35 @@ namespace orlimbara::shell::test {
 
 using Arguments = std::vector<std::string>;
 
-/// What a run came to.
+/// The outcome of a run.
 struct ShellRun {
     int status = 0; ///< the exit status, or minus the signal that ended it
     std::string out;
     std::string err;
 };
 
-/// Runs orsql in the current folder to its end.
+/// Runs orsql to its end in the current folder.
 ShellRun RunShell(const Arguments& inArguments, std::string_view inInput = {});
 /// Runs `inScript` with sh; $ORSQL is the program.
 ShellRun RunScript(const std::string& inScript, std::string_view inInput = {});
 
 /// The lines of an output in jsonl mode. A line that isn't JSON fails the test.
 std::vector<std::string> JsonLines(const std::string& inOut);
-/// Runs with -m jsonl and gives the lines, whatever the status.
+/// Runs with -m jsonl. @return the lines, whatever the status.
 std::vector<std::string> RunJsonl(Arguments inArguments);
 /// Only the first cells of the rows of a line of JSON, such as "1 2 NULL", or its kind if it has no rows.
 std::string FirstCells(const std::string& inLine);
-/// FirstCells of each line that a run with -m jsonl gives, with "|" behind each.
+/// FirstCells of each line of a run with -m jsonl, each followed by "|".
 std::string Answers(const Arguments& inArguments);
 
-/// Whether a text is as a pattern tells, in which "…" stands for anything.
+/// Whether a text matches a pattern, in which "…" stands for anything.
 bool Fits(std::string_view inText, std::string_view inPattern);
-/// What is given and the pattern of what answers it.
+/// An input and the pattern of its answer.
 using Exchanges = std::vector<std::pair<std::string, std::string>>;
 /// Checks that each line fits its pattern.
 void ExpectLines(const std::vector<std::string>& inLines, const Exchanges& inExchanges);
 
-/// A fresh folder that is the current one for its lifetime, with nothing of the user's around.
+/// An empty folder that is the current one for its lifetime, without the user's settings.
 class HomeFolder : public tests_support::TempFolder {
 public:
     HomeFolder();
@@ -52,7 +52,7 @@ public:
 void WriteFile(const std::string& inPath, std::string_view inText);
 std::string ReadWhole(const std::string& inPath);
 
-/// An orsql that runs beside the test. What is waited for and doesn't come fails after a minute.
+/// An orsql that runs beside the test. A wait fails after a minute.
 class RunningShell {
 public:
     enum class Way { Pipes, Terminal };
@@ -64,18 +64,18 @@ public:
 
     void Send(std::string_view inText) const;
     void Signal(int inSignal) const;
-    /// Gives the terminal another size.
+    /// Resizes the terminal.
     void Resize(unsigned short inLines, unsigned short inColumns) const;
-    /// Reads until what was written since the last wait, on either output, holds `inText`. @return what was
-    /// read, escapes of the terminal taken out; what follows on `inText` is kept for the next wait.
+    /// Reads until the output since the last wait, on either stream, contains `inText`. @return that output
+    /// without escape sequences; what follows `inText` is kept for the next wait.
     std::string WaitFor(std::string_view inText);
     /// Sends, and waits.
     std::string Ask(std::string_view inText, std::string_view inAnswer);
-    /// Ends the input of a program behind pipes. @return the exit status, or minus the signal. @param outRest
-    /// what else was written.
+    /// Ends the input of a program with pipes. @return the exit status, or minus the signal. @param outRest
+    /// the remaining output.
     int Wait(std::string* outRest = nullptr);
-    /// The same for a program that leaves at a key, which is pressed until it does: one that comes while the
-    /// terminal changes over to the next line can be lost.
+    /// The same for a program that leaves at a key, which is pressed until it does: a key can be lost while
+    /// the terminal switches to the next line.
     int WaitPressing(std::string_view inKey);
 
 private:

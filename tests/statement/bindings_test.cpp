@@ -35,7 +35,7 @@ const std::tuple<Bind, const char*, const char*> kBindings[] = {
     {[](auto& s, auto i) { s.BindDecimal(i, 38, 1, ~0ull - 14, -1); }, "DECIMAL(38,1)", "-1.5"},
     {[](auto& s, auto i) { s.BindFloat(i, 1.5f); }, "FLOAT", "1.5"},
     {[](auto& s, auto i) { s.BindDouble(i, 0.1); }, "DOUBLE", "0.1"},
-    // The low bits count.
+    // Only the low bits are used.
     {[](auto& s, auto i) { s.BindDate(i, 2024, 256 + 2, 512 + 29); }, "DATE", "2024-02-29"},
     {[](auto& s, auto i) { s.BindTime(i, 3'600'000'001); }, "TIME", "01:00:00.000001"},
     {[](auto& s, auto i) { s.BindTimeNs(i, 3'600'000'000'001); }, "TIME_NS", "01:00:00.000000001"},
@@ -75,7 +75,7 @@ TEST_F(Bindings, EachBindsItsTypeAndValue) {
             EXPECT_EQ(Run(statement), (Rows{{text, type}}));
             ExpectFailure("Can not bind to parameter number 2", [&, again = bind] { again(*another, 2); });
         } else {
-            // DuckDB's text of this failure must not be taken for that of the next.
+            // DuckDB's text of this failure must not be used for the next.
             ExpectFailure("parameter number 7", [&] { another->BindInteger(7, 1); });
             ExpectFailure(text, [&, again = bind] { again(*another, 1); });
         }
@@ -122,7 +122,7 @@ TEST_F(Bindings, OneArrayServesEveryStatementAndEveryRun) {
     ExpectFailure("Can not bind to parameter number 3", [&] { Run(statement); });
     statement->BindValues(Values({}));
     ExpectFailure(kNotProvided, [&] { Run(statement); });
-    // A single value drops the arrays and all bindings; later ones add to what is there.
+    // A single value drops the arrays and all bindings; later ones are added.
     const auto two = Values({Number(1), Number(2)});
     for (const bool asRows : {false, true}) {
         asRows ? statement->BindRows(RowsOf({two})) : statement->BindValues(two);
@@ -168,7 +168,7 @@ TEST_F(Bindings, RowsRunTheStatementOnceForEach) {
               "xFeatureError 40960|orDuckDB - multi-row binding for SqlSelect");
     EXPECT_EQ(SelectOne(mDatabase, "SELECT count(*) FROM t"), "12") << "nothing ran";
 
-    // The row last in work is bound to the next statement, which here has no parameter for it.
+    // The last row that ran is bound to the next statement, which here has no parameter for it.
     const Statement select = Make("SELECT ?::INTEGER; SELECT ? + 1; SELECT 1");
     select->BindRows(RowsOf({Values({Number(4)})}));
     for (const char* const result : {"4", "5"}) {
@@ -177,7 +177,7 @@ TEST_F(Bindings, RowsRunTheStatementOnceForEach) {
     }
     ExpectFailure("parameter number 1", [&] { select->PrepareNext(); });
 
-    // A row that fails stops the run and takes nothing back.
+    // A row that fails stops the run and rolls nothing back.
     Execute(mDatabase, "DELETE FROM t");
     const Statement statement = Prepare("INSERT INTO t VALUES (?)");
     statement->BindRows(RowsOf({Values({Number(1)}), Values({TextValue("x")}), Values({Number(3)})}));

@@ -8,8 +8,8 @@ namespace {
 
 class StatementLifecycle : public StatementTest {};
 
-/// The state of the one statement that is alive, as its handles show it: "text", "walk" (through the script),
-/// "prep" (prepared), "ran", with "-" behind it where there is no walk; "gone" when it was invalidated.
+/// The state of the only live statement, by its handles: "text", "walk" (through the script), "prep"
+/// (prepared), "ran", followed by "-" without a walk; "gone" if it is invalidated.
 std::string StateOf(I_DuckDBStatement& inStatement) {
     const bool walks = LiveHandleCount(HandleKind::ExtractedStatements) != 0;
     const bool isPrepared = LiveHandleCount(HandleKind::PreparedStatement) != 0;
@@ -36,7 +36,7 @@ std::string TellScript(I_DuckDBStatement& ioStatement) {
            Text(result.mErrorText);
 }
 
-/// Ways into the states, for a script of two statements.
+/// How to reach the states, for a script of two statements.
 const std::function<void(I_DuckDBStatement&)> kStarts[] = {
     [](auto&) {},
     [](auto& s) { s.PrepareNext(); },
@@ -47,8 +47,8 @@ const std::function<void(I_DuckDBStatement&)> kStarts[] = {
     [](auto& s) { s.Invalidate(); },
 };
 
-/// An operation, and what it tells and the state it leads to from each start; "!" says that the statement is
-/// invalid, "?" another failure. From the text also how often it takes the guard and readies the thread.
+/// An operation, with its result and the next state for each start; "!" means that the statement is invalid,
+/// "?" another failure. For the start "text" also how often it takes the guard and prepares the thread.
 const std::pair<std::function<std::string(I_DuckDBStatement&)>, const char*> kOperations[] = {
     // from: the text; prepared; ran; ran the last; past the end; ran all; invalidated
     {[](auto& s) { return s.PrepareNext(), ""; }, " prep 1/1; prep; prep; walk; walk; prep;! gone;"},
@@ -158,7 +158,7 @@ TEST_F(StatementLifecycle, FailedSplitOrPrepareIsTriedAgain) {
     EXPECT_TRUE(statement->ExecuteNext(rows));
     EXPECT_EQ(rows, 2u);
 
-    // A failure while held values are bound leaves the prepared statement the next one.
+    // After a failure while held values are bound, the prepared statement is still the next one.
     const Statement held = Make("SELECT 1; SELECT ?");
     held->BindValues(Values({Number(4)}));
     ExpectFailure("statement only has 0 parameter(s)", [&] { held->PrepareNext(); });

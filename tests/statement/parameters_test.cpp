@@ -1,5 +1,5 @@
-// Host values as parameters, envelopes among them, and VARIANTs that go out through a cursor and come back.
-// docs/values.md lists what these tests show.
+// Host values as parameters, including envelopes, and round trips of VARIANTs through a cursor.
+// docs/values.md describes the results.
 
 #include <cstring>
 
@@ -13,7 +13,7 @@ using namespace value_type;
 
 class Parameters : public StatementTest {};
 
-/// A new value that is set by its aspect.
+/// A new value that is set through its aspect.
 template <class Aspect, class Create, class... Parameters, class... Arguments>
 Value With(Create inCreate, void (Aspect::*inPut)(Parameters...), Arguments... inArguments) {
     Value value(inCreate(true, nullptr, nullptr));
@@ -39,7 +39,7 @@ Value ArrayValue(std::uint32_t inItemType, std::initializer_list<Value> inItems)
     return value;
 }
 
-/// A value of a type that the stand-in host has no class for, or that lacks its type's aspect.
+/// A value of a type for which the stand-in host has no class, or without its type's aspect.
 class OddValue : public AspectHost_imp {
 public:
     explicit OddValue(std::uint32_t inType) : AspectHost_imp(true), mType(inType) {}
@@ -53,7 +53,7 @@ private:
     std::uint32_t mType;
 };
 
-/// Bytes, fewer than their length says, in a value that is an envelope besides.
+/// Fewer bytes than their length says, in a value that is also an envelope.
 class OddBytes final : public OddValue, public I_ValueBinary, public I_ValueJSON {
 public:
     OddBytes() : OddValue(kVarBinary) {}
@@ -114,7 +114,7 @@ TEST_F(Parameters, EachHostTypeHasItsType) {
         {new OddBytes, "\\xCA\\x00\\xFE", "BLOB"},
         {Odd(kLongBinary), "-7", "VARCHAR", "BLOB"},
         {Odd(kExternalBinary), "-7", "VARCHAR", "BLOB"},
-        {TextValue(plain, true), plain, "VARCHAR"}, // a marker that is false marks nothing
+        {TextValue(plain, true), plain, "VARCHAR"}, // a false marker has no effect
         {TextValue("[true]", true), "[true]", "VARCHAR"},
         {Holder(Holder(Number(5))), "5", "INTEGER", "VARCHAR"},
         {Holder(nullptr), "NULL", "\"NULL\"", "VARCHAR"},
@@ -137,7 +137,7 @@ TEST_F(Parameters, EachHostTypeHasItsType) {
                 << test.mText;
         }
     }
-    // A zero character goes in; it is the text of the cell that ends there.
+    // A zero character is bound; the cell's text ends there.
     EXPECT_EQ(RunWith("SELECT strlen($1)", {TextValue(std::string_view("a\0b", 3))}), Table("3"));
 }
 
@@ -196,7 +196,7 @@ TEST_F(Parameters, ValueThatClosesTheDatabaseWhileItIsRead) {
 
 class Envelopes : public StatementTest {
 protected:
-    /// The parameter that an envelope becomes.
+    /// The parameter for an envelope.
     Rows Read(const std::string& inForm, const std::string& inType, const std::string& inText) const {
         return Parameter(TextValue("{\"duckdb_" + inForm + "\":true,\"" + inForm + "_type\":\"" + inType +
                                        "\",\"value\":\"" + inText + "\"}",
@@ -210,8 +210,8 @@ protected:
     }
 };
 
-/// Names that no VARIANT goes out with, since the host has a type for them, and texts none has: name, text,
-/// type, and the result where it isn't the text.
+/// Names and texts that no VARIANT is given as, since the host has a type for them: name, text, type, and the
+/// result if it isn't the text.
 constexpr const char* kNamed = R"(
     BOOL|true|BOOLEAN; BOOLEAN|f|BOOLEAN|false; BOOL_TRUE|ignored|BOOLEAN|true; BOOL_FALSE|true|BOOLEAN|false
     INT16|-32768|SMALLINT; INT32|-2147483648|INTEGER; INT64|-9223372036854775808|BIGINT; UINT8|255|UTINYINT
@@ -229,7 +229,7 @@ TEST_F(Envelopes, EachNameGivesItsTypeInBothForms) {
     EXPECT_EQ(Read("variant", "ARRAY", R"([1, \"a\", {\"b\": null}])"),
               (Rows{{"[1, a, {'b': NULL}]", "VARIANT"}}));
     EXPECT_EQ(Read("variant", "OBJECT", R"({\"a\": 1.5})"), (Rows{{"{'a': 1.5}", "VARIANT"}}));
-    // Members are found by name; with both markers it is a value envelope; a number gives its text.
+    // Members are found by name; with both markers it is a value envelope; a number is used as text.
     EXPECT_EQ(Parameter(TextValue(R"({"more":[1],"value":7,"duckdb_variant":true,"duckdb_value":true,)"
                                   R"("value_type":"INT8","variant_type":"INT16"})",
                                   true)),
@@ -254,7 +254,7 @@ TEST_F(Envelopes, MalformedOnesAreRefused) {
                     "Use duckdb_variant with variant_type ARRAY or OBJECT for DuckDB VARIANT values");
         ExpectErrorWith([&] { Read("variant", type, "[1"); }, "value", "JSON");
     }
-    // A width counts modulo 256, and DuckDB has no width 0.
+    // A width is taken modulo 256, and DuckDB has no width 0.
     const Rows unfit = Table(
         "DATE|2023-02-29; UUID|x; DECIMAL|; DECIMAL|1e5; BITSTRING|2; GEOMETRY|POINT (1; DECIMAL|1." +
         std::string(300, ' ') + "0; DECIMAL|" + std::string(300, '1') + "; DECIMAL|" + std::string(256, '0'));
@@ -294,8 +294,8 @@ TEST_F(Envelopes, BringAVariantBackAsItWas) {
 }
 
 TEST_F(Envelopes, BringAVariantBackChanged) {
-    // What goes out, the path of the part that changes, its type and its text. A DECIMAL is as wide as its
-    // text, a text ends at a zero character, and inside of lists and structs there are JSON's types alone.
+    // The value, the path of the part that changes, its type and its text. A DECIMAL is as wide as its text,
+    // a text ends at a zero character, and lists and structs contain only JSON's types.
     for (const auto& row : Table(R"(1.5::DECIMAL(10,4) | - | DECIMAL(5, 4) | 1.5000
                                     concat('a', chr(0), 'b') | - | VARCHAR | a
                                     [1::TINYINT] | 1::UINTEGER | UINT64 | 1
@@ -306,10 +306,10 @@ TEST_F(Envelopes, BringAVariantBackChanged) {
         EXPECT_EQ(RunWith("SELECT variant_typeof(" + part + "), " + part + "::VARCHAR", {Leave(row[0])}),
                   (Rows{{row[2], row[3]}}));
     }
-    const Value date = Leave("'infinity'::DATE"); // a date that the calendar doesn't reach
+    const Value date = Leave("'infinity'::DATE"); // a date beyond the calendar
     ExpectFailure("Date out of range", [&] { Parameter(date); });
     ExpectFailure("out of range", [&] { Leave("'infinity'::TIMESTAMP_MS"); });
-    const Value hours = Leave("to_hours(1000000000)"); // DuckDB's text of it is none that DuckDB reads
+    const Value hours = Leave("to_hours(1000000000)"); // DuckDB can't read its own text of it
     ExpectErrorWith([&] { Parameter(hours); }, "value", "Could not convert string '1000000000:00:00'");
 }
 

@@ -1,5 +1,5 @@
 /// @file
-/// The fixture of the tests of statements: an open database, and short ways to values and statements.
+/// The fixture of the statement tests: an open database, and short functions for values and statements.
 #pragma once
 
 #include <string_view>
@@ -30,11 +30,11 @@ protected:
     Rows RunWith(std::string_view inSql, std::initializer_list<Value> inValues) const {
         return ReadAll(mDatabase->SqlSelect(Wide(inSql), kCursorLocationServer, Values(inValues)));
     }
-    /// The text and type of the parameter that a value becomes.
+    /// The text and type of the parameter for a value.
     Rows Parameter(const Value& inValue) const {
         return RunWith("SELECT $1::VARCHAR, typeof($1)", {inValue});
     }
-    /// What is in table t.
+    /// The content of table t.
     std::string Content() const { return SelectOne(mDatabase, "SELECT list(i ORDER BY i)::VARCHAR FROM t"); }
     /// Checks that a call fails with a text of DuckDB or the module that has this part.
     static void ExpectFailure(const std::string& inPart, const std::function<void()>& inCall) {

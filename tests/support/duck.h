@@ -1,5 +1,5 @@
 /// @file
-/// A DuckDB of a test's own, without the module.
+/// A test's own DuckDB, without the module.
 #pragma once
 
 #include <stdexcept>

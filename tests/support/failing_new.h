@@ -1,6 +1,6 @@
 /// @file
-/// Makes an allocation of this thread fail, counted from where it is armed. Replaces the operators of the
-/// whole executable: include it in one source.
+/// Makes the nth allocation of this thread fail. Replaces the operators of the whole executable: include it
+/// in one source.
 #pragma once
 
 #include <dlfcn.h>
@@ -21,12 +21,12 @@ inline bool IsInDuckDB(void* inAddress) {
            std::string_view(object.dlfo_link_map->l_name).find("libduckdb") != std::string_view::npos;
 }
 
-/// The allocations until the one that fails; 0 lets all succeed. Those inside DuckDB don't count: DuckDB is
-/// responsible for what it does without memory.
+/// The number of allocations until one fails; 0 lets all succeed. Allocations inside DuckDB aren't counted:
+/// how DuckDB handles a lack of memory isn't tested here.
 inline thread_local std::uint32_t gAllocationsUntilFailure = 0;
 
-/// What operator new does. @param inCaller the code that calls it, which may be a template of the C++ library
-/// that DuckDB shares with other code.
+/// The implementation of operator new. @param inCaller the code that calls it, which may be a template of the
+/// C++ library that DuckDB shares with other code.
 inline void* AllocateOrFail(std::size_t inSize, void* inCaller) {
     if (gAllocationsUntilFailure != 0 && !IsInDuckDB(inCaller)) {
         void* calls[32];
@@ -43,7 +43,7 @@ inline void* AllocateOrFail(std::size_t inSize, void* inCaller) {
 
 } // namespace orkit::orsql::test
 
-// Not inlined: a compiler that sees malloc and free inside takes them for a mismatch.
+// Not inlined: a compiler that sees malloc and free inside reports a mismatch.
 [[gnu::noinline]] void* operator new(std::size_t inSize) {
     return orkit::orsql::test::AllocateOrFail(inSize, __builtin_return_address(0));
 }

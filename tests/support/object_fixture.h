@@ -74,7 +74,7 @@ inline std::string Text(const Value& inValue) {
     return Text(text);
 }
 
-/// Reads a cursor from where it stands to its end.
+/// Reads a cursor from its position to its end.
 inline Rows ReadAll(const Cursor& inCursor) {
     Rows rows;
     while (inCursor->NextRecord()) {
@@ -117,7 +117,7 @@ inline smart_ptr<RowArray> RowsOf(std::initializer_list<smart_ptr<ValueArray>> i
     return ArrayOf<ValueArray>(inRows);
 }
 
-/// Calls and tells what it threw: "CLASS CODE" and the exception's texts, each after a '|'; of a
+/// Calls a function. @return what it threw: "CLASS CODE" and the exception's texts, each after a '|'; for a
 /// std::exception "std::exception|" and its `what`; "" if it threw nothing.
 inline std::string Catch(const std::function<void()>& inCall) {
     const auto describe = [](const char* inClass, const xException& inError) {
@@ -148,7 +148,7 @@ inline void ExpectError(const std::function<void()>& inCall, const std::string& 
                         const std::string& inMessage) {
     EXPECT_EQ(Catch(inCall), "xDuckDBError 468225|" + inContext + "|" + inMessage);
 }
-/// The same where the message is DuckDB's: it must contain `inPart`.
+/// The same for a message of DuckDB's, which must contain `inPart`.
 inline void ExpectErrorWith(const std::function<void()>& inCall, const std::string& inContext,
                             const std::string& inPart) {
     const std::string thrown = Catch(inCall);
@@ -156,7 +156,7 @@ inline void ExpectErrorWith(const std::function<void()>& inCall, const std::stri
     EXPECT_NE(thrown.find(inPart), std::string::npos) << inPart << " isn't in: " << thrown;
 }
 
-/// Base of the tests: nothing may be alive before and after each of them.
+/// Base of the tests: no object may be alive before and after each of them.
 class ObjectTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -174,9 +174,9 @@ protected:
         ExpectNothingAlive();
     }
 
-    /// The root object, as the host gets it.
+    /// The root object, obtained as by the host.
     static smart_ptr<I_DuckDBExtension> Extension() { return GetDuckDBExtension(); }
-    /// This test's own folder, empty at its start and gone after it.
+    /// This test's own folder, empty at the start and deleted at the end.
     const fs::path& Folder() const { return mFolder.Path(); }
     /// A location of a file in the test's folder, or of ":memory:".
     smart_ptr<I_Location> At(const std::string& inName) const {
@@ -190,7 +190,7 @@ protected:
         database->Create();
         return database;
     }
-    /// Opens a database that is there.
+    /// Opens an existing database.
     Database OpenDatabase(const std::string& inName, bool inReadOnly = false) const {
         Database database = MakeDatabase(inName);
         if (inReadOnly) {
@@ -221,7 +221,7 @@ protected:
         return rows.size() == 1 && rows[0].size() == 1 ? rows[0][0] : "not one cell";
     }
 
-    /// Backs up into the folder "backups". @return the new backup.
+    /// Backs up to the folder "backups". @return the new backup.
     smart_ptr<I_Location> Backup(const Database& inDatabase) const {
         fs::create_directory(Folder() / "backups");
         inDatabase->Backup(At("backups"));
@@ -233,14 +233,14 @@ protected:
         return Extension()->RestoreDatabase(At(inName), inBackup);
     }
 
-    Database mDatabase; ///< for the test's use; let go before the checks after it
+    Database mDatabase; ///< for the test's use; released before the final checks
 
 private:
     static void ExpectNothingAlive() {
         for (std::size_t kind = 0; kind < support::kHandleKindNames.size(); ++kind) {
             EXPECT_EQ(LiveHandleCount(static_cast<HandleKind>(kind)), 0) << support::kHandleKindNames[kind];
         }
-        // A failure shows them as bytes, in the order of the members.
+        // A failure prints them as bytes, in the order of the members.
         EXPECT_EQ(standin::CountLiveObjects(), standin::LiveObjects{});
     }
 

@@ -1,5 +1,5 @@
 /// @file
-/// Tables of tests, written as texts.
+/// Tables for tests, written as texts.
 #pragma once
 
 #include <string>
@@ -7,11 +7,11 @@
 
 namespace tests_support {
 
-/// One row is the texts of its cells.
+/// A row: the texts of its cells.
 using Rows = std::vector<std::vector<std::string>>;
 
-/// Rows end with ';' or a line, '|' stands between cells, and blanks around a cell don't count. Rows without
-/// any text are left out.
+/// Rows end at ';' or a line feed, '|' separates cells, and spaces around a cell are ignored. Empty rows are
+/// skipped.
 inline Rows Table(const std::string& inText) {
     Rows rows(1);
     std::size_t begin = 0;

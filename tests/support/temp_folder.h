@@ -1,5 +1,5 @@
 /// @file
-/// A folder of a test's own.
+/// A test's own folder.
 #pragma once
 
 #include <filesystem>
@@ -10,7 +10,7 @@
 
 namespace tests_support {
 
-/// An empty folder without symbolic links in its path; gone, with all that is in it, at this object's end.
+/// An empty folder without symbolic links in its path; deleted with its content in the destructor.
 class TempFolder {
 public:
     TempFolder() {
