@@ -25,6 +25,7 @@ for group in "$@"; do
 done
 # A machine may have these two from elsewhere, and Debian's npm conflicts with other builds of Node.js.
 command -v npm >/dev/null || packages+=(npm)
+[[ $(uname -m) != aarch64 ]] || command -v go >/dev/null || packages+=(golang-go)
 python3 -m pip --version >/dev/null 2>&1 || packages+=(python3-pip)
 
 if ! command -v dpkg-query >/dev/null; then
