@@ -1,5 +1,5 @@
 /// @file
-/// What it costs to run one prepared statement again and again with other parameters. Each time is of 10,000
+/// What it costs to run a prepared statement repeatedly with different parameters. Each time is for 10,000
 /// runs with an INTEGER, a VARCHAR and a DOUBLE; "items" are runs.
 ///
 ///   Bind/typed/...    a SELECT of the parameters, with typed bindings

@@ -1,19 +1,19 @@
 /// @file
-/// What it costs to make host values of DuckDB's cells, type by type. Each time is of a run over a whole
-/// result of 16 columns that is there already; "items" are cells.
+/// What it costs to make host values from DuckDB's cells, by type. Each time is for a complete result of 16
+/// columns that exists already; "items" are cells.
 ///
-///   Client/T              the making of a client cursor, which reads every cell
-///   Server/T              a walk over a server cursor that reads every cell and drops it
-///   Reference/T           the same by a `duckdb_value` a cell
+///   Client/T              creating a client cursor, which reads every cell
+///   Server/T              reading every cell of a server cursor and dropping it
+///   Reference/T           the same through a `duckdb_value` per cell
 ///   Floor/T               a plain loop over the vectors that drops each value at once, beside Server
 ///   FloorKept/T           one that keeps them in the same arrays of rows, beside Client
 ///   FirstRow/T            the cells of the first row of a server cursor
-///   FirstRowReference/T   the same by a `duckdb_value` a cell
+///   FirstRowReference/T   the same through a `duckdb_value` per cell
 ///   FirstPage/T           the cells of its first 50 rows
-///   FirstPageReference/T  the same by a `duckdb_value` a cell
+///   FirstPageReference/T  the same through a `duckdb_value` per cell
 ///
-/// All subjects of a type are measured together when the first of them is asked for: several times in turns,
-/// on memory that was touched before. What is told is the shortest time.
+/// All subjects of a type are measured together when the first of them runs: several times in turns, on
+/// memory that was used before. The shortest time is reported.
 #include <algorithm>
 #include <array>
 #include <fstream>
@@ -98,15 +98,15 @@ constexpr MeasuredType kTypes[] = {
 constexpr int kRows = 10'240; // five chunks
 constexpr int kReferenceRows = 1'024;
 constexpr int kPageRows = 50;
-// A type is measured so long, and at least and at most so often.
+// How long, and at least and at most how often, a type is measured.
 constexpr Seconds kMeasureTime{2.5};
 constexpr int kMinRounds = 7;
 constexpr int kMaxRounds = 40;
 
-/// The database with the table that is measured.
+/// The database with the measured table.
 class CellDatabase : public Database {
 public:
-    /// Rows of the table of a type, which is made when another one was there before.
+    /// Rows of a type's table, which is created if the last one had another type.
     support::OwnedResult Rows(const MeasuredType& inType, int inCount) {
         if (mTable != inType.mName) {
             std::string sql = "CREATE OR REPLACE TABLE cells AS SELECT ";
@@ -169,7 +169,7 @@ Seconds TimeReference(const MeasuredType&, support::OwnedResult inResult) {
     });
 }
 
-/// The first rows of a server cursor; without the fetching of their chunk.
+/// The first rows of a server cursor, without the time to fetch their chunk.
 template <int kCount>
 Seconds TimeFirst(const MeasuredType&, support::OwnedResult inResult) {
     const smart_ptr<I_DuckDBCursor> cursor = gDatabase->Open<DuckDBCursor_server>(std::move(inResult));
@@ -210,8 +210,8 @@ constexpr Subject kSubjects[] = {
     {"FirstPageReference", kRows, kPageRows, TimeFirstByReference<kPageRows>},
 };
 
-/// The shortest time of each subject on a type: what a neighbour on the machine adds is not the subject's.
-/// They run in turns, so that a slow while falls on all of them.
+/// The shortest time of each subject on a type, without what other programs add. They run in turns, so that a
+/// slow period affects all of them.
 std::array<Seconds, std::size(kSubjects)> MeasureType(const MeasuredType& inType) {
     std::array<Seconds, std::size(kSubjects)> shortest;
     shortest.fill(Seconds::max());
@@ -255,7 +255,7 @@ void RegisterAll() {
     }
 }
 
-/// The processor's name, for who reads the results.
+/// The processor's name, for readers of the results.
 std::string CpuName() {
     std::ifstream file("/proc/cpuinfo");
     for (std::string line; std::getline(file, line);) {
@@ -271,7 +271,7 @@ std::string CpuName() {
 
 int main(int inCount, char** inArguments) {
     using namespace orkit::orsql::bench;
-    // What is freed stays mapped: the price of new pages is the system's, not the cursors'.
+    // Freed memory stays mapped: the cost of new pages is the system's, not the cursors'.
     mallopt(M_MMAP_THRESHOLD, 32 << 20); // the most it takes
     mallopt(M_TRIM_THRESHOLD, 1 << 30);
     benchmark::AddCustomContext("cpu", CpuName());

@@ -1,5 +1,5 @@
 /// @file
-/// A database object for benchmarks, and cursors on results that were made beforehand.
+/// A database object for benchmarks, and cursors on results that exist already.
 #pragma once
 
 #include <cstdint>
@@ -32,7 +32,7 @@ public:
 
     DuckDBDatabase* operator->() { return mDatabase.get(); }
 
-    /// Runs SQL straight on the database's connection, for what isn't measured. @return the whole result.
+    /// Runs SQL directly on the database's connection, for what isn't measured. @return the whole result.
     orlimbara::duckdb_support::OwnedResult Run(const std::string& inSql) {
         orlimbara::duckdb_support::OwnedResult result;
         if (duckdb_query(mConnection->Get(), inSql.c_str(), result.Put()) != DuckDBSuccess) {
@@ -53,7 +53,7 @@ private:
     std::shared_ptr<ConnectionCell> mConnection;
 };
 
-/// Runs SQL and reads every cell of it, row by row through a server cursor. @return the cells read.
+/// Runs SQL and reads every cell of its result, row by row through a server cursor. @return the cells read.
 inline std::uint64_t ReadCells(Database& ioDatabase, const std::string& inSql) {
     const smart_ptr<I_DuckDBCursor> cursor = ioDatabase.Open<DuckDBCursor_server>(ioDatabase.Run(inSql));
     const std::uint32_t columns = cursor->get_ColumnCount();

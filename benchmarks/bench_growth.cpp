@@ -1,14 +1,14 @@
 /// @file
-/// Whether work grows faster than what it is about: each subject runs at several sizes, and the processor
-/// time per item should stay the same.
+/// Whether the time of an operation grows faster than its size: each subject runs at several sizes, and the
+/// processor time per item should stay the same.
 ///
 ///   Growth/outcomes/N               a script of N statements, run by SqlQuery and walked to its end
 ///   Growth/statements_forward/N     dropping N live statements, the oldest first
 ///   Growth/statements_backward/N    the same, the newest first
 ///   Growth/cursors_forward/N, Growth/cursors_backward/N   the same with server cursors
 ///   Growth/close/N                  Close of a database with N live statements
-///   Growth/columns/N                reading 1,000,000 cells of N columns through a server cursor; items are
-///   cells Growth/bind_rows/N              a run of N held rows
+///   Growth/columns/N                reading 1,000,000 cells, which are the items, of N columns
+///   Growth/bind_rows/N              a run of N held rows
 #include <algorithm>
 #include <cstdint>
 #include <string>
@@ -24,7 +24,7 @@
 namespace orkit::orsql::bench {
 namespace {
 
-/// Makes what one measured run needs. @return the processor time of the measured part.
+/// Prepares and does one measured run. @return the processor time of the measured part.
 using Run = Seconds (*)(Database& ioDatabase, std::int64_t inCount);
 
 Seconds TimeOutcomes(Database& ioDatabase, std::int64_t inCount) {

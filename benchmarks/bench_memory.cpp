@@ -1,7 +1,7 @@
 /// @file
 /// Memory of cursors, beside plain loops over DuckDB's vectors that make the same host values. Both hold
-/// DuckDB's whole result. Each runs in a process of its own, because a process has but one peak. Prints one
-/// JSON object, in bytes:
+/// DuckDB's whole result. Each runs in its own process, because a process has only one peak. Prints one JSON
+/// object, in bytes:
 ///
 ///   server, floor               peak of a walk over ten million rows of three columns
 ///   lists_server, lists_floor   peak of a walk over 4,096 rows of lists with 20,000 items each
@@ -31,7 +31,7 @@ namespace {
 
 namespace support = orlimbara::duckdb_support;
 
-// One column read where it lies, one text, one cast.
+// One column that is read directly, one text, one that is cast.
 constexpr const char* kSql =
     "SELECT i, i::VARCHAR AS t, DATE '2000-01-01' + (i % 100000)::INTEGER AS d FROM range(10000000) r(i)";
 constexpr std::uint64_t kCells = 30'000'000;
@@ -86,7 +86,7 @@ std::uint64_t WalkFloor(Database& ioDatabase) {
     return cells;
 }
 
-/// A list at a time, so that no more than one text is there.
+/// One list at a time, so that only one text exists.
 std::uint64_t WalkFloorLists(Database& ioDatabase) {
     const support::OwnedResult result = ioDatabase.Run(kListsSql);
     support::ColumnCast list;
@@ -127,10 +127,10 @@ constexpr std::array kWalks = {Walk{"server", WalkServer, kCells}, Walk{"floor",
 
 struct Memory {
     std::int64_t mPeak = 0;  ///< of resident memory
-    std::int64_t mAdded = 0; ///< resident memory at the walk's end less that before it
+    std::int64_t mAdded = 0; ///< resident memory at the end minus that at the start
 };
 
-/// What a child process does, with the file descriptor of a pipe for the memory that was added.
+/// The work of a child process, with the file descriptor of a pipe for the added memory.
 /// @return its exit code.
 int RunWalk(const char* inName, int inPipe) {
     for (const Walk& walk : kWalks) {
@@ -140,13 +140,13 @@ int RunWalk(const char* inName, int inPipe) {
             const bool isWhole = walk.mRun(database) == walk.mCells;
             const std::int64_t added = Resident() - before;
             const bool isTold = write(inPipe, &added, sizeof added) == sizeof added;
-            _exit(isWhole && isTold ? 0 : 1); // what is kept isn't measured while it goes
+            _exit(isWhole && isTold ? 0 : 1); // without freeing what was kept
         }
     }
     return 2;
 }
 
-/// Runs this program again for one walk.
+/// Runs this program again for one measurement.
 Memory MemoryOf(const char* inWalk) {
     std::array<int, 2> ends{};
     if (pipe(ends.data()) != 0) {

@@ -1,7 +1,7 @@
 /// @file
-/// The table procedures on three million flights, against the plain loop: the same answer straight from
-/// DuckDB's C functions, with the same host values made. Each is measured from the call to the last cell, the
-/// closing of DuckDB included. FetchParquet/open is what both pay before any SQL runs.
+/// The table procedures on three million flights, against a plain loop: the same answer from DuckDB's C
+/// functions directly, with the same host values. Each is measured from the call to the last cell, including
+/// the closing of DuckDB. FetchParquet/open is the cost of both before any SQL runs.
 #include <benchmark/benchmark.h>
 #include <duckdb.h>
 
@@ -30,7 +30,7 @@ void Register() {
     orlimbara::procedures::RegisterProcedures(context.get_Handle());
 }
 
-/// Reads every cell of every row through the cursor's callbacks, as the host does, and gives each value back.
+/// Reads every cell of every row through the cursor's callbacks, as the host does, and frees each value.
 std::int64_t ReadAll(const cursor_descriptor& descriptor, call_context context) {
     const auto columns = static_cast<std::int32_t>(descriptor.column_count);
     std::int64_t cells = 0;

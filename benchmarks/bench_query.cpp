@@ -2,9 +2,8 @@
 /// What a call costs besides its query, and how long a stop takes.
 ///
 ///   Query/short/module    SELECT 1 through SqlSelect, 10,000 times; "items" are queries
-///   Query/short/plain     the same through DuckDB's C functions, in the steps that a script takes: split,
-///   prepare, run Interrupt/cross_join  from Interrupt on one thread to the exception on the other, of a
-///   query that is computing;
+///   Query/short/plain     the same through DuckDB's C functions, in a script's steps: split, prepare, run
+///   Interrupt/cross_join  from Interrupt on one thread to the exception of a running query on the other;
 ///                         100 stops, median_ms and worst_ms
 #include <algorithm>
 #include <array>

@@ -53,7 +53,7 @@ void Require(bool inIsGood, const char* inWhat) {
     }
 }
 
-/// Runs a program from this one's folder, its output to nowhere. @return its processor time.
+/// Runs a program from this one's folder and discards its output. @return its processor time.
 Seconds RunProgram(std::vector<const char*> inWords) {
     const std::string path =
         std::filesystem::read_symlink("/proc/self/exe").replace_filename(inWords.front()).string();
@@ -111,7 +111,7 @@ public:
         std::fclose(mFile);
     }
 
-    /// Makes room for a row.
+    /// Reserves capacity for a row.
     void BeginRow() {
         if (mBuffer.size() - mSize < kLongestRow) {
             std::fwrite(mBuffer.data(), 1, std::exchange(mSize, 0), mFile);
@@ -123,7 +123,7 @@ public:
         mSize = static_cast<std::size_t>(std::to_chars(mBuffer.data() + mSize, end, inNumber).ptr -
                                          mBuffer.data());
     }
-    /// A text of ASCII, as those of the flights are, in quotes where it must be. The others are refused.
+    /// An ASCII text, like all of the flights', in quotes if needed. Refuses others.
     template <bool kIsJson>
     void Put(const String& inText) {
         const std::size_t start = mSize;
@@ -154,7 +154,7 @@ private:
     std::FILE* mFile;
 };
 
-/// Writes the rows alone, without what stands around them.
+/// Writes only the rows, without what surrounds them.
 template <bool kIsJson>
 Seconds WritePlain(int inRows, const char* inPath) {
     const smart_ptr<I_DuckDBCursor> cursor = OpenFlights(inRows);
@@ -205,7 +205,7 @@ template <class Module, class Plain>
 Times Measure(std::size_t inRounds, Module inModule, Plain inPlain) {
     std::vector<double> module;
     std::vector<double> plain;
-    inModule(); // touches files, code and memory
+    inModule(); // warms up files, code and memory
     inPlain();
     for (std::size_t round = 0; round < inRounds; ++round) {
         module.push_back(inModule().count());

@@ -1,5 +1,5 @@
 /// @file
-/// What benchmarks that measure their time themselves share: clocks, plain names, and the run.
+/// For benchmarks that measure their time themselves: clocks, plain names, and the run.
 #pragma once
 
 #include <algorithm>
@@ -14,7 +14,7 @@ namespace orkit::orsql::bench {
 
 using Seconds = std::chrono::duration<double>;
 
-/// Processor time, which what others do on the machine doesn't change.
+/// Processor time, which doesn't depend on other programs.
 template <clockid_t kClock>
 struct ProcessorClock {
     static Seconds Now() {
@@ -26,10 +26,11 @@ struct ProcessorClock {
 
 /// The processor time of this thread.
 using ThreadClock = ProcessorClock<CLOCK_THREAD_CPUTIME_ID>;
-/// The processor time of all threads of this process, DuckDB's among them.
+/// The processor time of all threads of this process, including DuckDB's.
 using ProcessClock = ProcessorClock<CLOCK_PROCESS_CPUTIME_ID>;
 
-/// For what is so short that to ask for a thread's time would show, and that hardly anything interrupts.
+/// Wall time, for work so short that reading a thread's time would matter and that is hardly ever
+/// interrupted.
 struct WallClock {
     static Seconds Now() { return std::chrono::steady_clock::now().time_since_epoch(); }
 };
@@ -41,7 +42,7 @@ Seconds Time(Call&& inCall) {
     return Clock::Now() - start;
 }
 
-/// Reports with the names as they were registered, without the way of measuring behind them.
+/// Reports with the registered names, without the suffix for the way of measuring.
 template <class Reporter>
 class PlainNames : public Reporter {
 public:
@@ -55,7 +56,7 @@ public:
     }
 };
 
-/// What a program's main() does once its benchmarks are registered. @return its exit code.
+/// Runs the registered benchmarks. @return the exit code for main().
 inline int RunBenchmarks(int inCount, char** inArguments) {
     const bool hasOutputFile =
         std::any_of(inArguments, inArguments + inCount,

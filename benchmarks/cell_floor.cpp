@@ -118,7 +118,7 @@ void Require(bool inIsGood) {
     }
 }
 
-/// Texts that `Write` puts into UTF-16; the measured columns have no others.
+/// Texts that `Write` makes in UTF-16; the measured columns have no others.
 template <class Item, auto Write>
 class Plain : public Vectors<Item> {
 public:
@@ -188,7 +188,7 @@ private:
     std::array<Validity, kColumns> mValidity;
 };
 
-/// Integers, texts, doubles and dates become values of their like, INT8 and arrays envelopes.
+/// Integers, texts, doubles and dates become values of the same kind, INT8 and arrays envelopes.
 class Variant {
 public:
     void Bind(duckdb_data_chunk inChunk) {

@@ -1,6 +1,6 @@
 /// @file
-/// The plain loops over DuckDB's vectors that the cursors are measured against: the least that it takes to
-/// make the host values of a result, written for one type each, with nothing to choose while they run.
+/// The plain loops over DuckDB's vectors that the cursors are measured against: the least work to make the
+/// host values of a result, each written for one type, with no decisions at run time.
 #pragma once
 
 #include <cstddef>
@@ -17,7 +17,7 @@ inline constexpr idx_t kColumns = 16;
 
 /// Makes the value of every cell of a result and drops it at once.
 using DropAll = void (*)(const duckdb_result& inResult);
-/// The same, but keeps the values, a row an array, in the arrays that a client cursor keeps them in.
+/// The same, but keeps the values in the same arrays as a client cursor, one per row.
 using KeepAll = smart_ptr<RowArray> (*)(const duckdb_result& inResult);
 
 struct Floor {
@@ -25,8 +25,8 @@ struct Floor {
     KeepAll mKeepAll;
 };
 
-/// One loop for each way in which a cell can become a value. The names are those of DuckDB's types where the
-/// way serves one type alone.
+/// One loop for each way to convert a cell. The name is that of DuckDB's type if the way is for one type
+/// only.
 extern const Floor kBooleanFloor;
 extern const Floor kTinyintFloor;
 extern const Floor kSmallintFloor;

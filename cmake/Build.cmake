@@ -16,11 +16,11 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
-# The module's exports are its version script's business. Nobody interposes its functions, so that the
-# compiler may inline across them although all code is position independent.
+# The version script sets the module's exports. Its functions aren't interposed, so the compiler may inline them
+# although all code is position independent.
 add_compile_options(-fno-semantic-interposition)
 
-# Programs, the shared library and the module lie side by side and find each other there.
+# Programs, the shared library and the module are in one folder and find each other there.
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/bin")
 set(CMAKE_BUILD_RPATH "$ORIGIN")

@@ -2,7 +2,7 @@
 #
 #   orlimbara_include_root(<target> <folder> [FILES <file>...])
 #
-# Gives <target> an include directory that holds nothing but a link named like <folder>, so that its
+# Gives <target> an include directory that contains only a link named like <folder>, so that its
 # headers are included as "folder/header.h". With FILES the directory holds links to just these files
 # of the folder. Who links <target> gets the include directory too. Because the top of the repository
 # is never an include directory, an include in a direction that no link allows fails to compile.

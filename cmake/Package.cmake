@@ -1,6 +1,6 @@
 # What CPack packs: a .deb and a .tar.gz of the installed tree, stripped.
 
-# Two files for people tell the version too: nobody may forget them.
+# Two files for people name the version too: they must not be forgotten.
 foreach(pair IN ITEMS "CHANGELOG.md=## ${PROJECT_VERSION}\n" "packaging/changelog=(${PROJECT_VERSION}-")
     string(REPLACE "=" ";" pair "${pair}")
     list(GET pair 0 file)

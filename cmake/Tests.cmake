@@ -3,7 +3,7 @@
 #   orlimbara_add_test(<name>
 #       SOURCES <file>... LIBRARIES <target>...
 #       [LABELS <label>...]        "concurrency": also built and run under the thread sanitizer
-#       [DEPENDS <target>...]      built with the test, for what it loads or starts while it runs
+#       [DEPENDS <target>...]      built with the test, for what it loads or starts
 #       [ENVIRONMENT <VAR=value>...] [ARGUMENTS <argument>...] [TIMEOUT <seconds>])
 #
 #   orlimbara_test_environment(<test>...)
@@ -19,8 +19,8 @@ enable_testing()
 set(ORLIMBARA_TEST_TIMEOUT 300)
 
 # Both allocators fill freed memory: DuckDB's own, where the address sanitizer can't look, and the C
-# library's for the release build. DuckDB itself is not instrumented, so the thread sanitizer must not
-# judge what happens inside of it.
+# library's for the release build. DuckDB itself is not instrumented, so the thread sanitizer must
+# ignore what happens inside it.
 set(ORLIMBARA_TEST_ENVIRONMENT
     "MALLOC_PERTURB_=165"
     "DUCKDB_JE_MALLOC_CONF=junk:true"

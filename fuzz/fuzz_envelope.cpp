@@ -1,5 +1,5 @@
-// Envelopes as they may come from anywhere: JSON text that begins with "{", or a type's name and a text of it
-// on the lines behind. Each is refused with a text, or becomes a value that DuckDB can write out.
+// Envelopes from an untrusted source: JSON text that begins with "{", or a type's name and its text on the
+// following lines. Each is refused with a text, or becomes a value that DuckDB can write as text.
 
 #include <cstdint>
 #include <cstdio>

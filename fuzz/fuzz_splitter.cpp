@@ -1,6 +1,6 @@
 /// @file
-/// Fuzzes the cutting of scripts: whatever the text, it gives the same pieces however it comes, and a piece
-/// is one piece by itself.
+/// Fuzzes the splitting of scripts: a text gives the same pieces however it is fed, and each piece is one
+/// piece by itself.
 #include <cstdint>
 #include <cstdlib>
 

@@ -1,5 +1,4 @@
-// Runs a fuzz target over the files of a corpus, once each: what a fuzzer found once stays found, in every
-// build.
+// Runs a fuzz target once over each file of a corpus, so that every build repeats what a fuzzer found.
 
 #include <cstdint>
 #include <cstdio>
@@ -16,7 +15,7 @@ int main(int, char** inArguments) {
     const std::set<std::filesystem::path> files(begin(corpus), end(corpus));
     for (const std::filesystem::path& file : files) {
         std::printf("%s\n", file.filename().c_str());
-        std::fflush(stdout); // so that the last line names the input that brought the program down
+        std::fflush(stdout); // so that the last line names the input that crashed the program
         std::ifstream stream(file, std::ios::binary);
         const std::string bytes{std::istreambuf_iterator<char>(stream), {}};
         LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());

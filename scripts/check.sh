@@ -1,6 +1,6 @@
 #!/bin/bash
-# check.sh [PART...]: looks at the sources without running them; all parts (format, scripts, tidy) if none is
-# named. "check.sh fix" formats the sources instead.
+# check.sh [PART...]: checks the sources without running them; all parts (format, scripts, tidy) if none is named.
+# "check.sh fix" formats the sources instead.
 source "$(dirname "$0")/common.sh"
 
 cd "$SOURCE_DIR"

@@ -1,4 +1,4 @@
-// Binds host values to parameters, and reads what a VARIANT holds.
+// Binds host values to parameters, and reads the content of a VARIANT.
 //
 //     values_and_variant LIBDIR/orlimbara/orlimbara_duckdb.so
 
@@ -47,14 +47,14 @@ void Run(const LoadedModule& inModule) {
     insert->PrepareNext();
     insert->SqlExecute();
 
-    // A DECIMAL has no host type. It travels as a JSON envelope, into a VARIANT and out of it again.
+    // A DECIMAL has no host type. It is passed as a JSON envelope, into a VARIANT and back.
     const smart_ptr<I_Value> envelope(CreateValueJSON(true, nullptr, nullptr));
     envelope->put_String(R"({"duckdb_variant": true, "variant_type": "DECIMAL", "value": "1.50"})");
     const smart_ptr<ValueArray> parameters(new ValueArray(1));
     parameters->Append(envelope);
     database->SqlExecute("INSERT INTO readings VALUES ('airport', $1)", parameters);
 
-    // A VARIANT's cell is a host value of what it holds: ask it for its type.
+    // A VARIANT's cell is a host value with its content: ask it for its type.
     const auto cursor = database->SqlSelect("FROM readings", kCursorLocationClient, nullptr);
     while (cursor->NextRecord()) {
         const smart_ptr<I_Value> what = cursor->get_Value(1);

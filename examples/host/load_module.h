@@ -1,5 +1,5 @@
 /// @file
-/// How the examples in C++ start the module, end it again, and show texts and failures.
+/// How the C++ examples start and end the module, and show texts and failures.
 #pragma once
 
 #include <cstdio>
@@ -13,7 +13,7 @@
 #include "host_standin/locations.h"
 #include "host_standin/procedure_table.h"
 
-/// The loaded module; one per process. All its objects must be gone when this one goes.
+/// The loaded module; one per process. All its objects must be gone before this one is destroyed.
 class LoadedModule {
 public:
     explicit LoadedModule(const char* inPath) {
@@ -38,7 +38,7 @@ public:
     }
     LoadedModule(const LoadedModule&) = delete;
     LoadedModule& operator=(const LoadedModule&) = delete;
-    /// The code stays mapped: DuckDB isn't made to be unloaded.
+    /// The code stays mapped: DuckDB can't be unloaded safely.
     ~LoadedModule() {
         mExtension.reset();
         orkit::orsql::SetDuckDBExtension(nullptr);
@@ -64,7 +64,7 @@ inline std::string TextOf(const orkit::orsql::I_Value& inValue) {
     return inValue.get_IsNull() ? "NULL" : Utf8(text);
 }
 
-/// The exception that is being handled, as one line. The host's exceptions are no std::exception.
+/// The exception being handled, as one line. The host's exceptions aren't std::exceptions.
 inline std::string CurrentFailure() {
     try {
         throw;

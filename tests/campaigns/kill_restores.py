@@ -3,9 +3,8 @@
 #
 # With strace, the kill comes in turn at each system call that opens for writing, writes, renames or removes a file;
 # every third one, and each without strace, at a random moment. A backup must be whole or refused, and its source
-# unchanged; where a
-# restore was to replace a database there must be all of the old one or all of the new one, and the next restore must
-# work and remove what the killed one left. The seed is printed; with it, the same kills are tried.
+# unchanged; a restore that replaces a database must leave all of the old one or all of the new one, and the next
+# restore must work and remove what the killed one left. The seed is printed; with it, the same kills are tried.
 
 import collections
 import contextlib

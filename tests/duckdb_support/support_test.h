@@ -1,3 +1,5 @@
+/// @file
+/// The fixture of the tests of duckdb_support/: a DuckDB in memory, and short functions for values.
 #pragma once
 
 #include <optional>
