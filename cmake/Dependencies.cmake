@@ -1,7 +1,7 @@
 # The libraries from the distribution, each as one target:
 #
 #   RapidJSON::RapidJSON                                                        module
-#   CLI11::CLI11  PkgConfig::libedit  PkgConfig::libutf8proc  fmt::fmt          shell
+#   CLI11::CLI11  libedit (loaded by name)  PkgConfig::libutf8proc  fmt::fmt    shell
 #   ICU::uc, of which the headers are enough                                    stand-in
 #   GTest::gtest GTest::gtest_main  rapidcheck  benchmark::benchmark            tests, benchmarks
 #
@@ -18,6 +18,12 @@ find_package(fmt REQUIRED)
 
 find_package(CLI11 REQUIRED)
 pkg_check_modules(libedit REQUIRED IMPORTED_TARGET libedit)
+# libedit_SONAME: the name by which the shell loads it.
+execute_process(COMMAND "${CMAKE_OBJDUMP}" -p "${pkgcfg_lib_libedit_edit}" OUTPUT_VARIABLE headers)
+if(NOT headers MATCHES "SONAME +([^\n]+)")
+    message(FATAL_ERROR "libedit's library has no SONAME: ${pkgcfg_lib_libedit_edit}")
+endif()
+set(libedit_SONAME "${CMAKE_MATCH_1}")
 pkg_check_modules(libutf8proc REQUIRED IMPORTED_TARGET libutf8proc)
 
 if(ORLIMBARA_TESTS)

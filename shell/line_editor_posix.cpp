@@ -13,7 +13,6 @@
 #include <string>
 #include <utility>
 
-#include <histedit.h>
 #include <langinfo.h>
 #include <poll.h>
 #include <unistd.h>
@@ -21,6 +20,7 @@
 
 #include "shell/history.h"
 #include "shell/interrupts.h"
+#include "shell/libedit_posix.h"
 #include "shell/system.h"
 #include "shell/terminal.h"
 #include "shell/text.h"
@@ -28,6 +28,8 @@
 namespace orlimbara::shell {
 
 namespace {
+
+using namespace libedit; // in place of the functions that histedit.h declares
 
 constexpr int kHistorySize = 1000;
 constexpr std::size_t kMostListed = 200;
@@ -314,7 +316,7 @@ LineEditor::LineEditor(Completer inCompleter) : mImp(std::make_unique<Imp>()) {
     el_set(editor, EL_PROMPT, &Imp::Prompt);
     el_set(editor, EL_EDITOR, "emacs");
     el_set(editor, EL_SIGNAL, 0);
-    el_set(editor, EL_HIST, history, mImp->history);
+    el_set(editor, EL_HIST, history.get_Address(), mImp->history);
     el_wset(editor, EL_GETCFN, &ReadCharacter);
     // The wide form keeps these pointers; the narrow one makes copies that are never freed.
     el_wset(editor, EL_ADDFN, L"orsql-complete", L"Complete", &Imp::Complete);

@@ -35,12 +35,14 @@ TEST(Scenarios, ShowWhatIsToAppear) {
              {"", {{"SELECT 'x' AS right\x1b[1;5Dleft_\x01\x1b[1;5C 40 + 2,\r;\r", "left_right\n42,x\n"}}},
              {"", {{".read evil.sql\rFROM \"evil\t", "evil\\x1b[31m\\u202e\""}}},
              {"", {{"SELECT\r1\r+ 2\r\t+ 3\r+ 4\r+ 5\r+ 6\r+ 7\r+ 8\r+ 9;\r", "\n45\n"}}},
-             {"", // the same ten lines, edited after a new start
-              {{"\x10\x7f + 5;\r", "\n50\n"},
-               {"\x1b[A\x1b[A\x1b[A\x7f"
+             // The same ten lines, edited after a new start. The terminal takes DEL while libedit does not
+             // read.
+             {"",
+              {{"\x10\b + 5;\r", "\n50\n"},
+               {"\x1b[A\x1b[A\x1b[A\b"
                 "70\r",
                 "\n113\n"},
-               {"\x1b[A\x1b[A\x1b[A\x1b[B\x7f"
+               {"\x1b[A\x1b[A\x1b[A\x1b[B\b"
                 "80\r",
                 "\n185\n"}}},
              {"bind -v\n", {{"selec\t", "select"}, {" 7 AS seven;\r", "seven\n7\n"}}},
