@@ -149,7 +149,7 @@ TEST_F(ChunkReaderTest, WhereAndHowOftenCellsAreReadChangesNothing) {
          Table(R"(CASE WHEN i % 7 = 0 THEN NULL ELSE DATE '2000-01-01' + i::INTEGER END; (i / 8)::DECIMAL(9,3)
                   CASE WHEN i < 2500 THEN [i, i + 1] ELSE NULL END; repeat(i::VARCHAR, (i % 9)::INTEGER)
                   CASE i % 4 WHEN 0 THEN i::VARIANT WHEN 1 THEN [i]::VARIANT WHEN 2 THEN 'text'::VARIANT END
-                  CASE WHEN i % 50 = 0 THEN {'a': i} END)")) {
+                  CASE WHEN i % 50 = 0 THEN {'a': i} END; NULL; [NULL]; {'a': NULL})")) {
         SCOPED_TRACE(column[0]);
         Cells cells(mDuck->Run("SELECT " + column[0] + " FROM range(7000) t(i) ORDER BY i"));
         EXPECT_EQ(cells.Expect().size(), 7000u);
