@@ -1,11 +1,11 @@
 /// @file
-/// An object for each thread.
+/// One object per thread.
 #pragma once
 
 namespace orkit::standin {
 
-/// This thread's object of a type, made at the first call and destroyed when the thread ends. Not on Windows:
-/// its runtime frees a thread's variables before it destroys the objects in them.
+/// This thread's object of a type, created at the first call and destroyed when the thread ends. Never
+/// destroyed on Windows, whose runtime frees a thread's variables before it destroys the objects in them.
 template <class Object>
 Object& ThreadObject() {
 #ifdef _WIN32

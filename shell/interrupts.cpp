@@ -6,6 +6,7 @@
 #include <thread>
 #include <utility>
 
+#include "host/duckdb_objects.h"
 #include "shell/interrupts_system.h"
 
 namespace orlimbara::shell {

@@ -2,7 +2,12 @@
 /// Ctrl-C: what it does depends on what the shell is doing.
 #pragma once
 
-#include "host/duckdb_objects.h"
+namespace orkit {
+class I_Unknown;
+namespace orsql {
+class I_DuckDBRunControl;
+}
+} // namespace orkit
 
 namespace orlimbara::shell {
 
@@ -14,8 +19,8 @@ enum class Activity {
     Busy,      ///< inside the module, which can't be stopped here: the first Ctrl-C says so
 };
 
-/// Handles SIGINT, and ignores what would end the process where writing fails. Call it once, at the start.
-/// The second Ctrl-C since the last ForgetInterrupts ends the process with 130.
+/// Handles SIGINT, and ignores the signals that would end the process when writing fails. Call it once, at
+/// the start. The second Ctrl-C since the last ForgetInterrupts ends the process with 130.
 void InstallInterrupts();
 /// From now on a second Ctrl-C ends the process only within a second of the first, unless the shell is busy
 /// with something that can't be stopped. A later one tries again to stop what runs.
@@ -42,12 +47,12 @@ private:
 /// Leaves Ctrl-C to the program that reads a pipe, for its lifetime.
 class YieldScope {
 public:
-    /// @param inPipe the end to write to. On POSIX Ctrl-C counts again when the reader is gone.
+    /// @param inPipe the end to write to. On POSIX Ctrl-C reaches the shell again when the reader is gone.
     explicit YieldScope(int inPipe);
     YieldScope(const YieldScope&) = delete;
     YieldScope& operator=(const YieldScope&) = delete;
     ~YieldScope();
-    /// Leaves Ctrl-C to the program up to the end of the scope, whatever becomes of the pipe.
+    /// Leaves Ctrl-C to the program until the end of the scope, whatever happens to the pipe.
     void KeepOn();
 };
 

@@ -13,10 +13,10 @@ namespace orlimbara::shell {
 
 namespace {
 
-/// What a pipe takes before anybody reads it.
+/// How much a pipe holds before it is read.
 constexpr std::size_t kPipeSize = 1 << 16;
 
-/// The text without the sequences for colour, which take no room.
+/// The text without colour sequences, which have no width.
 std::string WithoutColor(std::string_view inText) {
     std::string text(inText);
     for (std::size_t start = text.find("\x1b["); start != std::string::npos;
@@ -65,7 +65,7 @@ bool Pager::Finish() {
     return true;
 }
 
-/// Whether the screen has room for what is held, and for a prompt.
+/// Whether what is held, and a prompt, fit the screen.
 bool Pager::HasRoom() {
     const std::size_t width = TerminalWidth(mTerminal);
     const std::size_t height = TerminalHeight(mTerminal);
@@ -110,7 +110,7 @@ bool Pager::WriteOn(std::string_view inText) {
     return true;
 }
 
-/// Waits for the pager. If there was none, what it should have shown goes to the terminal.
+/// Waits for the pager. If it couldn't be started, its input goes to the terminal.
 /// @return false, with EPIPE, unless more can be written there.
 bool Pager::End() {
     mYield->KeepOn();

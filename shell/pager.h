@@ -13,8 +13,8 @@
 
 namespace orlimbara::shell {
 
-/// What takes an answer on a terminal: it holds the text back, and starts the pager once that no longer fits
-/// the screen. Ctrl-C is the pager's own while it runs.
+/// Takes an answer for a terminal: holds the text back, and starts the pager once it no longer fits the
+/// screen. Ctrl-C goes to the pager while it runs.
 class Pager {
 public:
     /// @param inCommand for `sh -c`. @param inTerminal the descriptor of the terminal.
@@ -25,10 +25,10 @@ public:
 
     /// Whether all of the answer is held back so far.
     bool IsHolding() const { return mState == State::Holding; }
-    /// Takes a part of the answer. @return false, with errno set, if it can't be written: EPIPE where the
-    /// pager was left.
+    /// Takes a part of the answer. @return false, with errno set, if it can't be written: EPIPE if the user
+    /// left the pager.
     bool Write(std::string_view inText);
-    /// Shows an answer that fits the screen, or waits until the pager is left. @return as Write.
+    /// Shows an answer that fits the screen, or waits until the user leaves the pager. @return as Write.
     bool Finish();
 
 private:
