@@ -60,26 +60,37 @@ private:
     bool mIsCut = false;
 };
 
-/// One row that was already read, for another renderer.
-class KeptRow final : public RowSource {
+/// Rows that were already read, for another renderer.
+class KeptRows final : public RowSource {
 public:
-    KeptRow(const std::vector<Column>& inColumns, const Row& inRow) : mRow(inRow) { mColumns = inColumns; }
+    KeptRows(const std::vector<Column>& inColumns, const std::vector<LazyRow>& inRows) : mRows(inRows) {
+        mColumns = inColumns;
+    }
     bool Next(Row& outRow) override {
-        outRow = mRow;
-        return !std::exchange(mIsRead, true);
+        if (mNext == mRows.size()) {
+            return false;
+        }
+        outRow = mRows[mNext++].cells;
+        return true;
     }
 
 private:
-    const Row& mRow;
-    bool mIsRead = false;
+    const std::vector<LazyRow>& mRows;
+    std::size_t mNext = 0;
 };
+
+/// Whether the shell's own answer is of texts that can't be cut, such as SQL to be copied.
+bool IsOfWholeTexts(const std::vector<Column>& inColumns) {
+    return !inColumns.empty() && !inColumns.front().type && inColumns.front().isWhole &&
+           !inColumns.front().isNumber;
+}
 
 class BoxRenderer final : public TextRenderer {
 public:
     using TextRenderer::TextRenderer;
 
     RowsEnd WriteRows(RowSource& inRows) override {
-        ShownRows shown(mSettings.maxRows);
+        ShownRows shown(IsOfWholeTexts(inRows.get_Columns()) ? 0 : mSettings.maxRows);
         RowsEnd end = ReadRows<LazyRow>(
             inRows, [&inRows](LazyRow& row) { return inRows.NextLazy(row); },
             [&shown](LazyRow& row) { shown.Add(row); });
@@ -94,10 +105,15 @@ public:
 private:
     void Draw(const std::vector<Column>& inColumns, ShownRows& ioShown, std::uint64_t inCount) {
         MeasureColumns(inColumns, ioShown);
-        if (mColumns.size() < inColumns.size() && inCount == 1 && inColumns.front().type) {
-            KeptRow row(inColumns, ioShown.get_Head().front().cells);
-            MakeLineRenderer(mOutput, mSettings)->WriteRows(row);
-            mOutput.Write(fmt::format("one row of {} columns, shown as in line mode\n", inColumns.size()));
+        const bool isWideRow = mColumns.size() < inColumns.size() && inCount == 1 && inColumns.front().type;
+        const bool isTooWide = mSettings.width > 0 && InnerWidth() + 2 > mSettings.width;
+        if (isWideRow || (isTooWide && IsOfWholeTexts(inColumns))) {
+            KeptRows rows(inColumns, ioShown.get_Head());
+            MakeLineRenderer(mOutput, mSettings)->WriteRows(rows);
+            if (isWideRow) {
+                mOutput.Write(
+                    fmt::format("one row of {} columns, shown as in line mode\n", inColumns.size()));
+            }
             return;
         }
         const std::string between = fmt::format("… {} rows, {} shown …", inCount,

@@ -127,6 +127,7 @@ CommandAnswer Backup(Shell& inShell, std::string_view inArguments) {
     const std::chrono::duration<double> elapsed = Clock::now() - start;
     TableRows rows({"path", "seconds"});
     rows.Add({TextCell(path), DoubleCell(elapsed.count())});
+    rows.KeepWhole(0);
     inShell.get_Answers().Rows(rows);
     return CommandAnswer::Given;
 }

@@ -22,7 +22,7 @@ struct Column {
     std::uint32_t typeId = 0;            ///< goes with `type`
     std::optional<std::string> hostType; ///< of a procedure's column
     bool isNumber = false;               ///< shown flush right
-    bool isWhole = false;                ///< numbers, dates and times, which are never cut
+    bool isWhole = false;                ///< never cut, as numbers, dates and times
     std::optional<DecimalType> decimal;  ///< of a DECIMAL column
 };
 
@@ -47,6 +47,8 @@ public:
         outRow.values.clear();
         return Next(outRow.cells);
     }
+    /// Has a column's texts shown whole.
+    void KeepWhole(std::size_t inColumn) { mColumns[inColumn].isWhole = true; }
     /// Where the statement or command came from; may be null. It must outlive the reading.
     void put_Origin(const Origin* inOrigin) { mOrigin = inOrigin; }
     const Origin* get_Origin() const { return mOrigin; }

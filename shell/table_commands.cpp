@@ -124,7 +124,12 @@ CommandAnswer Tables(Shell& inShell, std::string_view inArguments) {
 
 CommandAnswer Schema(Shell& inShell, std::string_view inArguments) {
     const bool hasName = !Trim(inArguments).empty();
-    return AnswerQuery(inShell, kSchema, ParametersOf(hasName ? TakeTableName(inArguments) : TableName()));
+    CursorRows cursor(inShell.get_Session().Select(
+        kSchema, ParametersOf(hasName ? TakeTableName(inArguments) : TableName())));
+    UntypedRows rows(cursor);
+    rows.KeepWhole(0);
+    inShell.get_Answers().Rows(rows);
+    return CommandAnswer::Given;
 }
 
 CommandAnswer Describe(Shell& inShell, std::string_view inArguments) {

@@ -38,13 +38,17 @@ TEST(Scenarios, ShowWhatIsToAppear) {
              // The same ten lines, edited after a new start. The terminal takes DEL while libedit does not
              // read.
              {"",
-              {{"\x10\b + 5;\r", "\n50\n"},
+              {{"\x10\b + 5;\r", "\n50\nmemory> "},
                {"\x1b[A\x1b[A\x1b[A\b"
                 "70\r",
-                "\n113\n"},
+                "\n113\nmemory> "},
                {"\x1b[A\x1b[A\x1b[A\x1b[B\b"
                 "80\r",
                 "\n185\n"}}},
+             // SQL is never cut.
+             {"",
+              {{".mode box\r.maxwidth 30\rCREATE TABLE t(one INTEGER, two INTEGER);\r.schema\r",
+                "\nsql = CREATE TABLE t(one INTEGER, two INTEGER);\n"}}},
              {"bind -v\n", {{"selec\t", "select"}, {" 7 AS seven;\r", "seven\n7\n"}}},
              {"",
               {{".pager\r", "\noff\n"},
