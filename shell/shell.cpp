@@ -124,6 +124,7 @@ void Shell::RunPieces(Splitter& ioSplitter) {
 void Shell::RunPiece(const Piece& inPiece) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point start = Clock::now();
+    const double processorStart = ProcessorTime();
     if (!mOrigin.places.empty()) {
         mOrigin.places.back().line = inPiece.line;
     }
@@ -138,7 +139,8 @@ void Shell::RunPiece(const Piece& inPiece) {
     }
     if (isTimed && mOptions.showsTimer) {
         const std::chrono::duration<double> elapsed = Clock::now() - start;
-        mAnswers.Notice(fmt::format("time: {:.3f} s\n", elapsed.count()));
+        mAnswers.Notice(fmt::format("time: {:.3f} s, processors: {:.3f} s\n", elapsed.count(),
+                                    ProcessorTime() - processorStart));
     }
 }
 

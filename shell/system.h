@@ -59,6 +59,8 @@ TerminalSize SizeOf(int inTerminal);
 bool IsDumbTerminal();
 
 int ProcessId();
+/// The seconds that all threads of the process have used on processors.
+double ProcessorTime();
 bool IsProcessGone(int inProcess);
 /// Runs a command of the user's with one more argument and waits for it; Ctrl-C goes to the command
 /// meanwhile.

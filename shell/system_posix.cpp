@@ -7,6 +7,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 
 #include <dlfcn.h>
@@ -83,6 +84,12 @@ TerminalSize SizeOf(int inTerminal) {
 }
 
 bool IsDumbTerminal() { return Environment("TERM") == "dumb"; }
+
+double ProcessorTime() {
+    timespec clock = {};
+    clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &clock);
+    return static_cast<double>(clock.tv_sec) + static_cast<double>(clock.tv_nsec) * 1e-9;
+}
 
 int ProcessId() { return getpid(); }
 

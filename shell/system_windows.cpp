@@ -246,6 +246,18 @@ bool IsDumbTerminal() {
            !KnowsSequences(kStandardError);
 }
 
+double ProcessorTime() {
+    FILETIME created = {};
+    FILETIME ended = {};
+    FILETIME system = {};
+    FILETIME user = {};
+    GetProcessTimes(GetCurrentProcess(), &created, &ended, &system, &user);
+    const auto seconds = [](const FILETIME& time) {
+        return (static_cast<double>(time.dwHighDateTime) * 4294967296.0 + time.dwLowDateTime) * 1e-7;
+    };
+    return seconds(system) + seconds(user);
+}
+
 int ProcessId() { return _getpid(); }
 
 bool IsProcessGone(int inProcess) {
