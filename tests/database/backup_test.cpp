@@ -58,7 +58,7 @@ TEST_F(Backups, HoldAMarkerAndAnExport) {
     EXPECT_EQ(NamesIn(LastBackup()), NamesIn(backup));
 }
 
-TEST_F(Backups, GoWhereTheServerSaysWhateverTheCallerNamed) {
+TEST_F(Backups, PreferTheServersFolderToTheCallers) {
     static std::optional<smart_ptr<I_Location>> sServerFolder;
     fs::create_directory(Folder() / "server");
     gServerBackupLocation = [] { return sServerFolder; };
@@ -74,7 +74,7 @@ TEST_F(Backups, GoWhereTheServerSaysWhateverTheCallerNamed) {
     EXPECT_FALSE(fs::exists(Folder() / "Backup"));
 }
 
-TEST_F(Backups, RefuseAClosedDatabaseAndAnUnfitFolder) {
+TEST_F(Backups, RefuseAClosedDatabaseAndAnUnusableFolder) {
     for (const char* name : {"missing", "sales.duckdb", ":memory:"}) {
         SCOPED_TRACE(name);
         ExpectError([&] { mDatabase->Backup(At(name)); }, "sales", kUnavailable);
@@ -112,7 +112,7 @@ TEST_F(Backups, PassFailuresOnAndKeepTheMarker) {
     EXPECT_EQ(NamesIn(LastBackup()).size(), 4u) << "the next one is whole";
 }
 
-TEST_F(Backups, BringEverythingBackIntoAClosedDatabase) {
+TEST_F(Backups, RestoreEverythingIntoAClosedDatabase) {
     const Database source = CreateDatabase("it's.duckdb");
     // Without the types that Parquet changes.
     Execute(source, R"(
@@ -146,7 +146,7 @@ TEST_F(Backups, BringEverythingBackIntoAClosedDatabase) {
     ExpectUntouched(restored);
 }
 
-TEST_F(Backups, AreNotRestoredFromOrToWhereTheyCantBe) {
+TEST_F(Backups, AreNotRestoredFromOrToUnusableLocations) {
     const auto target = At("new.duckdb");
     const auto restore = [&](smart_ptr<I_Location> inTarget, smart_ptr<I_Location> inBackup) {
         return Catch([&] { Extension()->RestoreDatabase(inTarget, inBackup); });

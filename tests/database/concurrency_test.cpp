@@ -60,7 +60,7 @@ TEST_F(Concurrency, ThreadsRaceForTheFirstAndLastHandleOfAPath) {
     EXPECT_EQ(mDatabase->get_ConnectionCount(), 0u);
 }
 
-TEST_F(Concurrency, LastReleasesMeetADatabaseThatClosesOrGoes) {
+TEST_F(Concurrency, LastReleasesDuringCloseOrDestruction) {
     for (int round = 0; round < 2 * kRounds; ++round) {
         mDatabase = CreateDatabase();
         std::vector<smart_ptr<I_Unknown>> objects[kThreads];
@@ -108,7 +108,7 @@ bool LiveOnce(const Database& inDatabase) {
     return thrown.empty();
 }
 
-TEST_F(Concurrency, StatementsMeetAClosingDatabase) {
+TEST_F(Concurrency, StatementsOnAClosingDatabase) {
     for (int round = 0; round < kRounds; ++round) {
         mDatabase = CreateDatabase();
         OnThreads([&](std::size_t inNumber) {
@@ -122,7 +122,7 @@ TEST_F(Concurrency, StatementsMeetAClosingDatabase) {
 }
 
 #ifndef _WIN32 // which has no pipes in folders
-TEST_F(Concurrency, OtherObjectsWorkWhileAnExportHangs) {
+TEST_F(Concurrency, OtherObjectsWorkDuringALongExport) {
     mDatabase = CreateDatabase("sales.duckdb");
     Execute(mDatabase, "CREATE TABLE t AS FROM range(1000)");
     const Database second = OpenDatabase("sales.duckdb");

@@ -30,7 +30,7 @@ protected:
     bool FileIsThere(const char* inName) const { return fs::exists(Folder() / inName); }
 };
 
-TEST_F(Databases, AndTheirObjectsAnswerForTheirInterfaces) {
+TEST_F(Databases, AndTheirObjectsHaveTheirInterfaces) {
     mDatabase = CreateDatabase();
     const Statement statement = mDatabase->CreateStatement("SELECT 1");
     const Cursor cursor = OpenCursor(mDatabase, "SELECT 1");
@@ -51,7 +51,7 @@ TEST_F(Databases, AndTheirObjectsAnswerForTheirInterfaces) {
     }
 }
 
-TEST_F(Databases, ExistOnlyAsFilesThatTheRootObjectCanTell) {
+TEST_F(Databases, ExistOnlyAsFilesThatTheRootObjectRecognises) {
     mDatabase = MakeDatabase("a.duckdb");
     EXPECT_EQ(Text(mDatabase->get_Path()), (Folder() / "a.duckdb").generic_string());
     EXPECT_FALSE(mDatabase->get_Exists());
@@ -69,7 +69,7 @@ TEST_F(Databases, ExistOnlyAsFilesThatTheRootObjectCanTell) {
     EXPECT_FALSE(CreateDatabase()->get_Exists());
 }
 
-TEST_F(Databases, TakeTheGuardAndReadyTheThreadWhereTheySay) {
+TEST_F(Databases, TakeTheGuardAndPrepareTheThreadAsDocumented) {
     mDatabase = MakeDatabase("x.duckdb");
     std::vector<smart_ptr<I_Unknown>> kept;
     Cursor client;
@@ -116,7 +116,7 @@ TEST_F(Databases, TakeTheGuardAndReadyTheThreadWhereTheySay) {
     }
 }
 
-TEST_F(Databases, AreMadeOrJoinedOrReplacedByCreate) {
+TEST_F(Databases, AreCreatedJoinedOrReplacedByCreate) {
     mDatabase = CreateDatabase("a.duckdb");
     EXPECT_TRUE(mDatabase->get_IsOpen() && !mDatabase->get_IsReadOnly());
     EXPECT_EQ(Setting(mDatabase, "errors_as_json"), "true");
@@ -141,7 +141,7 @@ TEST_F(Databases, AreMadeOrJoinedOrReplacedByCreate) {
     EXPECT_EQ(SelectOne(mDatabase, "SELECT count(*) FROM duckdb_tables()"), "0");
 }
 
-TEST_F(Databases, TakeTheirShapeFromTheStorageOptions) {
+TEST_F(Databases, FollowTheStorageOptions) {
     // Version, block size, the new file's format, and part of the failure if they aren't possible.
     for (const auto& row : Table("|0|262144, v1.0.0+|; |16384|16384, v1.0.0+|; v1.4.0|0|262144, v1.4.0+|;"
                                  "v1.4.0|16384|16384, v1.4.0+|; v99|0|262144, v1.0.0+|v99;"
@@ -165,7 +165,7 @@ TEST_F(Databases, TakeTheirShapeFromTheStorageOptions) {
     ExpectErrorWith([&] { CreateDatabase("no such folder/x.duckdb"); }, "x", "no such folder");
 }
 
-TEST_F(Databases, HaveSettingsForOneOpening) {
+TEST_F(Databases, UseSettingsForOneOpen) {
     mDatabase = MakeDatabase("a.duckdb");
     DuckDBSettings settings;
     settings.mThreads = 3;
@@ -195,7 +195,7 @@ TEST_F(Databases, HaveSettingsForOneOpening) {
     EXPECT_EQ(Setting(mDatabase, "enable_external_access"), "true") << "Open closes first";
 }
 
-TEST_F(Databases, ThatCantBeOpenedTellDuckDBsTextAndHarmNothing) {
+TEST_F(Databases, ThatCantBeOpenedReportDuckDBsTextAndChangeNothing) {
     const Database missing = MakeDatabase("missing.duckdb");
     ExpectError([&] { missing->Open(); }, "missing", "File does not exist");
     missing->put_MotherDuckAccess("token", "agent/1.0");
@@ -215,7 +215,7 @@ TEST_F(Databases, ThatCantBeOpenedTellDuckDBsTextAndHarmNothing) {
     ExpectOpenError(memory, "read-only"); // and no second try for writing, which would succeed
 }
 
-TEST_F(Databases, OpenedReadOnlyHaveHandlesOfTheirOwn) {
+TEST_F(Databases, OpenedReadOnlyHaveTheirOwnHandles) {
     CreateDatabase("a.duckdb")->Close();
     const Database first = OpenDatabase("a.duckdb", true);
     const Database second = OpenDatabase("a.duckdb", true);
@@ -238,7 +238,7 @@ TEST_F(Databases, OpenedReadOnlyHaveHandlesOfTheirOwn) {
 }
 
 #ifndef _WIN32 // whose locks are others
-TEST_F(Databases, ThatAnotherHoldsAreReadOrRefused) {
+TEST_F(Databases, ThatAnotherProcessHoldsAreReadOrRefused) {
     mDatabase = CreateDatabase("a.duckdb");
     Execute(mDatabase, "CREATE TABLE t AS SELECT 7 AS i");
     mDatabase->Close();
@@ -269,7 +269,7 @@ TEST_F(Databases, ThatAnotherHoldsAreReadOrRefused) {
 }
 #endif
 
-TEST_F(Databases, CutOffWhateverHangsOnTheConnectionWhenTheyClose) {
+TEST_F(Databases, InvalidateTheirObjectsWhenTheyClose) {
     mDatabase = CreateDatabase();
     std::vector<QueryResult> results;
     for (int i = 0; i < 25; ++i) {
@@ -322,7 +322,7 @@ TEST(RegistryOrder, RepeatedAndForeignPointersLeaveInTheirOrder) {
     }
 }
 
-TEST_F(Databases, DeleteTheirFileWhenNobodyHoldsIt) {
+TEST_F(Databases, DeleteTheirFileWhenNoObjectHoldsIt) {
     mDatabase = CreateDatabase("a.duckdb");
     const Database second = CreateDatabase("a.duckdb");
     CreateDatabase("b.duckdb")->Close();

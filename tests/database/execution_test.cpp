@@ -87,7 +87,7 @@ TEST_F(DirectExecution, ARunWithValuesThatFailsIsNotRolledBack) {
     EXPECT_EQ(mDatabase->SqlExecute("INSERT INTO t SELECT length(?)", values), 1);
 }
 
-TEST_F(DirectExecution, SelectTakesOneStatementThatGivesRows) {
+TEST_F(DirectExecution, SelectRequiresOneStatementWithRows) {
     ExpectError([&] { Select(mDatabase, "INSERT INTO t VALUES (1); SELECT * FROM t"); }, "direct",
                 "Query doesn't return a single result");
     EXPECT_EQ(Count(), "1") << "both statements ran";

@@ -123,7 +123,7 @@ TEST_F(RunControlTest, StopsBackupsAndRestores) {
     EXPECT_EQ(Catch([&] { Restore("restored.duckdb", backup)->Drop(); }), "");
 }
 
-TEST_F(RunControlTest, TellsTheProgressWhereDuckDBDoes) {
+TEST_F(RunControlTest, ReportsProgressIfDuckDBDoes) {
     Execute(mDatabase, "CREATE TABLE big AS SELECT range AS i FROM range(8000000);"
                        "SET enable_progress_bar = true; SET enable_progress_bar_print = false");
     DuckDBProgress seen;
@@ -137,7 +137,7 @@ TEST_F(RunControlTest, TellsTheProgressWhereDuckDBDoes) {
     EXPECT_LE(seen.mRowsDone, seen.mRowsTotal);
 }
 
-TEST_F(RunControlTest, TouchesNoCallThatIsEnteredLater) {
+TEST_F(RunControlTest, AffectsNoLaterCall) {
     std::atomic<int> asked{0};
     std::atomic<int> answered{0};
     std::thread stopper([&] {
@@ -164,7 +164,7 @@ TEST_F(RunControlTest, TouchesNoCallThatIsEnteredLater) {
     ExpectUsable();
 }
 
-TEST_F(RunControlTest, LosesNoStopThatComesAfterTheEntry) {
+TEST_F(RunControlTest, LosesNoStopAfterTheEntry) {
     for (int round = 0; round < 1000; ++round) {
         const auto wait = [round](const DuckDBProgress&) {
             const auto end = std::chrono::steady_clock::now() + std::chrono::microseconds(round % 501);
@@ -177,7 +177,7 @@ TEST_F(RunControlTest, LosesNoStopThatComesAfterTheEntry) {
     ExpectUsable();
 }
 
-TEST_F(RunControlTest, StopsMeetCloseAndTheReleasesOfOthers) {
+TEST_F(RunControlTest, StopsDuringCloseAndReleasesOnOtherThreads) {
     std::atomic<bool> isOver{false};
     std::thread stopper([&] {
         const Control control = ControlOf(mDatabase.get());

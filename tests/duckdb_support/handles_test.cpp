@@ -14,7 +14,7 @@ using Probe = OwnedHandle<int*, HandleKind::Bytes, EndProbe>;
 
 class Handles : public SupportTest {};
 
-TEST_F(Handles, EndExactlyOnce) {
+TEST_F(Handles, AreDestroyedExactlyOnce) {
     int ended[2] = {};
     {
         Probe first(&ended[0]);
@@ -38,7 +38,7 @@ TEST_F(Handles, EndExactlyOnce) {
     EXPECT_EQ(LiveHandleCount(HandleKind::Bytes), 0);
 }
 
-TEST_F(Handles, InSharedCellsAreClosedForAllHoldersAtOnceAndOnlyWhenTold) {
+TEST_F(Handles, InSharedCellsCloseForAllHoldersAndOnlyOnRequest) {
     auto cell = std::make_shared<DatabaseCell>();
     EXPECT_FALSE(*cell);
     ASSERT_EQ(duckdb_open(nullptr, cell->Put()), DuckDBSuccess);

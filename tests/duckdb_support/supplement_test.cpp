@@ -33,7 +33,7 @@ constexpr const char* kCasts = R"(
     JSON|[1,2|!Malformed JSON; JSON||!Malformed JSON; JSON|[1]x|!Malformed JSON; JSON|{'a':1}|!Malformed JSON
     JSON|["\ud800"]|!Malformed JSON; JSON[]|[1, {}]|[1, '{}'])";
 
-TEST_F(CastValue, TextsBecomeWhatTheTypeMakesOfThemInAnyTimeZone) {
+TEST_F(CastValue, TextsAreCastTheSameInAnyTimeZone) {
     for (const char* zone : {"UTC", "Asia/Kathmandu"}) {
         setenv("TZ", zone, 1);
         for (const auto& row : Table(kCasts)) {
@@ -133,7 +133,7 @@ protected:
     idx_t mCount = 0;
 };
 
-TEST_F(ExtractedStatements, EachGivesItsOwnTextOfTheScript) {
+TEST_F(ExtractedStatements, EachHasItsOwnTextOfTheScript) {
     const OwnedExtractedStatements statements =
         Extract("SELECT 1;\n-- two\nSELECT ';' AS ä ; ; CREATE TABLE t(a INTEGER)");
     ASSERT_EQ(mCount, 3);
@@ -153,7 +153,7 @@ TEST_F(ExtractedStatements, EachGivesItsOwnTextOfTheScript) {
     EXPECT_EQ(beginnings, "CREAT|SELEC|BEGIN|ALTER|UPDAT|ALTER|COMMI|");
 }
 
-TEST_F(ExtractedStatements, ThatWereTakenOrArentThereCantBePrepared) {
+TEST_F(ExtractedStatements, ThatWereRemovedOrDontExistCantBePrepared) {
     const OwnedExtractedStatements statements = Extract("SELECT 1; SELECT 2");
     OwnedPreparedStatement taken;
     OwnedPreparedStatement again;
@@ -168,7 +168,7 @@ TEST_F(ExtractedStatements, ThatWereTakenOrArentThereCantBePrepared) {
     EXPECT_FALSE(again);
 }
 
-TEST_F(ExtractedStatements, CopiesPrepareAsTheStatementsThemselves) {
+TEST_F(ExtractedStatements, CopiesPrepareLikeTheStatements) {
     const auto describe = [](duckdb_state inState, const OwnedPreparedStatement& inPrepared) {
         if (inState != DuckDBSuccess) {
             return std::string("error: ") + duckdb_prepare_error(inPrepared.Get());

@@ -50,7 +50,7 @@ TEST_F(Vectors, VariantsGiveTheirNumberAndAPayloadOfItsType) {
     }
 }
 
-TEST_F(Vectors, WhatIsNotThereOrCannotBeCastIsRefused) {
+TEST_F(Vectors, MissingColumnsAndFailingCastsAreRefused) {
     const OwnedDataChunk chunk = FirstChunk("SELECT unnest(['1', 'abc a text that is longer than a cell'])");
     ColumnCast cast;
     VariantColumn variants;

@@ -14,7 +14,7 @@ namespace {
 
 class RootObject : public ObjectTest {};
 
-TEST_F(RootObject, AnswersForItsInterfaceAndTheMemoryPath) {
+TEST_F(RootObject, HasItsInterfaceAndKnowsTheMemoryPath) {
     const auto extension = Extension();
     EXPECT_EQ(extension->QueryInterface(interface_id::kDuckDBExtension), extension.get());
     for (const std::uint32_t id : {0u, 2u, 406u, 608u}) {
@@ -48,7 +48,7 @@ TEST_F(RootObject, MakesDatabasesWithoutTouchingTheDisk) {
     EXPECT_TRUE(isKnown());
 }
 
-TEST_F(RootObject, TellsADuckDBFileByItsMagic) {
+TEST_F(RootObject, RecognisesADuckDBFileByItsMagic) {
     const auto isDuckDB = [this](const std::string& inName) {
         return Extension()->get_IsDuckDBFile(At(inName));
     };
@@ -83,7 +83,7 @@ TEST_F(RootObject, TellsADuckDBFileByItsMagic) {
 
 class EngineLock : public ObjectTest {};
 
-TEST_F(EngineLock, IsTakenByTheOutermostGuardAndNotWhereAThreadOrHostHasNone) {
+TEST_F(EngineLock, IsTakenOnlyByTheOutermostGuardAndIfThereIsOne) {
     const std::uint64_t locks = standin::get_EngineLockCount();
     const std::uint64_t unlocks = standin::get_EngineUnlockCount();
     const auto throwing = [&] {

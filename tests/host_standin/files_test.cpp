@@ -28,7 +28,7 @@ protected:
     }
 };
 
-TEST_F(Files, AreMadeWrittenReadAndDeleted) {
+TEST_F(Files, AreCreatedWrittenReadAndDeleted) {
     const smart_ptr<I_File> file = FileOf("new");
     file->Create();
     EXPECT_EQ(file->Write("DUCK", 8, 4), 4U);
@@ -105,7 +105,7 @@ TEST_F(Files, RefuseWhatAnotherProcessHasLocked) {
 }
 
 // The host inspects an open database. The lock that excludes other processes must survive.
-TEST_F(Files, LookAtAnOpenDatabaseWithoutDroppingItsLock) {
+TEST_F(Files, InspectAnOpenDatabaseWithoutDroppingItsLock) {
     duckdb_database database = nullptr;
     ASSERT_EQ(duckdb_open(PathOf("open.duckdb").c_str(), &database), DuckDBSuccess);
     ForeignLock lock(PathOf("open.duckdb"), F_RDLCK);
@@ -170,7 +170,7 @@ TEST_F(Locations, ThatNameNoFileStayAsGiven) {
     EXPECT_NE(Refusal([&] { LocationOf("real")->get_ChildLocation("/etc"); }), "");
 }
 
-TEST_F(Locations, OfferTheFolderAspectUnlessAFileIsThere) {
+TEST_F(Locations, HaveTheFolderAspectUnlessTheyAreFiles) {
     EXPECT_EQ(LocationOf("file_link")->QueryInterface(interface_id::kFolder), nullptr);
     const smart_ptr<I_Location> later = LocationOf("later");
     const I_Folder* const folder = QueryAspect<I_Folder>(later.get());
@@ -183,7 +183,7 @@ TEST_F(Locations, OfferTheFolderAspectUnlessAFileIsThere) {
 
 using Backups = StandinTest;
 
-TEST_F(Backups, GetSortedFoldersOfTheirOwn) {
+TEST_F(Backups, GetTheirOwnSortedFolders) {
     const std::string folder = PathOf("deep/er/Backup");
     std::string before;
     for (int round = 0; round < 100; ++round) {

@@ -24,7 +24,7 @@ std::string NumbersOf(const Value& inValue) {
            std::to_string(inValue->get_Byte());
 }
 
-TEST_F(Values, OfNumbersAndTextsAreCutToTheWidthThatIsAsked) {
+TEST_F(Values, OfNumbersAndTextsAreTruncatedToTheRequestedWidth) {
     const Value real = CreateValueDouble(false, nullptr, nullptr);
     for (const auto& row : tests_support::Table(R"(-2.9|-2 0 0; 255.9|255 255 255; 256|256 256 255; NaN|0 0 0
              0x1p63|9223372036854775807 9223372036854775808 255; -1e300|-9223372036854775808 0 0
@@ -46,7 +46,7 @@ TEST_F(Values, OfNumbersAndTextsAreCutToTheWidthThatIsAsked) {
     EXPECT_EQ(TextOf(whole), "");
 }
 
-TEST_F(Values, OfTextKeepToTheirRoom) {
+TEST_F(Values, OfTextKeepToTheirCapacity) {
     const Value value = CreateValueString(true, nullptr, nullptr);
     EXPECT_EQ(Refusal([&] { value->put_String(""); }), "the text doesn't fit the capacity of the value");
     value->put_MaxLength(2);
@@ -71,7 +71,7 @@ TEST_F(Values, OfTextKeepToTheirRoom) {
     EXPECT_EQ(Refusal([&] { notNullable->put_IsNull(true); }), "this value can't be null");
 }
 
-TEST_F(Values, OfBytesKeepToTheirLengthAndRoom) {
+TEST_F(Values, OfBytesKeepToTheirLengthAndCapacity) {
     const std::uint32_t length = 3;
     const Value value = CreateValueFixedBinary(true, &length, nullptr);
     auto* const binary = QueryAspect<I_ValueBinary>(value.get());
@@ -142,7 +142,7 @@ TEST_F(Values, OfJsonKeepTheirTextGiveMembersAndGoIntoArrays) {
     EXPECT_EQ(QueryAspect<I_ValueJSON>(value.get()), nullptr);
 }
 
-TEST(EngineLock, FlagsAreFalseOnEachNewThreadAndApart) {
+TEST(EngineLock, FlagsArePerThreadAndInitiallyFalse) {
     gIsGlobalLockTaken.put(true);
     std::thread([] {
         EXPECT_FALSE(gIsGlobalLockTaken.get());
@@ -154,7 +154,7 @@ TEST(EngineLock, FlagsAreFalseOnEachNewThreadAndApart) {
     gIsGlobalLockTaken.put(false);
 }
 
-TEST(EngineLockDeathTest, EndsTheProcessWhenUsedWrongly) {
+TEST(EngineLockDeathTest, AbortsOnWrongUse) {
     ::testing::FLAGS_gtest_death_test_style = "threadsafe";
     Thread_Mutex_Win* const lock = GetGlobalEngineLock();
     EXPECT_DEATH((lock->lock(), lock->lock()), "locked twice");

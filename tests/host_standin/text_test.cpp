@@ -19,7 +19,7 @@ using namespace std::string_literals;
 std::u16string Wide(const String& inText) { return {inText.c_str(), inText.get_Length()}; }
 
 // Each case is tested alone and, to cover the block-wise code, before and after ASCII.
-TEST(Text, IsReadAndWrittenAsUtf8WithWhatIsMalformedReplaced) {
+TEST(Text, ConvertsToAndFromUtf8ReplacingMalformedInput) {
     const std::pair<std::string, std::u16string> conversions[] = {
         {"", u""},
         {"a\0b"s, u"a\0b"s},

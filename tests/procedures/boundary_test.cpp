@@ -18,7 +18,7 @@ protected:
     procedure_api table = *orkit::standin::GetProcedureTable();
 };
 
-TEST_F(BoundaryTest, TellsTheHostOfFiveProceduresInOrder) {
+TEST_F(BoundaryTest, RegistersFiveProceduresInOrder) {
     std::string told;
     for (const auto& each : orkit::standin::ListProcedures()) {
         told += each.name + "|" + std::to_string(each.minimumArguments) + "|" +
@@ -34,7 +34,7 @@ TEST_F(BoundaryTest, TellsTheHostOfFiveProceduresInOrder) {
     RegisterProcedures(ProcedureContext().get_Handle());
 }
 
-TEST_F(BoundaryTest, TakesEveryAnswerButZeroForARefusal) {
+TEST_F(BoundaryTest, TreatsEveryResultButZeroAsARefusal) {
     table.register_procedure = [](call_context, const procedure_descriptor*) { return gAnswer; };
     table.make_row_cursor = [](call_context, std::uint64_t, std::uint64_t, const char* const*,
                                const host_value* const*, host_cursor*) { return gAnswer; };
@@ -80,7 +80,7 @@ TEST_F(BoundaryTest, ReportsEveryKindOfFailureOnceAndGivesNoCursor) {
     EXPECT_EQ(OutcomeOf("parquet_count", {path}), std::bad_alloc().what());
 }
 
-TEST_F(BoundaryTest, ReportsAHostThatMakesNoValue) {
+TEST_F(BoundaryTest, ReportsAHostThatCantMakeAValue) {
     orkit::standin::FailCall(orkit::standin::Fault::NewProcedureValue, 2);
     EXPECT_EQ(OutcomeOf("parquet_schema", {path}), std::bad_alloc().what());
 
@@ -103,7 +103,7 @@ TEST_F(BoundaryTest, ReportsAHostThatMakesNoValue) {
 }
 
 // Memory after the arguments that the host counts must not be read: here it has values that would show.
-TEST_F(BoundaryTest, ReadsNoArgumentMoreThanTheHostCounts) {
+TEST_F(BoundaryTest, ReadsNoMoreArgumentsThanTheHostCounts) {
     table.argument_count = [](call_context) { return gAnswer; };
     BindProcedureApi(&table);
     const std::string database = WriteDatabase("CREATE TABLE t AS FROM range(100)");

@@ -18,7 +18,7 @@ protected:
         "CREATE VIEW v AS SELECT n * 2 AS twice, NULL AS nothing FROM t WHERE n > 6");
 };
 
-TEST_F(ProceduresTest, GiveTheColumnsAndRowsAskedForOrTheFirstFaultInTheOrderOfTheArguments) {
+TEST_F(ProceduresTest, ReturnTheRequestedRowsOrTheFirstFaultyArgument) {
     const std::string quoted = folder / "it's; 50%.parquet";
     std::filesystem::copy_file(path, quoted);
     const std::string missing = folder / "no'file.parquet";

@@ -130,7 +130,7 @@ TEST_F(ResultTransferTest, WalksAndSeeksMatchDuckDBsOwnTextInManyRowGroups) {
     }
 }
 
-TEST_F(ResultTransferTest, KeepsItsPlaceWhenAStepFails) {
+TEST_F(ResultTransferTest, KeepsItsPositionWhenAStepFails) {
     static constexpr std::int64_t kFailing[] = {5000, -1, std::numeric_limits<std::int64_t>::max(),
                                                 std::numeric_limits<std::int64_t>::min()};
     const std::string path = WriteParquet("SELECT range AS n FROM range(5000)");
@@ -209,7 +209,7 @@ TEST_F(ResultTransferTest, RefusesTimesOutsideTheirRangeAtAnyDepth) {
     }
 }
 
-TEST_F(ResultTransferTest, RefusesRowsThatAreNotWhatTheProbeTold) {
+TEST_F(ResultTransferTest, RefusesRowsOfOtherTypesThanTheProbes) {
     // A predicate that closes the subquery adds its own statements. These replace the file after the probe,
     // as another process could: the memory of a text must not be read as a number.
     const std::string path = WriteParquet("SELECT 1::BIGINT AS n");

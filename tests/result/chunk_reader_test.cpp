@@ -144,7 +144,7 @@ TEST_F(ChunkReaderTest, GivesTheValuesOfTheReferencePathInEveryShape) {
     }
 }
 
-TEST_F(ChunkReaderTest, WhereAndHowOftenCellsAreReadChangesNothing) {
+TEST_F(ChunkReaderTest, TheOrderAndNumberOfReadsChangeNothing) {
     for (const auto& column :
          Table(R"(CASE WHEN i % 7 = 0 THEN NULL ELSE DATE '2000-01-01' + i::INTEGER END; (i / 8)::DECIMAL(9,3)
                   CASE WHEN i < 2500 THEN [i, i + 1] ELSE NULL END; repeat(i::VARCHAR, (i % 9)::INTEGER)
@@ -181,7 +181,7 @@ TEST_F(ChunkReaderTest, VariantsOfATableOnDiskAreReadTheSame) {
     cells.Compare();
 }
 
-TEST_F(ChunkReaderTest, ACellThatCantBeCastThrowsAloneAndAsOnTheReferencePath) {
+TEST_F(ChunkReaderTest, OnlyACellThatCantBeCastThrowsAndAsOnTheReferencePath) {
     Cells cells(mDuck->Run("SELECT TIMESTAMP_S '2000-01-01 00:00:00' FROM range(100)"));
     // Seconds without a text, which SQL can't write.
     const duckdb_vector vector = duckdb_data_chunk_get_vector(cells.FirstChunk(), 0);

@@ -81,7 +81,7 @@ TEST_F(Cursors, ClientMovesAnswerAndStayAtTheEnds) {
     EXPECT_EQ(empty->get_RecordCount() + empty->get_CurrentRecord(), 0u);
 }
 
-TEST_F(Cursors, RefuseAColumnOrPositionThatIsNotThere) {
+TEST_F(Cursors, RefuseAMissingColumnOrPosition) {
     for (const char* const sql : {"SELECT 1", "SELECT 1 WHERE false"}) {
         const Cursor client = Client(sql);
         const Cursor server = Server(sql);
@@ -118,7 +118,7 @@ TEST_F(Cursors, ClientKeepsItsValuesAndServerMakesNewOnes) {
     }
 }
 
-TEST_F(Cursors, RefuseWhatTheyCannotDoAndEverythingOnceCutOff) {
+TEST_F(Cursors, RefuseUnsupportedOperationsAndAllOnceInvalid) {
     const std::pair<const char*, void (*)(I_DuckDBCursor&)> kCalls[] = {
         {"NextRecord", [](auto& c) { c.NextRecord(); }}, // the server's own
         {"get_Value", [](auto& c) { c.get_Value(0); }},
@@ -195,7 +195,7 @@ TEST_F(Cursors, ServerHoldsOneChunkUntilItGoes) {
     EXPECT_EQ(Text(bytes).substr(19994), "61626162'");
 }
 
-TEST_F(Cursors, WhatDuckDBRaisesForACellBecomesTheHosts) {
+TEST_F(Cursors, DuckDBsExceptionForACellBecomesTheHosts) {
     // Infinity has no calendar parts: DuckDB throws while the value is made.
     const char* const sql = "SELECT 'infinity'::TIMESTAMP_MS::VARIANT";
     ExpectErrorWith([&] { Client(sql); }, "cursors", "timestamp");
@@ -210,7 +210,7 @@ TEST_F(Cursors, WhatDuckDBRaisesForACellBecomesTheHosts) {
 
 class QueryResults : public ObjectTest {};
 
-TEST_F(QueryResults, TakeDuckDBsErrorApart) {
+TEST_F(QueryResults, ParseDuckDBsError) {
     // errors_as_json, what runs, a part of the message, its type and position.
     const std::tuple<std::string, const char*, const char*, const char*, std::int64_t> kCases[] = {
         {"true", "SELECT nonsense", "Referenced column \"nonsense\" was not found", "Binder", 7},
@@ -236,7 +236,7 @@ TEST_F(QueryResults, TakeDuckDBsErrorApart) {
     }
 }
 
-TEST_F(QueryResults, KeepWhatTheyToldAfterTheyWereCutOff) {
+TEST_F(QueryResults, KeepTheirContentOnceInvalid) {
     mDatabase = CreateDatabase();
     Execute(mDatabase, "CREATE TABLE t (i INTEGER)");
     const QueryResult result = mDatabase->SqlQuery("INSERT INTO t VALUES (1), (2); SELECT 1", 2, nullptr);

@@ -67,7 +67,7 @@ TEST_F(ValueConversion, EveryTypeHasItsHostValue) {
     }
 }
 
-TEST_F(ValueConversion, EnvelopesEscapeAsJsonAsks) {
+TEST_F(ValueConversion, EnvelopesAreEscapedAsJson) {
     TextBuffer buffer;
     for (const auto& [text, escaped] : {std::pair{"plain", "plain"},
                                         {"\b\t\n\f\r\"\\", R"(\b\t\n\f\r\"\\)"},

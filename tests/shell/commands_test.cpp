@@ -219,7 +219,7 @@ TEST_F(Commands, OutputAndOnceGoToFiles) {
               "error|1|done|error|3|");
 }
 
-TEST_F(Commands, TellWhyTheyFailAndWhere) {
+TEST_F(Commands, ReportWhyAndWhereTheyFail) {
     WriteFile("inner.sql", "\uFEFF.print first\n\n-- a comment\nSELECT\n  1,\n  nope;\n");
     WriteFile("outer.sql", "/* two\nlines */ SELECT 1; SELECT\n2;\n.read inner.sql\n.nope\n");
     WriteFile("loop.sql", ".read loop.sql\n");

@@ -17,7 +17,7 @@ protected:
     HomeFolder mFolder;
 };
 
-TEST_F(Orsql, LeavesWithTheStatusThatTellsWhatHappened) {
+TEST_F(Orsql, ExitsWithTheStatusOfWhatHappened) {
     const std::string text = "this is no database, whatever it is called";
     WriteFile("text.txt", text);
     for (const auto& row : tests_support::Table(R"(
@@ -38,7 +38,7 @@ TEST_F(Orsql, LeavesWithTheStatusThatTellsWhatHappened) {
     EXPECT_TRUE(Fits(RunShell({"--version"}).out, "orsql …\nDuckDB v…\n"));
 }
 
-TEST_F(Orsql, RunsCommandsAndFilesInTheirOrder) {
+TEST_F(Orsql, RunsCommandsAndFilesInOrder) {
     WriteFile("2.sql", "SELECT 2 AS c;\n.print two\n");
     const ShellRun run = RunScript("$ORSQL --no-header -c 'SELECT 1' -f 2.sql -c 'SELECT 3; SELECT 4' -f - "
                                    "-c 'SELECT 6' -c '-- nothing' -c '' --timer",
@@ -129,7 +129,7 @@ TEST_F(Orsql, WritesEachKindOfCell) {
               "NaN,CA,-0044-03-15,+12345-03-15,\"\"\n");
 }
 
-TEST_F(Orsql, GoesOnAfterAFailureUnlessItIsToStop) {
+TEST_F(Orsql, ContinuesAfterAFailureUnlessToldToStop) {
     const std::string command = "$ORSQL --no-header -c 'SELECT 1; SELECT nope; SELECT 2' -c 'SELECT 3'";
     const ShellRun run = RunScript(command);
     EXPECT_EQ(run.out, "1\n2\n3\n");
@@ -166,7 +166,7 @@ TEST_F(Orsql, LeavesAFailedTransactionAborted) {
         "error|0|done|done|error|error|done|2|1|");
 }
 
-TEST_F(Orsql, GivesSettingsToDuckDB) {
+TEST_F(Orsql, PassesSettingsToDuckDB) {
     EXPECT_EQ(RunScript(R"~($ORSQL --no-header --threads 3 --max-memory 1000 --temp-directory tmp \
                   --home-directory home --secret-directory secret --extension-directory ext \
                   --no-external-access -c "SELECT current_setting('threads'), current_setting('max_memory'),

@@ -50,7 +50,7 @@ const std::pair<std::string, std::string> kScripts[] = {
     {"a\0b;\0;'a\0;b';c"s, "a\0b|\0|'a\0;b'|c"s},
 };
 
-TEST(Splitter, CutsScriptsAsDuckDBScansThem) {
+TEST(Splitter, SplitsScriptsAsDuckDBScansThem) {
     for (const auto& [script, expected] : kScripts) {
         for (std::size_t part = 1; part < 40; ++part) {
             std::string pieces;
@@ -123,7 +123,7 @@ TEST(Literals, AreReadAsTheHostKnowsThem) {
     EXPECT_TRUE(ParseLiterals("").empty());
 }
 
-TEST(Literals, ThatAreNoneAreRefused) {
+TEST(Literals, RefuseOtherTexts) {
     for (
         const auto& row : tests_support::Table(
             R"(18446744073709551616; -9223372036854775809; 1e999; 'open; 'a'b; x'ABC'; x'AG'; date '2023-02-29'
@@ -144,7 +144,7 @@ TEST(Literals, ThatAreNoneAreRefused) {
 using Records = std::vector<CsvRecord>;
 constexpr auto kNull = std::nullopt;
 
-TEST(CsvReader, TellsEmptyCellsFromQuotedOnes) {
+TEST(CsvReader, DistinguishesEmptyFromQuotedCells) {
     const std::vector<std::pair<std::string, Records>> examples = {
         {"", {}},
         {"a,b\r\n,\"\"\r\n\"c\"\r\nd", {{"a", "b"}, {kNull, ""}, {"c"}, {"d"}}},
@@ -190,7 +190,7 @@ TEST(CsvReader, ReadsBackWhatCsvModeWrites) {
     }));
 }
 
-TEST(Failure, TakesDuckDBsTextApart) {
+TEST(Failure, ParsesDuckDBsText) {
     for (const auto& row : tests_support::Table(R"(
              {"exception_type":"Binder","exception_message":"no é here","position":"7"}|no é here|Binder|7
              Parser Error: {"exception_type":"Binder","exception_message":"no","position":"7"}|no|Binder|7

@@ -27,7 +27,7 @@ void Play(RunningShell& ioShell, const std::vector<Step>& inSteps) {
     }
 }
 
-TEST(Scenarios, ShowWhatIsToAppear) {
+TEST(Scenarios, ShowTheExpectedOutput) {
     const HomeFolder home;
     WriteFile("evil.sql", "CREATE TABLE \"evil\x1b[31m\u202e\"(i INTEGER);");
     const std::string many = "SELECT range AS n FROM range(60);\r";
@@ -80,7 +80,7 @@ TEST(Scenarios, ShowWhatIsToAppear) {
     EXPECT_TRUE(ReadWhole("all.csv").ends_with("\n59\n"));
 }
 
-TEST(Scenarios, AResizeKeepsWhatIsTyped) {
+TEST(Scenarios, AResizeKeepsTheInput) {
     const HomeFolder home;
     RunningShell shell(RunningShell::Way::Terminal, {"-m", "csv"});
     shell.WaitFor(kPrompt);
@@ -90,7 +90,7 @@ TEST(Scenarios, AResizeKeepsWhatIsTyped) {
     shell.Ask(" 'after' AS a;\r", "a\nbeforeafter\n");
 }
 
-TEST(Scenarios, CtrlCEndsWhatWasToRunNext) {
+TEST(Scenarios, CtrlCDropsPendingInput) {
     const HomeFolder home;
     ASSERT_EQ(RunScript("mkdir -p .config/orsql").status, 0);
     WriteFile(".config/orsql/orsqlrc", ".print begun\n" + kLongQuery + "\n.print not run\n");

@@ -132,7 +132,7 @@ TEST_F(Terminal, ServesASessionFromStartToEnd) {
     shell.Leave(".exit\n");
 }
 
-TEST_F(Terminal, CtrlCClearsWhatIsTyped) {
+TEST_F(Terminal, CtrlCClearsTheInput) {
     Session shell(Arguments{});
     shell.Talk(
         {{"SELECT 1 AS lost,\n", "...> "}, {"\x03", kPrompt}, {"garbage\x03", kPrompt}, {"\x03", kPrompt}});
@@ -155,7 +155,7 @@ TEST_F(Terminal, CtrlCStopsRowsAndStatementsAndBringsThePromptBack) {
     shell.Leave();
 }
 
-TEST_F(Terminal, CompletesWhatIsThere) {
+TEST_F(Terminal, CompletesExistingNames) {
     WriteFile("some_script.sql", "SELECT 'from the ' || 'file';\n");
     Session shell;
     // A tab followed by input counts as pasted, so wait for each completion.
@@ -180,7 +180,7 @@ TEST_F(Terminal, CompletesWhatIsThere) {
     shell.Leave("\n");
 }
 
-TEST_F(Terminal, TakesPastedTextAsItIs) {
+TEST_F(Terminal, TakesPastedTextUnchanged) {
     WriteFile("north-2024.csv", "");
     std::string script = "CREATE TABLE t(a VARCHAR);\r.print it's\r";
     for (int i = 0; i < 500; ++i) {

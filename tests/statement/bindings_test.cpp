@@ -158,7 +158,7 @@ TEST_F(Bindings, ArraysLiveAsLongAsTheStatementHoldsThem) {
     EXPECT_EQ(values->get_RefsCount(), 3u) << "arrays go with the statement object";
 }
 
-TEST_F(Bindings, RowsRunTheStatementOnceForEach) {
+TEST_F(Bindings, RowsRunTheStatementOncePerRow) {
     const Statement insert = Prepare("INSERT INTO t SELECT unnest(range(?))");
     insert->BindRows(RowsOf({Values({Number(3)}), Values({Number(1)}), Values({Number(2)})}));
     EXPECT_EQ(insert->SqlExecute(), 2u) << "of the last run, not a sum";

@@ -99,7 +99,7 @@ TEST_F(StatementLifecycle, EveryOperationLeadsFromStateToState) {
     }
 }
 
-TEST_F(StatementLifecycle, WalkTellsWhereItIs) {
+TEST_F(StatementLifecycle, WalkReportsItsPosition) {
     const std::string script = "CREATE TABLE u (i INTEGER); INSERT INTO u VALUES (1), (2); SELECT * FROM u";
     const Statement statement = Make(script);
     EXPECT_EQ(Text(statement->get_Sql()), script);
@@ -171,7 +171,7 @@ TEST_F(StatementLifecycle, FailedSplitOrPrepareIsTriedAgain) {
 constexpr const char* kFailingRun = "SELECT 'no number'::VARCHAR::INTEGER";
 constexpr const char* kFailingRunText = "Could not convert string 'no number' to INT32";
 
-TEST_F(StatementLifecycle, FailedRunIsPassedByAndTold) {
+TEST_F(StatementLifecycle, FailedRunIsSkippedAndReported) {
     const std::string script = std::string("CREATE TABLE u (i INTEGER);") + kFailingRun + ";DROP TABLE u";
     const Statement walk = Make(script);
     ExpectFailure(kFailingRunText, [&] { walk->ExecuteAll(); });

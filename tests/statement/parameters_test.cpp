@@ -141,7 +141,7 @@ TEST_F(Parameters, EachHostTypeHasItsType) {
     EXPECT_EQ(RunWith("SELECT strlen($1)", {TextValue(std::string_view("a\0b", 3))}), Table("3"));
 }
 
-TEST_F(Parameters, WhatHasNoTypeOrNoValueIsRefused) {
+TEST_F(Parameters, ValuesWithoutATypeOrContentAreRefused) {
     const String red("red");
     const Value color(CreateValueEnum(true, &red, nullptr));
     for (const Value& value : {color, Odd(kEnumSet), ArrayValue(kEnum, {}), ArrayValue(kEnumSet, {nullptr}),
@@ -279,7 +279,7 @@ constexpr const char* kExact =
     [0.1::DOUBLE, 'nan'::DOUBLE, 1e300]; {'a': 'x', 'b': [{'c': NULL, 'd': 'y'}]}; union_value(k := 'x')
     '{"a": [true, -1.5]}'::JSON)";
 
-TEST_F(Envelopes, BringAVariantBackAsItWas) {
+TEST_F(Envelopes, RoundTripAVariantUnchanged) {
     for (const auto& row : Table(kExact)) {
         SCOPED_TRACE(row[0]);
         const std::string original = "(" + row[0] + ")::VARIANT";
@@ -293,7 +293,7 @@ TEST_F(Envelopes, BringAVariantBackAsItWas) {
     }
 }
 
-TEST_F(Envelopes, BringAVariantBackChanged) {
+TEST_F(Envelopes, RoundTripAVariantWithChanges) {
     // The value, the path of the part that changes, its type and its text. A DECIMAL is as wide as its text,
     // a text ends at a zero character, and lists and structs contain only JSON's types.
     for (const auto& row : Table(R"(1.5::DECIMAL(10,4) | - | DECIMAL(5, 4) | 1.5000
