@@ -140,7 +140,7 @@ TEST_F(Terminal, CtrlCClearsTheInput) {
     shell.WaitFor(kPrompt); // Ctrl-D has an effect only while a line is read
     EXPECT_NE(shown.find("kept"), std::string::npos);
     EXPECT_EQ(shown.find("error"), std::string::npos) << shown;
-    EXPECT_EQ(shell.WaitPressing("\x04"), 0);
+    EXPECT_EQ(shell.Wait(nullptr, "\x04"), 0);
 }
 
 TEST_F(Terminal, CtrlCStopsRowsAndStatementsAndBringsThePromptBack) {

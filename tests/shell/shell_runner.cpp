@@ -211,25 +211,16 @@ std::string RunningShell::Ask(std::string_view inText, std::string_view inAnswer
     return WaitFor(inAnswer);
 }
 
-int RunningShell::WaitPressing(std::string_view inKey) {
+int RunningShell::Wait(std::string* outRest, std::string_view inKey) {
     constexpr int kPause = 200; // milliseconds
-    constexpr int kMostPresses = 100;
-    Outcome outcome = Outcome::Nothing;
-    for (int press = 0; press < kMostPresses && outcome != Outcome::End; ++press) {
-        outcome = write(mFile, inKey.data(), inKey.size()) > 0 ? Read(kPause) : Outcome::End;
-        while (outcome == Outcome::Text) {
-            outcome = Read(kPause);
-        }
-    }
-    return Wait();
-}
-
-int RunningShell::Wait(std::string* outRest) {
     shutdown(mFile, SHUT_WR);
-    for (Outcome outcome{}; (outcome = Read(kPatience)) != Outcome::End;) {
-        if (outcome == Outcome::Nothing) {
+    int pauses = 0;
+    for (Outcome outcome{}; (outcome = Read(kPause)) != Outcome::End;) {
+        if (outcome == Outcome::Nothing && ++pauses * kPause > kPatience) {
             ADD_FAILURE() << "waited for the end, got <" << mUnread << ">";
             kill(mProcess, SIGKILL);
+        } else if (outcome == Outcome::Nothing && !inKey.empty()) {
+            Send(inKey);
         }
     }
     if (outRest) {

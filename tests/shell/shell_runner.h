@@ -72,11 +72,9 @@ public:
     /// Sends, and waits.
     std::string Ask(std::string_view inText, std::string_view inAnswer);
     /// Ends the input of a program with pipes. @return the exit status, or minus the signal. @param outRest
-    /// the remaining output.
-    int Wait(std::string* outRest = nullptr);
-    /// The same for a program that leaves at a key, which is pressed until it does: a key can be lost while
-    /// the terminal switches to the next line.
-    int WaitPressing(std::string_view inKey);
+    /// the remaining output. @param inKey is pressed until the program leaves: a key can be lost while the
+    /// terminal switches to the next line.
+    int Wait(std::string* outRest = nullptr, std::string_view inKey = {});
 
 private:
     enum class Outcome { Text, Nothing, End };
