@@ -11,7 +11,7 @@ cd "$folder"
 "$orsql" harbour.db -c "CREATE TABLE ships AS SELECT 'ship ' || i AS name FROM range(1, 4) t(i)"
 
 # .backup makes a new folder in Backup/ beside the database and answers with its path. In csv mode without a
-# header the answer is easy to take apart.
+# header the answer is easy to parse.
 backup=$("$orsql" --no-header harbour.db -c .backup | cut -d , -f 1)
 echo "files of the backup:"
 ls "$backup"

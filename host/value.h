@@ -166,7 +166,7 @@ public:
     static constexpr std::uint32_t kInterfaceId = 2213;
     virtual ~I_ValueJSON() = default;
     /// The member with exactly this name as a value of its own: a string gives its decoded text, a boolean a
-    /// Boolean, a number a value whose text is the number as it stands in the JSON text, null a null value,
+    /// Boolean, a number a value whose text is the number as written in the JSON text, null a null value,
     /// objects and arrays a JSON value. @return null if there is no such member.
     virtual smart_ptr<I_Value> get_Member(const String& inName) const = 0;
 };

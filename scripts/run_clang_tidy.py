@@ -2,7 +2,7 @@
 """run_clang_tidy.py BUILD_DIR FOLDER...: runs clang-tidy over the sources of the folders, and fails on any
 finding.
 
-A source that had none is looked at again only after it, a header that it includes, its compile command, or
+A source that had none is checked again only after it, a header that it includes, its compile command, or
 .clang-tidy changed; build/tidy/ remembers.
 """
 
@@ -55,7 +55,7 @@ def main():
                if entry["file"].endswith(".cpp")]
     inside = tuple(f"{TOP / folder}/" for folder in folders)
     entries = [entry for entry in entries if entry["file"].startswith(inside)]
-    # A source that several targets compile is looked at once.
+    # A source that several targets compile is checked once.
     entries = list({entry["file"]: entry for entry in entries}.values())
     CLEAN.mkdir(parents=True, exist_ok=True)
     jobs = int(os.environ.get("JOBS") or os.cpu_count())

@@ -34,7 +34,7 @@ void Output::Flush() {
     }
     const bool isWritten = mPager ? mPager->Write(text) : WriteAll(mFile, text);
     const int error = errno;
-    // What is held back is looked at at once: it may be longer than the screen.
+    // Checks held-back text at once: it may be longer than the screen.
     mFlushSize = mPager && mPager->IsHolding() ? 1 : kBufferSize;
     if (!isWritten) {
         throw OutputError(error, mPath);

@@ -38,7 +38,7 @@ enum class Reading : std::uint8_t {
     Null,    ///< NULL; the text is ignored
     True,    ///< true; the text is ignored
     False,   ///< false; the text is ignored
-    Text,    ///< the text as it stands
+    Text,    ///< the text itself
     Cast,    ///< DuckDB's cast from VARCHAR
     Decimal, ///< a cast to the width and scale that the text shows
     Nested,  ///< a cast to JSON, and from there to VARIANT

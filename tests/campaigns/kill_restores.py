@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-# kill_restores.py ORSQL SECONDS [SEED]: kills a shell that backs up or restores, and looks at what is left.
+# kill_restores.py ORSQL SECONDS [SEED]: kills a shell that backs up or restores, and checks what is left.
 #
 # With strace, the kill comes in turn at each system call that opens for writing, writes, renames or removes a file;
 # every third one, and each without strace, at a random moment. A backup must be whole or refused, and its source

@@ -288,7 +288,7 @@ TEST_F(Databases, InvalidateTheirObjectsWhenTheyClose) {
     mDatabase->Close();
     EXPECT_TRUE(results.empty());
     for (const QueryResult& result : kept) {
-        EXPECT_FALSE(result->get_Cursor() || result->get_NextResult()) << "every live result was cut off";
+        EXPECT_FALSE(result->get_Cursor() || result->get_NextResult()) << "every live result was invalidated";
         EXPECT_EQ(result->get_ResultFlags(), I_DuckDBQueryResult::kResultHasCursor);
     }
     for (const Cursor& cursor : cursors) {

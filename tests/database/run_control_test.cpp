@@ -155,7 +155,7 @@ TEST_F(RunControlTest, AffectsNoLaterCall) {
         if (!thrown.empty()) {
             ++stopped;
             EXPECT_EQ(thrown, kInterrupted);
-            EXPECT_GT(asked, answeredBefore) << "no Interrupt came while the call was in work";
+            EXPECT_GT(asked, answeredBefore) << "no Interrupt came during the call";
         }
     }
     stopper.join();

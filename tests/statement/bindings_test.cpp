@@ -147,7 +147,7 @@ TEST_F(Bindings, ArraysLiveAsLongAsTheStatementHoldsThem) {
         statement->BindRows(rows);
         EXPECT_EQ(values->get_RefsCount(), 2u) << "the rows replace the values";
         statement->SqlExecute();
-        EXPECT_EQ(values->get_RefsCount(), 3u) << "the row in work";
+        EXPECT_EQ(values->get_RefsCount(), 3u) << "the current row";
         wayOut();
         EXPECT_EQ(values->get_RefsCount(), 2u);
         EXPECT_EQ(rows->get_RefsCount(), 1u);
