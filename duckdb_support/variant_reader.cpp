@@ -6,10 +6,6 @@
 namespace orlimbara::duckdb_support::internals {
 
 VariantReader::VariantReader(duckdb::Vector& ioVector, duckdb::idx_t inCount) {
-    const duckdb::VectorType form = ioVector.GetVectorType();
-    if (form != duckdb::VectorType::FLAT_VECTOR && form != duckdb::VectorType::CONSTANT_VECTOR) {
-        ioVector.Flatten(inCount); // the unified format of a struct drops a dictionary around it
-    }
     duckdb::Vector::RecursiveToUnifiedFormat(ioVector, inCount, mFormat);
     mData = duckdb::make_uniq<duckdb::UnifiedVariantVectorData>(mFormat);
 }

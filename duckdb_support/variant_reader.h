@@ -20,7 +20,8 @@ public:
     /// The number for what isn't a VARIANT or can't be read.
     static constexpr std::int32_t kUnreadable = -1;
 
-    /// Unpacks the vector; may throw. `ioVector` must outlive the reader and may be flattened.
+    /// Unpacks the vector, which must outlive the reader; may throw. It is flat, as those of fetched chunks,
+    /// or constant, as one made of a value: the unified format of a struct drops a dictionary around it.
     VariantReader(duckdb::Vector& ioVector, duckdb::idx_t inCount);
     VariantReader(const VariantReader&) = delete;
     VariantReader& operator=(const VariantReader&) = delete;
