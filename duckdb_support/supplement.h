@@ -85,4 +85,8 @@ namespace orlimbara::duckdb_support {
 duckdb_state prepare_extracted_copy(duckdb_connection connection, duckdb_extracted_statements statements,
                                     idx_t index, duckdb_prepared_statement* out);
 
+/// Gives memory that DuckDB has freed back to the system; by itself DuckDB's allocator keeps it for later
+/// queries. Takes longer the more there is. Throws nothing.
+void release_free_memory() noexcept;
+
 } // namespace orlimbara::duckdb_support

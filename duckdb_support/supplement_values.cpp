@@ -3,6 +3,8 @@
 #include "duckdb_support/duckdb_internals.h"
 #include "duckdb_support/variant_reader.h"
 
+#include <duckdb/common/allocator.hpp>
+
 namespace support = orlimbara::duckdb_support;
 namespace internals = support::internals;
 using internals::OrElse;
@@ -18,6 +20,13 @@ bool IsVariant(duckdb_value inValue) {
 } // namespace
 
 namespace orlimbara::duckdb_support {
+
+void release_free_memory() noexcept {
+    try {
+        duckdb::Allocator::FlushAll();
+    } catch (...) { // the memory stays for later queries
+    }
+}
 
 duckdb_value chunk_value(duckdb_data_chunk chunk, idx_t column, idx_t row) {
     if (chunk == nullptr || column >= Unwrap(chunk).ColumnCount() || row >= Unwrap(chunk).size()) {

@@ -4,6 +4,7 @@
 #include <new>
 #include <utility>
 
+#include "duckdb_support/supplement.h"
 #include "result/chunk_reader.h"
 
 namespace orkit::orsql {
@@ -12,7 +13,9 @@ namespace support = orlimbara::duckdb_support;
 
 namespace {
 constexpr std::size_t kInitialCapacity = 10; // rows
-}
+// So many that to give back what DuckDB held of them, 64 MiB at least, takes little time beside their reading.
+constexpr std::size_t kManyCells = std::size_t{1} << 23;
+} // namespace
 
 DuckDBCursor_client::DuckDBCursor_client(DuckDBDatabase* inDatabase, support::OwnedResult inResult)
     : DuckDBCursor_imp(inDatabase, std::move(inResult)), mRows(new RowArray(kInitialCapacity)) {
@@ -24,6 +27,9 @@ DuckDBCursor_client::DuckDBCursor_client(DuckDBDatabase* inDatabase, support::Ow
         }
         reader.Bind(nullptr);
         ReleaseResult(); // DuckDB needn't keep a second copy of the rows
+        if (mRows->get_Count() * Columns().size() >= kManyCells) {
+            support::release_free_memory();
+        }
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& error) {
