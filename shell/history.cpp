@@ -99,8 +99,10 @@ std::vector<std::string> LoadHistory(const std::string& inPath, std::size_t inMo
 
 void AppendHistory(const std::string& inPath, const std::string& inEntry) {
     const FileDescriptor file = OpenLocked(inPath, O_WRONLY | O_CREAT | O_APPEND);
-    if (file.IsOpen()) {
-        WriteAll(file.get(), Encode(inEntry));
+    const off_t size = file.IsOpen() ? lseek(file.get(), 0, SEEK_END) : -1;
+    if (size >= 0 && !WriteAll(file.get(), Encode(inEntry))) {
+        // A part of an entry would become one with the next.
+        [[maybe_unused]] const int result = ftruncate(file.get(), size);
     }
 }
 
