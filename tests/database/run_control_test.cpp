@@ -76,8 +76,9 @@ TEST_F(RunControlTest, StopsEveryKindOfRun) {
     Execute(mDatabase, "CREATE TABLE t (i INTEGER)");
     const auto count = [&] { return std::stoll(SelectOne(mDatabase, "SELECT count(*) FROM t")); };
     ExpectStopped([&] { Select(mDatabase, kLong); });
-    ExpectStopped(
-        [&] { Execute(mDatabase, "INSERT INTO t VALUES (1); BEGIN; INSERT INTO t VALUES (2);" + kLong); });
+    const std::string changes = "INSERT INTO t VALUES (1); BEGIN; INSERT INTO t VALUES (2);";
+    const auto later = After(200'000); // what comes before has ended, on a busy machine too
+    ExpectStopped([&] { Execute(mDatabase, changes + kLong); }, later);
     EXPECT_EQ(count(), 1) << "the transaction of the stopped script is rolled back";
 
     const smart_ptr<RowArray> rows(new RowArray(100'000));
@@ -86,13 +87,13 @@ TEST_F(RunControlTest, StopsEveryKindOfRun) {
     }
     Statement statement = mDatabase->CreateStatement("INSERT INTO t VALUES (?)");
     statement->BindRows(rows);
-    ExpectStopped([&] { statement->ExecuteNext(); });
+    ExpectStopped([&] { statement->ExecuteNext(); }, later);
     EXPECT_GT(count(), 1) << "the rows before the stop stay";
     EXPECT_LT(count(), 100'001);
 
     DuckDBExecutionResult result;
     statement = mDatabase->CreateStatement(Wide("SELECT 1; " + kLong + "; SELECT 2"));
-    EXPECT_EQ(CatchStopped([&] { result = statement->ExecuteScript(); }), "");
+    EXPECT_EQ(CatchStopped([&] { result = statement->ExecuteScript(); }, later), "");
     EXPECT_EQ(Text(result.mErrorText), kInterruptedText);
     EXPECT_EQ(result.mStatementCount, 1u);
 
