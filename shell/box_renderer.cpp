@@ -81,8 +81,8 @@ private:
 
 /// Whether the shell's own answer is of texts that can't be cut, such as SQL to be copied.
 bool IsOfWholeTexts(const std::vector<Column>& inColumns) {
-    return !inColumns.empty() && !inColumns.front().type && inColumns.front().isWhole &&
-           !inColumns.front().isNumber;
+    return !inColumns.empty() && !inColumns.front().type && !inColumns.front().hostType &&
+           inColumns.front().isWhole && !inColumns.front().isNumber;
 }
 
 class BoxRenderer final : public TextRenderer {
