@@ -1,7 +1,8 @@
 #!/bin/bash
 # bench_peers.sh [ROUNDS]: reads the same tables through each peer and through the module, in turns, and prints
-# the median processor time per cell, less the bare query; also to build/bench-peers.json. The peers' packages go
-# into .deps/peers; benchmarks/peers/README.md tells what is measured.
+# the median processor time per cell, less the bare query; also to build/bench-peers.json. Then orsql and DuckDB's
+# own shell write the flights, in turns; also to build/bench-shells.json. The peers' packages go into .deps/peers;
+# benchmarks/peers/README.md tells what is measured.
 source "$(dirname "$0")/common.sh"
 
 rounds=${1:-5}
@@ -16,7 +17,8 @@ done
 
 say "setting up the peers"
 python3 -m venv "$peers/python"
-"$peers/python/bin/pip" install --quiet --disable-pip-version-check "duckdb==$DUCKDB_VERSION"
+"$peers/python/bin/pip" install --quiet --disable-pip-version-check "duckdb==$DUCKDB_VERSION" \
+    "duckdb-cli==$DUCKDB_VERSION"
 mvn -q -B dependency:copy "-Dartifact=org.duckdb:duckdb_jdbc:$DUCKDB_VERSION.0" "-DoutputDirectory=$peers/jdbc"
 javac -d "$peers/jdbc" "$source_of/Read.java"
 cp "$source_of"/package.json "$source_of"/read.mjs "$source_of"/go.mod "$source_of"/go.sum "$source_of"/read.go "$peers"
@@ -44,3 +46,8 @@ for round in $(seq "$rounds"); do
     done
 done
 python3 scripts/compare_peers.py "$times" build/bench-peers.json
+
+say "orsql and DuckDB's shell, in turns"
+python3 scripts/compare_shells.py build/release/bin/orsql \
+    "$(find "$peers/python" -path '*/duckdb_cli/duckdb')" "$DEPS/data/flights-3m.parquet" "$rounds" \
+    build/bench-shells.json
