@@ -90,16 +90,18 @@ add_library(GTest::gtest ALIAS gtest)
 add_library(GTest::gtest_main ALIAS gtest)
 find_program(CMAKE_CROSSCOMPILING_EMULATOR wine64 PATHS /usr/lib/wine)
 include(Tests)
-# Symbolic links, which the C++ library doesn't make there; a writer beside a reader of the same file in one
-# process, which Windows refuses.
-list(APPEND ORLIMBARA_TEST_ENVIRONMENT
-    "GTEST_FILTER=-*.AreCreatedJoinedOrReplacedByCreate:*.OpenedReadOnlyHaveTheirOwnHandles")
+# Left out; docs/windows.md tells the causes.
+set(left_out AreCreatedJoinedOrReplacedByCreate OpenedReadOnlyHaveTheirOwnHandles
+    BringsAValueAndANullOfEachTypeToTheHost)
+list(JOIN left_out ":*." left_out)
+list(APPEND ORLIMBARA_TEST_ENVIRONMENT "GTEST_FILTER=-*.${left_out}")
 add_compile_options("$<$<COMPILE_LANGUAGE:CXX>:SHELL:-include ${PROJECT_SOURCE_DIR}/tests/windows/posix.h>")
 foreach(folder IN ITEMS support database statement result procedures)
     add_subdirectory(tests/${folder})
 endforeach()
 target_include_directories(result_tests BEFORE PRIVATE tests/windows/interposing)
+target_compile_definitions(result_tests PRIVATE ORLIMBARA_RESULT_TESTS)
 target_link_options(result_tests PRIVATE -Wl,--wrap=duckdb_fetch_chunk)
 target_include_directories(procedures_tests BEFORE PRIVATE tests/windows/interposing)
 target_link_options(procedures_tests PRIVATE -Wl,--wrap=duckdb_open -Wl,--wrap=duckdb_connect
-    -Wl,--wrap=duckdb_query -Wl,--wrap=duckdb_result_get_chunk -Wl,--defsym=__real_duckdb_fetch_chunk=0)
+    -Wl,--wrap=duckdb_query -Wl,--wrap=duckdb_result_get_chunk)

@@ -11,6 +11,7 @@
 #include "host_standin/errors.h"
 #include "host_standin/faults.h"
 #include "host_standin/locations.h"
+#include "host_standin/paths.h"
 #include "host_standin/utf.h"
 
 namespace orkit {
@@ -66,7 +67,7 @@ std::string MakeName(const LastBackup& inLast) {
 bool MakeFolder(const String& inPath) {
     const std::string path = standin::ToUtf8(inPath);
     std::error_code error;
-    const bool isNew = fs::create_directory(path, error);
+    const bool isNew = fs::create_directory(standin::PathOf(path), error);
     if (error) {
         standin::ThrowFileError(path, "can't make folder", error);
     }
@@ -105,7 +106,7 @@ smart_ptr<I_Location> PrepareFolder(smart_ptr<I_Location> inParent, const String
         standin::ThrowFileError(path, "can't make folder: fault on purpose");
     }
     std::error_code error;
-    fs::create_directories(path, error);
+    fs::create_directories(standin::PathOf(path), error);
     if (error) {
         standin::ThrowFileError(path, "can't make folder", error);
     }

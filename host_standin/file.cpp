@@ -5,8 +5,6 @@
 #include <filesystem>
 #include <optional>
 
-#include <unistd.h>
-
 #include "host/exceptions.h"
 #include "host_standin/errors.h"
 #include "host_standin/faults.h"
@@ -95,7 +93,7 @@ void FileWin::ThrowOut() {
     if (!mImp->mLocation) {
         ThrowFileError(path, "file has no location");
     }
-    if (::unlink(path.c_str()) != 0) {
+    if (!standin::RemoveFile(path)) {
         ThrowFileError(path, "can't delete file", errno);
     }
 }

@@ -5,11 +5,10 @@
 #include <system_error>
 #include <vector>
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include "host_standin/errors.h"
 #include "host_standin/live_objects.h"
+#include "host_standin/paths.h"
+#include "host_standin/private_files.h"
 #include "host_standin/utf.h"
 
 namespace orkit::standin {
@@ -25,7 +24,7 @@ void PushComponents(const fs::path& inPath, std::vector<std::string>& ioPending)
     const fs::path relative = inPath.relative_path();
     std::vector<std::string> components;
     for (const fs::path& component : relative) {
-        components.push_back(component.generic_string());
+        components.push_back(TextOf(component));
     }
     ioPending.insert(ioPending.end(), components.rbegin(), components.rend());
 }
@@ -44,7 +43,7 @@ bool IsLink(const fs::path& inPath, std::error_code& outError) {
 // error_code::kFileSystem.
 std::string ResolvePath(const std::string& inPath) {
     std::error_code error;
-    const fs::path start = fs::absolute(inPath, error);
+    const fs::path start = fs::absolute(PathOf(inPath), error);
     std::vector<std::string> pending;
     PushComponents(start, pending);
     fs::path resolved = start.root_path();
@@ -60,7 +59,7 @@ std::string ResolvePath(const std::string& inPath) {
             resolved = resolved.parent_path();
             continue;
         }
-        const fs::path next = resolved / component;
+        const fs::path next = resolved / PathOf(component);
         if (!IsLink(next, error)) {
             resolved = next;
             continue;
@@ -78,7 +77,7 @@ std::string ResolvePath(const std::string& inPath) {
     if (error) {
         ThrowFileError(inPath, "can't resolve path", error);
     }
-    return resolved.generic_string();
+    return TextOf(resolved);
 }
 
 bool NamesNoFile(const std::string& inPath) { return inPath == ":memory:" || inPath.starts_with("md:"); }
@@ -88,7 +87,7 @@ public:
     // @param inPath in UTF-8 and resolved, unless it names no file.
     explicit Location(std::string inPath)
         : mNativePath(std::move(inPath)), mIsFile(!NamesNoFile(mNativePath)), mPath(FromUtf8(mNativePath)),
-          mName(mIsFile ? FromUtf8(fs::path(mNativePath).stem().generic_string()) : mPath), mFolder(*this) {
+          mName(mIsFile ? FromUtf8(TextOf(PathOf(mNativePath).stem())) : mPath), mFolder(*this) {
         detail::Count(detail::Counted::Locations, +1);
     }
     ~Location() override { detail::Count(detail::Counted::Locations, -1); }
@@ -123,7 +122,7 @@ public:
         if (!mIsFile || mNativePath == "/") {
             return nullptr;
         }
-        return new Location(fs::path(mNativePath).parent_path().generic_string());
+        return new Location(TextOf(PathOf(mNativePath).parent_path()));
     }
 
     bool get_Exists() const override { return get_Kind() != Kind::Nothing; }
@@ -135,19 +134,18 @@ private:
     struct Folder final : I_Folder {
         explicit Folder(const Location& inOwner) : mOwner(inOwner) {}
         bool get_Exists() const override {
-            return mOwner.get_Kind() == Kind::Folder &&
-                   ::access(mOwner.mNativePath.c_str(), W_OK | X_OK) == 0;
+            return mOwner.get_Kind() == Kind::Folder && IsWritableFolder(mOwner.mNativePath);
         }
         const Location& mOwner;
     };
 
     // What exists there now.
     Kind get_Kind() const noexcept {
-        struct stat status;
-        if (!mIsFile || ::stat(mNativePath.c_str(), &status) != 0) {
+        bool isFolder = false;
+        if (!mIsFile || !FindPath(mNativePath, isFolder)) {
             return Kind::Nothing;
         }
-        return S_ISDIR(status.st_mode) ? Kind::Folder : Kind::File;
+        return isFolder ? Kind::Folder : Kind::File;
     }
 
     std::atomic<std::uint32_t> mRefCount{0};

@@ -62,4 +62,11 @@ private:
     std::thread mThread;
 };
 
+/// Whether something is at a path, and whether it is a folder.
+bool FindPath(const std::string& inPath, bool& outIsFolder) noexcept;
+/// Whether files can be made in a folder.
+bool IsWritableFolder(const std::string& inPath) noexcept;
+/// @return false, with errno set, if the system reports a failure.
+bool RemoveFile(const std::string& inPath);
+
 } // namespace orkit::standin

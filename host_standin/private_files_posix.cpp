@@ -198,4 +198,17 @@ void PrivateFile::Write(const void* inBuffer, std::uint64_t inOffset, std::size_
     }
 }
 
+bool FindPath(const std::string& inPath, bool& outIsFolder) noexcept {
+    struct stat status {};
+    const bool isThere = ::stat(inPath.c_str(), &status) == 0;
+    outIsFolder = isThere && S_ISDIR(status.st_mode);
+    return isThere;
+}
+
+bool IsWritableFolder(const std::string& inPath) noexcept {
+    return ::access(inPath.c_str(), W_OK | X_OK) == 0;
+}
+
+bool RemoveFile(const std::string& inPath) { return ::unlink(inPath.c_str()) == 0; }
+
 } // namespace orkit::standin

@@ -11,6 +11,7 @@
 #include <sys/stat.h>
 
 #include "host_standin/errors.h"
+#include "host_standin/paths.h"
 #include "host_standin/private_files.h"
 
 namespace orkit::standin {
@@ -32,11 +33,10 @@ void Seek(int inDescriptor, std::uint64_t inOffset, const std::string& inPath) {
 } // namespace
 
 PrivateFile::PrivateFile(std::string inPath, Mode inMode) : mPath(std::move(inPath)) {
-    const std::u8string text(mPath.begin(), mPath.end());
     const int access = inMode == Mode::ReadOnly ? _O_RDONLY : _O_RDWR;
     const int creation = inMode == Mode::CreateNew ? _O_CREAT | _O_EXCL : 0;
-    mDescriptor = _wopen(std::filesystem::path(text).c_str(), access | creation | _O_BINARY | _O_NOINHERIT,
-                         _S_IREAD | _S_IWRITE);
+    mDescriptor =
+        _wopen(PathOf(mPath).c_str(), access | creation | _O_BINARY | _O_NOINHERIT, _S_IREAD | _S_IWRITE);
     if (mDescriptor < 0) {
         ThrowLastError(mPath, "can't open file");
     }
@@ -80,5 +80,19 @@ void PrivateFile::Write(const void* inBuffer, std::uint64_t inOffset, std::size_
         done += static_cast<std::size_t>(count);
     }
 }
+
+bool FindPath(const std::string& inPath, bool& outIsFolder) noexcept {
+    std::error_code ignored;
+    const std::filesystem::file_type type = std::filesystem::status(PathOf(inPath), ignored).type();
+    outIsFolder = type == std::filesystem::file_type::directory;
+    return type != std::filesystem::file_type::none && type != std::filesystem::file_type::not_found;
+}
+
+bool IsWritableFolder(const std::string& inPath) noexcept {
+    constexpr int kWriting = 2;
+    return _waccess(PathOf(inPath).c_str(), kWriting) == 0;
+}
+
+bool RemoveFile(const std::string& inPath) { return _wunlink(PathOf(inPath).c_str()) == 0; }
 
 } // namespace orkit::standin

@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <optional>
 
+#include "host_standin/paths.h"
 #include "host_standin/procedure_table.h"
 #include "shell/commands.h"
 #include "shell/host_values.h"
@@ -75,9 +76,9 @@ void AddFiles(Completions& ioFound, std::string_view inTyped) {
     const std::string folder(slash == std::string_view::npos ? "" : inTyped.substr(0, slash + 1));
     const std::string_view name = inTyped.substr(folder.size());
     std::error_code error;
-    for (fs::directory_iterator entry(folder.empty() ? "." : folder, error), end; !error && entry != end;
-         entry.increment(error)) {
-        const std::string found = entry->path().filename().string();
+    for (fs::directory_iterator entry(orkit::standin::PathOf(folder.empty() ? "." : folder), error), end;
+         !error && entry != end; entry.increment(error)) {
+        const std::string found = orkit::standin::TextOf(entry->path().filename());
         if (found.starts_with(name) && (!name.empty() || !found.starts_with('.'))) {
             std::error_code ignored;
             ioFound.texts.push_back(folder + found + (entry->is_directory(ignored) ? "/" : ""));

@@ -6,6 +6,7 @@
 
 #include "host/exceptions.h"
 #include "host_standin/locations.h"
+#include "host_standin/paths.h"
 #include "shell/commands.h"
 #include "shell/failure.h"
 #include "shell/files.h"
@@ -76,7 +77,7 @@ std::string ExportBackup(const Options& inOptions, orkit::orsql::I_DuckDBDatabas
     };
     const std::string before = newest();
     const std::filesystem::path usual =
-        std::filesystem::path(ToUtf8(inDatabase.get_Path())).parent_path() / "Backup";
+        orkit::standin::PathOf(ToUtf8(inDatabase.get_Path())).parent_path() / "Backup";
     std::error_code ignored;
     const bool makesUsual = !inFolder && !std::filesystem::exists(usual, ignored);
     try {
@@ -99,7 +100,8 @@ std::string ExportBackup(const Options& inOptions, orkit::orsql::I_DuckDBDatabas
 std::string ExplainFolder(const orkit::orsql::I_DuckDBDatabase& inDatabase,
                           const std::vector<std::string>& inWords) {
     std::error_code ignored;
-    if (!inWords.empty() && !std::filesystem::is_directory(inWords.front(), ignored)) {
+    if (!inWords.empty() &&
+        !std::filesystem::is_directory(orkit::standin::PathOf(inWords.front()), ignored)) {
         return "there is no folder " + inWords.front();
     }
     if (inWords.empty() &&

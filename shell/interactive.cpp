@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include "host_standin/paths.h"
 #include "shell/completion.h"
 #include "shell/interrupts.h"
 #include "shell/line_editor.h"
@@ -43,7 +44,8 @@ std::string RcPath() {
 void RunRc(Shell& inShell) {
     const std::string path = RcPath();
     std::error_code ignored;
-    if (!inShell.get_Options().readsRc || path.empty() || !std::filesystem::exists(path, ignored)) {
+    if (!inShell.get_Options().readsRc || path.empty() ||
+        !std::filesystem::exists(orkit::standin::PathOf(path), ignored)) {
         return;
     }
     try {

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "host/runtime.h"
+#include "host_standin/paths.h"
 #include "host_standin/procedure_table.h"
 #include "shell/failure.h"
 #include "shell/system.h"
@@ -30,7 +31,7 @@ Function FindExport(void* inLibrary, const std::string& inPath, const char* inNa
 std::string_view ShellVersion() { return ORSQL_VERSION; }
 
 std::string DefaultModulePath() {
-    const std::filesystem::path program = ProgramPath();
+    const std::filesystem::path program = orkit::standin::PathOf(ProgramPath());
     if (program.empty()) {
         return kModuleName;
     }
@@ -40,16 +41,17 @@ std::string DefaultModulePath() {
     for (const std::filesystem::path& path : {beside, installed}) {
         std::error_code ignored;
         if (std::filesystem::exists(path, ignored)) {
-            return path.string();
+            return orkit::standin::TextOf(path);
         }
     }
     throw ShellError(fmt::format("can't find the module: neither {} nor {} is there (--module names another)",
-                                 beside.string(), installed.string()));
+                                 orkit::standin::TextOf(beside), orkit::standin::TextOf(installed)));
 }
 
 Module::Module(const std::string& inPath) {
     // The loader would search its own paths for a name without a slash.
-    const std::string path = std::filesystem::absolute(inPath).string();
+    const std::string path =
+        orkit::standin::TextOf(std::filesystem::absolute(orkit::standin::PathOf(inPath)));
     std::string reason;
     void* const library = LoadLibraryFile(path, reason);
     if (!library) {

@@ -8,6 +8,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host_standin/paths.h"
 #include "shell/text.h"
 
 namespace orlimbara::shell {
@@ -169,7 +170,7 @@ std::optional<std::string> RefuseFileOptions(const Options& inOptions, const std
     if (IsMemoryPath(inDatabase)) {
         return "--block-size and --storage-version are for a file, not for :memory:";
     }
-    const std::string name = std::filesystem::path(inDatabase).filename().string();
+    const std::string name = orkit::standin::TextOf(orkit::standin::PathOf(inDatabase).filename());
     if (EqualsIgnoringCase(name, "memory") || StartsIgnoringCase(name, "memory.")) {
         return "--block-size and --storage-version don't go with a file of the name memory";
     }

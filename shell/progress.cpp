@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 
 #include "host_standin/locations.h"
+#include "host_standin/paths.h"
 #include "shell/system.h"
 #include "shell/terminal.h"
 #include "shell/text.h"
@@ -69,7 +70,9 @@ ProgressLine::Describe DescribeRun(const orkit::orsql::I_DuckDBRunControl* inCon
 
 std::string DescribeBackup(std::chrono::duration<double> inElapsed) {
     const auto location = orkit::standin::get_LastBackupLocation();
-    const double megabytes = location ? static_cast<double>(BytesIn(ToUtf8(location->get_Path()))) / 1e6 : 0;
+    const double megabytes =
+        location ? static_cast<double>(BytesIn(orkit::standin::PathOf(ToUtf8(location->get_Path())))) / 1e6
+                 : 0;
     return fmt::format("backing up: {}, {:.1f} MB written", ElapsedText(inElapsed), megabytes);
 }
 

@@ -10,6 +10,7 @@
 
 #include "host/exceptions.h"
 #include "host_standin/locations.h"
+#include "host_standin/paths.h"
 #include "shell/answers.h"
 #include "shell/failure.h"
 #include "shell/files.h"
@@ -26,6 +27,8 @@ namespace {
 namespace fs = std::filesystem;
 using orkit::I_Location;
 using orkit::smart_ptr;
+using orkit::standin::PathOf;
+using orkit::standin::TextOf;
 
 std::string WalOf(const std::string& inPath) { return inPath + ".wal"; }
 
@@ -37,8 +40,8 @@ public:
     TemporaryDatabase& operator=(const TemporaryDatabase&) = delete;
     ~TemporaryDatabase() {
         std::error_code ignored;
-        fs::remove(mPath, ignored);
-        fs::remove(WalOf(mPath), ignored);
+        fs::remove(PathOf(mPath), ignored);
+        fs::remove(PathOf(WalOf(mPath)), ignored);
     }
     const std::string& get_Path() const { return mPath; }
 
@@ -51,7 +54,7 @@ std::string FreeName(const std::string& inStart) {
     for (int i = 0;; ++i) {
         std::string name = fmt::format("{}-{}", inStart, i);
         std::error_code ignored;
-        if (!fs::exists(fs::symlink_status(name, ignored))) {
+        if (!fs::exists(fs::symlink_status(PathOf(name), ignored))) {
             return name;
         }
     }
@@ -73,11 +76,11 @@ int MakerOf(const std::string& inName, const std::string& inTarget) {
 
 /// Removes the leftovers of killed restores to this path.
 void RemoveLeftovers(const std::string& inPath) {
-    const fs::path target(inPath);
+    const fs::path target = PathOf(inPath);
     std::error_code error;
     for (fs::directory_iterator entry(target.parent_path(), error), end; !error && entry != end;
          entry.increment(error)) {
-        const int maker = MakerOf(entry->path().filename().string(), target.filename().string());
+        const int maker = MakerOf(TextOf(entry->path().filename()), TextOf(target.filename()));
         if (maker > 0 && IsProcessGone(maker)) {
             std::error_code ignored;
             fs::remove(entry->path(), ignored);
@@ -102,16 +105,16 @@ void RequireCompleteBackup(const smart_ptr<I_Location>& inBackup) {
     if (!inBackup->get_Exists()) {
         return;
     }
-    const fs::path folder = ToUtf8(inBackup->get_Path());
+    const fs::path folder = PathOf(ToUtf8(inBackup->get_Path()));
     std::error_code ignored;
     bool isComplete = fs::exists(folder / "schema.sql", ignored) && fs::exists(folder / "load.sql", ignored);
     if (isComplete) {
         // DuckDB writes load.sql last, with a COPY per table: a truncated one would lose tables silently.
-        isComplete = CountStatements(ReadFile((folder / "load.sql").string()), "COPY ") >=
-                     CountStatements(ReadFile((folder / "schema.sql").string()), "CREATE TABLE ");
+        isComplete = CountStatements(ReadFile(TextOf(folder / "load.sql")), "COPY ") >=
+                     CountStatements(ReadFile(TextOf(folder / "schema.sql")), "CREATE TABLE ");
     }
     if (!isComplete) {
-        throw ShellError(fmt::format("the backup in {} is not complete", folder.string()));
+        throw ShellError(fmt::format("the backup in {} is not complete", TextOf(folder)));
     }
 }
 
@@ -159,13 +162,13 @@ Session::Database OpenWithoutLog(const Session& inSession, const smart_ptr<I_Loc
 /// nowhere else.
 void EmptyLog(const Session& inSession, const std::string& inPath) {
     std::error_code ignored;
-    if (fs::exists(WalOf(inPath), ignored)) {
+    if (fs::exists(PathOf(WalOf(inPath)), ignored)) {
         const Session::Database database = inSession.get_Extension().CreateDatabase(LocationOf(inPath));
         database->Open();
         database->SqlExecute("CHECKPOINT", nullptr);
         database->Close();
     }
-    if (fs::exists(WalOf(inPath), ignored)) {
+    if (fs::exists(PathOf(WalOf(inPath)), ignored)) {
         throw ShellError(fmt::format("can't checkpoint the log {}", WalOf(inPath)));
     }
 }
@@ -173,7 +176,7 @@ void EmptyLog(const Session& inSession, const std::string& inPath) {
 /// Renames a log that DuckDB would take for the new database's. It may hold rows that exist nowhere else.
 void KeepLog(const std::string& inPath, Answers& inAnswers) {
     std::error_code ignored;
-    if (fs::exists(WalOf(inPath), ignored)) {
+    if (fs::exists(PathOf(WalOf(inPath)), ignored)) {
         const std::string kept = FreeName(WalOf(inPath) + ".kept");
         inAnswers.Notice(fmt::format("The log of the old database is kept as {}.\n", kept));
         Rename(WalOf(inPath), kept, false);

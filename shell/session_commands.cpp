@@ -7,6 +7,7 @@
 
 #include <fmt/format.h>
 
+#include "host_standin/paths.h"
 #include "shell/commands.h"
 #include "shell/failure.h"
 #include "shell/files.h"
@@ -84,7 +85,7 @@ public:
     ScratchFile& operator=(const ScratchFile&) = delete;
     ~ScratchFile() {
         std::error_code ignored;
-        std::filesystem::remove(mPath, ignored);
+        std::filesystem::remove(orkit::standin::PathOf(mPath), ignored);
     }
     const std::string& get_Path() const { return mPath; }
 

@@ -202,7 +202,7 @@ bool WriteAll(int inFile, std::string_view inText) {
 }
 
 int MakeScratchFile(std::string& outPath) {
-    const std::string start = (std::filesystem::temp_directory_path() / "orsql-").string();
+    const std::string start = Narrow((std::filesystem::temp_directory_path() / "orsql-").wstring());
     for (auto number = std::chrono::system_clock::now().time_since_epoch().count();; ++number) {
         outPath = start + std::to_string(number) + ".sql";
         const int file = _wopen(Wide(outPath).c_str(), _O_WRONLY | _O_CREAT | _O_EXCL | _O_NOINHERIT,
@@ -316,8 +316,10 @@ std::string ProgramPath() {
 }
 
 void* LoadLibraryFile(const std::string& inPath, std::string& outMessage) {
-    // The library's dependencies are searched beside it first.
-    void* const library = LoadLibraryExW(Wide(inPath).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+    // The library's dependencies are searched beside it first, if its path is written with backslashes.
+    std::wstring path = Wide(inPath);
+    std::replace(path.begin(), path.end(), L'/', L'\\');
+    void* const library = LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
     if (!library) {
         outMessage = inPath + ": " + MessageOf(GetLastError());
     }
