@@ -47,7 +47,7 @@ coverage: setup
 	@scripts/get_packages.sh coverage
 	@scripts/build.sh coverage
 	@find build/coverage -name '*.gcda' -delete
-	@ctest --preset coverage --parallel $(or $(JOBS),2) --output-on-failure
+	@ctest --preset coverage --parallel $(or $(JOBS),2) --output-on-failure --exclude-regex install_tests
 	@gcovr --root . --object-directory build/coverage --exclude-throw-branches --exclude-unreachable-branches \
 		--exclude '(tests|fuzz|build)/' --branches --txt build/coverage/coverage.txt --print-summary
 

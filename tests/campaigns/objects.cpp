@@ -84,6 +84,7 @@ std::string Walk(const Cursor& inCursor) {
 
 std::string Walk(Result inResult) {
     std::string text;
+    text.reserve(500000);
     while (inResult) {
         text += std::to_string(inResult->get_ResultFlags()) + ' ' +
                 std::to_string(inResult->get_RowsChanged()) + '|';
