@@ -13,7 +13,8 @@ namespace support = orlimbara::duckdb_support;
 
 namespace {
 constexpr std::size_t kInitialCapacity = 10; // rows
-// So many that to give back what DuckDB held of them, 64 MiB at least, takes little time beside their reading.
+// So many cells that returning the memory that DuckDB held for them, at least 64 MiB, takes little time
+// compared with reading them.
 constexpr std::size_t kManyCells = std::size_t{1} << 23;
 } // namespace
 
