@@ -18,8 +18,8 @@ help:
 	@echo 'make install, make uninstall  into and out of PREFIX (/usr/local), below DESTDIR'
 	@echo 'make package           a .deb and a .tar.gz in build/release/packages'
 	@echo 'make docs              the reference of host/ and its guide, in build/docs/html'
-	@echo 'make check-windows     compile the sources of the module and host/ for Windows'
-	@echo 'make windows           build DuckDB, the module and example hosts for Windows, run them under Wine'
+	@echo 'make check-windows     compile the module, the shell and host/ for Windows'
+	@echo 'make windows           build DuckDB, the module, orsql, example hosts and suites for Windows, run them under Wine'
 	@echo 'make clean  remove build/; make distclean also removes what was fetched (.deps/)'
 	@echo
 	@echo 'DUCKDB_ROOT=folder  take include/ and lib/ of DuckDB from there instead of fetching it'
