@@ -48,7 +48,7 @@ template <class... Types>
 struct TypeList {};
 
 // clang-format off
-/// A fixed-width type needs only a row here: its reference meaning, its column reader and its part of the
+/// A fixed-width type whose value isn't text needs only a row here: its reference meaning, its column reader and its part of the
 /// reader of VARIANT columns are made from it. BOOLEAN items are bytes, because a bool must be 0 or 1. A
 /// VARIANT holds BOOLEAN without a payload, and its INT8 keeps its type in an envelope.
 using FixedTypes = TypeList<
