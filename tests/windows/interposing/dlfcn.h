@@ -1,6 +1,6 @@
 /// @file
-/// For tests that define functions of DuckDB and pass calls on to its own. The linker's option --wrap takes
-/// the place of the loader's order: it sends all calls to the names that the definitions get here.
+/// For tests that define functions of DuckDB and pass calls on to DuckDB's own. The linker's option --wrap
+/// replaces the loader's order: it sends all calls to the names that the definitions get here.
 #pragma once
 
 #include <string_view>
