@@ -48,7 +48,9 @@ TEST_F(Memory, ThatRunsOutNeverChangesACell) {
         });
         const Cursor cursor = OpenCursor(mDatabase, sql);
         for (const auto& cells : expected) {
-            ASSERT_TRUE(cursor->NextRecord());
+            bool isRead = false;
+            failures += FailEachAllocation([&] { isRead = isRead || cursor->NextRecord(); });
+            ASSERT_TRUE(isRead);
             failures += FailEachAllocation([&] {
                 const Value value = cursor->get_Value(0);
                 const std::uint32_t left = std::exchange(gAllocationsUntilFailure, 0);
@@ -59,6 +61,8 @@ TEST_F(Memory, ThatRunsOutNeverChangesACell) {
         EXPECT_GT(failures, 20);
         ASSERT_FALSE(HasFailure());
     }
+    const String sql = Wide("SELECT 1");
+    EXPECT_GT(FailEachAllocation([&] { mDatabase->CreateStatement(sql)->PrepareNext(); }), 5);
 }
 
 } // namespace
