@@ -1,7 +1,5 @@
 // Close and Drop: ending a connection and the objects that depend on it, and deleting the database's file.
 
-#include <utility>
-
 #include "database/duckdb_database.h"
 #include "extension/engine_lock_guard.h"
 #include "host/file.h"

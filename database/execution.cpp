@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "database/duckdb_database.h"
-#include "extension/engine_lock_guard.h"
 #include "host/runtime.h"
 #include "object_support/text.h"
 #include "statement/parameters.h"

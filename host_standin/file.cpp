@@ -5,7 +5,6 @@
 #include <filesystem>
 #include <optional>
 
-#include "host/exceptions.h"
 #include "host_standin/errors.h"
 #include "host_standin/faults.h"
 #include "host_standin/live_objects.h"

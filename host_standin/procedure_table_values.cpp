@@ -5,7 +5,6 @@
 #include <bit>
 #include <charconv>
 #include <memory>
-#include <span>
 #include <stdexcept>
 
 #include "host_standin/date_text.h"

@@ -7,7 +7,7 @@
 #include <fmt/format.h>
 
 #include "host/procedure_api.h"
-#include "shell/literals.h"
+#include "shell/calendar.h"
 #include "shell/text.h"
 
 namespace orlimbara::shell {

@@ -1,6 +1,5 @@
 #include "shell/renderers.h"
 
-#include <fmt/format.h>
 #include <rapidjson/prettywriter.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>

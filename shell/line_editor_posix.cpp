@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cwchar>
-#include <filesystem>
 #include <string>
 #include <utility>
 

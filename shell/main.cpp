@@ -15,7 +15,6 @@
 #include "shell/session.h"
 #include "shell/shell.h"
 #include "shell/system.h"
-#include "shell/terminal.h"
 
 namespace {
 

@@ -5,7 +5,6 @@
 #include "database/duckdb_database.h"
 #include "extension/engine_lock_guard.h"
 #include "object_support/errors.h"
-#include "object_support/text.h"
 
 namespace orkit::orsql {
 

@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "database/duckdb_database.h"
 #include "extension/engine_lock_guard.h"
 #include "object_support/text.h"
 #include "statement/duckdb_statement.h"

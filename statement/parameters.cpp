@@ -2,7 +2,6 @@
 
 #include <array>
 #include <exception>
-#include <utility>
 #include <vector>
 
 #include "object_support/errors.h"
