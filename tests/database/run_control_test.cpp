@@ -141,8 +141,9 @@ TEST_F(RunControlTest, ReportsProgressIfDuckDBDoes) {
 TEST_F(RunControlTest, AffectsNoLaterCall) {
     std::atomic<int> asked{0};
     std::atomic<int> answered{0};
+    std::atomic<bool> isDone{false};
     std::thread stopper([&] {
-        for (int round = 0; round < 1000; ++round) {
+        while (!isDone) {
             ++asked;
             mControl->Interrupt();
             ++answered;
@@ -150,7 +151,7 @@ TEST_F(RunControlTest, AffectsNoLaterCall) {
         }
     });
     int stopped = 0;
-    while (answered < 1000) {
+    for (int call = 0; call < 1000 || (stopped == 0 && call < 100000); ++call) {
         const int answeredBefore = answered;
         const std::string thrown = Catch([&] { SelectOne(mDatabase, "SELECT 1"); });
         if (!thrown.empty()) {
@@ -159,9 +160,9 @@ TEST_F(RunControlTest, AffectsNoLaterCall) {
             EXPECT_GT(asked, answeredBefore) << "no Interrupt came during the call";
         }
     }
+    isDone = true;
     stopper.join();
     EXPECT_GT(stopped, 0);
-    EXPECT_LE(stopped, 1000);
     ExpectUsable();
 }
 
