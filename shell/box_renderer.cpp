@@ -79,40 +79,34 @@ private:
     std::size_t mNext = 0;
 };
 
-/// Whether the shell's own answer is of texts that can't be cut, such as SQL to be copied.
-bool IsOfWholeTexts(const std::vector<Column>& inColumns) {
-    return !inColumns.empty() && !inColumns.front().type && !inColumns.front().hostType &&
-           inColumns.front().isWhole && !inColumns.front().isNumber;
-}
-
 class BoxRenderer final : public TextRenderer {
 public:
     using TextRenderer::TextRenderer;
 
     RowsEnd WriteRows(RowSource& inRows) override {
-        ShownRows shown(IsOfWholeTexts(inRows.get_Columns()) ? 0 : mSettings.maxRows);
+        ShownRows shown(inRows.IsKeptWhole() ? 0 : mSettings.maxRows);
         RowsEnd end = ReadRows<LazyRow>(
             inRows, [&inRows](LazyRow& row) { return inRows.NextLazy(row); },
             [&shown](LazyRow& row) { shown.Add(row); });
         if (!inRows.get_Columns().empty() && !end.isInterrupted) {
             shown.ForEach([](LazyRow& row) { row.Format(); });
-            Draw(inRows.get_Columns(), shown, end.count);
+            Draw(inRows, shown, end.count);
         }
         mOutput.Flush();
         return end;
     }
 
 private:
-    void Draw(const std::vector<Column>& inColumns, ShownRows& ioShown, std::uint64_t inCount) {
-        MeasureColumns(inColumns, ioShown);
-        const bool isWideRow = mColumns.size() < inColumns.size() && inCount == 1 && inColumns.front().type;
+    void Draw(const RowSource& inRows, ShownRows& ioShown, std::uint64_t inCount) {
+        const std::vector<Column>& columns = inRows.get_Columns();
+        MeasureColumns(columns, ioShown);
+        const bool isWideRow = mColumns.size() < columns.size() && inCount == 1 && columns.front().type;
         const bool isTooWide = mSettings.width > 0 && InnerWidth() + 2 > mSettings.width;
-        if (isWideRow || (isTooWide && IsOfWholeTexts(inColumns))) {
-            KeptRows rows(inColumns, ioShown.get_Head());
+        if (isWideRow || (isTooWide && inRows.IsKeptWhole())) {
+            KeptRows rows(columns, ioShown.get_Head());
             MakeLineRenderer(mOutput, mSettings)->WriteRows(rows);
             if (isWideRow) {
-                mOutput.Write(
-                    fmt::format("one row of {} columns, shown as in line mode\n", inColumns.size()));
+                mOutput.Write(fmt::format("one row of {} columns, shown as in line mode\n", columns.size()));
             }
             return;
         }
@@ -125,19 +119,19 @@ private:
         }
         DrawLine("┌", "┬", "┐");
         if (mSettings.hasHeader) {
-            DrawHeader(inColumns);
+            DrawHeader(columns);
             DrawLine("├", "┼", "┤");
         }
-        DrawRows(inColumns, ioShown.get_Head());
+        DrawRows(columns, ioShown.get_Head());
         if (ioShown.IsCut()) {
             DrawLine("├", "┴", "┤");
             mOutput.Write("│ " + between + std::string(InnerWidth() - 1 - DisplayWidth(between), ' ') +
                           "│\n");
             DrawLine("├", "┬", "┤");
         }
-        DrawRows(inColumns, ioShown.get_Tail());
+        DrawRows(columns, ioShown.get_Tail());
         DrawLine("└", "┴", "┘");
-        DrawFooter(inColumns);
+        DrawFooter(columns);
     }
 
     void DrawFooter(const std::vector<Column>& inColumns) {

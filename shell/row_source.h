@@ -47,8 +47,12 @@ public:
         outRow.values.clear();
         return Next(outRow.cells);
     }
-    /// Has a column's texts shown whole.
-    void KeepWhole(std::size_t inColumn) { mColumns[inColumn].isWhole = true; }
+    /// Has a column's texts, such as SQL to be copied, and all rows shown whole.
+    void KeepWhole(std::size_t inColumn) {
+        mColumns[inColumn].isWhole = true;
+        mIsKeptWhole = true;
+    }
+    bool IsKeptWhole() const { return mIsKeptWhole; }
     /// Where the statement or command came from; may be null. It must outlive the reading.
     void put_Origin(const Origin* inOrigin) { mOrigin = inOrigin; }
     const Origin* get_Origin() const { return mOrigin; }
@@ -58,6 +62,7 @@ protected:
 
 private:
     const Origin* mOrigin = nullptr;
+    bool mIsKeptWhole = false;
 };
 
 /// The rows of a cursor, from its current position.
