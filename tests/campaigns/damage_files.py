@@ -4,14 +4,12 @@
 # Damage may be refused or go unseen, but the shell must end by itself, with one of its ordinary statuses, within
 # 20 seconds of work. What ends otherwise is kept, with the command that repeats it.
 
-import collections
 import pathlib
 import shutil
 import subprocess
-import sys
 import tempfile
 
-from campaign import leave_log, start
+from campaign import Campaign
 
 ROWS = """SELECT i::INTEGER AS i, 'text ' || i AS s, [i, NULL, i * 2] AS l, {'a': i, 'b': i::VARCHAR} AS st,
     (i / 7)::DECIMAL(18,3) AS d, TIMESTAMP '2024-01-01' + to_minutes(i) AS ts, i % 3 = 0 AS b,
@@ -28,48 +26,39 @@ SCRIPTS = {  # by kind of file; {0} is the file
 }
 
 
-# A file of each kind; the log's database was killed before it could take the log in.
-def make_originals(orsql, folder):
-    for kind in SCRIPTS:
-        (folder / kind).mkdir()
-    subprocess.run([orsql, folder / "database/file", "-c", f"CREATE TABLE t AS {ROWS}; CREATE INDEX n ON t(i);"
-                    f"COPY t TO '{folder}/parquet/file' (FORMAT parquet)"], check=True)
-    shutil.copy(folder / "database/file", folder / "log/file")
-    leave_log(orsql, folder / "log/file", "INSERT INTO t FROM t LIMIT 500;", "UPDATE t SET s = 'new' WHERE i < 50;")
+class DamageFiles(Campaign):
+    # Makes a file of each kind; the log's database was killed before it could take the log in.
+    def __init__(self, folder):
+        super().__init__(folder)
+        for kind in SCRIPTS:
+            (self.folder / kind).mkdir()
+        self.shell("database/file", "-c", f"CREATE TABLE t AS {ROWS}; CREATE INDEX n ON t(i);"
+                                          "COPY t TO 'parquet/file' (FORMAT parquet)")
+        shutil.copy(self.folder / "database/file", self.folder / "log/file")
+        self.leave_log("log/file", "INSERT INTO t FROM t LIMIT 500;", "UPDATE t SET s = 'new' WHERE i < 50;")
+
+    def damage(self, path):
+        content, chance = bytearray(path.read_bytes()), self.chance
+        first = chance.choice([0, 0, max(0, len(content) - 3000)])  # what describes a file is at its begin or its end
+        last = chance.choice([len(content), min(len(content), first + 14000)])
+        for _ in range(chance.choice([1, 1, 2, 8, 40])):
+            content[chance.randrange(first, last)] ^= chance.randrange(1, 256)
+        path.write_bytes(content[:chance.randrange(len(content))] if chance.random() < 0.05 else content)
+
+    def round(self):
+        kind = self.chance.choices(list(SCRIPTS), [16, 3, 1])[0]
+        case = pathlib.Path(tempfile.mkdtemp(prefix="damaged-"))
+        kept = shutil.copytree(self.folder / kind, case / "kept")  # reading may change the files
+        self.damage(max(kept.iterdir()))  # the log, where there is one
+        shutil.copytree(kept, case, dirs_exist_ok=True)
+        (case / "script").write_text(SCRIPTS[kind].format(case / "file"))
+        run = RUN.format(orsql=self.orsql, case=case)
+        status = subprocess.run(["sh", "-c", run], stderr=subprocess.DEVNULL).returncode
+        self.counts.update([kind, f"{kind} refused"] if status in (1, 3) else [kind])
+        if status in (0, 1, 3):
+            shutil.rmtree(case)
+        else:
+            self.fail(f"{kind}: status {status}; to repeat: cp {kept}/* {case}; {run}")
 
 
-def damage(path, chance):
-    content = bytearray(path.read_bytes())
-    first = chance.choice([0, 0, max(0, len(content) - 3000)])  # what describes a file is at its begin or its end
-    last = chance.choice([len(content), min(len(content), first + 14000)])
-    for _ in range(chance.choice([1, 1, 2, 8, 40])):
-        content[chance.randrange(first, last)] ^= chance.randrange(1, 256)
-    path.write_bytes(content[:chance.randrange(len(content))] if chance.random() < 0.05 else content)
-
-
-def main():
-    orsql, chance, has_time = start("damage_files")
-    counts = collections.Counter(failures=0)
-    with tempfile.TemporaryDirectory() as name:
-        folder = pathlib.Path(name)
-        make_originals(orsql, folder)
-        while has_time():
-            kind = chance.choices(list(SCRIPTS), [16, 3, 1])[0]
-            case = pathlib.Path(tempfile.mkdtemp(prefix="damaged-"))
-            kept = shutil.copytree(folder / kind, case / "kept")  # reading may change the files
-            damage(max(kept.iterdir()), chance)  # the log, where there is one
-            shutil.copytree(kept, case, dirs_exist_ok=True)
-            (case / "script").write_text(SCRIPTS[kind].format(case / "file"))
-            run = RUN.format(orsql=orsql, case=case)
-            status = subprocess.run(["sh", "-c", run], stderr=subprocess.DEVNULL).returncode
-            counts.update([kind, f"{kind} refused"] if status in (1, 3) else [kind])
-            if status in (0, 1, 3):
-                shutil.rmtree(case)
-            else:
-                counts["failures"] += 1
-                print(f"damage_files: {kind}: status {status}; to repeat: cp {kept}/* {case}; {run}", flush=True)
-    print("damage_files:", ", ".join(f"{what} {n}" for what, n in sorted(counts.items())))
-    sys.exit(counts["failures"] > 0)
-
-
-main()
+DamageFiles.run()

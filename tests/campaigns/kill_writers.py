@@ -8,61 +8,45 @@
 
 import contextlib
 import json
-import pathlib
 import subprocess
-import sys
-import tempfile
 import time
 
-from campaign import kill_points, killed_at, start
+from campaign import Campaign
 
 
-# Inserts first, first + 1, ...; gives the number that the last acknowledged row had, plus one.
-def write_until_killed(command, first, seconds):
-    shell = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL,
-                             text=True, bufsize=1)
-    end = time.monotonic() + seconds
-    with contextlib.suppress(BrokenPipeError):
-        while time.monotonic() < end:
-            if first % 23 == 22:
-                print("CHECKPOINT;", file=shell.stdin)
-                shell.stdout.readline()
-            print(f"INSERT INTO t VALUES ({first});", file=shell.stdin)
-            answer = shell.stdout.readline()
-            if not answer:
-                break
-            if json.loads(answer)["kind"] == "error":
-                sys.exit(f"row {first}: {answer}")
-            first += 1
-        print(f"INSERT INTO t VALUES ({first});", file=shell.stdin)  # the kill may meet this one half done
-    shell.kill()
-    shell.wait()
-    return first
+class KillWriters(Campaign):
+    def __init__(self, folder):
+        super().__init__(folder)
+        self.shell("killed.db", "-c", "CREATE TABLE t(n BIGINT)")
+        self.points = self.kill_points("killed.db", "-c", "BEGIN; INSERT INTO t VALUES (1); ROLLBACK; CHECKPOINT")
+
+    # Inserts first, first + 1, ...; gives the number that the last acknowledged row had, plus one.
+    def write_until_killed(self, point, first):
+        shell = self.start(point, "killed.db", stdin=subprocess.PIPE, stdout=subprocess.PIPE, bufsize=1)
+        end = time.monotonic() + (60 if point else self.chance.uniform(0.02, 0.6))
+        with contextlib.suppress(BrokenPipeError):
+            while time.monotonic() < end:
+                if first % 23 == 22:
+                    print("CHECKPOINT;", file=shell.stdin)
+                    shell.stdout.readline()
+                print(f"INSERT INTO t VALUES ({first});", file=shell.stdin)
+                answer = shell.stdout.readline()
+                if not answer:
+                    break
+                self.need(json.loads(answer)["kind"] != "error", "row", first, answer)
+                first += 1
+            print(f"INSERT INTO t VALUES ({first});", file=shell.stdin)  # the kill may meet this one half done
+        shell.kill()
+        shell.wait()
+        return first
+
+    def round(self):
+        point = self.chance.choice(self.points) if self.points and self.counts["kills"] % 2 else None
+        acknowledged = self.write_until_killed(point, self.counts["rows"])
+        count, distinct, top = self.row("killed.db", "SELECT count(*), count(DISTINCT n), coalesce(max(n), -1) FROM t")
+        self.need(acknowledged <= count <= acknowledged + 1 and count == distinct == top + 1, "acknowledged rows",
+                  acknowledged, "found", count, distinct, top)
+        self.counts.update(kills=1, rows=count - self.counts["rows"])
 
 
-def main():
-    orsql, chance, has_time = start("kill_writers")
-    with tempfile.TemporaryDirectory() as folder:
-        database = str(pathlib.Path(folder, "killed.db"))
-
-        def query(sql):
-            run = subprocess.run([orsql, "-m", "jsonl", database, "-c", sql], capture_output=True, text=True)
-            if run.returncode != 0:
-                sys.exit(f"{sql}: {run.stdout}{run.stderr}")
-            return json.loads(run.stdout.splitlines()[-1]).get("rows")
-
-        query("CREATE TABLE t(n BIGINT)")
-        command = [orsql, "--threads", "1", "-m", "jsonl", database]
-        points = kill_points([*command, "-c", "BEGIN; INSERT INTO t VALUES (1); ROLLBACK; CHECKPOINT"])
-        rows, kills = 0, 0
-        while has_time():
-            how = [*killed_at(chance.choice(points)), *command] if points and kills % 2 else command
-            acknowledged = write_until_killed(how, rows, 60 if how != command else chance.uniform(0.02, 0.6))
-            count, distinct, top = query("SELECT count(*), count(DISTINCT n), coalesce(max(n), -1) FROM t")[0]
-            if not acknowledged <= count <= acknowledged + 1 or count != distinct or top != count - 1:
-                sys.exit(f"after kill {kills + 1}: {count} rows up to {top}, {acknowledged} were acknowledged")
-            rows, kills = count, kills + 1
-        print(f"kill_writers: {kills} kills, {rows} rows, none lost")
-
-
-main()
+KillWriters.run()
