@@ -156,10 +156,11 @@ inline void ExpectErrorWith(const std::function<void()>& inCall, const std::stri
     EXPECT_NE(thrown.find(inPart), std::string::npos) << inPart << " isn't in: " << thrown;
 }
 
-/// Base of the tests: no object may be alive before and after each of them.
+/// Base of the tests: no object may be alive before and after each of them, when the members of its class
+/// are gone.
 class ObjectTest : public ::testing::Test {
 protected:
-    void SetUp() override {
+    ObjectTest() {
         if (!GetDuckDBExtension()) { // once in this process, as the host does
             standin::ProcedureContext context;
             orlimbara_extension_bind_api(standin::GetProcedureTable());
@@ -168,7 +169,7 @@ protected:
         standin::ClearFaults();
         ExpectNothingAlive();
     }
-    void TearDown() override {
+    ~ObjectTest() override {
         mDatabase.reset();
         standin::ClearFaults();
         ExpectNothingAlive();
