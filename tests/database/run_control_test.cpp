@@ -21,38 +21,28 @@ IsTime After(std::uint64_t inMicroseconds) {
     return [=](const DuckDBProgress& inProgress) { return inProgress.mElapsedMicroseconds > inMicroseconds; };
 }
 
+Control ControlOf(I_Unknown* inObject) { return Control(QueryAspect<I_DuckDBRunControl>(inObject)); }
+
 class RunControlTest : public ObjectTest {
 protected:
-    void SetUp() override {
-        ObjectTest::SetUp();
+    RunControlTest() {
         mDatabase = CreateDatabase("run.duckdb");
         mControl = ControlOf(mDatabase.get());
-    }
-    void TearDown() override {
-        mControl.reset();
-        ObjectTest::TearDown();
-    }
-
-    static Control ControlOf(I_Unknown* inObject) {
-        return Control(QueryAspect<I_DuckDBRunControl>(inObject));
     }
 
     /// What a call throws if it is stopped once, at the right time while it runs.
     std::string CatchStopped(const std::function<void()>& inCall, const IsTime& inIsTime = After(30'000),
                              Control inControl = nullptr) {
-        std::atomic<bool> isOver{false};
-        std::thread stopper([&, control = inControl ? inControl : mControl] {
-            for (; !isOver; std::this_thread::sleep_for(100us)) {
+        const std::jthread stopper([&](const std::stop_token& inEnd) {
+            const Control control = inControl ? inControl : mControl;
+            for (; !inEnd.stop_requested(); std::this_thread::sleep_for(100us)) {
                 const DuckDBProgress progress = control->get_Progress();
                 if (progress.mElapsedMicroseconds != 0 && inIsTime(progress)) {
                     return control->Interrupt();
                 }
             }
         });
-        std::string thrown = Catch(inCall);
-        isOver = true;
-        stopper.join();
-        return thrown;
+        return Catch(inCall);
     }
 
     /// The connection works, nothing runs, and the file can be opened again.
@@ -115,7 +105,13 @@ TEST_F(RunControlTest, StopsEveryKindOfRun) {
 TEST_F(RunControlTest, StopsBackupsAndRestores) {
     Execute(mDatabase,
             "CREATE TABLE large AS SELECT range AS i, sha256(range::VARCHAR) AS s FROM range(1500000)");
-    ExpectStopped([&] { Backup(mDatabase); });
+    // An export doesn't hold the engine lock: what waited for one that does would come too late to stop it.
+    const Database other = OpenDatabase("run.duckdb");
+    ExpectStopped([&] { Backup(mDatabase); },
+                  [&](const DuckDBProgress& inProgress) {
+                      return After(30'000)(inProgress) && mDatabase->get_ConnectionCount() == 2 &&
+                             Execute(other, "INSERT INTO large VALUES (-1, '')") == 1;
+                  });
     const auto backup = Backup(mDatabase);
     const auto root = ControlOf(Extension().get());
     const std::string thrown = CatchStopped([&] { Restore("restored.duckdb", backup); }, After(50'000), root);
@@ -141,9 +137,8 @@ TEST_F(RunControlTest, ReportsProgressIfDuckDBDoes) {
 TEST_F(RunControlTest, AffectsNoLaterCall) {
     std::atomic<int> asked{0};
     std::atomic<int> answered{0};
-    std::atomic<bool> isDone{false};
-    std::thread stopper([&] {
-        while (!isDone) {
+    std::jthread stopper([&](const std::stop_token& inEnd) {
+        while (!inEnd.stop_requested()) {
             ++asked;
             mControl->Interrupt();
             ++answered;
@@ -160,8 +155,7 @@ TEST_F(RunControlTest, AffectsNoLaterCall) {
             EXPECT_GT(asked, answeredBefore) << "no Interrupt came during the call";
         }
     }
-    isDone = true;
-    stopper.join();
+    stopper = {};
     EXPECT_GT(stopped, 0);
     ExpectUsable();
 }
@@ -176,32 +170,6 @@ TEST_F(RunControlTest, LosesNoStopAfterTheEntry) {
         };
         ASSERT_EQ(CatchStopped([&] { Select(mDatabase, kLong); }, wait), kInterrupted) << "round " << round;
     }
-    ExpectUsable();
-}
-
-TEST_F(RunControlTest, StopsDuringCloseAndReleasesOnOtherThreads) {
-    std::atomic<bool> isOver{false};
-    std::thread stopper([&] {
-        const Control control = ControlOf(mDatabase.get());
-        while (!isOver) {
-            control->Interrupt();
-            control->get_Progress();
-        }
-    });
-    std::thread holder([&] {
-        while (!isOver) {
-            const Database other = mDatabase;
-            Catch([&] { other->CreateStatement("SELECT 1")->ExecuteAll(); });
-        }
-    });
-    for (int round = 0; round < 20; ++round) {
-        Catch([&] { Execute(mDatabase, "SELECT 1; SELECT 2"); });
-        mDatabase->Close();
-        mDatabase->Open();
-    }
-    isOver = true;
-    stopper.join();
-    holder.join();
     ExpectUsable();
 }
 
