@@ -1,7 +1,4 @@
-#include <fstream>
-#include <iterator>
 #include <optional>
-#include <set>
 
 #include "tests_support/object_fixture.h"
 
@@ -13,23 +10,17 @@ constexpr const char* kUnavailable = "DuckDBDatabase backup folder is not availa
 
 class Backups : public ObjectTest {
 protected:
-    void SetUp() override {
-        ObjectTest::SetUp();
+    Backups() {
         fs::create_directory(Folder() / "backups");
         mDatabase = CreateDatabase("sales.duckdb");
         Execute(mDatabase, "CREATE TABLE t AS SELECT i FROM range(110000) r(i)");
     }
-    void TearDown() override {
-        gServerBackupLocation = mServerBackupLocation;
-        ObjectTest::TearDown();
-    }
-    /// The names in a folder.
-    static std::set<std::string> NamesIn(const fs::path& inFolder) {
-        std::set<std::string> names;
-        for (const auto& entry : fs::directory_iterator(inFolder)) {
-            names.insert(entry.path().filename().string());
-        }
-        return names;
+    /// The last backup is whole and in this folder.
+    void ExpectBackupIn(const char* inFolder) const {
+        EXPECT_EQ(LastBackup().parent_path(), Folder() / inFolder);
+        EXPECT_EQ(Select(mDatabase, "SELECT parse_filename(file) FROM glob('" + LastBackup().string() +
+                                        "/*') ORDER BY file"),
+                  Table("load.sql; sales.orduckdb_backup; schema.sql; t.parquet"));
     }
     /// The object works as before, and the lock is free.
     static void ExpectUntouched(const Database& inDatabase) {
@@ -37,39 +28,36 @@ protected:
         EXPECT_EQ(inDatabase->get_ConnectionCount(), 1u);
         EXPECT_EQ(Execute(inDatabase, "INSERT INTO t VALUES (-1); DELETE FROM t WHERE i = -1"), 2);
     }
-
-    decltype(gServerBackupLocation) mServerBackupLocation = gServerBackupLocation;
 };
 
 TEST_F(Backups, HoldAMarkerAndAnExport) {
     Backup(mDatabase);
-    const fs::path backup = LastBackup();
-    EXPECT_EQ(backup.parent_path(), Folder() / "backups");
-    EXPECT_EQ(NamesIn(backup), (std::set<std::string>{kMarker, "load.sql", "schema.sql", "t.parquet"}));
-    std::ifstream marker(backup / kMarker, std::ios::binary);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(marker), {}), gorDuckDB_backup_sfx);
+    ExpectBackupIn("backups");
+    const std::string backup = LastBackup().string() + "/";
+    EXPECT_EQ(SelectOne(mDatabase, "SELECT content FROM read_text('" + backup + kMarker + "')"),
+              gorDuckDB_backup_sfx);
     // DuckDB fills row groups with whole vectors of 2,048 rows; DELTA_BINARY_PACKED is version 2.
     EXPECT_EQ(Select(mDatabase, "SELECT row_group_num_rows, compression, encodings FROM parquet_metadata('" +
-                                    (backup / "t.parquet").string() + "') ORDER BY row_group_id"),
+                                    backup + "t.parquet') ORDER BY row_group_id"),
               Table("100352|ZSTD|DELTA_BINARY_PACKED; 9648|ZSTD|DELTA_BINARY_PACKED"));
     ExpectUntouched(mDatabase);
     mDatabase->Backup(nullptr);
-    EXPECT_EQ(LastBackup().parent_path(), Folder() / "Backup") << "beside the database";
-    EXPECT_EQ(NamesIn(LastBackup()), NamesIn(backup));
+    ExpectBackupIn("Backup"); // beside the database
 }
 
 TEST_F(Backups, PreferTheServersFolderToTheCallers) {
     static std::optional<smart_ptr<I_Location>> sServerFolder;
     fs::create_directory(Folder() / "server");
+    const auto original = gServerBackupLocation;
     gServerBackupLocation = [] { return sServerFolder; };
     sServerFolder = At("server");
     for (const auto& named : {At("backups"), At("missing"), smart_ptr<I_Location>()}) {
         mDatabase->Backup(named);
-        EXPECT_EQ(LastBackup().parent_path(), Folder() / "server");
+        ExpectBackupIn("server");
     }
     sServerFolder = smart_ptr<I_Location>();
     ExpectError([&] { mDatabase->Backup(At("backups")); }, "sales", kUnavailable);
-    sServerFolder.reset();
+    gServerBackupLocation = original;
     EXPECT_TRUE(fs::is_empty(Folder() / "backups"));
     EXPECT_FALSE(fs::exists(Folder() / "Backup"));
 }
@@ -93,8 +81,7 @@ TEST_F(Backups, PassFailuresOnAndKeepTheMarker) {
          {standin::Fault::PrepareFolder, standin::Fault::CreateBackupLocation, standin::Fault::FileOpen}) {
         SCOPED_TRACE(static_cast<int>(fault));
         standin::FailCall(fault, 1);
-        const bool namesFolder = fault != standin::Fault::PrepareFolder;
-        const auto folder = namesFolder ? At("backups") : smart_ptr<I_Location>();
+        const auto folder = fault != standin::Fault::PrepareFolder ? At("backups") : smart_ptr<I_Location>();
         EXPECT_TRUE(Catch([&] { mDatabase->Backup(folder); }).starts_with("xException "));
         EXPECT_EQ(fs::is_empty(Folder() / "backups"), fault != standin::Fault::FileOpen);
         ExpectUntouched(mDatabase);
@@ -105,11 +92,11 @@ TEST_F(Backups, PassFailuresOnAndKeepTheMarker) {
     ExpectError(
         [&] { Backup(mDatabase); }, "sales",
         R"({"exception_type":"IO","exception_message":"Parquet files do not support negative intervals"})");
-    EXPECT_TRUE(NamesIn(LastBackup()).contains(kMarker));
+    EXPECT_TRUE(fs::exists(LastBackup() / kMarker));
     ExpectUntouched(mDatabase);
     Execute(mDatabase, "DROP TABLE bad");
     Backup(mDatabase);
-    EXPECT_EQ(NamesIn(LastBackup()).size(), 4u) << "the next one is whole";
+    ExpectBackupIn("backups");
 }
 
 TEST_F(Backups, RestoreEverythingIntoAClosedDatabase) {
@@ -130,8 +117,7 @@ TEST_F(Backups, RestoreEverythingIntoAClosedDatabase) {
     Execute(CreateDatabase("that's new.duckdb"), "CREATE TABLE gone (i INTEGER)");
     const Database restored = Restore("that's new.duckdb", At("moved it's"));
     EXPECT_EQ(restored->get_RefsCount(), 1u);
-    EXPECT_FALSE(restored->get_IsOpen());
-    EXPECT_EQ(restored->get_ConnectionCount(), 0u);
+    EXPECT_FALSE(restored->get_IsOpen() || restored->get_ConnectionCount() != 0);
     restored->Open();
     for (const char* const query :
          {"SELECT schema_name, table_name, column_name, data_type, column_default FROM duckdb_columns()",
