@@ -55,26 +55,27 @@ smart_ptr<I_Value> DuckDBCursor_server::get_Value(std::uint32_t inColumnIndex) {
 }
 
 std::uint64_t DuckDBCursor_server::get_RecordCount() const {
-    Refuse("get_RecordCount() is not supported for server-side cursors");
+    ThrowError("get_RecordCount() is not supported for server-side cursors");
 }
 
 std::uint32_t DuckDBCursor_server::get_CurrentRecord() const {
-    Refuse("get_CurrentRecord() is not supported for server-side cursors");
+    ThrowError("get_CurrentRecord() is not supported for server-side cursors");
 }
 
 bool DuckDBCursor_server::put_CurrentRecord(std::uint32_t) {
-    Refuse("put_CurrentRecord() is not supported for server-side cursors");
+    ThrowError("put_CurrentRecord() is not supported for server-side cursors");
 }
 
-bool DuckDBCursor_server::FirstRecord() { Refuse("FirstRecord() is not supported for server-side cursors"); }
+bool DuckDBCursor_server::FirstRecord() {
+    ThrowError("FirstRecord() is not supported for server-side cursors");
+}
 
-bool DuckDBCursor_server::LastRecord() { Refuse("LastRecord() is not supported for server-side cursors"); }
+bool DuckDBCursor_server::LastRecord() {
+    ThrowError("LastRecord() is not supported for server-side cursors");
+}
 
-bool DuckDBCursor_server::PrevRecord() { Refuse("PrevRecord() is not supported for server-side cursors"); }
-
-void DuckDBCursor_server::Refuse(const char* inMessage) const {
-    RequireValid();
-    ThrowError(inMessage);
+bool DuckDBCursor_server::PrevRecord() {
+    ThrowError("PrevRecord() is not supported for server-side cursors");
 }
 
 } // namespace orkit::orsql

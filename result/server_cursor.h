@@ -26,8 +26,6 @@ public:
     smart_ptr<I_Value> get_Value(std::uint32_t inColumnIndex) override;
 
 private:
-    /// Throws for an operation that only client cursors have.
-    [[noreturn]] void Refuse(const char* inMessage) const;
 
     ChunkReader mReader;
     orlimbara::duckdb_support::OwnedDataChunk mChunk; // empty before the first row and after the last
