@@ -26,7 +26,6 @@ public:
     smart_ptr<I_Value> get_Value(std::uint32_t inColumnIndex) override;
 
 private:
-
     ChunkReader mReader;
     orlimbara::duckdb_support::OwnedDataChunk mChunk; // empty before the first row and after the last
     idx_t mChunkSize = 0;                             // rows of mChunk; 0 without a chunk
