@@ -9,7 +9,7 @@ class Bindings : public StatementTest {};
 
 constexpr const char* kNotProvided = "Values were not provided";
 
-const std::uint8_t kBits[] = {3, 0b11100101, 0b10000000}; // three bits of padding, which are set
+const std::uint8_t kBits[] = {7, 0b11100101, 0b10000000}; // seven bits of padding, of which most are set
 const std::uint8_t kBadBits[] = {8, 0};
 const std::uint8_t kMagnitude[] = {1, 0, 0, 0, 0, 0, 0, 0, 0};
 constexpr std::int64_t kMicros = 1'700'000'000'123'456;
@@ -20,6 +20,7 @@ using Bind = std::function<void(I_DuckDBStatement&, std::uint32_t)>;
 /// part of the failure's.
 const std::tuple<Bind, const char*, const char*> kBindings[] = {
     {[](auto& s, auto i) { s.BindNull(i); }, "\"NULL\"", "NULL"},
+    {[](auto& s, auto i) { s.BindBoolean(i, 1); }, "BOOLEAN", "true"},
     {[](auto& s, auto i) { s.BindBoolean(i, 2); }, "BOOLEAN", "true"},
     {[](auto& s, auto i) { s.BindTinyInt(i, -128); }, "TINYINT", "-128"},
     {[](auto& s, auto i) { s.BindUTinyInt(i, 255); }, "UTINYINT", "255"},
@@ -51,7 +52,7 @@ const std::tuple<Bind, const char*, const char*> kBindings[] = {
     {[](auto& s, auto i) { s.BindVarchar(i, String()); }, "VARCHAR", ""},
     {[](auto& s, auto i) { s.BindBlob(i, "\xCA\x00\xFE", 3); }, "BLOB", "\\xCA\\x00\\xFE"},
     {[](auto& s, auto i) { s.BindBlob(i, nullptr, 0); }, "BLOB", ""},
-    {[](auto& s, auto i) { s.BindBit(i, kBits, 3); }, "BIT", "0010110000000"},
+    {[](auto& s, auto i) { s.BindBit(i, kBits, 3); }, "BIT", "110000000"},
     {[](auto& s, auto i) { s.BindBignum(i, kMagnitude, 9, true); }, "BIGNUM", "-18446744073709551616"},
     {[](auto& s, auto i) { s.BindUuid(i, 1, ~0ull - 1); }, "UUID", "ffffffff-ffff-fffe-0000-000000000001"},
     {[](auto& s, auto i) { s.BindDate(i, 2024, 13, 1); }, nullptr, "Date out of range"},
