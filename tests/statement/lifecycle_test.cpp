@@ -1,6 +1,3 @@
-#include "duckdb_support/handle_count.h"
-#include "host/runtime.h"
-#include "host_standin/live_objects.h"
 #include "statement_fixture.h"
 
 namespace orkit::orsql::test {
@@ -8,19 +5,19 @@ namespace {
 
 class StatementLifecycle : public StatementTest {};
 
-/// The state of the only live statement, by its handles: "text", "walk" (through the script), "prep"
-/// (prepared), "ran", followed by "-" without a walk; "gone" if it is invalidated.
+/// The state of the only live statement, by its handles: "t", followed by "w" if it walks through the script,
+/// "p" if a statement is prepared and "r" if there is a result; "gone" if it is invalidated.
 std::string StateOf(I_DuckDBStatement& inStatement) {
-    const bool walks = LiveHandleCount(HandleKind::ExtractedStatements) != 0;
-    const bool isPrepared = LiveHandleCount(HandleKind::PreparedStatement) != 0;
-    const bool hasRun = LiveHandleCount(HandleKind::Result) != 0;
-    if (!inStatement.get_Database()) {
-        return walks || isPrepared || hasRun ? "gone, with handles" : "gone";
-    }
-    if (!isPrepared) {
-        return hasRun ? "a result alone" : walks ? "walk" : "text";
-    }
-    return std::string(hasRun ? "ran" : "prep") + (walks ? "" : "-");
+    std::string state = inStatement.get_Database() ? "t" : "gone";
+    state += LiveHandleCount(HandleKind::ExtractedStatements) != 0 ? "w" : "";
+    state += LiveHandleCount(HandleKind::PreparedStatement) != 0 ? "p" : "";
+    return state + (LiveHandleCount(HandleKind::Result) != 0 ? "r" : "");
+}
+
+/// The state, how many statements are left, and the current text.
+std::string PositionOf(I_DuckDBStatement& inStatement) {
+    return StateOf(inStatement) + " " + std::to_string(inStatement.get_RemainingStatements()) +
+           Text(inStatement.get_Sql());
 }
 
 std::string FirstCell(const Cursor& inCursor) { return inCursor ? ReadAll(inCursor).at(0).at(0) : "null"; }
@@ -48,30 +45,28 @@ const std::function<void(I_DuckDBStatement&)> kStarts[] = {
 };
 
 /// An operation, with its result and the next state for each start; "!" means that the statement is invalid,
-/// "?" another failure. For the start "text" also how often it takes the guard and prepares the thread.
+/// "?" another failure. For the first start also how often it takes the guard and prepares the thread.
 const std::pair<std::function<std::string(I_DuckDBStatement&)>, const char*> kOperations[] = {
     // from: the text; prepared; ran; ran the last; past the end; ran all; invalidated
-    {[](auto& s) { return s.PrepareNext(), ""; }, " prep 1/1; prep; prep; walk; walk; prep;! gone;"},
+    {[](auto& s) { return s.PrepareNext(), ""; }, " twp 1/1; twp; twp; tw; tw; twp;! gone;"},
     {[](auto& s) { return s.ExecuteNext() ? "more" : "end"; },
-     "more ran 1/3;end ran;end ran;end walk;end walk;more ran;! gone;"},
-    {[](auto& s) { return s.ExecuteAll(), ""; }, " ran- 1/7; ran-; ran-; text; text; ran-;! gone;"},
-    {TellScript, "2 0 ran- 1/7;1 0 ran-;1 0 ran-;1 0 text;1 0 text;2 0 ran-;0 0 gone;"},
+     "more twpr 1/3;end twpr;end twpr;end tw;end tw;more twpr;! gone;"},
+    {[](auto& s) { return s.ExecuteAll(), ""; }, " tpr 1/7; tpr; tpr; t; t; tpr;! gone;"},
+    {TellScript, "2 0 tpr 1/7;1 0 tpr;1 0 tpr;1 0 t;1 0 t;2 0 tpr;0 0 gone;"},
     {[](auto& s) { return std::to_string(s.SqlExecute()); },
-     "0 text 1/1;0 ran;0 ran;0 ran;0 walk;0 ran-;! gone;"},
-    {[](auto& s) { return FirstCell(s.SqlSelect(kCursorLocationClient)); },
-     "null text 1/1;1 prep;1 prep;2 prep;null walk;2 prep-;! gone;"},
+     "0 t 1/1;0 twpr;0 twpr;0 twpr;0 tw;0 tpr;! gone;"},
+    {[](auto& s) { return FirstCell(s.SqlSelect(1)); }, "null t 1/1;1 twp;1 twp;2 twp;null tw;2 tp;! gone;"},
     {[](auto& s) { return Text(s.SqlSelectToJSON()); },
-     R"(null text 1/1;[{"a":1}] prep;[{"a":1}] prep;[{"b":2}] prep;null walk;[{"b":2}] prep-;! gone;)"},
-    {[](auto& s) { return FirstCell(s.SqlQuery(kCursorLocationServer)->get_Cursor()); },
-     "null text 4/1;1 prep;1 prep;2 prep;null walk;2 prep-;! gone;"},
+     R"(null t 1/1;[{"a":1}] twp;[{"a":1}] twp;[{"b":2}] twp;null tw;[{"b":2}] tp;! gone;)"},
+    {[](auto& s) { return FirstCell(s.SqlQuery(2)->get_Cursor()); },
+     "null t 4/1;1 twp;1 twp;2 twp;null tw;2 tp;! gone;"},
     {[](auto& s) { return std::to_string(s.get_RemainingStatements()); },
-     "0 text 1/0;1 prep;1 ran;0 ran;0 walk;0 ran-;0 gone;"},
-    {[](auto& s) { return s.BindInteger(1, 5), ""; }, " text 1/0;? prep;? ran;? ran; walk;? ran-;! gone;"},
-    {[](auto& s) { return s.BindValue(1, Number(5)), ""; },
-     " text 1/0;? prep;? ran;? ran; walk;? ran-;! gone;"},
-    {[](auto& s) { return s.BindValues(Values({})), ""; }, " text 0/0; prep; ran; ran; walk; ran-;! gone;"},
-    {[](auto& s) { return s.BindRows(nullptr), ""; }, " text 0/0; prep; ran; ran; walk; ran-;! gone;"},
-    {[](auto& s) { return s.ClearBindings(), ""; }, " text 1/0; prep; ran; ran; walk; ran-;! gone;"},
+     "0 t 1/0;1 twp;1 twpr;0 twpr;0 tw;0 tpr;0 gone;"},
+    {[](auto& s) { return s.BindInteger(1, 5), ""; }, " t 1/0;? twp;? twpr;? twpr; tw;? tpr;! gone;"},
+    {[](auto& s) { return s.BindValue(1, Number(5)), ""; }, " t 1/0;? twp;? twpr;? twpr; tw;? tpr;! gone;"},
+    {[](auto& s) { return s.BindValues(Values({})), ""; }, " t 0/0; twp; twpr; twpr; tw; tpr;! gone;"},
+    {[](auto& s) { return s.BindRows(nullptr), ""; }, " t 0/0; twp; twpr; twpr; tw; tpr;! gone;"},
+    {[](auto& s) { return s.ClearBindings(), ""; }, " t 1/0; twp; twpr; twpr; tw; tpr;! gone;"},
     {[](auto& s) { return s.Invalidate(), ""; }, " gone 1/0; gone; gone; gone; gone; gone; gone;"},
 };
 
@@ -80,7 +75,6 @@ TEST_F(StatementLifecycle, EveryOperationLeadsFromStateToState) {
         std::string outcomes;
         for (const auto& start : kStarts) {
             const Statement statement = Make("SELECT 1 AS a; SELECT 2 AS b");
-            const Statement another = statement;
             start(*statement);
             const std::uint64_t locks = standin::get_EngineLockCount();
             const std::uint64_t inits = standin::get_Init3Count();
@@ -102,19 +96,18 @@ TEST_F(StatementLifecycle, EveryOperationLeadsFromStateToState) {
 TEST_F(StatementLifecycle, WalkReportsItsPosition) {
     const std::string script = "CREATE TABLE u (i INTEGER); INSERT INTO u VALUES (1), (2); SELECT * FROM u";
     const Statement statement = Make(script);
-    EXPECT_EQ(Text(statement->get_Sql()), script);
-    for (const auto& [sql, rowsChanged, remaining] : {std::tuple{"CREATE TABLE u (i INTEGER)", 0u, 2u},
-                                                      {" INSERT INTO u VALUES (1), (2)", 2u, 1u},
-                                                      {" SELECT * FROM u", 0u, 0u}}) {
+    EXPECT_EQ(PositionOf(*statement), "t 0" + script);
+    std::string walk;
+    for (bool hasMore = true; hasMore;) {
         std::uint64_t rows = 7;
-        EXPECT_EQ(statement->ExecuteNext(rows), remaining != 0);
-        EXPECT_EQ(rows, rowsChanged);
-        EXPECT_EQ(Text(statement->get_Sql()), sql);
-        EXPECT_EQ(statement->get_RemainingStatements(), remaining);
+        hasMore = statement->ExecuteNext(rows);
+        walk += std::to_string(rows) + " " + PositionOf(*statement) + "; ";
     }
+    EXPECT_EQ(walk, "0 twpr 2CREATE TABLE u (i INTEGER); 2 twpr 1 INSERT INTO u VALUES (1), (2); 0 twpr 0 "
+                    "SELECT * FROM u; ");
     EXPECT_FALSE(statement->ExecuteNext()) << "the walk stays at its end";
     statement->ExecuteAll();
-    EXPECT_EQ(Text(statement->get_Sql()), script);
+    EXPECT_EQ(PositionOf(*statement), "t 0" + script);
     for (const char* text : {"", "/* nothing */ ;; -- here"}) {
         const Statement empty = Make(text);
         EXPECT_FALSE(empty->ExecuteNext() || empty->SqlSelect(kCursorLocationServer)) << text;
@@ -143,15 +136,13 @@ TEST_F(StatementLifecycle, FailedSplitOrPrepareIsTriedAgain) {
     const Statement bad = Make("SELECT 1; SELEC 2");
     for (int i = 0; i < 2; ++i) {
         ExpectFailure("syntax error at or near \\\"SELEC\\\"", [&] { bad->PrepareNext(); });
-        EXPECT_EQ(StateOf(*bad), "text");
+        EXPECT_EQ(StateOf(*bad), "t");
     }
     const Statement statement = Make("SELECT 1; INSERT INTO u VALUES (1), (2); SELECT 3");
     EXPECT_TRUE(statement->ExecuteNext());
     for (int i = 0; i < 2; ++i) {
         ExpectFailure("Table with name u does not exist", [&] { statement->PrepareNext(); });
-        EXPECT_EQ(StateOf(*statement), "walk");
-        EXPECT_EQ(Text(statement->get_Sql()), " INSERT INTO u VALUES (1), (2)");
-        EXPECT_EQ(statement->get_RemainingStatements(), 2u);
+        EXPECT_EQ(PositionOf(*statement), "tw 2 INSERT INTO u VALUES (1), (2)");
     }
     Execute(mDatabase, "CREATE TABLE u (i INTEGER)");
     std::uint64_t rows = 0;
@@ -175,15 +166,13 @@ TEST_F(StatementLifecycle, FailedRunIsSkippedAndReported) {
     const std::string script = std::string("CREATE TABLE u (i INTEGER);") + kFailingRun + ";DROP TABLE u";
     const Statement walk = Make(script);
     ExpectFailure(kFailingRunText, [&] { walk->ExecuteAll(); });
-    EXPECT_EQ(StateOf(*walk), "ran") << "the failed result stays";
-    EXPECT_EQ(walk->get_RemainingStatements(), 1u);
-    EXPECT_EQ(Text(walk->get_Sql()), kFailingRun);
+    EXPECT_EQ(PositionOf(*walk), std::string("twpr 1") + kFailingRun) << "the failed result stays";
     walk->ExecuteAll();
     EXPECT_EQ(Text(walk->get_Sql()), script);
 
     for (const auto& [failing, part, state] :
-         {std::tuple{kFailingRun, kFailingRunText, "ran-"},
-          std::tuple{"SELECT * FROM missing", "Table with name missing does not exist", "text"}}) {
+         {std::tuple{kFailingRun, kFailingRunText, "tpr 0"},
+          std::tuple{"SELECT * FROM missing", "Table with name missing does not exist", "t 0"}}) {
         walk->Invalidate();
         const Statement statement =
             Make(std::string("INSERT INTO t VALUES (1);") + failing + ";DROP TABLE t");
@@ -191,8 +180,8 @@ TEST_F(StatementLifecycle, FailedRunIsSkippedAndReported) {
         EXPECT_EQ(result.mStatementCount, 1u);
         EXPECT_EQ(result.mErrorCode, 468225u);
         EXPECT_NE(Text(result.mErrorText).find(part), std::string::npos) << Text(result.mErrorText);
-        EXPECT_EQ(StateOf(*statement), state);
-        EXPECT_EQ(Text(statement->get_Sql()), failing) << "a later walk has the failed statement alone";
+        EXPECT_EQ(PositionOf(*statement), std::string(state) + failing)
+            << "a later walk has the failed statement alone";
     }
     EXPECT_EQ(Content(), "[1, 1]") << "nothing is rolled back";
 }

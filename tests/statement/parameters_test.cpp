@@ -20,12 +20,6 @@ Value With(Create inCreate, void (Aspect::*inPut)(Parameters...), Arguments... i
     (QueryAspect<Aspect>(value.get())->*inPut)(static_cast<Parameters>(inArguments)...);
     return value;
 }
-Value DateValue(int inYear, int inMonth, int inDay) {
-    return With(CreateValueDate, &I_ValueDate::put_Date, inYear, inMonth, inDay);
-}
-Value TimeValue(int inHour, int inMinute, int inSecond) {
-    return With(CreateValueTime, &I_ValueTime::put_Time, inHour, inMinute, inSecond, 7);
-}
 Value DateTimeValue(int inYear, int inMonth, int inHour) {
     return With(CreateValueDateTime, &I_ValueDateTime::put_DateTime, inYear, inMonth, 28, inHour, 4, 5, 678);
 }
@@ -103,8 +97,8 @@ TEST_F(Parameters, EachHostTypeHasItsType) {
         {MakeValue(CreateValueDouble, &I_Value::put_Double, 0.1), "0.1", "DOUBLE"},
         {Odd(kDecimal), "-7.5", "DOUBLE"},
         {Odd(kNumeric), "-7.5", "DOUBLE"},
-        {DateValue(-43, 3, 15), "0044-03-15 (BC)", "DATE"},
-        {TimeValue(23, 59, 58), "23:59:58.007", "TIME"},
+        {With(CreateValueDate, &I_ValueDate::put_Date, -43, 3, 15), "0044-03-15 (BC)", "DATE"},
+        {With(CreateValueTime, &I_ValueTime::put_Time, 23, 59, 58, 7), "23:59:58.007", "TIME"},
         {DateTimeValue(2024, 2, 3), "2024-02-28 03:04:05.678", "TIMESTAMP_MS"},
         {DateTimeValue(1969, 12, 23), "1969-12-28 23:04:05.678", "TIMESTAMP_MS"},
         {TextValue(odd), odd.c_str(), "VARCHAR"},
@@ -153,7 +147,8 @@ TEST_F(Parameters, ValuesWithoutATypeOrContentAreRefused) {
     for (const Value& value : {misfit, ArrayValue(kArray, {Holder(misfit)})}) {
         ExpectFailure("Failed to bind statement parameter", [&] { Parameter(value); });
     }
-    ExpectFailure("Date out of range", [&] { Parameter(DateValue(2023, 2, 29)); });
+    const Value noDate = With(CreateValueDate, &I_ValueDate::put_Date, 2023, 2, 29);
+    ExpectFailure("Date out of range", [&] { Parameter(noDate); });
     ExpectFailure("range", [&] { Parameter(DateTimeValue(400000, 1, 1)); });
     const Statement script = Make("SELECT ?");
     script->BindValues(Values({Odd(kBoolean)})); // the host throws when it is read

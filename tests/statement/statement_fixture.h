@@ -10,8 +10,7 @@ namespace orkit::orsql::test {
 
 class StatementTest : public ObjectTest {
 protected:
-    void SetUp() override {
-        ObjectTest::SetUp();
+    StatementTest() {
         mDatabase = CreateDatabase();
         Execute(mDatabase, "SET TimeZone = 'UTC'; CREATE TABLE t (i INTEGER)");
     }
