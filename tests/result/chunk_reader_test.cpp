@@ -67,21 +67,19 @@ constexpr const char* kValues = R"(
 constexpr const char* kShapes = R"(x; [x, NULL, x]; {'a': x, 'b': 'it''s'}; MAP {'k': x}; array_value(x, x)
     union_value(mine := x); [{'a': [x, NULL], 'b': x}]; x::VARIANT; [x, NULL]::VARIANT; {'a': x, 'b': [x]}::VARIANT)";
 
-/// A result, the cells of its first column as ReadCell gives them, and a way to read it with a ChunkReader.
+/// The chunks of a result, and their cells of the first column as ReadCell gives them.
 class Cells {
 public:
-    explicit Cells(support::OwnedResult inResult) : mResult(std::move(inResult)), mColumns(mResult.Get()) {
-        while (support::OwnedDataChunk chunk{duckdb_fetch_chunk(mResult.Struct())}) {
+    explicit Cells(support::OwnedResult inResult) : mColumns(inResult.Get()) {
+        while (support::OwnedDataChunk chunk{duckdb_fetch_chunk(inResult.Struct())}) {
             mChunks.push_back(std::move(chunk));
         }
     }
-    duckdb_data_chunk FirstChunk() const { return mChunks.at(0).Get(); }
-    const ColumnList& Columns() const { return mColumns; }
     const std::vector<std::string>& Expect() {
-        for (const support::OwnedDataChunk& chunk : mChunks) {
+        for (const auto& chunk : mChunks) {
             for (idx_t row = 0; row < duckdb_data_chunk_get_size(chunk.Get()); ++row) {
-                mExpected.push_back(
-                    Describe([&] { return ReadCell(chunk.Get(), 0, row, mColumns[0].mType); }));
+                const auto read = [&] { return ReadCell(chunk.Get(), 0, row, mColumns[0].mType); };
+                mExpected.push_back(Describe(read));
             }
         }
         return mExpected;
@@ -92,7 +90,7 @@ public:
             ChunkReader reader(mColumns, access);
             std::size_t first = 0; // row of the result with which the chunk begins
             std::size_t cell = 0;
-            for (const support::OwnedDataChunk& chunk : mChunks) {
+            for (const auto& chunk : mChunks) {
                 reader.Bind(chunk.Get());
                 const std::size_t end = first + duckdb_data_chunk_get_size(chunk.Get());
                 for (; cell < end; cell += inStep) {
@@ -106,40 +104,41 @@ public:
         }
     }
 
-private:
-    support::OwnedResult mResult;
-    ColumnList mColumns;
+    const ColumnList mColumns;
     std::vector<support::OwnedDataChunk> mChunks;
+
+private:
     std::vector<std::string> mExpected;
 };
 
 class ChunkReaderTest : public ObjectTest {
 protected:
-    void SetUp() override {
-        ObjectTest::SetUp();
-        mDuck.emplace();
-        // Cells are read without the connection's settings: a time zone other than UTC must not matter.
-        mDuck->Run("SET TimeZone = 'Asia/Kolkata'");
-    }
-    void TearDown() override {
-        mDuck.reset();
-        ObjectTest::TearDown();
+    // Cells are read without the connection's settings: a time zone other than UTC must not matter.
+    ChunkReaderTest() { mDuck.Run("SET TimeZone = 'Asia/Kolkata'"); }
+
+    /// Checks the cells of a query, read whole and in steps.
+    void ExpectSame(const std::string& inSql, std::size_t inCount,
+                    std::initializer_list<std::size_t> inSteps = {1}) const {
+        SCOPED_TRACE(inSql);
+        Cells cells(mDuck.Run(inSql));
+        EXPECT_EQ(cells.Expect().size(), inCount);
+        for (const std::size_t step : inSteps) {
+            cells.Compare(step);
+        }
     }
 
-    std::optional<tests_support::Duck> mDuck;
+    const tests_support::Duck mDuck;
 };
 
 TEST_F(ChunkReaderTest, GivesTheValuesOfTheReferencePathInEveryShape) {
     for (const auto& row : Table(kValues)) {
-        mDuck->Run("CREATE OR REPLACE TABLE t (x " + row[0] + ")");
+        mDuck.Run("CREATE OR REPLACE TABLE t (x " + row[0] + ")");
         for (std::size_t value = 1; value < row.size(); ++value) {
-            mDuck->Run("INSERT INTO t VALUES (" + row[value] + "), (NULL)");
+            mDuck.Run("INSERT INTO t VALUES (" + row[value] + "), (NULL)");
         }
         for (const auto& shape : Table(kShapes)) {
-            SCOPED_TRACE(row[0] + " as " + shape[0]);
-            Cells cells(mDuck->Run("SELECT " + shape[0] + " FROM t, range(7)"));
-            EXPECT_EQ(cells.Expect().size(), 14 * (row.size() - 1));
-            cells.Compare();
+            SCOPED_TRACE(row[0]);
+            ExpectSame("SELECT " + shape[0] + " FROM t, range(7)", 14 * (row.size() - 1));
         }
     }
 }
@@ -150,41 +149,35 @@ TEST_F(ChunkReaderTest, TheOrderAndNumberOfReadsChangeNothing) {
                   CASE WHEN i < 2500 THEN [i, i + 1] ELSE NULL END; repeat(i::VARCHAR, (i % 9)::INTEGER)
                   CASE i % 4 WHEN 0 THEN i::VARIANT WHEN 1 THEN [i]::VARIANT WHEN 2 THEN 'text'::VARIANT END
                   CASE WHEN i % 50 = 0 THEN {'a': i} END; NULL; [NULL]; {'a': NULL})")) {
-        SCOPED_TRACE(column[0]);
-        Cells cells(mDuck->Run("SELECT " + column[0] + " FROM range(7000) t(i) ORDER BY i"));
-        EXPECT_EQ(cells.Expect().size(), 7000u);
-        for (const std::size_t step : {1u, 2u, 9u, 100u, 5000u}) {
-            cells.Compare(step);
-        }
+        ExpectSame("SELECT " + column[0] + " FROM range(7000) t(i) ORDER BY i", 7000, {1, 2, 9, 100, 5000});
     }
-    Cells cells(mDuck->Run("SELECT INTERVAL (i) DAY FROM range(1000) t(i) ORDER BY i"));
+    Cells cells(mDuck.Run("SELECT INTERVAL (i) DAY FROM range(1000) t(i) ORDER BY i"));
     const std::vector<std::string>& expected = cells.Expect();
-    ChunkReader reader(cells.Columns(), Access::AnyCell);
-    reader.Bind(cells.FirstChunk());
-    for (const idx_t row :
-         {5u, 5u, 6u, 4u, 999u, 0u, 1u, 2u, 3u, 500u, 7u, 7u, 998u}) { // in any order and twice
+    ChunkReader reader(cells.mColumns, Access::AnyCell);
+    reader.Bind(cells.mChunks[0].Get());
+    for (const idx_t row : {5, 5, 6, 4, 999, 0, 1, 2, 3, 500, 7, 7, 998}) { // in any order and twice
         EXPECT_EQ(Describe([&] { return reader.Read(0, row); }), expected[row]);
     }
 }
 
 TEST_F(ChunkReaderTest, VariantsOfATableOnDiskAreReadTheSame) {
     // A checkpoint shreds variants into typed columns; the chunk must have them complete again.
-    const std::string file = (Folder() / "v.duckdb").string();
-    mDuck->Run("SET variant_minimum_shredding_size = 0; ATTACH '" + file +
-               "' AS disk (STORAGE_VERSION 'v1.5.0');"
-               "CREATE TABLE disk.t AS SELECT CASE i % 3 WHEN 0 THEN {'a': i, 'b': 'text ' || i}::VARIANT "
-               "WHEN 1 THEN "
-               "[i]::VARIANT ELSE i::VARIANT END AS v FROM range(5000) r(i); CHECKPOINT disk; DETACH disk");
-    mDuck->Run("ATTACH '" + file + "' AS disk");
-    Cells cells(mDuck->Run("FROM disk.t"));
+    const std::string attach =
+        "ATTACH '" + (Folder() / "v").string() + "' AS disk (STORAGE_VERSION 'v1.5.0')";
+    mDuck.Run("SET variant_minimum_shredding_size = 0; " + attach);
+    mDuck.Run(
+        "CREATE TABLE disk.t AS SELECT CASE i % 3 WHEN 0 THEN {'a': i, 'b': 'text ' || i}::VARIANT WHEN 1 "
+        "THEN [i]::VARIANT ELSE i::VARIANT END FROM range(5000) r(i); CHECKPOINT disk; DETACH disk");
+    mDuck.Run(attach);
+    Cells cells(mDuck.Run("FROM disk.t"));
     EXPECT_TRUE(cells.Expect()[6].ends_with(R"("{\"a\":6,\"b\":\"text 6\"}"})")) << cells.Expect()[6];
     cells.Compare();
 }
 
 TEST_F(ChunkReaderTest, OnlyACellThatCantBeCastThrowsAndAsOnTheReferencePath) {
-    Cells cells(mDuck->Run("SELECT TIMESTAMP_S '2000-01-01 00:00:00' FROM range(100)"));
+    Cells cells(mDuck.Run("SELECT TIMESTAMP_S '2000-01-01 00:00:00' FROM range(100)"));
     // Seconds without a text, which SQL can't write.
-    const duckdb_vector vector = duckdb_data_chunk_get_vector(cells.FirstChunk(), 0);
+    const duckdb_vector vector = duckdb_data_chunk_get_vector(cells.mChunks[0].Get(), 0);
     static_cast<std::int64_t*>(duckdb_vector_get_data(vector))[40] = std::int64_t{1} << 62;
     const std::vector<std::string>& expected = cells.Expect();
     EXPECT_EQ(expected[40].substr(0, 7), "throws ");
@@ -210,15 +203,12 @@ constexpr const char* kPlainTexts = R"(
     -(1::HUGEINT << i % 127) + i // 127 - 50; (u % 18446744073709551616)::UHUGEINT * (i::UHUGEINT + 1) * 7777777777777)";
 
 TEST_F(ChunkReaderTest, PlainTextsAreThoseOfTheCastOverTheWholeRange) {
-    mDuck->Run("CREATE TABLE t AS SELECT i::INTEGER AS i, hash(i) >> i % 64 AS u, hash(i) % 86400000001 AS t "
-               "FROM range(10000) r(i)");
-    mDuck->Run("CREATE TYPE few AS ENUM (SELECT range::VARCHAR FROM range(10000))");  // two bytes a cell
-    mDuck->Run("CREATE TYPE many AS ENUM (SELECT range::VARCHAR FROM range(70000))"); // four
+    mDuck.Run("CREATE TABLE t AS SELECT i::INTEGER AS i, hash(i) >> i % 64 AS u, hash(i) % 86400000001 AS t "
+              "FROM range(10000) r(i)");
+    mDuck.Run("CREATE TYPE few AS ENUM (SELECT range::VARCHAR FROM range(10000))");  // two bytes a cell
+    mDuck.Run("CREATE TYPE many AS ENUM (SELECT range::VARCHAR FROM range(70000))"); // four
     for (const auto& column : Table(kPlainTexts)) {
-        SCOPED_TRACE(column[0]);
-        Cells cells(mDuck->Run("SELECT " + column[0] + " FROM t"));
-        EXPECT_EQ(cells.Expect().size(), 10000u);
-        cells.Compare();
+        ExpectSame("SELECT " + column[0] + " FROM t", 10000);
     }
 }
 
@@ -239,17 +229,14 @@ TEST_F(ChunkReaderTest, ATimeOutOfRangeIsRefusedInEveryShape) {
     };
     for (const auto& [type, handle, isInRange] : kTimes) {
         const support::OwnedValue value(handle);
+        mDuck.Run("CREATE OR REPLACE TABLE t AS SELECT 0 AS i, '12:00:00'::" + type + " AS x");
+        support::OwnedPreparedStatement insert;
+        duckdb_prepare(mDuck.Connection(), "INSERT INTO t VALUES (1, $1)", insert.Put());
+        duckdb_bind_value(insert.Get(), 1, value.Get());
+        ASSERT_EQ(duckdb_execute_prepared(insert.Get(), nullptr), DuckDBSuccess);
         for (const auto& shape : Table(kShapes)) {
             SCOPED_TRACE(type + " as " + shape[0]);
-            support::OwnedPreparedStatement statement;
-            support::OwnedResult result;
-            const std::string sql = "WITH t AS (SELECT 1 AS i, $1::" + type +
-                                    " AS x UNION ALL SELECT 0, '12:00:00'::" + type + ") SELECT " + shape[0] +
-                                    " FROM t, range(5) ORDER BY i";
-            ASSERT_TRUE(duckdb_prepare(mDuck->Connection(), sql.c_str(), statement.Put()) == DuckDBSuccess &&
-                        duckdb_bind_value(statement.Get(), 1, value.Get()) == DuckDBSuccess &&
-                        duckdb_execute_prepared(statement.Get(), result.Put()) == DuckDBSuccess);
-            Cells cells(std::move(result));
+            Cells cells(mDuck.Run("SELECT " + shape[0] + " FROM t, range(5) ORDER BY i"));
             const std::vector<std::string>& expected = cells.Expect();
             ASSERT_EQ(expected.size(), 10u);
             EXPECT_NE(expected[4].find("12:00:00"), std::string::npos);
