@@ -19,17 +19,18 @@ protected:
 };
 
 TEST_F(BoundaryTest, RegistersFiveProceduresInOrder) {
-    std::string told;
+    tests_support::Rows told;
     for (const auto& each : orkit::standin::ListProcedures()) {
-        told += each.name + "|" + std::to_string(each.minimumArguments) + "|" +
-                std::to_string(each.maximumArguments) + "|" + each.signature + "|" + each.description + "\n";
+        told.push_back({each.name,
+                        std::to_string(each.minimumArguments) + std::to_string(each.maximumArguments),
+                        each.signature, each.description});
     }
-    EXPECT_EQ(told,
-              "fetch_parquet|1|4|uri [, columns [, where [, limit]]]|Reads a parquet file.\n"
-              "parquet_schema|1|1|uri|Returns parquet column schema.\n"
-              "parquet_metadata|1|1|uri|Returns parquet file metadata.\n"
-              "parquet_count|1|2|uri [, where]|Returns parquet row count.\n"
-              "fetch_duckdb|2|3|uri, table_or_view [, limit]|Returns rows from a DuckDB table or view.\n");
+    EXPECT_EQ(told, tests_support::Table(R"(
+        fetch_parquet|14|uri [, columns [, where [, limit]]]|Reads a parquet file.
+        parquet_schema|11|uri|Returns parquet column schema.
+        parquet_metadata|11|uri|Returns parquet file metadata.
+        parquet_count|12|uri [, where]|Returns parquet row count.
+        fetch_duckdb|23|uri, table_or_view [, limit]|Returns rows from a DuckDB table or view.)"));
     BindProcedureApi(nullptr); // a host that bound no table gets no procedures
     RegisterProcedures(ProcedureContext().get_Handle());
 }
@@ -70,11 +71,12 @@ TEST_F(BoundaryTest, ReportsEveryKindOfFailureOnceAndGivesNoCursor) {
              duckdb_query|parquet_schema|DuckDB query failed.
              duckdb_query|fetch_parquet|DuckDB query failed.
              duckdb_result_get_chunk|parquet_metadata|Unable to access DuckDB result chunk.)")) {
-        const FailingFunction failing(row[0]);
+        gFailingFunction = row[0];
         BindProcedureApi(row[0].empty() ? &table : orkit::standin::GetProcedureTable());
         EXPECT_EQ(OutcomeOf(row[1], row[1] == "fetch_duckdb" ? Row{database, "t"} : Row{path}), row[2]);
         EXPECT_EQ(duckdb_support::LiveHandleCount(), 0);
     }
+    gFailingFunction.clear();
     table.value_is_null = [](host_value) -> std::uint8_t { throw std::bad_alloc(); };
     BindProcedureApi(&table);
     EXPECT_EQ(OutcomeOf("parquet_count", {path}), std::bad_alloc().what());
@@ -108,21 +110,15 @@ TEST_F(BoundaryTest, ReadsNoMoreArgumentsThanTheHostCounts) {
     BindProcedureApi(&table);
     const std::string database = WriteDatabase("CREATE TABLE t AS FROM range(100)");
     const Row four = {path, "n, n", "n < 50", 3};
-    const struct {
-        const char* procedure;
-        Row arguments;
-        std::int32_t count;
-        const char* outcome;
-    } cases[] = {{"fetch_parquet", four, 0, "fetch_parquet requires parquet file path."},
-                 {"fetch_parquet", four, 1, "n 100 rows"},
-                 {"fetch_parquet", four, 2, "n n_1 100 rows"},
-                 {"fetch_parquet", four, 3, "n n_1 50 rows"},
-                 {"fetch_parquet", four, 4, "n n_1 3 rows"},
-                 {"fetch_duckdb",
-                  {database, "t", 3},
-                  1,
-                  "fetch_duckdb requires database URI and DuckDB table or view name."},
-                 {"fetch_duckdb", {database, "t", 3}, 2, "range 100 rows"}};
+    const Row three = {database, "t", 3};
+    const std::tuple<const char*, Row, std::int32_t, const char*> cases[] = {
+        {"fetch_parquet", four, 0, "fetch_parquet requires parquet file path."},
+        {"fetch_parquet", four, 1, "n 100 rows"},
+        {"fetch_parquet", four, 2, "n n_1 100 rows"},
+        {"fetch_parquet", four, 3, "n n_1 50 rows"},
+        {"fetch_parquet", four, 4, "n n_1 3 rows"},
+        {"fetch_duckdb", three, 1, "fetch_duckdb requires database URI and DuckDB table or view name."},
+        {"fetch_duckdb", three, 2, "range 100 rows"}};
     for (const auto& [procedure, arguments, count, outcome] : cases) {
         gAnswer = count;
         EXPECT_EQ(OutcomeOf(procedure, arguments), outcome);
@@ -134,16 +130,13 @@ TEST_F(BoundaryTest, ReadsNoMoreArgumentsThanTheHostCounts) {
 }
 
 TEST_F(BoundaryTest, SharesNothingBetweenCallsOnSeveralThreads) {
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads; // joined by their destructors
     for (int limit = 10; limit <= 40; limit += 10) {
         threads.emplace_back([this, limit] {
             EXPECT_EQ(OutcomeOf("fetch_parquet", {path, nullptr, nullptr, limit}),
                       "n " + std::to_string(limit) + " rows");
             EXPECT_EQ(OutcomeOf("fetch_parquet", {nullptr}), "fetch_parquet requires a text argument.");
         });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
     }
 }
 

@@ -57,33 +57,22 @@ inline std::vector<Row> RowsOf(ProcedureCursor& cursor) {
     return rows;
 }
 
-/// Makes a function of DuckDB fail during its lifetime, for failures that nothing else causes: `duckdb_open`,
-/// `duckdb_connect`, `duckdb_query` (without a text) or `duckdb_result_get_chunk`. One at a time.
-class FailingFunction {
-public:
-    explicit FailingFunction(std::string_view name) { gName = name; }
-    FailingFunction(const FailingFunction&) = delete;
-    FailingFunction& operator=(const FailingFunction&) = delete;
-    ~FailingFunction() { gName = {}; }
-
-    static bool Is(std::string_view name) { return gName == name; }
-
-private:
-    static inline std::string_view gName;
-};
+/// The function of DuckDB that fails, for failures that nothing else causes: `duckdb_open`, `duckdb_connect`,
+/// `duckdb_query` (without a text), `duckdb_result_get_chunk` or none.
+inline std::string gFailingFunction;
 
 /// After each test every value, cursor, context and DuckDB handle must be gone.
 class ProcedureTest : public testing::Test {
 protected:
-    void SetUp() override {
+    ProcedureTest() {
         setenv("TZ", "America/New_York", 1); // local time and UTC must not be the same
         BindProcedureApi(orkit::standin::GetProcedureTable());
         const ProcedureContext context;
         RegisterProcedures(context.get_Handle());
-        ASSERT_EQ(context.get_Errors(), std::vector<std::string>());
+        EXPECT_EQ(context.get_Errors(), std::vector<std::string>());
     }
-
-    void TearDown() override {
+    ~ProcedureTest() override {
+        gFailingFunction.clear();
         BindProcedureApi(orkit::standin::GetProcedureTable());
         orkit::standin::ClearFaults();
         orkit::standin::ForgetProcedures();
@@ -105,19 +94,11 @@ protected:
         return path;
     }
 
-    /// A call that must give either a cursor or one message. @return its outcome.
-    static std::string Call(const std::string& procedure, const Row& arguments, ProcedureCursor& outCursor) {
+    /// The cursor of a call, or its message as an exception: it must give either a cursor or one message.
+    static ProcedureCursor Open(const std::string& procedure, const Row& arguments) {
         ProcedureAnswer answer = CallProcedure(procedure, {arguments.begin(), arguments.end()});
         EXPECT_EQ(answer.errors.size(), answer.cursor ? 0U : 1U) << procedure;
-        outCursor = std::move(answer.cursor);
-        return answer.errors.empty() ? std::string() : answer.errors.front();
-    }
-
-    /// The cursor of a call that must succeed.
-    static ProcedureCursor Open(const std::string& procedure, const Row& arguments) {
-        ProcedureCursor cursor;
-        const std::string error = Call(procedure, arguments, cursor);
-        return cursor ? std::move(cursor) : throw std::runtime_error(procedure + ": " + error);
+        return answer.cursor ? std::move(answer.cursor) : throw std::runtime_error(answer.errors.at(0));
     }
 
     static std::vector<Row> Fetch(const std::string& procedure, const Row& arguments) {
@@ -129,15 +110,17 @@ protected:
     /// failure.
     static std::string OutcomeOf(const std::string& procedure, const Row& arguments) {
         ProcedureCursor cursor;
-        std::string outcome = Call(procedure, arguments, cursor);
-        if (cursor) {
-            for (std::size_t column = 0; column < cursor.get_ColumnCount(); ++column) {
-                outcome += cursor.get_ColumnName(column) + std::string(" ");
-            }
-            outcome += std::to_string(cursor.get_RowCount()) + " rows";
-            EXPECT_EQ(RowsOf(cursor).size(), static_cast<std::size_t>(cursor.get_RowCount()));
+        try {
+            cursor = Open(procedure, arguments);
+        } catch (const std::runtime_error& failure) {
+            return failure.what();
         }
-        return outcome;
+        std::string outcome;
+        for (std::size_t column = 0; column < cursor.get_ColumnCount(); ++column) {
+            outcome += cursor.get_ColumnName(column) + std::string(" ");
+        }
+        EXPECT_EQ(RowsOf(cursor).size(), static_cast<std::size_t>(cursor.get_RowCount()));
+        return outcome + std::to_string(cursor.get_RowCount()) + " rows";
     }
 
     const tests_support::TempFolder folder;

@@ -26,12 +26,8 @@ TEST_F(ProceduresTest, ReturnTheRequestedRowsOrTheFirstFaultyArgument) {
     const Value none;
     const Value awkward = ProcedureValue::Array({Value("half \"of\" it, n")});
     const std::string no_files = "IO Error: No files found that match the pattern \"";
-    struct Case {
-        std::string procedure;
-        Row arguments;
-        std::string outcome; // for a failure the start of DuckDB's text is enough
-    };
-    std::vector<Case> cases = {
+    // For a failure the start of DuckDB's text is enough.
+    std::vector<std::tuple<std::string, Row, std::string>> cases = {
         {"fetch_parquet", {path}, "n t half \"of\" it, n 100 rows"},
         {"fetch_parquet", {quoted}, "n t half \"of\" it, n 100 rows"},
         {"fetch_parquet", {folder / "*.parquet"}, "n t half \"of\" it, n 200 rows"},
