@@ -16,26 +16,26 @@ class Handles : public SupportTest {};
 
 TEST_F(Handles, AreDestroyedExactlyOnce) {
     int ended[2] = {};
+    const auto tell = [&] {
+        return std::to_string(ended[0]) + " and " + std::to_string(ended[1]) +
+               " times ended, held: " + std::to_string(LiveHandleCount(HandleKind::Bytes));
+    };
     {
         Probe first(&ended[0]);
         Probe second(std::move(first));
         EXPECT_FALSE(first);
         EXPECT_EQ(second.Get(), &ended[0]);
         Probe third(&ended[1]);
-        EXPECT_EQ(LiveHandleCount(HandleKind::Bytes), 2);
+        EXPECT_EQ(tell(), "0 and 0 times ended, held: 2");
         third = std::move(second);
-        EXPECT_EQ(ended[1], 1) << "an assignment ends what was held";
-        EXPECT_EQ(ended[0], 0);
+        EXPECT_EQ(tell(), "0 and 1 times ended, held: 1") << "an assignment ends what was held";
         third.Reset();
-        EXPECT_EQ(ended[0], 1);
-        EXPECT_EQ(LiveHandleCount(HandleKind::Bytes), 0);
+        EXPECT_EQ(tell(), "1 and 1 times ended, held: 0");
         EXPECT_FALSE(third);
         *third.Put() = &ended[1];
-        EXPECT_EQ(LiveHandleCount(HandleKind::Bytes), 1);
+        EXPECT_EQ(tell(), "1 and 1 times ended, held: 1");
     }
-    EXPECT_EQ(ended[0], 1);
-    EXPECT_EQ(ended[1], 2);
-    EXPECT_EQ(LiveHandleCount(HandleKind::Bytes), 0);
+    EXPECT_EQ(tell(), "1 and 2 times ended, held: 0");
 }
 
 TEST_F(Handles, InSharedCellsCloseForAllHoldersAndOnlyOnRequest) {

@@ -12,15 +12,23 @@ protected:
         const OwnedDataChunk chunk = FirstChunk("SELECT NULL::" + inName);
         return OwnedLogicalType(duckdb_vector_get_column_type(duckdb_data_chunk_get_vector(chunk.Get(), 0)));
     }
-    /// The text of the cast value, or the error after an exclamation mark.
-    static std::string Cast(const std::string& inText, const OwnedLogicalType& inType) {
-        const OwnedValue text = MakeText(inText);
+    struct Outcome {
+        OwnedValue mValue;
+        std::string mText; ///< the value's, or the error after an exclamation mark
+    };
+    static Outcome Cast(const OwnedValue& inValue, const OwnedLogicalType& inType) {
         OwnedValue value;
+        OwnedValue again;
         OwnedText error;
-        const duckdb_state state = duckdb_cast_value(text.Get(), inType.Get(), value.Put(), error.Put());
+        const duckdb_state state = duckdb_cast_value(inValue.Get(), inType.Get(), value.Put(), error.Put());
         EXPECT_EQ(state == DuckDBSuccess, static_cast<bool>(value));
         EXPECT_TRUE(!error || !value);
-        return value ? TextOf(value) : std::string("!") + (error ? error.Get() : "");
+        EXPECT_EQ(duckdb_cast_value(inValue.Get(), inType.Get(), again.Put(), nullptr), state);
+        const std::string text = value ? TextOf(value) : "!" + std::string(ViewOf(error));
+        return {std::move(value), text};
+    }
+    static std::string CastText(const std::string& inText, const OwnedLogicalType& inType) {
+        return Cast(MakeText(inText), inType).mText;
     }
 };
 
@@ -37,77 +45,55 @@ TEST_F(CastValue, TextsAreCastTheSameInAnyTimeZone) {
     for (const char* zone : {"UTC", "Asia/Kathmandu"}) {
         setenv("TZ", zone, 1);
         for (const auto& row : Table(kCasts)) {
-            const std::string cast = Cast(row[1], Type(row[0]));
+            const std::string cast = CastText(row[1], Type(row[0]));
             EXPECT_EQ(row[2][0] == '!' ? cast.substr(0, row[2].size()) : cast, row[2]) << row[0];
         }
     }
     unsetenv("TZ");
-    EXPECT_EQ(Cast(" 12 ", Type("JSON")), " 12 ");
+    EXPECT_EQ(CastText(" 12 ", Type("JSON")), " 12 ");
     // Types that no value has.
     for (const duckdb_type type : {DUCKDB_TYPE_INVALID, DUCKDB_TYPE_ANY, DUCKDB_TYPE_STRING_LITERAL}) {
         const OwnedLogicalType none(duckdb_create_logical_type(type));
-        EXPECT_EQ(Cast("1", none).find("!Cannot cast a value to the type"), 0) << type;
-        OwnedValue value; // and without an error out-parameter
-        EXPECT_EQ(duckdb_cast_value(MakeText("1").Get(), none.Get(), value.Put(), nullptr), DuckDBError);
+        EXPECT_EQ(CastText("1", none).find("!Cannot cast a value to the type"), 0) << type;
     }
-    EXPECT_EQ(Cast("1", OwnedLogicalType(duckdb_create_logical_type(DUCKDB_TYPE_STRUCT)))[0], '!');
-    EXPECT_EQ(Cast("1", OwnedLogicalType()), "!");
+    EXPECT_EQ(CastText("1", OwnedLogicalType(duckdb_create_logical_type(DUCKDB_TYPE_STRUCT)))[0], '!');
+    EXPECT_EQ(CastText("1", OwnedLogicalType()), "!");
     const OwnedLogicalType integer = Type("INTEGER");
     const OwnedValue null(duckdb_create_null_value());
-    OwnedValue value;
-    EXPECT_EQ(duckdb_cast_value(nullptr, integer.Get(), value.Put(), nullptr), DuckDBError);
+    EXPECT_EQ(Cast(OwnedValue(), integer).mText, "!");
+    EXPECT_EQ(Cast(null, integer).mText, "NULL");
     EXPECT_EQ(duckdb_cast_value(null.Get(), integer.Get(), nullptr, nullptr), DuckDBError);
-    EXPECT_EQ(duckdb_cast_value(null.Get(), integer.Get(), value.Put(), nullptr), DuckDBSuccess);
-    EXPECT_EQ(TextOf(value), "NULL");
 }
 
 TEST_F(CastValue, JsonIsCheckedOnEveryThread) {
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads; // joined by their destructors
     for (int thread = 0; thread < 4; ++thread) {
         threads.emplace_back([json = Type("JSON")] {
             for (int turn = 0; turn < 25; ++turn) {
-                EXPECT_EQ(Cast("[" + std::to_string(turn) + "]", json), "[" + std::to_string(turn) + "]");
-                EXPECT_EQ(Cast("[", json)[0], '!');
+                EXPECT_EQ(CastText("[" + std::to_string(turn) + "]", json), "[" + std::to_string(turn) + "]");
+                EXPECT_EQ(CastText("[", json)[0], '!');
             }
         });
     }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
 }
 
+/// JSON texts, and the number of their VARIANT or the error. Brackets inside texts don't nest, not even after
+/// an escaped quote; those after the text do.
+constexpr const char* kNested = R"(
+    '{"a":1}'|29; '7'|11; 'null'|0; '[[],{},[]]'|30; concat('[', repeat('[],', 1001), '1]')|30
+    concat(repeat('[', 1000), repeat(']', 1000))|30; concat('["\"', repeat('[', 1001), '\""]')|30
+    concat(repeat('[', 1001), repeat(']', 1001))|!JSON is nested deeper than 1000 levels
+    concat('["\"", ', repeat('[', 1001), repeat(']', 1001), ']')|!JSON is nested deeper than 1000 levels)";
+
 TEST_F(CastValue, JsonBecomesAVariantUnlessItIsTooDeep) {
-    const std::string deep(1001, '[');
-    const std::string deepEnd(1001, ']');
-    const std::pair<std::string, std::int32_t> kCases[] = {
-        {"{\"a\":1}", 29},
-        {"7", 11},
-        {"null", 0},
-        {deep.substr(1) + deepEnd.substr(1), 30},
-        {deep + deepEnd, -2},
-        {"[[],{},[]]", 30},
-        // Brackets inside texts don't nest, not even after an escaped quote; those after the text do.
-        {"[\"\\\"" + deep + "\\\"\"]", 30},
-        {"[\"\\\"\", " + deep + deepEnd + "]", -2},
-    };
     const OwnedLogicalType json = Type("JSON");
     const OwnedLogicalType variant = Type("VARIANT");
-    for (const auto& [text, number] : kCases) {
-        OwnedValue asJson;
-        OwnedValue asVariant;
-        OwnedText error;
-        ASSERT_EQ(duckdb_cast_value(MakeText(text).Get(), json.Get(), asJson.Put(), nullptr), DuckDBSuccess);
-        if (duckdb_cast_value(asJson.Get(), variant.Get(), asVariant.Put(), error.Put()) != DuckDBSuccess) {
-            EXPECT_EQ(number, -2);
-            EXPECT_STREQ(error.Get(), "JSON is nested deeper than 1000 levels");
-        } else {
-            EXPECT_EQ(duckdb_value_variant_type(asVariant.Get()), number) << text.substr(0, 20);
-        }
+    for (const auto& row : Table(kNested)) {
+        const auto [value, text] = Cast(Cast(FirstCell("SELECT " + row[0]), json).mValue, variant);
+        EXPECT_EQ(value ? std::to_string(duckdb_value_variant_type(value.Get())) : text, row[1]) << row[0];
     }
     const OwnedLogicalType list(duckdb_create_list_type(variant.Get()));
-    const OwnedValue numbers = CellOf(FirstChunk("SELECT [1, 2]"));
-    OwnedValue value;
-    ASSERT_EQ(duckdb_cast_value(numbers.Get(), list.Get(), value.Put(), nullptr), DuckDBSuccess);
+    const OwnedValue value = Cast(FirstCell("SELECT [1, 2]"), list).mValue;
     const OwnedValue first(duckdb_get_list_child(value.Get(), 0));
     EXPECT_EQ(duckdb_value_variant_type(first.Get()), 5);
     EXPECT_EQ(TextOf(duckdb_logical_type_to_string(list.Get())), "VARIANT[]");
@@ -119,52 +105,51 @@ class ExtractedStatements : public SupportTest {
 protected:
     OwnedExtractedStatements Extract(const std::string& inSql) {
         OwnedExtractedStatements statements;
-        mCount = duckdb_extract_statements(mDuck->Connection(), inSql.c_str(), statements.Put());
+        mCount = duckdb_extract_statements(mDuck.Connection(), inSql.c_str(), statements.Put());
         return statements;
     }
     static std::string SqlOf(const OwnedExtractedStatements& inStatements, idx_t inIndex) {
         return TextOf(duckdb_extracted_statement_sql(inStatements.Get(), inIndex));
     }
+    /// The beginnings of the statements' texts, and of the one after the last.
+    std::string TextsOf(const std::string& inScript, std::size_t inLength) {
+        const OwnedExtractedStatements statements = Extract(inScript);
+        std::string texts;
+        for (idx_t index = 0; index <= mCount; ++index) {
+            texts += SqlOf(statements, index).substr(0, inLength) + "|";
+        }
+        return texts;
+    }
     duckdb_state Prepare(const OwnedExtractedStatements& inStatements, idx_t inIndex,
                          OwnedPreparedStatement& outPrepared) {
-        return prepare_extracted_copy(mDuck->Connection(), inStatements.Get(), inIndex, outPrepared.Put());
+        return prepare_extracted_copy(mDuck.Connection(), inStatements.Get(), inIndex, outPrepared.Put());
     }
 
     idx_t mCount = 0;
 };
 
 TEST_F(ExtractedStatements, EachHasItsOwnTextOfTheScript) {
-    const OwnedExtractedStatements statements =
-        Extract("SELECT 1;\n-- two\nSELECT ';' AS ä ; ; CREATE TABLE t(a INTEGER)");
-    ASSERT_EQ(mCount, 3);
-    EXPECT_EQ(SqlOf(statements, 0), "SELECT 1");
-    EXPECT_EQ(SqlOf(statements, 1), "\n-- two\nSELECT ';' AS ä ");
-    EXPECT_EQ(SqlOf(statements, 2), " CREATE TABLE t(a INTEGER)");
-    EXPECT_EQ(SqlOf(statements, 3), "null");
+    EXPECT_EQ(TextsOf("SELECT 1;\n-- two\nSELECT ';' AS ä ; ; CREATE TABLE t(a INTEGER)", 99),
+              "SELECT 1|\n-- two\nSELECT ';' AS ä | CREATE TABLE t(a INTEGER)|null|");
     EXPECT_EQ(SqlOf(OwnedExtractedStatements(), 0), "null");
     // Statements that DuckDB expands from one have their own texts.
-    mDuck->Run("CREATE TABLE t(a INTEGER, b INTEGER)");
-    const OwnedExtractedStatements made =
-        Extract("PIVOT t ON a USING sum(b); ALTER TABLE t ADD COLUMN q DOUBLE DEFAULT random()");
-    std::string beginnings;
-    for (idx_t index = 0; index < mCount; ++index) {
-        beginnings += SqlOf(made, index).substr(0, 5) + "|";
-    }
-    EXPECT_EQ(beginnings, "CREAT|SELEC|BEGIN|ALTER|UPDAT|ALTER|COMMI|");
+    mDuck.Run("CREATE TABLE t(a INTEGER, b INTEGER)");
+    EXPECT_EQ(TextsOf("PIVOT t ON a USING sum(b); ALTER TABLE t ADD COLUMN q DOUBLE DEFAULT random()", 5),
+              "CREAT|SELEC|BEGIN|ALTER|UPDAT|ALTER|COMMI|null|");
 }
 
 TEST_F(ExtractedStatements, ThatWereRemovedOrDontExistCantBePrepared) {
     const OwnedExtractedStatements statements = Extract("SELECT 1; SELECT 2");
     OwnedPreparedStatement taken;
     OwnedPreparedStatement again;
-    ASSERT_EQ(duckdb_prepare_extracted_statement(mDuck->Connection(), statements.Get(), 0, taken.Put()),
+    ASSERT_EQ(duckdb_prepare_extracted_statement(mDuck.Connection(), statements.Get(), 0, taken.Put()),
               DuckDBSuccess);
     EXPECT_EQ(SqlOf(statements, 0), "null");
     EXPECT_EQ(Prepare(statements, 0, again), DuckDBError);
     EXPECT_EQ(Prepare(statements, 2, again), DuckDBError);
     EXPECT_EQ(Prepare(OwnedExtractedStatements(), 1, again), DuckDBError);
     EXPECT_EQ(prepare_extracted_copy(nullptr, statements.Get(), 1, again.Put()), DuckDBError);
-    EXPECT_EQ(prepare_extracted_copy(mDuck->Connection(), statements.Get(), 1, nullptr), DuckDBError);
+    EXPECT_EQ(prepare_extracted_copy(mDuck.Connection(), statements.Get(), 1, nullptr), DuckDBError);
     EXPECT_FALSE(again);
 }
 
@@ -179,7 +164,7 @@ TEST_F(ExtractedStatements, CopiesPrepareLikeTheStatements) {
         }
         return text;
     };
-    mDuck->Run("CREATE TABLE t(a INTEGER, b INTEGER)");
+    mDuck.Run("CREATE TABLE t(a INTEGER, b INTEGER)");
     for (const auto& script :
          Table(R"(SELECT $x, $y, $x; INSERT INTO t VALUES (?, $2) RETURNING a; UPDATE t SET a = ? WHERE b = ?
         EXPLAIN SELECT ?; COPY (SELECT ?) TO 'unused.csv'; PREPARE x AS SELECT $1; EXECUTE nothing; CREATE MACRO m(a) AS a
@@ -191,7 +176,7 @@ TEST_F(ExtractedStatements, CopiesPrepareLikeTheStatements) {
             OwnedPreparedStatement original;
             const duckdb_state copied = Prepare(statements, index, copy);
             const duckdb_state taken = duckdb_prepare_extracted_statement(
-                mDuck->Connection(), statements.Get(), index, original.Put());
+                mDuck.Connection(), statements.Get(), index, original.Put());
             EXPECT_EQ(describe(copied, copy), describe(taken, original)) << script[0];
         }
     }

@@ -2,8 +2,6 @@
 /// The fixture of the tests of duckdb_support/: a DuckDB in memory, and short functions for values.
 #pragma once
 
-#include <optional>
-
 #include <gtest/gtest.h>
 
 #include "duckdb_support/supplement.h"
@@ -14,31 +12,26 @@ namespace orlimbara::duckdb_support::test {
 
 using tests_support::Table;
 
-constexpr auto kVariantId = static_cast<duckdb_type>(41);
+/// Checks at its end that every handle is gone.
+struct NothingHeld {
+    ~NothingHeld() { EXPECT_EQ(LiveHandleCount(), 0); }
+};
 
 /// A DuckDB in memory. After each test every handle must be gone.
 class SupportTest : public testing::Test {
 protected:
-    void SetUp() override {
-        mDuck.emplace();
-        mDuck->Run("SET TimeZone = 'UTC'"); // casts without a connection have no other
-    }
-    void TearDown() override {
-        mDuck.reset();
-        EXPECT_EQ(LiveHandleCount(), 0);
-    }
+    SupportTest() { mDuck.Run("SET TimeZone = 'UTC'"); } // casts without a connection have no other
 
     OwnedDataChunk FirstChunk(const std::string& inSql) const {
-        const OwnedResult result = mDuck->Run(inSql);
-        return OwnedDataChunk(duckdb_fetch_chunk(result.Struct()));
+        return OwnedDataChunk(duckdb_fetch_chunk(mDuck.Run(inSql).Struct()));
+    }
+    OwnedValue FirstCell(const std::string& inSql) const {
+        return OwnedValue(duckdb_data_chunk_get_value(FirstChunk(inSql).Get(), 0, 0));
     }
 
-    std::optional<tests_support::Duck> mDuck;
+    const NothingHeld mLast;
+    const tests_support::Duck mDuck;
 };
-
-inline OwnedValue CellOf(const OwnedDataChunk& inChunk, idx_t inColumn = 0, idx_t inRow = 0) {
-    return OwnedValue(duckdb_data_chunk_get_value(inChunk.Get(), inColumn, inRow));
-}
 
 inline std::string TextOf(char* inText) {
     const OwnedText text(inText);

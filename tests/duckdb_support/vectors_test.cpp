@@ -25,7 +25,7 @@ class Vectors : public SupportTest {};
 TEST_F(Vectors, VariantsGiveTheirNumberAndAPayloadOfItsType) {
     for (const auto& row : Table(kVariants)) {
         const OwnedDataChunk chunk = FirstChunk("SELECT (" + row[0] + ")::VARIANT");
-        const OwnedValue value = CellOf(chunk);
+        const OwnedValue value(duckdb_data_chunk_get_value(chunk.Get(), 0, 0));
         const OwnedValue child(duckdb_value_variant_child(value.Get()));
         EXPECT_EQ((std::vector{row[0], std::to_string(duckdb_value_variant_type(value.Get())), TypeOf(child),
                                TextOf(child)}),
@@ -40,11 +40,11 @@ TEST_F(Vectors, VariantsGiveTheirNumberAndAPayloadOfItsType) {
         EXPECT_TRUE(row[1] != "6" || std::to_string(column.Fixed<std::int64_t>(0)) == row[3]);
     }
     for (const char* sql : {"NULL", "NULL::VARIANT", "NULL::INTEGER", "'null'::JSON::VARIANT"}) {
-        const OwnedValue value = CellOf(FirstChunk(std::string("SELECT ") + sql));
+        const OwnedValue value = FirstCell(std::string("SELECT ") + sql);
         EXPECT_EQ(duckdb_value_variant_type(value.Get()), 0) << sql;
         EXPECT_EQ(TextOf(OwnedValue(duckdb_value_variant_child(value.Get()))), "NULL") << sql;
     }
-    for (const OwnedValue& value : {CellOf(FirstChunk("SELECT 42")), OwnedValue()}) {
+    for (const OwnedValue& value : {FirstCell("SELECT 42"), OwnedValue()}) {
         EXPECT_EQ(duckdb_value_variant_type(value.Get()), -1);
         EXPECT_EQ(duckdb_value_variant_child(value.Get()), nullptr);
     }
