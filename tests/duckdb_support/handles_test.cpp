@@ -10,32 +10,31 @@ void EndProbe(int** ioHandle) {
     ++**ioHandle;
     throw 1; // an owner must ignore this
 }
+using Counts = std::vector<std::int64_t>;
 using Probe = OwnedHandle<int*, HandleKind::Bytes, EndProbe>;
 
 class Handles : public SupportTest {};
 
 TEST_F(Handles, AreDestroyedExactlyOnce) {
     int ended[2] = {};
-    const auto tell = [&] {
-        return std::to_string(ended[0]) + " and " + std::to_string(ended[1]) +
-               " times ended, held: " + std::to_string(LiveHandleCount(HandleKind::Bytes));
-    };
+    // How often each was ended, and how many are held.
+    const auto counts = [&] { return Counts{ended[0], ended[1], LiveHandleCount(HandleKind::Bytes)}; };
     {
         Probe first(&ended[0]);
         Probe second(std::move(first));
         EXPECT_FALSE(first);
         EXPECT_EQ(second.Get(), &ended[0]);
         Probe third(&ended[1]);
-        EXPECT_EQ(tell(), "0 and 0 times ended, held: 2");
+        EXPECT_EQ(counts(), (Counts{0, 0, 2}));
         third = std::move(second);
-        EXPECT_EQ(tell(), "0 and 1 times ended, held: 1") << "an assignment ends what was held";
+        EXPECT_EQ(counts(), (Counts{0, 1, 1})) << "an assignment ends what was held";
         third.Reset();
-        EXPECT_EQ(tell(), "1 and 1 times ended, held: 0");
+        EXPECT_EQ(counts(), (Counts{1, 1, 0}));
         EXPECT_FALSE(third);
         *third.Put() = &ended[1];
-        EXPECT_EQ(tell(), "1 and 1 times ended, held: 1");
+        EXPECT_EQ(counts(), (Counts{1, 1, 1}));
     }
-    EXPECT_EQ(tell(), "1 and 2 times ended, held: 0");
+    EXPECT_EQ(counts(), (Counts{1, 2, 0}));
 }
 
 TEST_F(Handles, InSharedCellsCloseForAllHoldersAndOnlyOnRequest) {
