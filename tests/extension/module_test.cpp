@@ -21,7 +21,10 @@ TEST(Module, ExportsItsTwoFunctionsAndNothingElse) {
     EXPECT_STREQ(names, "orlimbara_extension_bind_api\norlimbara_extension_init\n");
 }
 
-TEST(Module, GivesItsRootObjectAndProceduresWhenItIsLoaded) {
+TEST(Module, GivesItsRootObjectAndProceduresBesideItsOwnDuckDBAlone) {
+    // Another DuckDB has the name of the library, so that the loader uses it for the module.
+    const char* const other = std::getenv("OTHER_DUCKDB");
+    ASSERT_TRUE(!other || ::dlopen(other, RTLD_NOW | RTLD_GLOBAL)) << ::dlerror();
     void* const module = ::dlopen(std::getenv("ORLIMBARA_MODULE"), RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
     ASSERT_TRUE(module) << ::dlerror();
     const auto bindApi =
@@ -30,14 +33,19 @@ TEST(Module, GivesItsRootObjectAndProceduresWhenItIsLoaded) {
     ASSERT_TRUE(bindApi && init);
 
     standin::ProcedureContext context;
+    std::vector<std::string> refusal;
+    if (other) {
+        init(context.get_Handle()); // has nowhere to report to
+        refusal = {"orlimbara_duckdb needs DuckDB " DUCKDB_VERSION ", but the library is v1.4.9."};
+    }
+    EXPECT_TRUE(context.get_Errors().empty());
     bindApi(standin::GetProcedureTable());
     init(context.get_Handle());
-    EXPECT_TRUE(context.get_Errors().empty());
-    EXPECT_EQ(standin::ListProcedures().size(), 5u);
+    EXPECT_EQ(context.get_Errors(), refusal);
+    EXPECT_EQ(standin::ListProcedures().size(), other ? 0u : 5u);
     const smart_ptr<I_DuckDBExtension> extension = GetDuckDBExtension();
-    ASSERT_TRUE(extension);
-    EXPECT_EQ(extension->get_RefsCount(), 2u) << "the host's reference and this test's";
-
+    EXPECT_EQ(extension ? extension->get_RefsCount() : 0, other ? 0u : 2u)
+        << "the host's reference and this test's";
     SetDuckDBExtension(nullptr);
     standin::ForgetProcedures();
 }
