@@ -10,19 +10,17 @@
 #include <unistd.h>
 
 #include "host/backup.h"
-#include "standin_test.h"
-#include "tests_support/table.h"
+#include "tests_support/host_fixture.h"
 
 namespace orkit::standin::test {
-
 namespace {
 
-namespace fs = std::filesystem;
+using namespace orkit::test;
 
-class Files : public StandinTest {
+class Files : public HostTest {
 protected:
     smart_ptr<I_File> FileOf(const std::string& inName, bool inIsReadOnly = false) const {
-        const smart_ptr<I_File> file = CreateFile(LocationOf(inName));
+        const smart_ptr<I_File> file = CreateFile(At(inName));
         file->put_IsReadOnly(inIsReadOnly);
         return file;
     }
@@ -56,11 +54,10 @@ TEST_F(Files, RefuseWithThePathAndTheCause) {
     open->Open();
     const std::pair<std::function<void()>, const char*> cases[] = {
         {[&] { FileOf("there")->Create(); }, "can't open file: File exists"},
-        {[&] { missing->Open(); }, "can't open file: No such file or directory"},
         {[&] { missing->ThrowOut(); }, "can't delete file: No such file or directory"},
         {[&] { missing->get_Size(); }, "file is not open"},
         {[&] { open->Open(); }, "file is open"},
-        {[&] { open->put_Location(LocationOf("missing")); }, "file is open"},
+        {[&] { open->put_Location(At("missing")); }, "file is open"},
         {[&] { FileOf("pipe")->Open(); }, "is not a file"},
         {[&] { FileOf("folder", true)->Open(); }, "is not a file"},
         {[&] { CreateFile(nullptr); }, "file needs a location"},
@@ -70,7 +67,8 @@ TEST_F(Files, RefuseWithThePathAndTheCause) {
     for (const auto& [call, refusal] : cases) {
         EXPECT_EQ(Refusal(call), refusal);
     }
-    EXPECT_EQ(Refusal([&] { missing->Open(); }, 0), PathOf("missing"));
+    EXPECT_EQ(Catch([&] { missing->Open(); }),
+              "xException 135168|" + PathOf("missing") + "|can't open file: No such file or directory");
 }
 
 /// A lock that conflicts with other locks like another process's, but without a process id.
@@ -122,7 +120,7 @@ TEST_F(Files, InspectAnOpenDatabaseWithoutDroppingItsLock) {
     EXPECT_TRUE(lock.Take());
 }
 
-class Locations : public StandinTest {
+class Locations : public HostTest {
 protected:
     Locations() {
         fs::create_directories(PathOf("real/sub"));
@@ -136,26 +134,26 @@ protected:
 
 // Two paths of one file would open it twice in one process. Some don't exist, or are below a file.
 TEST_F(Locations, OfOneFileHaveOnePath) {
-    for (const auto& row : tests_support::Table(R"(
+    for (const auto& row : Table(R"(
              ./real//file.db|real/file.db|file; link/sub/../file.db|real/file.db|file; file_link|real/file.db|file
              link/|real|real; link/../a.b.db|a.b.db|a.b; dangling|real/new.db|new
              missing/deeper/../new.db|missing/new.db|new; real/file.db/odd|real/file.db/odd|odd)")) {
-        for (const auto& location : {LocationOf(row[0]), LocationOf("")->get_ChildLocation(row[0].c_str())}) {
-            EXPECT_EQ(Narrow(location->get_Path()), PathOf(row[1])) << row[0];
-            EXPECT_EQ(Narrow(location->get_Name()), row[2]) << row[0];
+        for (const auto& location : {At(row[0]), At("")->get_ChildLocation(row[0].c_str())}) {
+            EXPECT_EQ(Text(location->get_Path()), PathOf(row[1])) << row[0];
+            EXPECT_EQ(Text(location->get_Name()), row[2]) << row[0];
         }
     }
-    EXPECT_EQ(Narrow(MakeLocation("/../..")->get_Path()), "/");
-    EXPECT_EQ(Narrow(MakeLocation("x.db")->get_Path()), (fs::current_path() / "x.db").string());
-    EXPECT_EQ(Narrow(LocationOf("file_link")->get_ParentLocation()->get_Path()), PathOf("real"));
+    EXPECT_EQ(Text(MakeLocation("/../..")->get_Path()), "/");
+    EXPECT_EQ(Text(MakeLocation("x.db")->get_Path()), (fs::current_path() / "x.db").string());
+    EXPECT_EQ(Text(At("file_link")->get_ParentLocation()->get_Path()), PathOf("real"));
     EXPECT_EQ(MakeLocation("/")->get_ParentLocation(), nullptr);
 }
 
 TEST_F(Locations, ThatNameNoFileStayAsGiven) {
     for (const char* const path : {":memory:", "md:sales"}) {
         const smart_ptr<I_Location> location = MakeLocation(path);
-        EXPECT_EQ(Narrow(location->get_Path()), path);
-        EXPECT_EQ(Narrow(location->get_Name()), path);
+        EXPECT_EQ(Text(location->get_Path()), path);
+        EXPECT_EQ(Text(location->get_Name()), path);
         EXPECT_FALSE(location->get_Exists());
         EXPECT_EQ(location->get_ParentLocation(), nullptr);
         EXPECT_EQ(location->QueryInterface(interface_id::kFolder), nullptr);
@@ -164,15 +162,15 @@ TEST_F(Locations, ThatNameNoFileStayAsGiven) {
     const std::string tooLong(300, 'n');
     for (const String& path :
          {String(""), String("a\0b", 3), String(PathOf("loop").c_str()), String(PathOf(tooLong).c_str())}) {
-        EXPECT_NE(Refusal([&] { MakeLocation(path); }), "") << Narrow(path);
+        EXPECT_NE(Refusal([&] { MakeLocation(path); }), "") << Text(path);
     }
-    EXPECT_NE(Refusal([&] { LocationOf("real")->get_ChildLocation(""); }), "");
-    EXPECT_NE(Refusal([&] { LocationOf("real")->get_ChildLocation("/etc"); }), "");
+    EXPECT_NE(Refusal([&] { At("real")->get_ChildLocation(""); }), "");
+    EXPECT_NE(Refusal([&] { At("real")->get_ChildLocation("/etc"); }), "");
 }
 
 TEST_F(Locations, HaveTheFolderAspectUnlessTheyAreFiles) {
-    EXPECT_EQ(LocationOf("file_link")->QueryInterface(interface_id::kFolder), nullptr);
-    const smart_ptr<I_Location> later = LocationOf("later");
+    EXPECT_EQ(At("file_link")->QueryInterface(interface_id::kFolder), nullptr);
+    const smart_ptr<I_Location> later = At("later");
     const I_Folder* const folder = QueryAspect<I_Folder>(later.get());
     ASSERT_NE(folder, nullptr);
     EXPECT_FALSE(folder->get_Exists() || later->get_Exists());
@@ -181,24 +179,24 @@ TEST_F(Locations, HaveTheFolderAspectUnlessTheyAreFiles) {
     EXPECT_EQ(later->QueryInterface(interface_id::kForeignPlugin), nullptr);
 }
 
-using Backups = StandinTest;
+using Backups = HostTest;
 
 TEST_F(Backups, GetTheirOwnSortedFolders) {
     const std::string folder = PathOf("deep/er/Backup");
     std::string before;
     for (int round = 0; round < 100; ++round) {
-        const auto location = gCreateBackupLocation(PrepareFolder(LocationOf("deep/er"), "Backup/"));
+        const auto location = gCreateBackupLocation(PrepareFolder(At("deep/er"), "Backup/"));
         EXPECT_TRUE(location->get_Exists());
-        EXPECT_LT(std::exchange(before, Narrow(location->get_Path())), Narrow(location->get_Path()));
+        EXPECT_LT(std::exchange(before, Text(location->get_Path())), Text(location->get_Path()));
     }
-    const std::string last = Narrow(gCreateBackupLocation(LocationOf("deep/er/Backup"))->get_Path());
-    EXPECT_EQ(Narrow(get_LastBackupLocation()->get_Path()), last);
+    const std::string last = Text(gCreateBackupLocation(At("deep/er/Backup"))->get_Path());
+    EXPECT_EQ(Text(get_LastBackupLocation()->get_Path()), last);
     EXPECT_TRUE(std::regex_match(last, std::regex(folder + "/[0-9]{8}T[0-9]{6}\\.[0-9]{3}-[0-9]{4}")))
         << last;
     std::ofstream(PathOf("Backup")) << "a file is there";
     EXPECT_EQ(PrepareFolder(nullptr, "Backup/"), nullptr);
-    EXPECT_NE(Refusal([&] { PrepareFolder(LocationOf(""), "Backup/"); }), "");
-    EXPECT_NE(Refusal([&] { gCreateBackupLocation(LocationOf("Backup")); }), "");
+    EXPECT_NE(Refusal([&] { PrepareFolder(At(""), "Backup/"); }), "");
+    EXPECT_NE(Refusal([&] { gCreateBackupLocation(At("Backup")); }), "");
     EXPECT_NE(Refusal([&] { gCreateBackupLocation(nullptr); }), "");
 }
 

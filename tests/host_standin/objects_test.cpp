@@ -3,20 +3,23 @@
 #include <cstdlib>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "host/engine_lock.h"
-#include "standin_test.h"
-#include "tests_support/table.h"
+#include "tests_support/host_fixture.h"
 
 namespace orkit::standin::test {
-
 namespace {
 
 using namespace orkit::orsql;
+using namespace orkit::test;
 using Value = smart_ptr<I_Value>;
+using Values = HostTest;
 
-using Values = StandinTest;
+std::string TextOf(const Value& inValue) {
+    String text;
+    inValue->get_String(text, -1);
+    return Text(text);
+}
 
 /// A number converted to other numbers.
 std::string NumbersOf(const Value& inValue) {
@@ -26,7 +29,7 @@ std::string NumbersOf(const Value& inValue) {
 
 TEST_F(Values, OfNumbersAndTextsAreTruncatedToTheRequestedWidth) {
     const Value real = CreateValueDouble(false, nullptr, nullptr);
-    for (const auto& row : tests_support::Table(R"(-2.9|-2 0 0; 255.9|255 255 255; 256|256 256 255; NaN|0 0 0
+    for (const auto& row : Table(R"(-2.9|-2 0 0; 255.9|255 255 255; 256|256 256 255; NaN|0 0 0
              0x1p63|9223372036854775807 9223372036854775808 255; -1e300|-9223372036854775808 0 0
              1e300|9223372036854775807 18446744073709551615 255)")) {
         real->put_Double(std::strtod(row[0].c_str(), nullptr));
@@ -59,7 +62,7 @@ TEST_F(Values, OfTextKeepToTheirCapacity) {
     EXPECT_EQ(TextOf(value), "\xF0\x9F\x98\x80x");
     String text;
     value->get_String(text, 2);
-    EXPECT_EQ(Narrow(text), "\xF0\x9F\x98\x80");
+    EXPECT_EQ(Text(text), "\xF0\x9F\x98\x80");
     value->get_String(text, 0);
     EXPECT_TRUE(text.isEmpty());
     value->put_IsNull(true);
@@ -103,7 +106,7 @@ TEST_F(Values, OfJsonKeepTheirTextGiveMembersAndGoIntoArrays) {
         R"({"s":"a\"\u0000\u20AC", "t":true, "z":null, "o":{ "k":[1.50]}, "n":-1.5e+2 } )";
     value->put_String(text);
     for (const String& other : {String("{"), String(""), String("{}\0", 3)}) {
-        EXPECT_EQ(Refusal([&] { value->put_String(other); }), "the text is not JSON") << Narrow(other);
+        EXPECT_EQ(Refusal([&] { value->put_String(other); }), "the text is not JSON") << Text(other);
     }
     EXPECT_EQ(TextOf(value), text);
     const auto* const json = QueryAspect<I_ValueJSON>(value.get());

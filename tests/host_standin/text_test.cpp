@@ -7,12 +7,12 @@
 
 #include "host/json.h"
 #include "host_standin/number_text.h"
-#include "standin_test.h"
-#include "tests_support/table.h"
+#include "tests_support/host_fixture.h"
 
 namespace orkit::standin::test {
-
 namespace {
+
+using namespace orkit::test;
 
 using namespace std::string_literals;
 
@@ -39,15 +39,15 @@ TEST(Text, ConvertsToAndFromUtf8ReplacingMalformedInput) {
                     std::u16string(before, 'x') + text + std::u16string(after, 'y');
                 const String read(given.data(), static_cast<std::ptrdiff_t>(given.size()));
                 ASSERT_EQ(Wide(read), expected) << bytes << ' ' << before << ' ' << after;
-                ASSERT_EQ(Narrow(read), std::filesystem::path(expected).string()) << bytes << ' ' << before;
+                ASSERT_EQ(Text(read), std::filesystem::path(expected).string()) << bytes << ' ' << before;
             }
         }
     }
     const std::string replaced = "\xEF\xBF\xBD";
     for (const std::u16string& text : {u"x\xD800"s, u"x\xDC00"s}) { // half a pair at the end
-        EXPECT_EQ(Narrow(String(text.data(), 2)), "x" + replaced);
+        EXPECT_EQ(Text(String(text.data(), 2)), "x" + replaced);
     }
-    EXPECT_EQ(Narrow(String(u"\xDC00\xD800x", 3)), replaced + replaced + "x");
+    EXPECT_EQ(Text(String(u"\xDC00\xD800x", 3)), replaced + replaced + "x");
     std::u16string buffer(4, u'#');
     EXPECT_EQ(ConvertToUTF16("\xC3\x9Fx", 3, GetConverter_UTF8(), buffer.data()), 2U);
     EXPECT_EQ(buffer, u"\u00DFx##");
@@ -72,7 +72,7 @@ constexpr const char* kNumbers = R"(
     1e999|1|1|Infinity; -1e999|-1|18446744073709551615|-Infinity; ١|0|0|0)"; // a digit of another script
 
 TEST(Text, IsReadAsTheNumberItBeginsWith) {
-    for (const auto& row : tests_support::Table(kNumbers)) {
+    for (const auto& row : Table(kNumbers)) {
         for (const char* const before : {"", " \t\n\r"}) {
             const String text((before + row[0]).c_str());
             EXPECT_EQ(std::to_string(text.parseLLong()), row.at(1)) << row[0];
@@ -85,9 +85,9 @@ TEST(Text, IsReadAsTheNumberItBeginsWith) {
     const double infinity = std::numeric_limits<double>::infinity();
     for (const auto& [number, text] : {std::pair(-0.0, "-0"), std::pair(1.0 / 3, "0.3333333333333333"),
                                        std::pair(-infinity, "-Infinity")}) {
-        EXPECT_EQ(Narrow(FormatNumber(number)), text);
+        EXPECT_EQ(Text(FormatNumber(number)), text);
     }
-    EXPECT_EQ(Narrow(FormatNumber(0.1F)), "0.1");
+    EXPECT_EQ(Text(FormatNumber(0.1F)), "0.1");
 }
 
 TEST(JsonTexts, AreValidExactlyWhenTheWholeTextIsOneValue) {
@@ -109,14 +109,13 @@ TEST(JsonTexts, GiveTheMembersOfTheTopObject) {
     const Json json(R"( { "message" : "a \"b\"\n\u20ac", "number":-1.50e+2,
         "big":123456789012345678901234567890, "beyond":-12.5e400, "yes":true, "nothing":null, "list":[1, [2 ] ,{"deep":3}],
         "object" : { "deep" : "]}" }, "twice":1, "twice":2, "":"empty name", "zero\u0000in":"z" } )");
-    for (const auto& row :
-         tests_support::Table(R"(number|-1.50e+2; big|123456789012345678901234567890; twice|1
+    for (const auto& row : Table(R"(number|-1.50e+2; big|123456789012345678901234567890; twice|1
              beyond|-12.5e400; yes|true; nothing|; list|[1, [2 ] ,{"deep":3}]; object|{ "deep" : "]}" }
              |empty name; zero|; deep|; Message|)")) {
-        EXPECT_EQ(Narrow(json.get_JsonValue(row[0].c_str())), row.at(1)) << row[0];
+        EXPECT_EQ(Text(json.get_JsonValue(row[0].c_str())), row.at(1)) << row[0];
     }
-    EXPECT_EQ(Narrow(json.get_JsonValue("message")), "a \"b\"\n\xE2\x82\xAC");
-    EXPECT_EQ(Narrow(json.get_JsonValue(String("zero\0in", 7))), "z");
+    EXPECT_EQ(Text(json.get_JsonValue("message")), "a \"b\"\n\xE2\x82\xAC");
+    EXPECT_EQ(Text(json.get_JsonValue(String("zero\0in", 7))), "z");
     EXPECT_TRUE(Json("[{\"a\":1}]").get_JsonValue("a").isEmpty());
 }
 

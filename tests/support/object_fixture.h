@@ -1,77 +1,45 @@
 /// @file
-/// The fixture of all tests on the object side: the module's code bound to the stand-in host, a folder for
-/// each test, and the check that nothing is alive after it.
+/// The fixture of all tests on the object side: the module's code bound to the stand-in host, and the check
+/// that nothing is alive after a test.
 #pragma once
 
+#include <algorithm>
+#include <cctype>
 #include <cstdint>
-#include <cstdio>
-#include <exception>
-#include <filesystem>
-#include <functional>
 #include <initializer_list>
-#include <string>
-#include <string_view>
-
-#include <gtest/gtest.h>
 
 #include "duckdb_support/handle_count.h"
 #include "extension/exports.h"
 #include "host/backup.h"
 #include "host/duckdb_objects.h"
-#include "host/exceptions.h"
 #include "host/runtime.h"
-#include "host_standin/faults.h"
-#include "host_standin/live_objects.h"
-#include "host_standin/locations.h"
 #include "host_standin/procedure_table.h"
-#include "tests_support/table.h"
-#include "tests_support/temp_folder.h"
+#include "tests_support/host_fixture.h"
 
 namespace orkit::orsql::test {
 
-namespace fs = std::filesystem;
+using namespace orkit::test;
 namespace support = orlimbara::duckdb_support;
 
 using support::HandleKind;
 using support::LiveHandleCount;
-using tests_support::Rows;
-using tests_support::Table;
 using Cursor = smart_ptr<I_DuckDBCursor>;
 using Database = smart_ptr<I_DuckDBDatabase>;
 using QueryResult = smart_ptr<I_DuckDBQueryResult>;
 using Statement = smart_ptr<I_DuckDBStatement>;
 using Value = smart_ptr<I_Value>;
 
-/// A String of UTF-8.
-inline String Wide(std::string_view inText) {
-    return String(inText.data(), static_cast<std::ptrdiff_t>(inText.size()));
-}
-
-/// A text for messages and comparisons, in UTF-8.
-inline std::string Text(const String& inText) {
-    const StFromUTF16 narrow(inText, GetConverter_UTF8());
-    return {narrow.c_str(), narrow.get_Length()};
-}
-
+using orkit::test::Text;
 /// A cell as text: "NULL", the host's text of the value, or the bytes of a binary value as "x'CAFE'".
 inline std::string Text(const Value& inValue) {
     if (!inValue || inValue->get_IsNull()) {
         return inValue ? "NULL" : "no value";
     }
-    if (const auto* const binary = QueryAspect<I_ValueBinary>(inValue.get())) {
-        std::vector<unsigned char> bytes(inValue->get_Length());
-        bytes.resize(binary->ReadBytes(bytes.data(), inValue->get_Length()));
-        std::string text = "x'";
-        for (const unsigned char byte : bytes) {
-            char hex[3];
-            std::snprintf(hex, sizeof hex, "%02X", byte);
-            text += hex;
-        }
-        return text + "'";
-    }
-    String text;
-    inValue->get_String(text, -1);
-    return Text(text);
+    String wide;
+    inValue->get_String(wide, -1);
+    std::string text = Text(wide), upper = text;
+    std::ranges::transform(text, upper.begin(), [](unsigned char digit) { return std::toupper(digit); });
+    return QueryAspect<I_ValueBinary>(inValue.get()) ? "x'" + upper + "'" : text;
 }
 
 /// Reads a cursor from its position to its end.
@@ -117,32 +85,6 @@ inline smart_ptr<RowArray> RowsOf(std::initializer_list<smart_ptr<ValueArray>> i
     return ArrayOf<ValueArray>(inRows);
 }
 
-/// Calls a function. @return what it threw: "CLASS CODE" and the exception's texts, each after a '|'; for a
-/// std::exception "std::exception|" and its `what`; "" if it threw nothing.
-inline std::string Catch(const std::function<void()>& inCall) {
-    const auto describe = [](const char* inClass, const xException& inError) {
-        std::string text = inClass + std::to_string(inError.get_Code());
-        for (std::size_t index = 0; index < xException::kTextCount; ++index) {
-            text += inError.get_Text(index) ? "|" + Text(*inError.get_Text(index)) : "";
-        }
-        return text;
-    };
-    try {
-        inCall();
-        return "";
-    } catch (const xDuckDBError& error) {
-        return describe("xDuckDBError ", error);
-    } catch (const xFeatureError& error) {
-        return describe("xFeatureError ", error);
-    } catch (const xDBError& error) {
-        return describe("xDBError ", error);
-    } catch (const xException& error) {
-        return describe("xException ", error);
-    } catch (const std::exception& error) {
-        return std::string("std::exception|") + error.what();
-    }
-}
-
 /// Checks that a call throws xDuckDBError, code 468225, with these two texts and no others.
 inline void ExpectError(const std::function<void()>& inCall, const std::string& inContext,
                         const std::string& inMessage) {
@@ -151,14 +93,12 @@ inline void ExpectError(const std::function<void()>& inCall, const std::string& 
 /// The same for a message of DuckDB's, which must contain `inPart`.
 inline void ExpectErrorWith(const std::function<void()>& inCall, const std::string& inContext,
                             const std::string& inPart) {
-    const std::string thrown = Catch(inCall);
-    EXPECT_TRUE(thrown.starts_with("xDuckDBError 468225|" + inContext + "|")) << thrown;
-    EXPECT_NE(thrown.find(inPart), std::string::npos) << inPart << " isn't in: " << thrown;
+    const std::string thrown = Catch(inCall), begin = "xDuckDBError 468225|" + inContext + "|";
+    EXPECT_TRUE(thrown.starts_with(begin) && thrown.find(inPart) != thrown.npos) << inPart << ": " << thrown;
 }
 
-/// Base of the tests: no object may be alive before and after each of them, when the members of its class
-/// are gone.
-class ObjectTest : public ::testing::Test {
+/// Base of the tests: no handle may be alive after each of them, when the members of its class are gone.
+class ObjectTest : public HostTest {
 protected:
     ObjectTest() {
         if (!GetDuckDBExtension()) { // once in this process, as the host does
@@ -166,24 +106,17 @@ protected:
             orlimbara_extension_bind_api(standin::GetProcedureTable());
             orlimbara_extension_init(context.get_Handle());
         }
-        standin::ClearFaults();
-        ExpectNothingAlive();
     }
     ~ObjectTest() override {
         mDatabase.reset();
-        standin::ClearFaults();
-        ExpectNothingAlive();
+        for (std::size_t kind = 0; kind < support::kHandleKindNames.size(); ++kind) {
+            EXPECT_EQ(LiveHandleCount(static_cast<HandleKind>(kind)), 0) << support::kHandleKindNames[kind];
+        }
     }
 
     /// The root object, obtained as by the host.
     static smart_ptr<I_DuckDBExtension> Extension() { return GetDuckDBExtension(); }
-    /// This test's own folder, empty at the start and deleted at the end.
-    const fs::path& Folder() const { return mFolder.Path(); }
-    /// A location of a file in the test's folder, or of ":memory:".
-    smart_ptr<I_Location> At(const std::string& inName) const {
-        return standin::MakeLocation(Wide(inName == ":memory:" ? inName : (Folder() / inName).string()));
-    }
-    /// A closed database object there.
+    /// A closed database object in the folder, or in memory.
     Database MakeDatabase(const std::string& inName) const { return Extension()->CreateDatabase(At(inName)); }
     /// A new, open database.
     Database CreateDatabase(const std::string& inName = ":memory:") const {
@@ -235,17 +168,6 @@ protected:
     }
 
     Database mDatabase; ///< for the test's use; released before the final checks
-
-private:
-    static void ExpectNothingAlive() {
-        for (std::size_t kind = 0; kind < support::kHandleKindNames.size(); ++kind) {
-            EXPECT_EQ(LiveHandleCount(static_cast<HandleKind>(kind)), 0) << support::kHandleKindNames[kind];
-        }
-        // A failure prints them as bytes, in the order of the members.
-        EXPECT_EQ(standin::CountLiveObjects(), standin::LiveObjects{});
-    }
-
-    tests_support::TempFolder mFolder;
 };
 
 } // namespace orkit::orsql::test

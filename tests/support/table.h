@@ -2,6 +2,8 @@
 /// Tables for tests, written as texts.
 #pragma once
 
+#include <algorithm>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -12,23 +14,18 @@ using Rows = std::vector<std::vector<std::string>>;
 
 /// Rows end at ';' or a line feed, '|' separates cells, and spaces around a cell are ignored. Empty rows are
 /// skipped.
-inline Rows Table(const std::string& inText) {
-    Rows rows(1);
-    std::size_t begin = 0;
-    for (std::size_t end = 0; end != inText.npos; begin = end + 1) {
-        end = inText.find_first_of("|;\n", begin);
-        std::string cell = inText.substr(begin, end - begin);
-        cell.erase(cell.find_last_not_of(' ') + 1);
-        cell.erase(0, cell.find_first_not_of(' '));
-        rows.back().push_back(cell);
-        if (end == inText.npos || inText[end] != '|') {
-            if (rows.back() == std::vector<std::string>{""}) {
-                rows.back().clear();
-            } else
-                rows.emplace_back();
+inline Rows Table(std::string inText) {
+    Rows rows;
+    std::ranges::replace(inText, ';', '\n');
+    std::istringstream lines(inText);
+    for (std::string line, cell; std::getline(lines, line);) {
+        std::vector<std::string>& row = rows.emplace_back();
+        for (std::istringstream cells(line + '|'); std::getline(cells, cell, '|');) {
+            cell.erase(cell.find_last_not_of(' ') + 1);
+            row.push_back(cell.erase(0, cell.find_first_not_of(' ')));
         }
     }
-    rows.pop_back();
+    std::erase(rows, std::vector<std::string>{""});
     return rows;
 }
 

@@ -3,7 +3,6 @@
 #pragma once
 
 #include <filesystem>
-#include <stdexcept>
 #include <string>
 
 #include <stdlib.h>
@@ -16,10 +15,7 @@ public:
     TempFolder() {
         namespace fs = std::filesystem;
         std::string pattern = (fs::canonical(fs::temp_directory_path()) / "orlimbara-XXXXXX").string();
-        if (!::mkdtemp(pattern.data())) {
-            throw std::runtime_error("can't make a folder like " + pattern);
-        }
-        mPath = pattern;
+        mPath = ::mkdtemp(pattern.data());
     }
     TempFolder(const TempFolder&) = delete;
     TempFolder& operator=(const TempFolder&) = delete;
