@@ -43,14 +43,9 @@ inline void* AllocateOrFail(std::size_t inSize, void* inCaller) {
 
 } // namespace orkit::orsql::test
 
-// Not inlined: a compiler that sees malloc and free inside reports a mismatch.
+// Those for arrays call these. Not inlined: a compiler that sees malloc and free inside reports a mismatch.
 [[gnu::noinline]] void* operator new(std::size_t inSize) {
     return orkit::orsql::test::AllocateOrFail(inSize, __builtin_return_address(0));
 }
-[[gnu::noinline]] void* operator new[](std::size_t inSize) {
-    return orkit::orsql::test::AllocateOrFail(inSize, __builtin_return_address(0));
-}
 [[gnu::noinline]] void operator delete(void* inMemory) noexcept { std::free(inMemory); }
-[[gnu::noinline]] void operator delete[](void* inMemory) noexcept { std::free(inMemory); }
 [[gnu::noinline]] void operator delete(void* inMemory, std::size_t) noexcept { std::free(inMemory); }
-[[gnu::noinline]] void operator delete[](void* inMemory, std::size_t) noexcept { std::free(inMemory); }
