@@ -1,12 +1,11 @@
 // Rows are written as they are read: a run needs memory for DuckDB's own result, and little else.
-#include <cstdlib>
-
-#include <duckdb.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "tests_support/duck.h"
 
 namespace {
 
@@ -29,24 +28,15 @@ long PeakMemory(Body inBody) {
     return usage.ru_maxrss;
 }
 
-/// Runs the query through DuckDB's C functions and fetches its chunks.
-void RunPlainProgram() {
-    duckdb_database database = nullptr;
-    duckdb_connection connection = nullptr;
-    duckdb_result result;
-    duckdb_open(nullptr, &database);
-    duckdb_connect(database, &connection);
-    duckdb_query(connection, "SET threads = 1", nullptr);
-    if (duckdb_query(connection, kQuery, &result) == DuckDBSuccess) {
-        while (duckdb_data_chunk chunk = duckdb_fetch_chunk(result)) {
-            duckdb_destroy_data_chunk(&chunk);
+TEST(Memory, StaysNearThatOfAPlainProgram) {
+    const long plain = PeakMemory([] {
+        const tests_support::Duck duck;
+        duck.Run("SET threads = 1");
+        const auto result = duck.Run(kQuery);
+        while (orlimbara::duckdb_support::OwnedDataChunk(duckdb_fetch_chunk(result.Struct()))) {
         }
         _exit(0);
-    }
-}
-
-TEST(Memory, StaysNearThatOfAPlainProgram) {
-    const long plain = PeakMemory(RunPlainProgram);
+    });
     for (const char* const mode : {"csv", "jsonl", "line"}) {
         const long shell = PeakMemory(
             [&] { execl(ORSQL_PROGRAM, "orsql", "--threads", "1", "-m", mode, "-c", kQuery, nullptr); });

@@ -184,9 +184,7 @@ TEST(CsvReader, ReadsBackWhatCsvModeWrites) {
             }
             rows.Add(row);
         }
-        RenderSettings settings;
-        settings.hasHeader = false;
-        RC_ASSERT(ReadCsv(Rendered(Mode::Csv, settings, rows)) == records);
+        RC_ASSERT(ReadCsv(Rendered(Mode::Csv, {.hasHeader = false}, rows)) == records);
     }));
 }
 
@@ -212,26 +210,20 @@ TEST(Failure, ParsesDuckDBsText) {
 }
 
 TEST(Failure, ShowsThePlaceOnATerminal) {
-    const auto describe = [](const std::string& position, const std::string& statement,
-                             const ErrorStyle& style) {
-        Failure failure;
-        failure.className = "xDuckDBError";
-        failure.message =
-            R"({"exception_type":"Binder","exception_message":"no b","position":")" + position + "\"}";
-        failure.statement = statement;
-        return DescribeFailure(failure, style);
+    const auto describe = [](int position, const std::string& statement, const ErrorStyle& style) {
+        const std::string message = R"({"exception_type":"Binder","exception_message":"no b","position":")" +
+                                    std::to_string(position) + "\"}";
+        return DescribeFailure({.className = "xDuckDBError", .message = message, .statement = statement},
+                               style);
     };
-    ErrorStyle style;
-    EXPECT_EQ(describe("13", "SELECT 'é日',\nb FROM t", style),
-              "error: no b\n  type: Binder, position: 13\n");
-    style.isTerminal = true;
-    EXPECT_EQ(describe("13", "SELECT 'é日',\nb FROM t", style),
-              "error: no b\n  type: Binder, position: 13\n  SELECT 'é日',\n             ^\n");
-    EXPECT_EQ(
-        describe("20", "SELECT '日本語', b FROM t", style),
-        "error: no b\n  type: Binder, position: 20\n  SELECT '日本語', b FROM t\n                   ^\n");
-    style.width = 40;
-    const std::string shown = describe("20", std::string(20, 'x') + std::string(200, 'y'), style);
+    const std::string error = "error: no b\n  type: Binder, position: ";
+    EXPECT_EQ(describe(13, "SELECT 'é日',\nb FROM t", {}), error + "13\n");
+    EXPECT_EQ(describe(13, "SELECT 'é日',\nb FROM t", {.isTerminal = true}),
+              error + "13\n  SELECT 'é日',\n             ^\n");
+    EXPECT_EQ(describe(20, "SELECT '日本語', b FROM t", {.isTerminal = true}),
+              error + "20\n  SELECT '日本語', b FROM t\n                   ^\n");
+    const std::string shown =
+        describe(20, std::string(20, 'x') + std::string(200, 'y'), {.isTerminal = true, .width = 40});
     EXPECT_NE(shown.find("…"), std::string::npos);
     EXPECT_EQ(shown.find(std::string(40, 'y')), std::string::npos);
 }

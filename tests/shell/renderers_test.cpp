@@ -14,25 +14,41 @@
 namespace orlimbara::shell::test {
 namespace {
 
-/// The output of a mode for rows of texts.
-std::string RenderTable(Mode inMode, const RenderSettings& inSettings, std::vector<std::string> inNames,
-                        std::initializer_list<Row> inRows) {
-    TableRows rows(std::move(inNames));
-    for (const Row& row : inRows) {
-        rows.Add(row);
+/// Equal rows of a query, after which reading may fail.
+class TypedRows final : public RowSource {
+public:
+    TypedRows(std::size_t inColumns, std::size_t inRows, const Cell& inCell, const Column& inColumn,
+              bool inFails = false)
+        : mLeft(inRows), mRow(inColumns, inCell), mFails(inFails) {
+        mColumns.assign(inColumns, inColumn);
     }
+    bool Next(Row& outRow) override {
+        if (mLeft == 0 && mFails) {
+            throw std::runtime_error("out of rows");
+        }
+        outRow = mRow;
+        return mLeft-- > 0;
+    }
+
+private:
+    std::size_t mLeft;
+    Row mRow;
+    bool mFails;
+};
+
+template <class... Arguments>
+std::string RenderTyped(Mode inMode, const RenderSettings& inSettings, const Arguments&... inArguments) {
+    TypedRows rows(inArguments...);
     return Rendered(inMode, inSettings, rows);
 }
 
 TEST(Box, ShowsHeadAndTailWithTheCountBetween) {
     const auto show = [](std::uint64_t inLimit, int inCount) {
-        RenderSettings settings;
-        settings.maxRows = inLimit;
         TableRows rows({"n", "square"});
         for (int i = 1; i <= inCount; ++i) {
             rows.Add({NumberCell(i), NumberCell(std::int64_t{i} * i)});
         }
-        return Rendered(Mode::Box, settings, rows);
+        return Rendered(Mode::Box, {.maxRows = inLimit}, rows);
     };
     EXPECT_EQ(show(3, 1000), R"(┌──────┬─────────────────┐
 │    n │          square │
@@ -77,42 +93,12 @@ TEST(Box, FitsTheTerminalWheneverItCan) {
     }));
 }
 
-/// Equal rows of a query, after which reading may fail.
-class TypedRows final : public RowSource {
-public:
-    TypedRows(std::size_t inColumns, std::size_t inRows, const Cell& inCell, const Column& inColumn,
-              bool inFails = false)
-        : mLeft(inRows), mRow(inColumns, inCell), mFails(inFails) {
-        mColumns.assign(inColumns, inColumn);
-    }
-    bool Next(Row& outRow) override {
-        if (mLeft == 0 && mFails) {
-            throw std::runtime_error("out of rows");
-        }
-        outRow = mRow;
-        return mLeft-- > 0;
-    }
-
-private:
-    std::size_t mLeft;
-    Row mRow;
-    bool mFails;
-};
-
-template <class... Arguments>
-std::string RenderTyped(Mode inMode, const RenderSettings& inSettings, const Arguments&... inArguments) {
-    TypedRows rows(inArguments...);
-    return Rendered(inMode, inSettings, rows);
-}
-
 TEST(Box, LeavesMiddleColumnsOutRatherThanCutNumbers) {
-    RenderSettings settings;
-    settings.width = 40;
-    Column column;
-    column.name = "n";
-    column.type = "BIGINT";
-    column.isNumber = column.isWhole = true;
-    EXPECT_EQ(RenderTyped(Mode::Box, settings, 30, 2, NumberCell(123456789), column),
+    const Column column = {.name = "n", .type = "BIGINT", .isNumber = true, .isWhole = true};
+    const auto render = [&](auto... rows) {
+        return RenderTyped(Mode::Box, {.width = 40}, 30, rows..., column);
+    };
+    EXPECT_EQ(render(2, NumberCell(123456789)),
               R"(┌───────────┬───┬───────────┐
 │         n │ … │         n │
 │    BIGINT │ … │    BIGINT │
@@ -122,16 +108,12 @@ TEST(Box, LeavesMiddleColumnsOutRatherThanCutNumbers) {
 └───────────┴───┴───────────┘
 30 columns, 2 shown
 )");
-    EXPECT_NE(
-        RenderTyped(Mode::Box, settings, 30, 1, NumberCell(1), column).find("n = 1\none row of 30 columns"),
-        std::string::npos);
+    EXPECT_NE(render(1, NumberCell(1)).find("n = 1\none row of 30 columns"), std::string::npos);
 }
 
 TEST(Decimals, KeepTheirScaleUpToFifteenDigits) {
     for (const auto& [width, text] : {std::pair{15, "1.50"}, std::pair{16, "1.5"}}) {
-        Column column;
-        column.name = "d";
-        column.decimal = DecimalType{width, 2};
+        const Column column = {.name = "d", .decimal = DecimalType{width, 2}};
         const auto render = [&](Mode mode) { return RenderTyped(mode, {}, 1, 1, DoubleCell(1.5), column); };
         EXPECT_EQ(render(Mode::Line), std::string("d = ") + text + "\n");
         EXPECT_EQ(render(Mode::Box).find("shown to 15 digits") != std::string::npos, width > 15);
@@ -146,24 +128,21 @@ TEST(Terminals, ShowNothingThatActsOnThem) {
         controls += c + 0x7F; // 0x80 to 0x9F
         controls += c == '\n' || c == '\t' || c == ' ' ? 1 : c;
     }
-    RenderSettings settings;
-    settings.isTerminal = true;
+    const RenderSettings settings = {.isTerminal = true};
     for (const char32_t c : controls) {
         const std::string bytes = std::filesystem::path(std::u32string(1, c)).string();
-        std::string shown;
+        const auto cells = [&](Mode mode, const RenderSettings& how) {
+            return RenderTyped(mode, how, 1, 1, TextCell("b" + bytes), Column{.name = "a" + bytes});
+        };
+        const Failure failure = {.className = "orsql", .message = "d" + bytes};
+        std::string shown = DescribeFailure(failure, {true, false, 80});
         for (const Mode mode : {Mode::Box, Mode::Csv, Mode::Line, Mode::Markdown}) {
-            shown += RenderTable(mode, settings, {"a" + bytes}, {{TextCell("b" + bytes)}}) +
-                     Written(mode, settings, [&](Renderer& r) { r.WriteText("c" + bytes); });
+            shown += cells(mode, settings);
+            shown += Written(mode, settings, [&](Renderer& r) { r.WriteText("c" + bytes); });
         }
-        Failure failure;
-        failure.className = "orsql";
-        failure.message = "d" + bytes;
-        shown += DescribeFailure(failure, {true, false, 80});
         EXPECT_EQ(shown.find(bytes), std::string::npos) << int(c) << shown;
         EXPECT_EQ(HarmlessJson("\"" + bytes + "\"").find(bytes), c < 0x20 ? 1U : std::string::npos);
-        EXPECT_NE(RenderTable(Mode::Csv, {}, {"a"}, {{TextCell("b" + bytes)}}).find("b" + bytes),
-                  std::string::npos)
-            << "into a file";
+        EXPECT_NE(cells(Mode::Csv, {}).find("b" + bytes), std::string::npos) << "into a file";
     }
 }
 
@@ -209,16 +188,14 @@ TEST(Json, GivesDoublesThatReadBack) {
 }
 
 TEST(Json, StaysValidWhenRowsFailHalfWay) {
-    Column column;
-    column.name = "c";
-    column.type = "INTEGER";
-    column.typeId = 4;
-    EXPECT_EQ(RenderTyped(Mode::Jsonl, {}, 1, 1, NumberCell(1), column, true),
+    const Column column = {.name = "c", .type = "INTEGER", .typeId = 4};
+    const auto render = [&](Mode mode) { return RenderTyped(mode, {}, 1, 1, NumberCell(1), column, true); };
+    EXPECT_EQ(render(Mode::Jsonl),
               R"({"kind":"rows","columns":[{"name":"c","type":"INTEGER","id":4}],"rows":[[1]],)"
               R"("error":{"class":"std::exception","message":"out of rows"}})"
               "\n");
     rapidjson::Document document;
-    document.Parse(RenderTyped(Mode::Json, {}, 1, 1, NumberCell(1), column, true).c_str());
+    document.Parse(render(Mode::Json).c_str());
     ASSERT_FALSE(document.HasParseError());
     EXPECT_STREQ(document[0]["error"]["message"].GetString(), "out of rows");
 }
