@@ -18,19 +18,11 @@
 
 #include <sys/wait.h>
 
-#include "../statement/statement_fixture.h"
-#include "duckdb_support/handle_count.h"
-#include "extension/exports.h"
-#include "host/runtime.h"
-#include "host_standin/live_objects.h"
-#include "host_standin/locations.h"
-#include "host_standin/procedure_table.h"
+#include "tests_support/object_fixture.h"
 
 namespace orkit::orsql::test {
 namespace {
 
-using Cursor = smart_ptr<I_DuckDBCursor>;
-using Result = smart_ptr<I_DuckDBQueryResult>;
 using standin::ProcedureValue;
 
 bool gIsRandom = false;
@@ -82,7 +74,7 @@ std::string Walk(const Cursor& inCursor) {
     return text;
 }
 
-std::string Walk(Result inResult) {
+std::string Walk(QueryResult inResult) {
     std::string text;
     text.reserve(500000);
     while (inResult) {
@@ -146,10 +138,10 @@ void BindEveryType(I_DuckDBStatement& ioStatement) {
 
 /// Objects that a step is taken with; another thread may have the same database.
 struct Hands {
-    smart_ptr<I_DuckDBDatabase> mDatabase;
+    Database mDatabase;
     Statement mStatement;
     Cursor mCursor;
-    Result mResult;
+    QueryResult mResult;
 };
 
 // The first of each are for the round on memory; of the texts, it succeeds.
@@ -179,20 +171,19 @@ String Parameters(std::size_t inCount) {
     }
     return Wide(sql);
 }
-smart_ptr<I_DuckDBDatabase> Open(const char* inName) {
-    smart_ptr<I_DuckDBDatabase> database = GetDuckDBExtension()->CreateDatabase(At(inName));
+Database Open(const char* inName) {
+    Database database = GetDuckDBExtension()->CreateDatabase(At(inName));
     database->get_Exists() ? database->Open() : database->Create();
     return database;
 }
-void Fill(Hands& ioHands) {
-    ioHands.mDatabase = ioHands.mDatabase ? ioHands.mDatabase : Open(kNames[Pick(2)]);
-    ioHands.mStatement =
-        ioHands.mStatement ? ioHands.mStatement : ioHands.mDatabase->CreateStatement(SomeText());
-    ioHands.mCursor = ioHands.mCursor
-                          ? ioHands.mCursor
-                          : ioHands.mDatabase->SqlSelect(Wide("FROM range(9)"), SomeKind(), nullptr);
-    ioHands.mResult =
-        ioHands.mResult ? ioHands.mResult : ioHands.mDatabase->SqlQuery(SomeText(), SomeKind(), nullptr);
+Cursor Select(const Hands& h, const char* inSql, std::uint32_t inKind) {
+    return h.mDatabase->SqlSelect(Wide(inSql), inKind, nullptr);
+}
+void Fill(Hands& h) {
+    h.mDatabase = h.mDatabase ? h.mDatabase : Open(kNames[Pick(2)]);
+    h.mStatement = h.mStatement ? h.mStatement : h.mDatabase->CreateStatement(SomeText());
+    h.mCursor = h.mCursor ? h.mCursor : Select(h, "FROM range(9)", SomeKind());
+    h.mResult = h.mResult ? h.mResult : h.mDatabase->SqlQuery(SomeText(), SomeKind(), nullptr);
 }
 
 /// A step adds to a text what it saw.
@@ -210,13 +201,13 @@ const Step kSteps[] = {
         seen += Walk(database->SqlSelect(Wide("SELECT current_setting('threads')"), 1, nullptr));
     },
     [](Hands& h, auto& seen) { seen += std::to_string(h.mDatabase->SqlExecute(SomeText(), nullptr)); },
-    [](Hands& h, auto& seen) { seen += Walk(h.mCursor = h.mDatabase->SqlSelect(Wide(kTypes), 1, nullptr)); },
-    [](Hands& h, auto& seen) { seen += Walk(h.mCursor = h.mDatabase->SqlSelect(Wide(kTypes), 2, nullptr)); },
+    [](Hands& h, auto& seen) { seen += Walk(h.mCursor = Select(h, kTypes, 1)); },
+    [](Hands& h, auto& seen) { seen += Walk(h.mCursor = Select(h, kTypes, 2)); },
     [](Hands& h, auto& seen) {
         seen += Walk(h.mResult = h.mDatabase->SqlQuery(SomeText(), SomeKind(), nullptr));
     },
     [](Hands& h, auto& seen) { // cells of every type come back as values
-        h.mCursor = h.mDatabase->SqlSelect(Wide(kTypes), 1, nullptr);
+        h.mCursor = Select(h, kTypes, 1);
         const auto rows = GetDuckDBExtension()->get_ClientCursorRows(h.mCursor);
         seen += Walk(h.mDatabase->SqlSelect(Parameters((*rows)[0]->get_Count()), 2, (*rows)[Pick(3)]));
     },
