@@ -19,16 +19,6 @@ using tests_support::Table;
 
 class ArgumentsTest : public ProcedureTest {};
 
-/// The result of an operation, or "refused: " and the message that it throws.
-template <typename Operation>
-std::string ResultOf(Operation&& operation) {
-    try {
-        return operation();
-    } catch (const std::exception& failure) {
-        return std::string("refused: ") + failure.what();
-    }
-}
-
 ArgumentView ViewOf(const ProcedureContext& context) {
     return {context.get_Handle(), context.get_ArgumentHandles(), "fetch_parquet"};
 }
@@ -93,14 +83,6 @@ TEST(Quoting, BuildsTheSelectOfATableName) {
 RC_GTEST_PROP(Quoting, UndoesItselfOnRandomBytes, (const std::string& bytes)) {
     const std::string name = QuoteIdentifier(bytes) + "." + QuoteIdentifier("x." + bytes);
     RC_ASSERT(BuildTableSelect(name) == "SELECT * FROM " + name);
-}
-
-TEST(Quoting, CarriesEveryCharacterThroughDuckDB) {
-    const std::string text = "''a\"\"b'\"\\\n\r\t.,--/*;$$%\x7F\xC3\x9F\xE2\x82\xAC\xF0\x9F\x98\x80'";
-    const Duck duck;
-    EXPECT_EQ(duck.Texts("SELECT " + QuoteLiteral(text)), std::vector{text});
-    EXPECT_EQ(duck.Texts("SELECT column_name FROM (DESCRIBE SELECT 1 AS " + QuoteIdentifier(text) + ")"),
-              std::vector{text});
 }
 
 } // namespace

@@ -88,20 +88,14 @@ TEST_F(BoundaryTest, ReportsAHostThatCantMakeAValue) {
 
     ProcedureCursor cursor = Open("fetch_parquet", {path});
     ASSERT_TRUE(cursor.NextRow());
-    const auto failure = [&cursor]() -> std::string {
-        try {
-            return cursor.ReadValue(0).AsText();
-        } catch (const std::runtime_error& error) {
-            return error.what();
-        }
-    };
+    const auto read = [&] { return ResultOf([&] { return cursor.ReadValue(0).AsText(); }); };
     orkit::standin::FailCall(orkit::standin::Fault::NewProcedureValue, 1);
-    EXPECT_EQ(failure(), std::bad_alloc().what());
+    EXPECT_EQ(read(), std::string("refused: ") + std::bad_alloc().what());
     table.new_int64 = [](call_context, std::int64_t) -> host_value { throw 42; };
     BindProcedureApi(&table);
-    EXPECT_EQ(failure(), "Unexpected error while reading a row.");
+    EXPECT_EQ(read(), "refused: Unexpected error while reading a row.");
     BindProcedureApi(orkit::standin::GetProcedureTable());
-    EXPECT_EQ(failure(), "0"); // the cursor still works
+    EXPECT_EQ(read(), "0"); // the cursor still works
 }
 
 // Memory after the arguments that the host counts must not be read: here it has values that would show.

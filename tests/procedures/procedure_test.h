@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <ostream>
 #include <stdexcept>
 #include <string>
@@ -55,6 +56,15 @@ inline std::vector<Row> RowsOf(ProcedureCursor& cursor) {
         }
     }
     return rows;
+}
+
+/// The result of an operation, or "refused: " and the message that it throws.
+inline std::string ResultOf(const std::function<std::string()>& operation) {
+    try {
+        return operation();
+    } catch (const std::exception& failure) {
+        return std::string("refused: ") + failure.what();
+    }
 }
 
 /// The function of DuckDB that fails, for failures that nothing else causes: `duckdb_open`, `duckdb_connect`,

@@ -72,12 +72,6 @@ TEST_F(ResultTransferTest, BringsAValueAndANullOfEachTypeToTheHost) {
     EXPECT_STREQ(cursor.get_ColumnName(0), "c\"");
 }
 
-TEST_F(ResultTransferTest, PacksTheBitsOfDatesAndTimes) {
-    EXPECT_EQ(PackDate({1, 2, 3}), 1U << 9 | 2U << 5 | 3U);
-    EXPECT_EQ(PackTime({1, 2, 3, 4567}), 1U << 27 | 2U << 21 | 3U << 15 | 4U);
-    EXPECT_EQ(PackDateTime({{1, 2, 3}, {0, 0, 0, 5999}}), std::uint64_t{1U << 9 | 2U << 5 | 3U} << 32 | 5U);
-}
-
 TEST_F(ResultTransferTest, NamesTypesOfLaterVersionsUnknown) {
     for (const std::uint32_t number : {40U, 41U, 0xFFFFFFFFU}) {
         EXPECT_STREQ(DuckDBTypeName(number), "UNKNOWN");
