@@ -82,12 +82,10 @@ TEST_F(Cursors, ClientMovesAnswerAndStayAtTheEnds) {
 
 TEST_F(Cursors, RefuseAMissingColumnOrPosition) {
     for (const char* const sql : {"SELECT 1", "SELECT 1 WHERE false"}) {
-        const Cursor client = Client(sql);
         const Cursor server = Server(sql);
-        for (const auto& cursor : {client, server}) {
-            ExpectError([&] { cursor->get_Value(1); }, "cursors", "inColumnIndex is out of bounds");
-        }
-        ExpectError([&] { client->get_Value(0); }, "cursors", "No current record.");
+        ExpectError([&] { Client(sql)->get_Value(1); }, "cursors", "inColumnIndex is out of bounds");
+        ExpectError([&] { server->get_Value(1); }, "cursors", "inColumnIndex is out of bounds");
+        ExpectError([&] { Client(sql)->get_Value(0); }, "cursors", "No current record.");
         ExpectError([&] { server->get_Value(0); }, "cursors", kNoData);
         while (server->NextRecord()) {
         }
