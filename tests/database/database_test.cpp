@@ -98,10 +98,9 @@ TEST_F(Databases, TakeTheGuardAndPrepareTheThreadAsDocumented) {
     for (const auto& each : kCases) {
         const std::uint64_t locks = standin::get_EngineLockCount();
         const std::uint64_t inits = standin::get_Init3Count();
-        const std::string thrown = Catch(each.first);
+        const std::string refusal = Refusal(each.first);
         EXPECT_EQ(std::to_string(standin::get_EngineLockCount() - locks) + " " +
-                      std::to_string(standin::get_Init3Count() - inits) + " " +
-                      thrown.substr(thrown.rfind('|') + 1),
+                      std::to_string(standin::get_Init3Count() - inits) + " " + refusal,
                   each.second)
             << "row " << &each - kCases;
         EXPECT_EQ(standin::get_EngineLockCount(), standin::get_EngineUnlockCount());

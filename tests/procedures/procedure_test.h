@@ -11,13 +11,11 @@
 #include <string>
 #include <vector>
 
-#include "host_standin/faults.h"
-#include "host_standin/live_objects.h"
 #include "host_standin/procedure_table.h"
 #include "procedures/host_boundary.h"
 #include "procedures/procedures.h"
 #include "tests_support/duck.h"
-#include "tests_support/temp_folder.h"
+#include "tests_support/host_fixture.h"
 
 namespace orkit::standin {
 
@@ -60,11 +58,9 @@ inline std::vector<Row> RowsOf(ProcedureCursor& cursor) {
 
 /// The result of an operation, or "refused: " and the message that it throws.
 inline std::string ResultOf(const std::function<std::string()>& operation) {
-    try {
-        return operation();
-    } catch (const std::exception& failure) {
-        return std::string("refused: ") + failure.what();
-    }
+    std::string result;
+    const std::string message = orkit::test::Refusal([&] { result = operation(); });
+    return message.empty() ? result : "refused: " + message;
 }
 
 /// The function of DuckDB that fails, for failures that nothing else causes: `duckdb_open`, `duckdb_connect`,
@@ -72,7 +68,7 @@ inline std::string ResultOf(const std::function<std::string()>& operation) {
 inline std::string gFailingFunction;
 
 /// After each test every value, cursor, context and DuckDB handle must be gone.
-class ProcedureTest : public testing::Test {
+class ProcedureTest : public orkit::test::HostTest {
 protected:
     ProcedureTest() {
         setenv("TZ", "America/New_York", 1); // local time and UTC must not be the same
@@ -84,22 +80,20 @@ protected:
     ~ProcedureTest() override {
         gFailingFunction.clear();
         BindProcedureApi(orkit::standin::GetProcedureTable());
-        orkit::standin::ClearFaults();
         orkit::standin::ForgetProcedures();
-        EXPECT_EQ(orkit::standin::CountLiveObjects().get_Total(), 0);
         EXPECT_EQ(duckdb_support::LiveHandleCount(), 0);
     }
 
     /// Writes the rows of a query to a Parquet file. @return its path.
     std::string WriteParquet(const std::string& select, const std::string& options = {}) const {
-        std::string path = folder / "t.parquet";
+        std::string path = PathOf("t.parquet");
         Duck().Run("COPY (" + select + ") TO '" + path + "' (FORMAT parquet" + options + ")");
         return path;
     }
 
     /// Creates a DuckDB file with some SQL. @return its path.
     std::string WriteDatabase(const std::string& sql) const {
-        std::string path = folder / "shop.db";
+        std::string path = PathOf("shop.db");
         Duck(path).Run(sql);
         return path;
     }
@@ -120,10 +114,9 @@ protected:
     /// failure.
     static std::string OutcomeOf(const std::string& procedure, const Row& arguments) {
         ProcedureCursor cursor;
-        try {
-            cursor = Open(procedure, arguments);
-        } catch (const std::runtime_error& failure) {
-            return failure.what();
+        const std::string message = orkit::test::Refusal([&] { cursor = Open(procedure, arguments); });
+        if (!message.empty()) {
+            return message;
         }
         std::string outcome;
         for (std::size_t column = 0; column < cursor.get_ColumnCount(); ++column) {
@@ -132,8 +125,6 @@ protected:
         EXPECT_EQ(RowsOf(cursor).size(), static_cast<std::size_t>(cursor.get_RowCount()));
         return outcome + std::to_string(cursor.get_RowCount()) + " rows";
     }
-
-    const tests_support::TempFolder folder;
 };
 
 } // namespace orlimbara::procedures::test

@@ -19,9 +19,9 @@ protected:
 };
 
 TEST_F(ProceduresTest, ReturnTheRequestedRowsOrTheFirstFaultyArgument) {
-    const std::string quoted = folder / "it's; 50%.parquet";
+    const std::string quoted = PathOf("it's; 50%.parquet");
     std::filesystem::copy_file(path, quoted);
-    const std::string missing = folder / "no'file.parquet";
+    const std::string missing = PathOf("no'file.parquet");
     const char* const nowhere = "/no/such/folder/x.db";
     const Value none;
     const Value awkward = ProcedureValue::Array({Value("half \"of\" it, n")});
@@ -30,7 +30,7 @@ TEST_F(ProceduresTest, ReturnTheRequestedRowsOrTheFirstFaultyArgument) {
     std::vector<std::tuple<std::string, Row, std::string>> cases = {
         {"fetch_parquet", {path}, "n t half \"of\" it, n 100 rows"},
         {"fetch_parquet", {quoted}, "n t half \"of\" it, n 100 rows"},
-        {"fetch_parquet", {folder / "*.parquet"}, "n t half \"of\" it, n 200 rows"},
+        {"fetch_parquet", {PathOf("*.parquet")}, "n t half \"of\" it, n 200 rows"},
         {"fetch_parquet", {path, "t, n"}, "t n 100 rows"},
         {"fetch_parquet", {path, "n, n"}, "n n_1 100 rows"},
         {"fetch_parquet", {path, awkward, " n < 5\n"}, "half \"of\" it, n 5 rows"},
