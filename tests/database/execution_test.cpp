@@ -10,15 +10,11 @@ protected:
         Execute(mDatabase, "CREATE TABLE t (i INTEGER)");
     }
     std::string Count() { return SelectOne(mDatabase, "SELECT count(*) FROM t"); }
-    QueryResult Query(const char* inSql, std::uint32_t inCursorLocation = kCursorLocationServer,
-                      smart_ptr<ValueArray> inValues = nullptr) {
-        return mDatabase->SqlQuery(inSql, inCursorLocation, inValues);
-    }
 };
 
 TEST_F(DirectExecution, ResultsOfAScriptAreChained) {
-    const QueryResult first =
-        Query("CREATE TABLE u (i INTEGER); INSERT INTO t VALUES (1), (2); SELECT i FROM t ORDER BY i", 1);
+    const QueryResult first = mDatabase->SqlQuery(
+        "CREATE TABLE u (i INTEGER); INSERT INTO t VALUES (1), (2); FROM t ORDER BY i", 1, nullptr);
     std::string chain;
     Cursor cursor;
     for (QueryResult result = first; result; result = result->get_NextResult()) {
@@ -67,9 +63,9 @@ TEST_F(DirectExecution, FailuresCarryDuckDBsTextAndKeepWhatTheyMust) {
 TEST_F(DirectExecution, ARunWithValuesThatFailsIsNotRolledBack) {
     const auto values = Values({TextValue("")});
     Execute(mDatabase, "BEGIN; INSERT INTO t VALUES (1)");
-    ExpectErrorWith([&] { Query("SELECT ? FROM missing", 2, values); }, "direct", "Catalog");
+    ExpectErrorWith([&] { mDatabase->SqlQuery("SELECT ? FROM missing", 2, values); }, "direct", "Catalog");
     EXPECT_EQ(Count(), "1");
-    ExpectErrorWith([&] { Query("SELECT ?::INTEGER", 2, values); }, "direct", "Conversion");
+    ExpectErrorWith([&] { mDatabase->SqlQuery("SELECT ?::INTEGER", 2, values); }, "direct", "Conversion");
     ExpectErrorWith([&] { Count(); }, "direct", "Current transaction is aborted");
     EXPECT_EQ(Count(), "0") << "the question did it";
     EXPECT_EQ(mDatabase->SqlExecute("INSERT INTO t SELECT length(?)", values), 1);

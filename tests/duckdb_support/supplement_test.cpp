@@ -38,8 +38,7 @@ constexpr const char* kCasts = R"(
     TIMESTAMPTZ|2024-06-01 00:00:00|2024-06-01 00:00:00+00; DECIMAL(5,2)|123.45|123.45; STRUCT(a INTEGER)|1|!
     TINYINT|300|!Could not convert string '300' to INT8; DATE|2024-02-30|!date; GEOMETRY|nowhere|!Failed to 
     JSON|{"a": [1, {"b": null}]}|{"a": [1, {"b": null}]}; JSON|"\u00e4"|"\u00e4"; JSON|null|null; JSON|{bad|!Malformed JSON
-    JSON|[1,2|!Malformed JSON; JSON||!Malformed JSON; JSON|[1]x|!Malformed JSON; JSON|{'a':1}|!Malformed JSON
-    JSON|["\ud800"]|!Malformed JSON; JSON[]|[1, {}]|[1, '{}'])";
+    JSON|[1,2|!Malformed JSON; JSON||!Malformed JSON; JSON|[1]x|!Malformed JSON; JSON[]|[1, {}]|[1, '{}'])";
 
 TEST_F(CastValue, TextsAreCastTheSameInAnyTimeZone) {
     for (const char* zone : {"UTC", "Asia/Kathmandu"}) {

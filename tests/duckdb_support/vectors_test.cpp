@@ -11,10 +11,8 @@ namespace {
 constexpr const char* kVariants = R"(
     true|1|BOOLEAN|true; 9223372036854775807|6|BIGINT|9223372036854775807; ''|16|VARCHAR|; '\x00\xFF'::BLOB|17|BLOB|\x00\xFF
     'häuser und noch ein langer Text'|16|VARCHAR|häuser und noch ein langer Text; (-0.001)::DECIMAL(38,3)|15|DECIMAL(38,3)|-0.001
-    TIME '12:34:56.789012'|20|TIME|12:34:56.789012; '12:34:56.789012345'::TIME_NS|21|TIME_NS|12:34:56.789012345
-    '10:00:00+02'::TIMETZ|26|TIME WITH TIME ZONE|10:00:00+02; []|30|JSON|[]; 'POINT (1 2)'::GEOMETRY|33|GEOMETRY|POINT (1 2)
     {'a': 1, 'b': [true, NULL], 'c': 'x"y', 'd': 1.50::DECIMAL(3,2)}|29|JSON|{"a":1,"b":[true,null],"c":"x\"y","d":1.50}
-    [1::VARIANT, 'two'::VARIANT, {'three': 'inf'::DOUBLE}::VARIANT]|30|JSON|[1,"two",{"three":Infinity}])";
+    [1::VARIANT, 'two'::VARIANT, {'three': 'inf'::DOUBLE}::VARIANT]|30|JSON|[1,"two",{"three":Infinity}]; []|30|JSON|[])";
 
 std::string WholeText(duckdb_string_t inText) {
     return {duckdb_string_t_data(&inText), duckdb_string_t_length(inText)};

@@ -2,20 +2,14 @@
 
 #include <cerrno>
 
-#include <gtest/gtest.h>
-
-#include <rapidcheck/gtest.h>
-
 #include "procedure_test.h"
-#include "procedures/procedures.h"
 #include "procedures/quoting.h"
-#include "tests_support/table.h"
+
+#include <rapidcheck/gtest.h> // needs GoogleTest before it
 
 namespace orlimbara::procedures::test {
 
 namespace {
-
-using tests_support::Table;
 
 class ArgumentsTest : public ProcedureTest {};
 

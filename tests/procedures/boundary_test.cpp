@@ -4,7 +4,6 @@
 #include <thread>
 
 #include "procedure_test.h"
-#include "tests_support/table.h"
 
 namespace orlimbara::procedures::test {
 
@@ -25,7 +24,7 @@ TEST_F(BoundaryTest, RegistersFiveProceduresInOrder) {
                         std::to_string(each.minimumArguments) + std::to_string(each.maximumArguments),
                         each.signature, each.description});
     }
-    EXPECT_EQ(told, tests_support::Table(R"(
+    EXPECT_EQ(told, Table(R"(
         fetch_parquet|14|uri [, columns [, where [, limit]]]|Reads a parquet file.
         parquet_schema|11|uri|Returns parquet column schema.
         parquet_metadata|11|uri|Returns parquet file metadata.
@@ -59,7 +58,7 @@ TEST_F(BoundaryTest, TreatsEveryResultButZeroAsARefusal) {
 TEST_F(BoundaryTest, ReportsEveryKindOfFailureOnceAndGivesNoCursor) {
     const std::string database = WriteDatabase("CREATE TABLE t AS SELECT 1 AS n");
     table.value_is_null = [](host_value) -> std::uint8_t { throw 42; };
-    for (const auto& row : tests_support::Table(R"(
+    for (const auto& row : Table(R"(
              |fetch_parquet|Unexpected error while reading parquet file.
              |fetch_duckdb|Unexpected error while reading DuckDB table or view.
              |parquet_schema|Unexpected error while reading parquet schema.

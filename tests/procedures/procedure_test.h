@@ -33,6 +33,7 @@ using orkit::standin::ProcedureContext;
 using orkit::standin::ProcedureCursor;
 using orkit::standin::ProcedureValue;
 using tests_support::Duck;
+using tests_support::Table;
 
 /// A value in a test: a text, an integer, SQL NULL, or any other.
 struct Value : ProcedureValue {

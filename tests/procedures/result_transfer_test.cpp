@@ -5,7 +5,6 @@
 #include "procedure_test.h"
 #include "procedures/cell_values.h"
 #include "procedures/type_names.h"
-#include "tests_support/table.h"
 
 namespace orlimbara::procedures::test {
 
@@ -44,7 +43,7 @@ constexpr const char* kValues = R"(
     42::VARIANT|text|42)";
 
 TEST_F(ResultTransferTest, BringsAValueAndANullOfEachTypeToTheHost) {
-    tests_support::Rows cases = tests_support::Table(kValues);
+    tests_support::Rows cases = Table(kValues);
     cases.push_back({"'\\x00\\xFF'::BLOB", "binary", std::string("\0\xFF", 2)});
     cases.push_back({"'a' || chr(0) || 'b'", "text", std::string("a\0b", 3)});
     std::string values;
@@ -92,7 +91,7 @@ constexpr const char* kGenerated = R"(
     repeat(chr((97 + i % 26)::INTEGER), (i % 40)::INTEGER)|v; [i, NULL]|v::VARCHAR)";
 
 TEST_F(ResultTransferTest, WalksAndSeeksMatchDuckDBsOwnTextInManyRowGroups) {
-    const auto cases = tests_support::Table(kGenerated);
+    const auto cases = Table(kGenerated);
     std::string select = "SELECT i, ";
     for (std::size_t column = 0; column < cases.size(); ++column) {
         const std::string index = std::to_string(column);
@@ -159,7 +158,7 @@ TEST_F(ResultTransferTest, KeepsItsPositionWhenAStepFails) {
 
 // Bindings accept any number as a time, and DuckDB's functions that convert it to text crash for most.
 TEST_F(ResultTransferTest, RefusesTimesOutsideTheirRangeAtAnyDepth) {
-    const auto cases = tests_support::Table(R"(
+    const auto cases = Table(R"(
         a|24:00:00.000; n|24:00:00.000; z|24:00:00.000; [NULL, a]|[NULL, '24:00:00']
         [n, NULL]::TIME_NS[2]|[24:00:00, NULL]; {'x': [z]}|{'x': ['24:00:00+00']}; MAP {a: 1}|{'24:00:00'=1}
         union_value(u := n)|24:00:00; z::VARIANT|24:00:00+00; [{'v': n}::VARIANT]|[{'v': '24:00:00'}]

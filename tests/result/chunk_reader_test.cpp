@@ -21,10 +21,8 @@ std::string Describe(const std::function<Value()>& inRead) {
     }
     const std::uint32_t type = value->get_Type();
     const std::string kind = std::to_string(type) + (value->get_IsNull() ? " null " : " ");
-    return type == value_type::kDouble
+    return type == value_type::kDouble || type == value_type::kFloat
                ? kind + std::to_string(std::bit_cast<std::int64_t>(value->get_Double()))
-           : type == value_type::kFloat
-               ? kind + std::to_string(std::bit_cast<std::int32_t>(value->get_Float()))
            : type == value_type::kString ? kind + std::to_string(value->get_MaxLength()) + " " + Text(value)
                                          : kind + Text(value);
 }

@@ -36,15 +36,18 @@ Value ArrayValue(std::uint32_t inItemType, std::initializer_list<Value> inItems)
 /// A value of a type for which the stand-in host has no class, or without its type's aspect.
 class OddValue : public AspectHost_imp {
 public:
-    explicit OddValue(std::uint32_t inType) : AspectHost_imp(true), mType(inType) {}
+    explicit OddValue(
+        std::uint32_t inType, std::function<void()> inOnRead = [] {})
+        : AspectHost_imp(true), mType(inType), mOnRead(std::move(inOnRead)) {}
     std::uint32_t get_Type() const override { return mType; }
     void get_String(String& outText, std::int32_t) const override { outText = "-7"; }
-    std::int32_t get_Long() const override { return -7; }
+    std::int32_t get_Long() const override { return mOnRead(), -7; }
     std::uint32_t get_ULong() const override { return 7; }
     double get_Double() const override { return -7.5; }
 
 private:
-    std::uint32_t mType;
+    const std::uint32_t mType;
+    const std::function<void()> mOnRead; ///< called when the number is read
 };
 
 /// Fewer bytes than their length says, in a value that is also an envelope.
@@ -158,21 +161,8 @@ TEST_F(Parameters, ValuesWithoutATypeOrContentAreRefused) {
     EXPECT_EQ(result.mStatementCount, 0u);
 }
 
-/// A value that closes the database when it is read.
-class ClosingValue final : public OddValue {
-public:
-    explicit ClosingValue(I_DuckDBDatabase* inDatabase) : OddValue(kLong), mDatabase(inDatabase) {}
-    std::int32_t get_Long() const override {
-        mDatabase->Close();
-        return 1;
-    }
-
-private:
-    I_DuckDBDatabase* mDatabase;
-};
-
 TEST_F(Parameters, ValueThatClosesTheDatabaseWhileItIsRead) {
-    const Value closing(new ClosingValue(mDatabase.get()));
+    const Value closing(new OddValue(kLong, [this] { mDatabase->Close(); }));
     const auto values = Values({Number(1), closing, Number(3)});
     const std::function<void(I_DuckDBStatement&)> kWays[] = {
         [&](auto& s) { s.BindValue(2, closing); },
