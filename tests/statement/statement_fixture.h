@@ -29,9 +29,9 @@ protected:
     Rows RunWith(std::string_view inSql, std::initializer_list<Value> inValues) const {
         return ReadAll(mDatabase->SqlSelect(Wide(inSql), kCursorLocationServer, Values(inValues)));
     }
-    /// The text and type of the parameter for a value.
-    Rows Parameter(const Value& inValue) const {
-        return RunWith("SELECT $1::VARCHAR, typeof($1)", {inValue});
+    /// The text and type of the parameter for a value, such as "5 INTEGER".
+    std::string Parameter(const Value& inValue) const {
+        return RunWith("SELECT concat(coalesce($1::VARCHAR, 'NULL'), ' ', typeof($1))", {inValue})[0][0];
     }
     /// The content of table t.
     std::string Content() const { return SelectOne(mDatabase, "SELECT list(i ORDER BY i)::VARCHAR FROM t"); }
