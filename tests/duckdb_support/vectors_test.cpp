@@ -14,10 +14,6 @@ constexpr const char* kVariants = R"(
     {'a': 1, 'b': [true, NULL], 'c': 'x"y', 'd': 1.50::DECIMAL(3,2)}|29|JSON|{"a":1,"b":[true,null],"c":"x\"y","d":1.50}
     [1::VARIANT, 'two'::VARIANT, {'three': 'inf'::DOUBLE}::VARIANT]|30|JSON|[1,"two",{"three":Infinity}]; []|30|JSON|[])";
 
-std::string WholeText(duckdb_string_t inText) {
-    return {duckdb_string_t_data(&inText), duckdb_string_t_length(inText)};
-}
-
 class Vectors : public SupportTest {};
 
 TEST_F(Vectors, VariantsGiveTheirNumberAndAPayloadOfItsType) {
@@ -68,8 +64,9 @@ TEST_F(Vectors, MissingColumnsAndFailingCastsAreRefused) {
     for (const auto& row :
          Table("'a text that is longer than a cell'; '\"also longer than a cell\"'::JSON")) {
         ASSERT_TRUE(cast.ToText(FirstChunk("SELECT " + row[0]).Get(), 0));
-        EXPECT_NE(WholeText(cast.Texts()[0]).find("longer than a cell"), std::string::npos)
-            << "it outlives its chunk";
+        duckdb_string_t text = cast.Texts()[0];
+        const std::string_view whole(duckdb_string_t_data(&text), duckdb_string_t_length(text));
+        EXPECT_NE(whole.find("longer than a cell"), whole.npos) << "it outlives its chunk";
     }
 }
 

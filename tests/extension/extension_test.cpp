@@ -49,19 +49,14 @@ TEST_F(RootObject, MakesDatabasesWithoutTouchingTheDisk) {
 }
 
 TEST_F(RootObject, RecognisesADuckDBFileByItsMagic) {
-    const auto isDuckDB = [this](const std::string& inName) {
-        return Extension()->get_IsDuckDBFile(At(inName));
-    };
+    const auto isDuckDB = [this](auto& inName) { return Extension()->get_IsDuckDBFile(At(inName)); };
     const int events = ::inotify_init();
-    for (const auto& [content, isIt] : {std::pair{"", true},
-                                        {"12345678DUC", false},
-                                        {"12345678DUCK", true},
-                                        {"12345678DUCK and more", true},
-                                        {"DUCK12345678", false}}) {
-        const std::string name = std::string("with ") + content;
-        std::ofstream(Folder() / name, std::ios::binary) << content;
+    for (const auto& row :
+         Table("|yes; 12345678DUC|no; 12345678DUCK|yes; 12345678DUCK and more|yes; DUCK12345678|no")) {
+        const std::string name = "with " + row[0];
+        std::ofstream(Folder() / name, std::ios::binary) << row[0];
         ::inotify_add_watch(events, (Folder() / name).c_str(), IN_CLOSE);
-        EXPECT_EQ(isDuckDB(name), isIt) << name;
+        EXPECT_EQ(isDuckDB(name), row[1] == "yes") << name;
         inotify_event event = {};
         EXPECT_EQ(::read(events, &event, sizeof event), static_cast<ssize_t>(sizeof event));
         EXPECT_EQ(event.mask, static_cast<std::uint32_t>(IN_CLOSE_NOWRITE)) << "opened to be read";

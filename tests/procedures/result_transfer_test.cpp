@@ -1,4 +1,4 @@
-#include <limits>
+#include <cstdint>
 #include <random>
 
 #include "duckdb_support/times.h"
@@ -124,12 +124,10 @@ TEST_F(ResultTransferTest, WalksAndSeeksMatchDuckDBsOwnTextInManyRowGroups) {
 }
 
 TEST_F(ResultTransferTest, KeepsItsPositionWhenAStepFails) {
-    static constexpr std::int64_t kFailing[] = {5000, -1, std::numeric_limits<std::int64_t>::max(),
-                                                std::numeric_limits<std::int64_t>::min()};
     const std::string path = WriteParquet("SELECT range AS n FROM range(5000)");
     ProcedureCursor cursor = Open("fetch_parquet", {path});
     const auto expect_at = [&cursor](const Value& expected) {
-        for (const std::int64_t row : kFailing) {
+        for (const std::int64_t row : std::initializer_list<std::int64_t>{5000, -1, INT64_MAX, INT64_MIN}) {
             EXPECT_FALSE(cursor.SeekRow(row));
         }
         EXPECT_EQ(Value(cursor.ReadValue(0)), expected);
@@ -145,7 +143,7 @@ TEST_F(ResultTransferTest, KeepsItsPositionWhenAStepFails) {
     EXPECT_FALSE(cursor.NextRow());
     EXPECT_FALSE(cursor.NextRow());
     expect_at(4999); // there is no position past the end
-    for (const std::int32_t column : {-1, 1, std::numeric_limits<std::int32_t>::min(), 1 << 30}) {
+    for (const std::int32_t column : {-1, 1, INT32_MIN, 1 << 30}) {
         EXPECT_TRUE(cursor.ReadValue(column).IsNull()) << column;
     }
     gFailingFunction = "duckdb_result_get_chunk";
@@ -173,9 +171,9 @@ TEST_F(ResultTransferTest, RefusesTimesOutsideTheirRangeAtAnyDepth) {
             OwnedValue(duckdb_create_time_tz_value(duckdb_create_time_tz(micros, 0)))};
         const Duck duck(path);
         const std::string id = std::to_string(excess);
-        const std::string sql = "INSERT INTO t VALUES (" + id + ", $1, $2, $3)";
         duckdb_support::OwnedPreparedStatement insert;
-        duckdb_prepare(duck.Connection(), sql.c_str(), insert.Put());
+        duckdb_prepare(duck.Connection(), ("INSERT INTO t VALUES (" + id + ", $1, $2, $3)").c_str(),
+                       insert.Put());
         for (const OwnedValue& time : times) {
             duckdb_bind_value(insert.Get(), static_cast<idx_t>(&time - times) + 1, time.Get());
         }
