@@ -55,9 +55,11 @@ TEST_F(Vectors, MissingColumnsAndFailingCastsAreRefused) {
         EXPECT_EQ(duckdb_data_chunk_get_value(handle, column, 0), nullptr);
     }
     EXPECT_EQ(duckdb_data_chunk_get_value(chunk.Get(), 0, 2), nullptr);
+    EXPECT_FALSE(variants.Load(chunk.Get(), 0)) << "not a VARIANT";
     EXPECT_FALSE(cast.ToDouble(chunk.Get(), 0));
     EXPECT_FALSE(cast.Texts() || cast.Doubles()) << "a failed cast holds nothing";
-    ASSERT_TRUE(cast.ToText(chunk.Get(), 0));
+    ASSERT_TRUE(cast.ToText(chunk.Get(), 0, 1));
+    EXPECT_EQ(duckdb_string_t_length(cast.Texts()[0]), 37) << "the second row";
     EXPECT_EQ(cast.Doubles(), nullptr);
     ASSERT_TRUE(cast.ToDouble(chunk.Get(), 0, 0, 1));
     EXPECT_EQ(cast.Texts(), nullptr);
