@@ -35,10 +35,9 @@ TEST_F(BoundaryTest, RegistersFiveProceduresInOrder) {
 }
 
 TEST_F(BoundaryTest, TreatsEveryResultButZeroAsARefusal) {
-    table.register_procedure = [](call_context, const procedure_descriptor*) { return gAnswer; };
-    table.make_row_cursor = [](call_context, std::uint64_t, std::uint64_t, const char* const*,
-                               const host_value* const*, host_cursor*) { return gAnswer; };
-    table.make_callback_cursor = [](call_context, const cursor_descriptor*, host_cursor*) { return gAnswer; };
+    table.register_procedure = [](auto...) { return gAnswer; };
+    table.make_row_cursor = [](auto...) { return gAnswer; };
+    table.make_callback_cursor = [](auto...) { return gAnswer; };
     BindProcedureApi(&table);
     for (const std::int32_t answer : {-1, 1, INT_MIN}) {
         gAnswer = answer;
@@ -57,7 +56,7 @@ TEST_F(BoundaryTest, TreatsEveryResultButZeroAsARefusal) {
 
 TEST_F(BoundaryTest, ReportsEveryKindOfFailureOnceAndGivesNoCursor) {
     const std::string database = WriteDatabase("CREATE TABLE t AS SELECT 1 AS n");
-    table.value_is_null = [](host_value) -> std::uint8_t { throw 42; };
+    table.value_is_null = [](auto...) -> std::uint8_t { throw 42; };
     for (const auto& row : Table(R"(
              |fetch_parquet|Unexpected error while reading parquet file.
              |fetch_duckdb|Unexpected error while reading DuckDB table or view.
@@ -76,7 +75,7 @@ TEST_F(BoundaryTest, ReportsEveryKindOfFailureOnceAndGivesNoCursor) {
         EXPECT_EQ(duckdb_support::LiveHandleCount(), 0);
     }
     gFailingFunction.clear();
-    table.value_is_null = [](host_value) -> std::uint8_t { throw std::bad_alloc(); };
+    table.value_is_null = [](auto...) -> std::uint8_t { throw std::bad_alloc(); };
     BindProcedureApi(&table);
     EXPECT_EQ(OutcomeOf("parquet_count", {path}), std::bad_alloc().what());
 }
@@ -90,7 +89,7 @@ TEST_F(BoundaryTest, ReportsAHostThatCantMakeAValue) {
     const auto read = [&] { return ResultOf([&] { return cursor.ReadValue(0).AsText(); }); };
     orkit::standin::FailCall(orkit::standin::Fault::NewProcedureValue, 1);
     EXPECT_EQ(read(), std::string("refused: ") + std::bad_alloc().what());
-    table.new_int64 = [](call_context, std::int64_t) -> host_value { throw 42; };
+    table.new_int64 = [](auto...) -> host_value { throw 42; };
     BindProcedureApi(&table);
     EXPECT_EQ(read(), "refused: Unexpected error while reading a row.");
     BindProcedureApi(orkit::standin::GetProcedureTable());
@@ -99,7 +98,7 @@ TEST_F(BoundaryTest, ReportsAHostThatCantMakeAValue) {
 
 // Memory after the arguments that the host counts must not be read: here it has values that would show.
 TEST_F(BoundaryTest, ReadsNoMoreArgumentsThanTheHostCounts) {
-    table.argument_count = [](call_context) { return gAnswer; };
+    table.argument_count = [](auto...) { return gAnswer; };
     BindProcedureApi(&table);
     const std::string database = WriteDatabase("CREATE TABLE t AS FROM range(100)");
     const Row four = {path, "n, n", "n < 50", 3};

@@ -8,9 +8,11 @@ namespace {
 
 using orlimbara::procedures::test::gFailingFunction;
 
-template <typename Function>
-Function* Original(Function*, const char* name) {
-    return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+/// Calls DuckDB's own function of this name, unless it is to fail.
+template <typename Function, typename Result, typename... Arguments>
+Result Call(Function*, const char* name, Result failure, Arguments... arguments) {
+    auto* const original = reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+    return gFailingFunction == name ? failure : original(arguments...);
 }
 
 } // namespace
@@ -18,23 +20,19 @@ Function* Original(Function*, const char* name) {
 extern "C" {
 
 duckdb_state duckdb_open(const char* path, duckdb_database* out_database) {
-    static const auto original = Original(&duckdb_open, __func__);
-    return gFailingFunction == __func__ ? DuckDBError : original(path, out_database);
+    return Call(&duckdb_open, __func__, DuckDBError, path, out_database);
 }
 
 duckdb_state duckdb_connect(duckdb_database database, duckdb_connection* out_connection) {
-    static const auto original = Original(&duckdb_connect, __func__);
-    return gFailingFunction == __func__ ? DuckDBError : original(database, out_connection);
+    return Call(&duckdb_connect, __func__, DuckDBError, database, out_connection);
 }
 
 duckdb_state duckdb_query(duckdb_connection connection, const char* query, duckdb_result* out_result) {
-    static const auto original = Original(&duckdb_query, __func__);
-    return gFailingFunction == __func__ ? DuckDBError : original(connection, query, out_result);
+    return Call(&duckdb_query, __func__, DuckDBError, connection, query, out_result);
 }
 
 duckdb_data_chunk duckdb_result_get_chunk(duckdb_result result, idx_t chunk_index) {
-    static const auto original = Original(&duckdb_result_get_chunk, __func__);
-    return gFailingFunction == __func__ ? nullptr : original(result, chunk_index);
+    return Call(&duckdb_result_get_chunk, __func__, duckdb_data_chunk(nullptr), result, chunk_index);
 }
 
 } // extern "C"
