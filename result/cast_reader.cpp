@@ -29,7 +29,7 @@ smart_ptr<I_Value> TextCastReader::Read(idx_t inRow) {
     if (IsNull(inRow)) {
         return MakeNullValue();
     }
-    return isCast ? Setup().mTextBuffer->MakeString(ViewOf(mTexts[Index(inRow)])) : ReadReference(inRow);
+    return isCast ? TextBuffer::MakeString(ViewOf(mTexts[Index(inRow)])) : ReadReference(inRow);
 }
 
 bool TextCastReader::Cast(support::ColumnCast& ioCast, idx_t inFirst, idx_t inCount) {

@@ -39,7 +39,7 @@ public:
     using CellReader::CellReader;
     smart_ptr<I_Value> Read(idx_t inRow) override {
         return IsNull(inRow) ? MakeNullValue()
-                             : Setup().mTextBuffer->MakeString(ViewOf(DataAt<duckdb_string_t>(inRow)));
+                             : TextBuffer::MakeString(ViewOf(DataAt<duckdb_string_t>(inRow)));
     }
 };
 

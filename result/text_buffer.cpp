@@ -7,16 +7,6 @@ namespace orkit::orsql {
 
 namespace {
 
-/// With DuckDB's C functions the text of a value ends at its first zero byte.
-std::string_view UpToZero(std::string_view inText) noexcept {
-    if (inText.empty()) {
-        return {};
-    }
-    const void* const zero = std::memchr(inText.data(), 0, inText.size());
-    return zero ? inText.substr(0, static_cast<std::size_t>(static_cast<const char*>(zero) - inText.data()))
-                : inText;
-}
-
 /// The letter after the backslash for a byte that has one, else 0.
 constexpr char EscapeLetter(unsigned char inByte) noexcept {
     constexpr std::string_view kBytes = "\b\t\n\f\r\"\\";
@@ -48,18 +38,6 @@ void AppendEscaped(std::string& ioJson, std::string_view inText) {
 }
 
 } // namespace
-
-smart_ptr<I_Value> TextBuffer::MakeString(std::string_view inText) {
-    const std::string_view text = UpToZero(inText);
-    return MakeString(String(text.data(), static_cast<std::ptrdiff_t>(text.size())));
-}
-
-smart_ptr<I_Value> TextBuffer::MakeString(const String& inText) {
-    smart_ptr<I_Value> value(CreateValueString(false, nullptr, nullptr));
-    value->put_MaxLength(static_cast<std::uint32_t>(2 * inText.get_Length() + 2));
-    value->put_String(inText);
-    return value;
-}
 
 smart_ptr<I_Value> TextBuffer::MakeEnvelope(std::string_view inTypeName, std::string_view inText) {
     constexpr std::size_t kMostKept = std::size_t{1} << 20; // bytes

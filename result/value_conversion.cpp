@@ -103,7 +103,7 @@ smart_ptr<I_Value> DuckDBToValue(duckdb_value inValue, const std::int32_t* inVar
         const support::OwnedValue child(support::variant_child(inValue));
         return VariantChildToValue(child.Get(), *inVariantType);
     }
-    return TextBuffer().MakeString(support::ViewOf(TextOf(inValue)));
+    return TextBuffer::MakeString(support::ViewOf(TextOf(inValue)));
 }
 
 smart_ptr<I_Value> VariantChildToValue(duckdb_value inChild, std::int32_t inVariantType) {
@@ -124,7 +124,7 @@ smart_ptr<I_Value> VariantChildToValue(duckdb_value inChild, std::int32_t inVari
         return TextBuffer().MakeEnvelope(VariantTypeName(inVariantType),
                                          std::to_string(duckdb_get_int8(inChild)));
     case variant_type::kVarchar:
-        return TextBuffer().MakeString(support::ViewOf(TextOf(inChild)));
+        return TextBuffer::MakeString(support::ViewOf(TextOf(inChild)));
     case variant_type::kBlob:
         return BlobToValue(inChild);
     case variant_type::kDate:

@@ -72,7 +72,7 @@ smart_ptr<I_Value> VariantCellReader::Read(idx_t inRow) {
         return Setup().mTextBuffer->MakeEnvelope(VariantTypeName(number), {digits.data(), end});
     }
     case variant_type::kVarchar:
-        return Setup().mTextBuffer->MakeString(mColumn.Bytes(inRow));
+        return TextBuffer::MakeString(mColumn.Bytes(inRow));
     case variant_type::kBlob: {
         const std::string_view bytes = mColumn.Bytes(inRow);
         return BytesToValue(bytes.data(), static_cast<std::uint32_t>(bytes.size()));
