@@ -57,30 +57,13 @@ void DecimalReader::Bind(duckdb_data_chunk inChunk) {
     }
 }
 
-std::int64_t DecimalReader::Unscaled(idx_t inRow) const noexcept {
-    switch (mStorage) {
-    case DUCKDB_TYPE_SMALLINT:
-        return DataAt<std::int16_t>(inRow);
-    case DUCKDB_TYPE_INTEGER:
-        return DataAt<std::int32_t>(inRow);
-    case DUCKDB_TYPE_BIGINT:
-        return DataAt<std::int64_t>(inRow);
-    default: {
-        const auto& number = DataAt<duckdb_hugeint>(inRow);
-        const auto lower = static_cast<std::int64_t>(number.lower);
-        const bool fits = number.upper == (lower < 0 ? -1 : 0);
-        return fits ? lower : kMostExact + 1;
-    }
-    }
-}
-
 smart_ptr<I_Value> DecimalReader::Read(idx_t inRow) {
     if (IsNull(inRow)) {
         return MakeNullValue();
     }
-    const std::int64_t unscaled = Unscaled(inRow);
-    if (unscaled >= -kMostExact && unscaled <= kMostExact) {
-        return MakeValue(CreateValueDouble, &I_Value::put_Double, static_cast<double>(unscaled) / mDivisor);
+    double number;
+    if (Divide(inRow, number)) {
+        return MakeValue(CreateValueDouble, &I_Value::put_Double, number);
     }
     return Reach(inRow) ? MakeValue(CreateValueDouble, &I_Value::put_Double, mDoubles[Index(inRow)])
                         : ReadReference(inRow);

@@ -81,11 +81,34 @@ public:
     void Bind(duckdb_data_chunk inChunk) override;
     smart_ptr<I_Value> Read(idx_t inRow) override;
 
+    /// Divides. @return false if a double doesn't hold the unscaled number exactly.
+    bool Divide(idx_t inRow, double& outNumber) const noexcept {
+        const std::int64_t unscaled = Unscaled(inRow);
+        outNumber = static_cast<double>(unscaled) / mDivisor;
+        return unscaled >= -kMostExact && unscaled <= kMostExact;
+    }
+
 private:
     bool Cast(orlimbara::duckdb_support::ColumnCast& ioCast, idx_t inFirst, idx_t inCount) override;
 
     /// The unscaled number; a number beyond kMostExact if it doesn't fit.
-    std::int64_t Unscaled(idx_t inRow) const noexcept;
+    std::int64_t Unscaled(idx_t inRow) const noexcept {
+        if (mStorage == DUCKDB_TYPE_BIGINT) [[likely]] {
+            return DataAt<std::int64_t>(inRow);
+        }
+        switch (mStorage) {
+        case DUCKDB_TYPE_SMALLINT:
+            return DataAt<std::int16_t>(inRow);
+        case DUCKDB_TYPE_INTEGER:
+            return DataAt<std::int32_t>(inRow);
+        default: {
+            const auto& number = DataAt<duckdb_hugeint>(inRow);
+            const auto lower = static_cast<std::int64_t>(number.lower);
+            const bool fits = number.upper == (lower < 0 ? -1 : 0);
+            return fits ? lower : kMostExact + 1;
+        }
+        }
+    }
 
     static constexpr std::int64_t kMostExact = std::int64_t{1} << 53;
 

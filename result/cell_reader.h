@@ -52,18 +52,22 @@ public:
     /// @param inRow less than the chunk's size.
     virtual smart_ptr<I_Value> Read(idx_t inRow) = 0;
 
-protected:
-    static bool IsValid(const std::uint64_t* inValidity, idx_t inRow) noexcept {
-        return !inValidity || (inValidity[inRow / 64] >> (inRow % 64) & 1) != 0;
-    }
-
     const CellReaderSetup& Setup() const noexcept { return mSetup; }
-    duckdb_data_chunk Chunk() const noexcept { return mChunk; }
     bool IsNull(idx_t inRow) const noexcept { return !IsValid(mValidity, inRow); }
     template <class T>
     const T& DataAt(idx_t inRow) const noexcept {
         return static_cast<const T*>(mData)[inRow];
     }
+
+protected:
+    static bool IsValid(const std::uint64_t* inValidity, idx_t inRow) noexcept {
+        if (!inValidity) [[likely]] {
+            return true;
+        }
+        return (inValidity[inRow / 64] >> (inRow % 64) & 1) != 0;
+    }
+
+    duckdb_data_chunk Chunk() const noexcept { return mChunk; }
     smart_ptr<I_Value> ReadReference(idx_t inRow) const {
         return ReadCell(mChunk, mSetup.mColumn, inRow, mSetup.mType);
     }

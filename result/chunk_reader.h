@@ -28,6 +28,9 @@ public:
     /// @param inColumn less than the column count. @param inRow less than the chunk's size.
     smart_ptr<I_Value> Read(std::uint32_t inColumn, idx_t inRow) { return mReaders[inColumn]->Read(inRow); }
 
+    /// The reader of a column. @param inColumn less than the column count.
+    CellReader& get_Reader(std::uint32_t inColumn) noexcept { return *mReaders[inColumn]; }
+
 private:
     TextBuffer mTextBuffer;
     std::vector<std::unique_ptr<CellReader>> mReaders; // one per column

@@ -101,6 +101,7 @@ void DuckDBCursor_imp::Detach() noexcept {
     if (DuckDBDatabase* const database = mDatabase.exchange(nullptr)) {
         database->RemoveCursor(this);
     }
+    mReadableColumns.store(0, std::memory_order_release); // last: who reads 0 sees that the database is lost
 }
 
 } // namespace orkit::orsql

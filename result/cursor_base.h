@@ -48,6 +48,15 @@ protected:
             ThrowInvalidCursor();
         }
     }
+    /// Tells whether the cursor stands on a row. The guard must be held and the cursor must be valid.
+    void put_HasRow(bool inHasRow) noexcept {
+        mReadableColumns.store(inHasRow ? static_cast<std::uint32_t>(mColumns.size()) : 0,
+                               std::memory_order_relaxed);
+    }
+    /// Whether the cursor is valid, stands on a row, and has such a column.
+    bool isReadable(std::uint32_t inColumnIndex) const noexcept {
+        return inColumnIndex < mReadableColumns.load(std::memory_order_acquire);
+    }
     /// Throws "inColumnIndex is out of bounds".
     void RequireColumn(std::uint32_t inColumnIndex) const {
         if (inColumnIndex >= mColumns.size()) {
@@ -71,7 +80,8 @@ private:
     void OnLastRelease() noexcept override { Detach(); }
 
     std::atomic<DuckDBDatabase*> mDatabase; // null once detached; written under the guard, read without it
-    const std::shared_ptr<const String> mContext; // the database's name, for failures
+    std::atomic<std::uint32_t> mReadableColumns{0}; // 0 without a row; likewise
+    const std::shared_ptr<const String> mContext;   // the database's name, for failures
     orlimbara::duckdb_support::OwnedResult mResult;
     idx_t mFetchedRows = 0;
     ColumnList mColumns;

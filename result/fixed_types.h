@@ -82,6 +82,19 @@ constexpr auto MakeFixedTypeRows(TypeList<Types...>) {
 
 inline constexpr auto kFixedTypes = detail::MakeFixedTypeRows(FixedTypes());
 
+/// Whether a type is in the list, whose types have successive numbers.
+constexpr bool IsFixedType(duckdb_type inType) noexcept {
+    return inType >= kFixedTypes.front().mType && inType <= kFixedTypes.back().mType;
+}
+static_assert([] {
+    for (std::size_t i = 0; i < kFixedTypes.size(); ++i) {
+        if (kFixedTypes[i].mType != kFixedTypes.front().mType + i) {
+            return false;
+        }
+    }
+    return true;
+}());
+
 /// The row of a type, or null.
 constexpr const FixedTypeRow* FindFixedType(duckdb_type inType) noexcept {
     for (const FixedTypeRow& row : kFixedTypes) {

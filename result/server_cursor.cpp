@@ -5,10 +5,28 @@
 #include <utility>
 
 #include "extension/engine_lock_guard.h"
+#include "result/cast_reader.h"
+#include "result/fixed_types.h"
 
 namespace orkit::orsql {
 
 namespace support = orlimbara::duckdb_support;
+
+namespace {
+
+/// The value of a cell that isn't NULL, as its reader makes it. @param inType one of the list.
+template <class First, class... Rest>
+smart_ptr<I_Value> MakeFixed(TypeList<First, Rest...>, duckdb_type inType, const CellReader& inReader,
+                             idx_t inRow) {
+    if constexpr (sizeof...(Rest) != 0) {
+        if (inType != First::kType) {
+            return MakeFixed(TypeList<Rest...>(), inType, inReader, inRow);
+        }
+    }
+    return First::Make(inReader.DataAt<typename First::Item>(inRow));
+}
+
+} // namespace
 
 DuckDBCursor_server::DuckDBCursor_server(DuckDBDatabase* inDatabase, support::OwnedResult inResult)
     : DuckDBCursor_imp(inDatabase, std::move(inResult)), mReader(Columns(), ChunkReader::Access::AnyCell) {}
@@ -22,6 +40,7 @@ bool DuckDBCursor_server::NextRecord() {
     }
     // A chunk that has no size yet couldn't be bound for want of memory: it is the next one still.
     if (mChunkSize != 0 || !mChunk) {
+        put_HasRow(false);
         mReader.Bind(nullptr);
         mChunkSize = 0;
         mChunk.Reset();
@@ -36,17 +55,28 @@ bool DuckDBCursor_server::NextRecord() {
     mReader.Bind(mChunk.Get());
     mChunkRow = 0;
     mChunkSize = size;
+    put_HasRow(true);
     return true;
 }
 
 smart_ptr<I_Value> DuckDBCursor_server::get_Value(std::uint32_t inColumnIndex) {
-    RequireValid();
-    RequireColumn(inColumnIndex);
-    if (mChunkSize == 0) {
-        ThrowError("Data is not available. Use NextRecord() to fetch data.");
+    if (!isReadable(inColumnIndex)) [[unlikely]] {
+        ThrowUnreadable(inColumnIndex);
+    }
+    CellReader& reader = mReader.get_Reader(inColumnIndex);
+    const duckdb_type type = reader.Setup().mType;
+    // The cheapest cells are made here: the call of a reader would take a good part of their time.
+    if (IsFixedType(type) && !reader.IsNull(mChunkRow)) [[likely]] {
+        return MakeFixed(FixedTypes(), type, reader, mChunkRow);
+    }
+    if (type == DUCKDB_TYPE_DECIMAL && !reader.IsNull(mChunkRow)) {
+        double number;
+        if (static_cast<const DecimalReader&>(reader).Divide(mChunkRow, number)) {
+            return MakeValue(CreateValueDouble, &I_Value::put_Double, number);
+        }
     }
     try {
-        return mReader.Read(inColumnIndex, mChunkRow);
+        return reader.Read(mChunkRow);
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& error) {
@@ -76,6 +106,12 @@ bool DuckDBCursor_server::LastRecord() {
 
 bool DuckDBCursor_server::PrevRecord() {
     ThrowError("PrevRecord() is not supported for server-side cursors");
+}
+
+void DuckDBCursor_server::ThrowUnreadable(std::uint32_t inColumnIndex) const {
+    RequireValid();
+    RequireColumn(inColumnIndex);
+    ThrowError("Data is not available. Use NextRecord() to fetch data.");
 }
 
 } // namespace orkit::orsql

@@ -26,6 +26,9 @@ public:
     smart_ptr<I_Value> get_Value(std::uint32_t inColumnIndex) override;
 
 private:
+    /// Throws what get_Value throws instead of reading a column.
+    [[noreturn]] void ThrowUnreadable(std::uint32_t inColumnIndex) const;
+
     ChunkReader mReader;
     orlimbara::duckdb_support::OwnedDataChunk mChunk; // empty before the first row and after the last
     idx_t mChunkSize = 0;                             // rows of mChunk; 0 without a chunk

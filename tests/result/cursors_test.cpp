@@ -115,6 +115,24 @@ TEST_F(Cursors, ClientKeepsItsValuesAndServerMakesNewOnes) {
     }
 }
 
+TEST_F(Cursors, ServerMakesTheValuesOfTheClient) {
+    for (const auto& type :
+         Table("BOOLEAN; TINYINT; SMALLINT; INTEGER; BIGINT; UTINYINT; USMALLINT; UINTEGER; UBIGINT;"
+               "FLOAT; DOUBLE; DECIMAL(4,1); DECIMAL(9,4); DECIMAL(18,0); DECIMAL(38,2)")) {
+        // What doesn't fit the type is NULL.
+        const std::string sql =
+            "SELECT TRY_CAST((i % 7 - 3) * (1::HUGEINT << i % 64) AS " + type[0] + ") FROM range(2500) t(i)";
+        const Cursor server = Server(sql);
+        for (const Cursor client = Client(sql); client->NextRecord();) {
+            ASSERT_TRUE(server->NextRecord());
+            const Value value = server->get_Value(0);
+            const Value expected = client->get_Value(0);
+            EXPECT_EQ(value->get_Type(), expected->get_Type()) << type[0];
+            EXPECT_EQ(Text(value), Text(expected)) << type[0];
+        }
+    }
+}
+
 TEST_F(Cursors, RefuseUnsupportedOperationsAndAllOnceInvalid) {
     const std::pair<const char*, void (*)(I_DuckDBCursor&)> kCalls[] = {
         {"NextRecord", [](auto& c) { c.NextRecord(); }}, // the server's own
