@@ -75,7 +75,7 @@ constexpr MeasuredType kTypes[] = {
      &kTimestampNsFloor},
     {"TIMESTAMPTZ", "(TIMESTAMP '2000-01-01' + to_microseconds(i * 1000003))::TIMESTAMPTZ",
      &kTimestampTzFloor},
-    {"INTERVAL", "to_microseconds(i * 1000003)", &kTextCastFloor},
+    {"INTERVAL", "to_microseconds(i * 1000003)", &kIntervalFloor},
     {"UUID", "md5(i::VARCHAR)::UUID", &kUuidFloor},
     {"BIT", "(i % 256)::INTEGER::BIT", &kBitFloor},
     {"ENUM",

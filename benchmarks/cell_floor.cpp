@@ -309,6 +309,7 @@ const Floor kTimestampSFloor = kFloorOf<Plain<duckdb_timestamp_s, WriteTimestamp
 const Floor kTimestampMsFloor = kFloorOf<Plain<duckdb_timestamp_ms, WriteTimestampMs>>;
 const Floor kTimestampNsFloor = kFloorOf<Plain<duckdb_timestamp_ns, WriteTimestampNs>>;
 const Floor kTimestampTzFloor = kFloorOf<Plain<duckdb_timestamp, WriteTimestampTz>>;
+const Floor kIntervalFloor = kFloorOf<Plain<duckdb_interval, WriteInterval>>;
 const Floor kUuidFloor = kFloorOf<Plain<duckdb_hugeint, WriteUuid>>;
 const Floor kTimeTzFloor = kFloorOf<Plain<duckdb_time_tz, WriteTimeTz>>;
 const Floor kBitFloor = kFloorOf<Plain<duckdb_string_t, WriteBit>>;

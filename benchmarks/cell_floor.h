@@ -51,6 +51,7 @@ extern const Floor kTimestampSFloor;
 extern const Floor kTimestampMsFloor;
 extern const Floor kTimestampNsFloor;
 extern const Floor kTimestampTzFloor;
+extern const Floor kIntervalFloor;
 extern const Floor kUuidFloor;
 extern const Floor kTimeTzFloor;
 extern const Floor kBitFloor;

@@ -128,7 +128,7 @@ constexpr std::array kReaders = {
     ReaderRow{DUCKDB_TYPE_TIMESTAMP, Make<PlainTextReader<duckdb_timestamp, WriteTimestamp>>},
     ReaderRow{DUCKDB_TYPE_DATE, Make<PlainTextReader<duckdb_date, WriteDate>>},
     ReaderRow{DUCKDB_TYPE_TIME, Make<PlainTextReader<duckdb_time, WriteTime>>},
-    ReaderRow{DUCKDB_TYPE_INTERVAL, Make<TextCastReader>},
+    ReaderRow{DUCKDB_TYPE_INTERVAL, Make<PlainTextReader<duckdb_interval, WriteInterval>>},
     ReaderRow{DUCKDB_TYPE_HUGEINT, Make<PlainTextReader<duckdb_hugeint, WriteHugeint>>},
     ReaderRow{DUCKDB_TYPE_TIMESTAMP_S, Make<PlainTextReader<duckdb_timestamp_s, WriteTimestampS>>},
     ReaderRow{DUCKDB_TYPE_TIMESTAMP_MS, Make<PlainTextReader<duckdb_timestamp_ms, WriteTimestampMs>>},

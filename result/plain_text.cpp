@@ -1,5 +1,6 @@
 #include "result/plain_text.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <string_view>
@@ -85,6 +86,30 @@ char16_t* WriteFraction(char16_t* outText, std::uint32_t inFraction, int inDigit
         }
     }
     return end;
+}
+
+/// A part of an INTERVAL with its unit; nothing for 0. @param inNumber from -9999 to 9999.
+char16_t* WritePart(char16_t* outText, const char16_t* inBegin, std::int32_t inNumber,
+                    std::u16string_view inUnit) noexcept {
+    if (inNumber == 0) {
+        return outText;
+    }
+    if (outText != inBegin) {
+        *outText++ = u' ';
+    }
+    if (inNumber < 0) {
+        *outText++ = u'-';
+    }
+    const auto magnitude = static_cast<std::uint32_t>(inNumber < 0 ? -inNumber : inNumber);
+    std::array<char16_t, 4> digits;
+    WriteTwo(WriteTwo(digits.data(), magnitude / 100), magnitude % 100);
+    const std::ptrdiff_t zeros = magnitude < 10 ? 3 : magnitude < 100 ? 2 : magnitude < 1000 ? 1 : 0;
+    outText = std::copy(digits.begin() + zeros, digits.end(), outText);
+    outText = std::copy(inUnit.begin(), inUnit.end(), outText);
+    if (magnitude != 1) {
+        *outText++ = u's';
+    }
+    return outText;
 }
 
 std::size_t LengthOf(const char16_t* inEnd, const PlainText& inText) noexcept {
@@ -219,6 +244,33 @@ std::size_t WriteTimestampMs(duckdb_timestamp_ms inTimestamp, PlainText& outText
 
 std::size_t WriteTimestampNs(duckdb_timestamp_ns inTimestamp, PlainText& outText) noexcept {
     return LengthOf(WriteTimestampIn<1'000'000'000, 9>(inTimestamp.nanos, outText), outText);
+}
+
+std::size_t WriteInterval(duckdb_interval inInterval, PlainText& outText) noexcept {
+    constexpr std::int64_t kMostMicros = 100LL * 3600 * 1'000'000;
+    constexpr std::int32_t kMostParts = 9999;
+    if (inInterval.micros <= -kMostMicros || inInterval.micros >= kMostMicros ||
+        inInterval.months / 12 < -kMostParts || inInterval.months / 12 > kMostParts ||
+        inInterval.days < -kMostParts || inInterval.days > kMostParts) {
+        return 0;
+    }
+    char16_t* const begin = outText.data();
+    char16_t* end = WritePart(begin, begin, inInterval.months / 12, u" year");
+    end = WritePart(end, begin, inInterval.months % 12, u" month");
+    end = WritePart(end, begin, inInterval.days, u" day");
+    if (inInterval.micros != 0 || end == begin) {
+        if (end != begin) {
+            *end++ = u' ';
+        }
+        if (inInterval.micros < 0) {
+            *end++ = u'-';
+        }
+        const auto magnitude =
+            static_cast<std::uint64_t>(inInterval.micros < 0 ? -inInterval.micros : inInterval.micros);
+        end = WriteSecond(end, static_cast<std::uint32_t>(magnitude / 1'000'000));
+        end = WriteFraction(end, static_cast<std::uint32_t>(magnitude % 1'000'000), 6);
+    }
+    return LengthOf(end, outText);
 }
 
 std::size_t WriteUuid(duckdb_hugeint inUuid, PlainText& outText) noexcept {

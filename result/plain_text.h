@@ -2,7 +2,7 @@
 /// Short texts of a vector's items, written directly in UTF-16.
 ///
 /// Each function writes the same text as DuckDB's cast and returns its length, or 0 for a case that it leaves
-/// to the cast: years before 1 and after 9999, infinity, times out of range, long BITs.
+/// to the cast: years before 1 and after 9999, infinity, times out of range, long BITs and INTERVALs.
 #pragma once
 
 #include <array>
@@ -26,6 +26,8 @@ std::size_t WriteTimestampTz(duckdb_timestamp inTimestamp, PlainText& outText) n
 std::size_t WriteTimestampS(duckdb_timestamp_s inTimestamp, PlainText& outText) noexcept;
 std::size_t WriteTimestampMs(duckdb_timestamp_ms inTimestamp, PlainText& outText) noexcept;
 std::size_t WriteTimestampNs(duckdb_timestamp_ns inTimestamp, PlainText& outText) noexcept;
+/// For a time of at most 99 hours and small other parts.
+std::size_t WriteInterval(duckdb_interval inInterval, PlainText& outText) noexcept;
 /// @param inUuid as a vector holds it: the topmost bit is inverted.
 std::size_t WriteUuid(duckdb_hugeint inUuid, PlainText& outText) noexcept;
 std::size_t WriteHugeint(duckdb_hugeint inNumber, PlainText& outText) noexcept;

@@ -51,7 +51,9 @@ constexpr const char* kValues = R"(
     TIMESTAMP_MS|'infinity'|'-infinity'|'1969-12-31 23:59:59.999'|'0044-03-15 (BC) 12:00:00'|'12345-01-01 00:00:00'
     TIMESTAMP_NS|'infinity'|'-infinity'|'1677-09-22 00:00:00'|'2262-04-11 23:47:16.854775806'
     TIMESTAMPTZ|'infinity'|'290309-12-22 (BC) 00:00:00+00'|'2024-02-29 12:34:56.789012+05:30'
-    INTERVAL|'0 days'|'-1 years 2 days -03:04:05.000006'|'178956970 years'|'1 month'|'-2147483648 days'
+    INTERVAL|'0 days'|'-1 years 2 days -03:04:05.000006'|'178956970 years'|'1 month'|'-2147483648 days'|'1 day'
+    INTERVAL|'99:59:59.999999'|'-99:59:59.999999'|'100:00:00'|'-100:00:00'|'9999 days'|'-10000 days'|'10000 days'
+    INTERVAL|'9999 years 11 months'|'-10000 years'|'10000 years'|'-9999 years -11 months -9999 days -1:02:03.4'
     ENUM('', 'red', 'a name longer than a cell holds')|''|'red'|'a name longer than a cell holds'
     JSON|'null'|'{"a": [1, "x"]}'|'"text"'; GEOMETRY|'POINT (1 2)'|'LINESTRING (0 0, 1 1.5)'
     INTEGER[]|[]|[1, NULL, -3]|range(3000); DATE[2]|['infinity', NULL]|['0044-03-15 (BC)', '12345-01-01']
@@ -192,6 +194,7 @@ constexpr const char* kPlainTexts = R"(
     make_timestamp((u >> 8)::BIGINT)::TIMESTAMP_S; make_timestamp(-((u >> 8)::BIGINT))::TIMESTAMP_MS
     make_timestamp_ns((u >> 1)::BIGINT - 4611686018427387904); make_timestamp_ns(-((u >> 2)::BIGINT))
     concat(TIME '00:00:00' + to_microseconds(t::BIGINT), (['-', '+'])[1 + i % 2], strftime(TIMESTAMP '2000-01-01' + to_seconds((u % 960 * 60 + i % 9 // 8)::BIGINT), '%H:%M:%S'))::TIMETZ
+    to_microseconds((u >> 26)::BIGINT - 137438953472) + to_days((u % 2001 - 1000)::INTEGER % (i % 3000)); to_months(i % 5000 - 2500)
     (u % 256)::UTINYINT::BIT; right(u::UBIGINT::BIT::VARCHAR, i % 64 + 1)::BIT; concat(u::UBIGINT::BIT, i % 2)::BIT
     i::VARCHAR::few; (6 * i + 9999)::VARCHAR::many
     concat('12:34:56.', lpad((u % 1000000000)::VARCHAR, 9, '0'))::TIME_NS; md5(i::VARCHAR)::UUID
