@@ -138,6 +138,14 @@ using OwnedBytes = OwnedHandle<void*, HandleKind::Bytes, duckdb_free>;
     return inText ? std::string_view(inText.Get()) : std::string_view();
 }
 
+/// The bytes of a text or blob of a vector; valid as long as the vector and the string stay where they are.
+[[nodiscard]] inline std::string_view ViewOf(const duckdb_string_t& inString) noexcept {
+    const std::size_t length = inString.value.inlined.length;
+    return {length <= sizeof(inString.value.inlined.inlined) ? inString.value.inlined.inlined
+                                                             : inString.value.pointer.ptr,
+            length};
+}
+
 /// The only owner of a `duckdb_result`, which DuckDB passes by value, or of none. A failed run leaves a
 /// result that holds the error. An empty owner's result is zero-filled: `duckdb_rows_changed` and
 /// `duckdb_row_count` crash on it.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <limits>
 #include <memory>
 #include <new>
 #include <stdexcept>
@@ -31,6 +32,74 @@ std::string ColumnProjection(std::string_view name, duckdb_type type, bool check
         item = "CAST(" + item + " AS " + DuckDBTypeName(runtime_type) + ")";
     }
     return item == quoted ? quoted : item + " AS " + quoted;
+}
+
+template <typename Element>
+[[nodiscard]] Element& ElementAt(void* data, std::uint64_t row) {
+    return static_cast<Element*>(data)[row];
+}
+
+/// As `duckdb_is_finite_timestamp`, without a call.
+[[nodiscard]] bool IsFinite(duckdb_timestamp timestamp) {
+    constexpr std::int64_t kInfinity = std::numeric_limits<std::int64_t>::max();
+    return timestamp.micros != kInfinity && timestamp.micros != -kInfinity;
+}
+
+[[nodiscard]] host_value MakeDateTime(call_context context, duckdb_timestamp timestamp) {
+    if (!IsFinite(timestamp)) { // DuckDB throws if asked for the parts of infinity
+        return nullptr;
+    }
+    return GetProcedureApi()->new_datetime(context, PackDateTime(duckdb_from_timestamp(timestamp)));
+}
+
+/// Whether the host has a value for a cell that isn't NULL. It has none for an infinite timestamp.
+[[nodiscard]] bool HasCellValue(duckdb_type runtime_type, void* data, std::uint64_t row) {
+    return runtime_type != DUCKDB_TYPE_TIMESTAMP || IsFinite(ElementAt<duckdb_timestamp>(data, row));
+}
+
+/// Makes the value of a cell that isn't NULL; the host owns it. `data` is the data of a flat vector of the
+/// runtime type, and `row` counts from 0 in it. Null if the host has no such value or can't make it.
+[[nodiscard]] host_value MakeCellValue(call_context context, duckdb_type runtime_type, void* data,
+                                       std::uint64_t row) {
+    const procedure_api& api = *GetProcedureApi();
+    switch (runtime_type) {
+    case DUCKDB_TYPE_BOOLEAN:
+        return api.new_bool(context, ElementAt<std::uint8_t>(data, row));
+    case DUCKDB_TYPE_TINYINT:
+        return api.new_int64(context, ElementAt<std::int8_t>(data, row));
+    case DUCKDB_TYPE_SMALLINT:
+        return api.new_int64(context, ElementAt<std::int16_t>(data, row));
+    case DUCKDB_TYPE_INTEGER:
+        return api.new_int64(context, ElementAt<std::int32_t>(data, row));
+    case DUCKDB_TYPE_BIGINT:
+        return api.new_int64(context, ElementAt<std::int64_t>(data, row));
+    case DUCKDB_TYPE_UTINYINT:
+        return api.new_uint64(context, ElementAt<std::uint8_t>(data, row));
+    case DUCKDB_TYPE_USMALLINT:
+        return api.new_uint64(context, ElementAt<std::uint16_t>(data, row));
+    case DUCKDB_TYPE_UINTEGER:
+        return api.new_uint64(context, ElementAt<std::uint32_t>(data, row));
+    case DUCKDB_TYPE_UBIGINT:
+        return api.new_uint64(context, ElementAt<std::uint64_t>(data, row));
+    case DUCKDB_TYPE_FLOAT:
+        return api.new_double(context, static_cast<double>(ElementAt<float>(data, row)));
+    case DUCKDB_TYPE_DOUBLE:
+        return api.new_double(context, ElementAt<double>(data, row));
+    case DUCKDB_TYPE_TIMESTAMP:
+        return MakeDateTime(context, ElementAt<duckdb_timestamp>(data, row));
+    case DUCKDB_TYPE_DATE:
+        return api.new_date(context, PackDate(duckdb_from_date(ElementAt<duckdb_date>(data, row))));
+    case DUCKDB_TYPE_TIME:
+        return api.new_time(context, PackTime(duckdb_from_time(ElementAt<duckdb_time>(data, row))));
+    case DUCKDB_TYPE_BLOB: {
+        const auto bytes = duckdb_support::ViewOf(ElementAt<duckdb_string_t>(data, row));
+        return api.new_binary(context, bytes.data(), bytes.size(), 0);
+    }
+    default: { // every other type was cast to VARCHAR
+        const auto text = duckdb_support::ViewOf(ElementAt<duckdb_string_t>(data, row));
+        return api.new_text(context, text.data(), text.size(), 0);
+    }
+    }
 }
 
 } // namespace
@@ -164,12 +233,13 @@ std::int32_t QueryCursor::NextRow() {
     return SeekRow(chunk_starts_[chunk_index_] + row_in_chunk_ + 1);
 }
 
-host_value QueryCursor::ReadValue(call_context context, std::int32_t column) const {
-    if (!chunk_ || column < 0 || static_cast<std::size_t>(column) >= columns_.size()) {
+inline host_value QueryCursor::ReadValue(call_context context, std::int32_t column) const {
+    const auto index = static_cast<std::uint32_t>(column); // a negative one becomes one far past the end
+    if (!chunk_ || index >= descriptor_.column_count) {
         return nullptr;
     }
-    const Column& cells = columns_[static_cast<std::size_t>(column)];
-    if (cells.validity != nullptr && !duckdb_validity_row_is_valid(cells.validity, row_in_chunk_)) {
+    const Column& cells = columns_[index];
+    if (cells.validity != nullptr && (cells.validity[row_in_chunk_ / 64] >> (row_in_chunk_ % 64) & 1) == 0) {
         return nullptr;
     }
     const host_value value = MakeCellValue(context, cells.runtime_type, cells.data, row_in_chunk_);

@@ -10,19 +10,14 @@
 
 #include <duckdb.h>
 
+#include "duckdb_support/handles.h"
 #include "host/string.h"
 #include "host/unknown.h"
 #include "host/value.h"
 
 namespace orkit::orsql {
 
-/// The bytes of a text or blob of a vector; valid as long as the vector and the string stay where they are.
-inline std::string_view ViewOf(const duckdb_string_t& inString) noexcept {
-    const std::size_t length = inString.value.inlined.length;
-    return {length <= sizeof(inString.value.inlined.inlined) ? inString.value.inlined.inlined
-                                                             : inString.value.pointer.ptr,
-            length};
-}
+using orlimbara::duckdb_support::ViewOf;
 
 /// Makes values from texts, up to their first zero byte.
 class TextBuffer {
