@@ -9,7 +9,7 @@ help:
 	@echo 'make run    set up, build, and show the demonstration on three million flights'
 	@echo 'make test   set up, build, and run all tests (PRESETS="$(PRESETS)" can be narrowed)'
 	@echo 'make soak   run the campaigns, too long for a test, for SOAK=600 seconds in all (CAMPAIGNS, SEED)'
-	@echo 'make coverage  the branches that the tests take, in build/coverage/coverage.txt'
+	@echo 'make coverage  the branches that the tests take, by folder; lists the others in build/coverage/coverage.txt'
 	@echo 'make check  look at format, at faults that clang-tidy finds, and at the scripts'
 	@echo 'make format format every source'
 	@echo 'make bench  set up, build, and run the benchmarks (BENCHMARKS, BENCHMARK_ARGS)'
@@ -44,12 +44,10 @@ soak: setup
 	@SEED='$(SEED)' scripts/soak.sh '$(SOAK)' $(CAMPAIGNS)
 
 coverage: setup
-	@scripts/get_packages.sh coverage
 	@scripts/build.sh coverage
 	@find build/coverage -name '*.gcda' -delete
-	@ctest --preset coverage --parallel $(or $(JOBS),2) --output-on-failure --exclude-regex install_tests
-	@gcovr --root . --object-directory build/coverage --exclude-throw-branches --exclude-unreachable-branches \
-		--exclude '(tests|fuzz|build)/' --branches --txt build/coverage/coverage.txt --print-summary
+	@ctest --preset coverage --parallel $(or $(JOBS),2) --output-on-failure --exclude-regex 'install_tests|shell_memory_tests'; \
+		status=$$?; scripts/coverage.py build/coverage && exit $$status
 
 check: setup
 	@scripts/get_packages.sh check

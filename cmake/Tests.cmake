@@ -16,7 +16,7 @@
 # one case runs with build/<preset>/bin/<name> --gtest_filter=...
 
 enable_testing()
-set(ORLIMBARA_TEST_TIMEOUT 300)
+set(ORLIMBARA_TEST_TIMEOUT 300 CACHE STRING "Seconds after which a test fails")
 
 # Both allocators fill freed memory: DuckDB's own, where the address sanitizer can't look, and the C
 # library's for the release build. DuckDB itself is not instrumented, so the thread sanitizer must
