@@ -70,6 +70,7 @@ namespace orlimbara::duckdb_support {
 [[nodiscard]] duckdb_value chunk_value(duckdb_data_chunk chunk, idx_t column, idx_t row);
 [[nodiscard]] std::int32_t variant_type(duckdb_value value);
 [[nodiscard]] duckdb_value variant_child(duckdb_value value);
+duckdb_state cast_value(duckdb_value value, duckdb_logical_type type, duckdb_value* out, char** out_error);
 [[nodiscard]] char* statement_sql(duckdb_extracted_statements statements, idx_t index);
 [[nodiscard]] char* type_text(duckdb_logical_type type);
 /// @}

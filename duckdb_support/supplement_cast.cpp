@@ -8,10 +8,7 @@
 #include <mutex>
 #include <stdexcept>
 
-#if ORLIMBARA_SUPPLY_CAST_VALUE
-
 namespace internals = orlimbara::duckdb_support::internals;
-using internals::OrElse;
 using internals::Unwrap;
 
 namespace {
@@ -65,12 +62,9 @@ bool NeedsInstance(const duckdb::LogicalType& inFrom, const duckdb::LogicalType&
     if (!HoldsJson(inFrom) && !HoldsJson(inTo)) {
         return false;
     }
-    const auto from_json_to = [&](duckdb::LogicalTypeId inId) {
-        return inFrom.IsJSONType() && inTo.id() == inId;
-    };
-    const bool from_variant = inFrom.id() == duckdb::LogicalTypeId::VARIANT && inTo.IsJSONType();
-    return !from_variant && !from_json_to(duckdb::LogicalTypeId::VARIANT) &&
-           !from_json_to(duckdb::LogicalTypeId::VARCHAR);
+    const bool copies_or_splits =
+        inTo.id() == duckdb::LogicalTypeId::VARIANT || inTo.id() == duckdb::LogicalTypeId::VARCHAR;
+    return !inFrom.IsJSONType() || !copies_or_splits;
 }
 
 /// False for types that exist only while DuckDB binds a query, which no value can have.
@@ -134,32 +128,32 @@ bool IsTooDeep(const duckdb::Value& inValue) {
 }
 
 bool TryCast(const duckdb::Value& inValue, const duckdb::LogicalType& inType, duckdb::Value& outValue,
-             std::string& outError) noexcept {
-    return OrElse(false, [&] {
-        try {
-            if (!IsCastable(inType)) {
-                outError = "Cannot cast a value to the type " + inType.ToString();
-                return false;
-            }
-            const duckdb::LogicalType type = Complete(inType);
-            if (type.id() != duckdb::LogicalTypeId::VARCHAR && IsTooDeep(inValue)) {
-                outError = "JSON is nested deeper than " + std::to_string(kMaxJsonDepth) + " levels";
-                return false;
-            }
-            return NeedsInstance(inValue.type(), type)
-                       ? CastInstance::TryCast(inValue, type, outValue, outError)
-                       : inValue.DefaultTryCastAs(type, outValue, &outError);
-        } catch (const std::exception& error) {
-            outError = duckdb::ErrorData(error).RawMessage();
+             std::string& outError) {
+    try {
+        if (!IsCastable(inType)) {
+            outError = "Cannot cast a value to the type " + inType.ToString();
             return false;
         }
-    });
+        const duckdb::LogicalType type = Complete(inType);
+        if (type.id() != duckdb::LogicalTypeId::VARCHAR && IsTooDeep(inValue)) {
+            outError = "JSON is nested deeper than " + std::to_string(kMaxJsonDepth) + " levels";
+            return false;
+        }
+        return NeedsInstance(inValue.type(), type) ? CastInstance::TryCast(inValue, type, outValue, outError)
+                                                   : inValue.DefaultTryCastAs(type, outValue, &outError);
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const std::exception& error) {
+        outError = duckdb::ErrorData(error).RawMessage();
+        return false;
+    }
 }
 
 } // namespace
 
-extern "C" duckdb_state duckdb_cast_value(duckdb_value value, duckdb_logical_type type, duckdb_value* out,
-                                          char** out_error) {
+namespace orlimbara::duckdb_support {
+
+duckdb_state cast_value(duckdb_value value, duckdb_logical_type type, duckdb_value* out, char** out_error) {
     if (out_error != nullptr) {
         *out_error = nullptr;
     }
@@ -170,18 +164,24 @@ extern "C" duckdb_state duckdb_cast_value(duckdb_value value, duckdb_logical_typ
     if (value == nullptr || type == nullptr) {
         return DuckDBError;
     }
-    return OrElse(DuckDBError, [&] {
-        duckdb::Value result;
-        std::string error;
-        if (TryCast(Unwrap(value), Unwrap(type), result, error)) {
-            *out = internals::WrapNew(std::move(result));
-            return DuckDBSuccess;
-        }
-        if (out_error != nullptr && !error.empty()) {
-            *out_error = internals::CopyText(error);
-        }
-        return DuckDBError;
-    });
+    duckdb::Value result;
+    std::string error;
+    if (TryCast(Unwrap(value), Unwrap(type), result, error)) {
+        *out = internals::WrapNew(std::move(result));
+        return DuckDBSuccess;
+    }
+    if (out_error != nullptr && !error.empty()) {
+        *out_error = internals::CopyText(error);
+    }
+    return DuckDBError;
 }
 
+} // namespace orlimbara::duckdb_support
+
+#if ORLIMBARA_SUPPLY_CAST_VALUE
+extern "C" duckdb_state duckdb_cast_value(duckdb_value value, duckdb_logical_type type, duckdb_value* out,
+                                          char** out_error) {
+    return internals::OrElse(
+        DuckDBError, [&] { return orlimbara::duckdb_support::cast_value(value, type, out, out_error); });
+}
 #endif

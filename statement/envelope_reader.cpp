@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <exception>
 #include <string>
 
 #include "duckdb_support/supplement.h"
@@ -99,11 +98,20 @@ const NamedType* FindType(std::string_view inName) noexcept {
     ThrowDuckDBError(inContext, inMessage.c_str());
 }
 
-[[noreturn]] void ThrowUnparsed(const support::OwnedText& inError, std::string_view inTypeName,
-                                std::string_view inText) {
-    Throw(kValueContext,
-          inError ? inError.Get()
-                  : "Cannot parse " + std::string(inTypeName) + " typed value: " + std::string(inText));
+/// What is said of a text that can't become a value, if DuckDB says nothing: around the type's name.
+struct Refusal {
+    const char* mBeforeType;
+    const char* mAfterType;
+};
+
+constexpr Refusal kUnparsed = {"Cannot parse ", " typed value: "};
+constexpr Refusal kMalformed = {"Malformed ", " value: "};
+
+[[noreturn]] void ThrowRefusal(const Refusal& inRefusal, std::string_view inTypeName,
+                               std::string_view inText) {
+    std::string message = inRefusal.mBeforeType;
+    message.append(inTypeName).append(inRefusal.mAfterType).append(inText);
+    Throw(kValueContext, message);
 }
 
 /// Empty for a text that isn't UTF-8.
@@ -111,16 +119,25 @@ support::OwnedValue MakeText(std::string_view inText) {
     return support::OwnedValue(duckdb_create_varchar_length(inText.data(), inText.size()));
 }
 
-/// A new value of the type that the text is cast to; never empty. The type stays the caller's.
-support::OwnedValue CastTextToType(std::string_view inTypeName, std::string_view inText,
-                                   const support::OwnedLogicalType& inType) {
+/// A new value of another type; never empty. Both arguments stay the caller's.
+/// @param inTypeName, inText for the message of a failure.
+support::OwnedValue Cast(const support::OwnedValue& inValue, const support::OwnedLogicalType& inType,
+                         const Refusal& inRefusal, std::string_view inTypeName, std::string_view inText) {
     support::OwnedValue value;
     support::OwnedText error;
-    const support::OwnedValue text = MakeText(inText);
-    if (duckdb_cast_value(text.Get(), inType.Get(), value.Put(), error.Put()) != DuckDBSuccess || !value) {
-        ThrowUnparsed(error, inTypeName, inText);
+    support::cast_value(inValue.Get(), inType.Get(), value.Put(), error.Put());
+    if (error) {
+        Throw(kValueContext, error.Get());
+    }
+    if (!value) {
+        ThrowRefusal(inRefusal, inTypeName, inText);
     }
     return value;
+}
+
+support::OwnedValue CastTextToType(std::string_view inTypeName, std::string_view inText,
+                                   const support::OwnedLogicalType& inType) {
+    return Cast(MakeText(inText), inType, kUnparsed, inTypeName, inText);
 }
 
 /// The width is the number of digits in the text, the scale the number of characters after the point.
@@ -142,15 +159,7 @@ support::OwnedValue NestedToDuckDB(std::string_view inTypeName, std::string_view
     const support::OwnedValue json = CastTextToType(inTypeName, inText, jsonType);
 
     const support::OwnedLogicalType variantType(duckdb_create_logical_type(DUCKDB_TYPE_VARIANT));
-    support::OwnedValue variant;
-    support::OwnedText error;
-    if (duckdb_cast_value(json.Get(), variantType.Get(), variant.Put(), error.Put()) != DuckDBSuccess ||
-        !variant) {
-        Throw(kValueContext, error
-                                 ? error.Get()
-                                 : "Malformed " + std::string(inTypeName) + " value: " + std::string(inText));
-    }
-    return variant;
+    return Cast(json, variantType, kMalformed, inTypeName, inText);
 }
 
 bool HasMarker(const I_ValueJSON& inObject, const Form& inForm) {
@@ -195,31 +204,26 @@ support::OwnedValue TypedTextToDuckDB(std::string_view inTypeName, std::string_v
     if (!type) {
         Throw(kValueContext, "Unsupported DuckDB typed value in envelope: " + std::string(inTypeName));
     }
-    try {
-        switch (type->mReading) {
-        case Reading::Null:
-            return support::OwnedValue(duckdb_create_null_value());
-        case Reading::True:
-        case Reading::False:
-            return support::OwnedValue(duckdb_create_bool(type->mReading == Reading::True));
-        case Reading::Text: {
-            support::OwnedValue value = MakeText(inText);
-            if (!value) {
-                ThrowUnparsed({}, inTypeName, inText);
-            }
-            return value;
+    switch (type->mReading) {
+    case Reading::Null:
+        return support::OwnedValue(duckdb_create_null_value());
+    case Reading::True:
+    case Reading::False:
+        return support::OwnedValue(duckdb_create_bool(type->mReading == Reading::True));
+    case Reading::Text: {
+        support::OwnedValue value = MakeText(inText);
+        if (!value) {
+            ThrowRefusal(kUnparsed, inTypeName, inText);
         }
-        case Reading::Cast:
-            return CastTextToType(inTypeName, inText,
-                                  support::OwnedLogicalType(duckdb_create_logical_type(type->mType)));
-        case Reading::Decimal:
-            return CastTextToType(inTypeName, inText, DecimalTypeOf(inText));
-        case Reading::Nested:
-            break;
-        }
+        return value;
+    }
+    case Reading::Cast:
+        return CastTextToType(inTypeName, inText,
+                              support::OwnedLogicalType(duckdb_create_logical_type(type->mType)));
+    case Reading::Decimal:
+        return CastTextToType(inTypeName, inText, DecimalTypeOf(inText));
+    default: // Nested
         return NestedToDuckDB(inTypeName, inText);
-    } catch (const std::exception& failure) {
-        Throw(kValueContext, failure.what());
     }
 }
 

@@ -3,7 +3,7 @@
 /// result/text_buffer.h writes it.
 ///
 /// These functions take no lock and keep no state. Failures are xDuckDBError with the context "value" or
-/// "variant"; so are exceptions that DuckDB throws.
+/// "variant", but for std::bad_alloc.
 #pragma once
 
 #include <string_view>
