@@ -103,8 +103,6 @@ private:
     // opening.cpp; the guard must be held
     /// Neither in memory nor remote.
     bool IsFile() const;
-    /// Takes the path's shared handle if this object has none.
-    void JoinSharedHandle();
     void ApplySettings(duckdb_config inConfig) const;
     /// The text of a failure, UTF-8, possibly empty; nothing on success.
     using Failure = std::optional<std::string>;

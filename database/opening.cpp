@@ -54,8 +54,8 @@ void DuckDBDatabase::Create() {
         // Others hold the path open, and this object joins them; or there was no file to delete.
     }
     const EngineLockGuard guard;
-    Close(); // another thread may have opened this object in the meantime
-    JoinSharedHandle();
+    Close();                  // another thread may have opened this object in the meantime
+    SetHandle(Row().mHandle); // the path's shared handle, or none
     Failure failure;
     try {
         if (!mHandle) {
@@ -82,7 +82,7 @@ void DuckDBDatabase::Open() {
     if (IsFile() && !get_Exists()) {
         ThrowError("File does not exist");
     }
-    JoinSharedHandle();
+    SetHandle(Row().mHandle); // the path's shared handle, or none
     if (!mHandle) {
         const support::OwnedConfig config = MakeConfig();
         if (!mMotherDuckToken.isEmpty()) {
@@ -112,13 +112,6 @@ bool DuckDBDatabase::IsFile() const {
     }
     const smart_ptr<I_DuckDBExtension> extension = GetDuckDBExtension();
     return extension && !extension->get_IsMemoryPath(mPath);
-}
-
-void DuckDBDatabase::JoinSharedHandle() {
-    SharedDatabaseEntry& row = Row();
-    if (!mHandle && row.mHandle) {
-        SetHandle(row.mHandle);
-    }
 }
 
 void DuckDBDatabase::ApplySettings(duckdb_config inConfig) const {

@@ -76,10 +76,9 @@ public:
 
     OwnedHandle(OwnedHandle&& inOther) noexcept : mHandle(std::exchange(inOther.mHandle, Type{})) {}
     OwnedHandle& operator=(OwnedHandle&& inOther) noexcept {
-        if (this != &inOther) {
-            Reset();
-            mHandle = std::exchange(inOther.mHandle, Type{});
-        }
+        const Type handle = std::exchange(inOther.mHandle, Type{}); // first: it may be this one's
+        Reset();
+        mHandle = handle;
         return *this;
     }
     ~OwnedHandle() { Reset(); }

@@ -41,7 +41,7 @@ char* statement_sql(duckdb_extracted_statements statements, idx_t index) {
         return nullptr;
     }
     // The parser has already reduced the text to the statement's part.
-    return internals::CopyText(statement->query.empty() ? statement->ToString() : statement->query);
+    return internals::CopyText(statement->query);
 }
 
 duckdb_state prepare_extracted_copy(duckdb_connection connection, duckdb_extracted_statements statements,

@@ -26,8 +26,8 @@ bool IsNanosInRange(std::int64_t inNanos) { return IsInRange(inNanos, duckdb::In
 
 bool IsTimeTzInRange(std::uint64_t inBits) {
     const duckdb::dtime_tz_t time(inBits);
-    return IsMicrosInRange(time.time().micros) && time.offset() >= duckdb::dtime_tz_t::MIN_OFFSET &&
-           time.offset() <= duckdb::dtime_tz_t::MAX_OFFSET;
+    // The bits can't hold a greater offset than the greatest.
+    return IsMicrosInRange(time.time().micros) && time.offset() >= duckdb::dtime_tz_t::MIN_OFFSET;
 }
 
 bool CanHoldTimes(const duckdb::LogicalType& inType) {
@@ -141,19 +141,6 @@ bool CanHoldTimes(duckdb_logical_type inType) { return CanHoldTimes(Unwrap(inTyp
 bool AreTimesInRange(duckdb_value inValue) {
     duckdb::Vector vector(Unwrap(inValue));
     return internals::AreTimesInRange(vector, 1);
-}
-
-bool AreTimesInRange(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst, idx_t inCount) {
-    duckdb::DataChunk& chunk = Unwrap(inChunk);
-    const duckdb::idx_t first = std::min<duckdb::idx_t>(inFirst, chunk.size());
-    const duckdb::idx_t count = std::min<duckdb::idx_t>(inCount, chunk.size() - first);
-    duckdb::Vector column(chunk.data[inColumn]); // a reference
-    if (first == 0) {
-        return internals::AreTimesInRange(column, count);
-    }
-    column.Flatten(chunk.size());
-    duckdb::Vector rows(column, first, first + count);
-    return internals::AreTimesInRange(rows, count);
 }
 
 void AddTimeCheck(duckdb_connection inConnection) {

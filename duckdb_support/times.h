@@ -20,11 +20,6 @@ inline constexpr const char* kTimeOutOfRange = "A time of day lies outside the r
 /// null. Throws std::bad_alloc without memory.
 [[nodiscard]] bool AreTimesInRange(duckdb_value inValue);
 
-/// The same for `inCount` rows of a column from row `inFirst` on (all counted from 0; rows past the end are
-/// ignored). Of a list, all items in its chunk are checked, since DuckDB's casts take them all.
-[[nodiscard]] bool AreTimesInRange(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inFirst = 0,
-                                   idx_t inCount = ~idx_t{0});
-
 /// The scalar function that AddTimeCheck registers: returns its one argument, of any type, unchanged, and
 /// fails with kTimeOutOfRange if a time in it is out of range. An SQL cast of its result is safe.
 inline constexpr const char* kTimeCheck = "system.main.orlimbara_check_times";

@@ -53,20 +53,9 @@ VariantColumn::~VariantColumn() = default;
 VariantColumn::VariantColumn(VariantColumn&&) noexcept = default;
 VariantColumn& VariantColumn::operator=(VariantColumn&&) noexcept = default;
 
-bool VariantColumn::Load(duckdb_data_chunk inChunk, idx_t inColumn) {
-    mState.reset();
-    return internals::Succeeds([&] {
-        if (inChunk == nullptr || inColumn >= internals::Unwrap(inChunk).ColumnCount()) {
-            return false;
-        }
-        duckdb::DataChunk& chunk = internals::Unwrap(inChunk);
-        duckdb::Vector& column = chunk.data[inColumn];
-        if (column.GetType().id() != duckdb::LogicalTypeId::VARIANT) {
-            return false;
-        }
-        mState = std::make_unique<State>(column, chunk.size());
-        return true;
-    });
+void VariantColumn::Load(duckdb_data_chunk inChunk, idx_t inColumn) {
+    duckdb::DataChunk& chunk = internals::Unwrap(inChunk);
+    mState = std::make_unique<State>(chunk.data[inColumn], chunk.size());
 }
 
 std::int32_t VariantColumn::Number(idx_t inRow) const { return mState->mReader.Number(inRow); }
@@ -87,14 +76,11 @@ bool VariantColumn::ReadJson(idx_t inRow, std::string_view& outText, idx_t inFir
         if (!state.WasJsonTried(inRow)) {
             state.CastToJson(inFirst, inCount);
         }
-        if (!state.mJson || !state.WasJsonTried(inRow)) {
+        if (!state.mJson) {
             return false;
         }
-        const idx_t index = inRow - state.mJsonFirst;
-        if (!duckdb::FlatVector::Validity(*state.mJson).RowIsValid(index)) {
-            return false;
-        }
-        const auto& text = duckdb::FlatVector::GetData<duckdb::string_t>(*state.mJson)[index];
+        const auto& text =
+            duckdb::FlatVector::GetData<duckdb::string_t>(*state.mJson)[inRow - state.mJsonFirst];
         outText = {text.GetData(), text.GetSize()};
         return true;
     });

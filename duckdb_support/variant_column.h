@@ -26,10 +26,8 @@ public:
     VariantColumn(VariantColumn&&) noexcept;
     VariantColumn& operator=(VariantColumn&&) noexcept;
 
-    /// Unpacks column `inColumn` (from 0) of the chunk. Returns false if it isn't a VARIANT column or doesn't
-    /// exist: the caller then reads each cell through a `duckdb_value`, and nothing here. Throws only
-    /// std::bad_alloc.
-    [[nodiscard]] bool Load(duckdb_data_chunk inChunk, idx_t inColumn);
+    /// Unpacks column `inColumn` (from 0) of the chunk, which must be a VARIANT column.
+    void Load(duckdb_data_chunk inChunk, idx_t inColumn);
 
     /// The number of the row's content: 0 for SQL NULL, -1 for what can't be read.
     [[nodiscard]] std::int32_t Number(idx_t inRow) const;
@@ -57,7 +55,7 @@ public:
     /// payload. Returns false if that fails: read Payload() then. Throws only std::bad_alloc. The text is
     /// valid until the next Load(), or the next ReadJson() of a row that wasn't converted together with this
     /// one.
-    /// @param inFirst, inCount the rows to convert at once, unless this row was converted already.
+    /// @param inFirst, inCount the rows to convert at once, with this one, unless it was converted already.
     [[nodiscard]] bool ReadJson(idx_t inRow, std::string_view& outText, idx_t inFirst = 0,
                                 idx_t inCount = ~idx_t{0});
 

@@ -21,11 +21,6 @@ namespace {
 constexpr std::array kMagic = {'D', 'U', 'C', 'K'};
 constexpr std::uint64_t kMagicOffset = 8;
 
-const String& MemoryPath() {
-    static const String path(":memory:");
-    return path;
-}
-
 DuckDBCursor_client* AsClientCursor(const smart_ptr<I_DuckDBCursor>& inCursor) {
     return dynamic_cast<DuckDBCursor_client*>(inCursor.get());
 }
@@ -98,4 +93,4 @@ void DuckDBExtension::Interrupt() { mRestores->Interrupt(); }
 
 DuckDBProgress DuckDBExtension::get_Progress() const { return mRestores->get_Progress(); }
 
-bool DuckDBExtension::get_IsMemoryPath(const String& inPath) const { return inPath == MemoryPath(); }
+bool DuckDBExtension::get_IsMemoryPath(const String& inPath) const { return inPath == String(":memory:"); }

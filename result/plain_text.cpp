@@ -304,7 +304,7 @@ std::size_t WriteUhugeint(duckdb_uhugeint inNumber, PlainText& outText) noexcept
 
 std::size_t WriteBit(duckdb_string_t inBits, PlainText& outText) noexcept {
     const std::string_view bytes = ViewOf(inBits);
-    if (bytes.size() < 2 || bytes.size() - 1 > outText.size() / 8) {
+    if (bytes.size() - 1 > outText.size() / 8) {
         return 0;
     }
     const auto skipped = static_cast<std::size_t>(static_cast<unsigned char>(bytes[0]));

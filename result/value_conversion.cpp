@@ -73,7 +73,7 @@ smart_ptr<I_Value> ReadCell(duckdb_data_chunk inChunk, idx_t inColumn, idx_t inR
     const support::OwnedValue value(support::chunk_value(inChunk, inColumn, inRow));
     std::int32_t variantType = 0;
     const std::int32_t* known = nullptr;
-    if (value && inColumnType == DUCKDB_TYPE_VARIANT) {
+    if (inColumnType == DUCKDB_TYPE_VARIANT) {
         variantType = support::variant_type(value.Get());
         // A negative number is fine: its payload gets the name "UNKNOWN".
         known = variantType < variant_type::kCount ? &variantType : nullptr;
@@ -94,8 +94,6 @@ smart_ptr<I_Value> DuckDBToValue(duckdb_value inValue, const std::int32_t* inVar
         return FindFixedType(DUCKDB_TYPE_DOUBLE)->mFromValue(inValue);
     case DUCKDB_TYPE_BLOB:
         return BlobToValue(inValue);
-    case DUCKDB_TYPE_SQLNULL:
-        return MakeNullValue();
     default:
         break;
     }

@@ -37,17 +37,15 @@ constexpr auto kFromPayload = [] {
 
 void VariantCellReader::Bind(duckdb_data_chunk inChunk) {
     CellReader::Bind(inChunk);
-    mState = State::Untouched;
+    mIsLoaded = false;
     mColumn = support::VariantColumn(); // it shares the old chunk's memory
     mJsonWindow.Close();
 }
 
 smart_ptr<I_Value> VariantCellReader::Read(idx_t inRow) {
-    if (mState == State::Untouched) {
-        mState = mColumn.Load(Chunk(), Setup().mColumn) ? State::Loaded : State::Unreadable;
-    }
-    if (mState == State::Unreadable) {
-        return ReadReference(inRow);
+    if (!mIsLoaded) {
+        mColumn.Load(Chunk(), Setup().mColumn);
+        mIsLoaded = true;
     }
     if (!mJsonWindow.Take(inRow)) {
         mJsonWindow.MoveTo(inRow, duckdb_data_chunk_get_size(Chunk()));

@@ -19,15 +19,13 @@ public:
     smart_ptr<I_Value> Read(idx_t inRow) override;
 
 private:
-    enum class State { Untouched, Loaded, Unreadable };
-
     /// An object or an array.
     smart_ptr<I_Value> ReadNested(idx_t inRow, std::int32_t inNumber);
     /// A payload that goes through a `duckdb_value`.
     smart_ptr<I_Value> ReadPayload(idx_t inRow, std::int32_t inNumber);
 
     orlimbara::duckdb_support::VariantColumn mColumn;
-    State mState = State::Untouched;
+    bool mIsLoaded = false;
     ConversionWindow mJsonWindow;
 };
 

@@ -120,16 +120,16 @@ private:
     /// null.
     void RunPrepared(const Run& inRun, std::uint64_t* outRowsChanged);
 
-    /// Holds the values in place of the previous ones, and binds them if there is a prepared statement. Needs
-    /// no guard.
+    /// Holds the values in place of the previous ones, and binds them if a statement is prepared. Needs no
+    /// guard.
     void ApplyValues(smart_ptr<ValueArray> inValues);
     /// Binds the held values again; without any, the bindings stay. Needs no guard.
     void ReapplyValues();
-    /// Clears DuckDB's bindings, then binds the held values. A statement must be prepared. Needs no guard.
+    /// Clears DuckDB's bindings, then binds the held values, if a statement is prepared. Needs no guard.
     void BindHeldValues();
     /// Throws the failure of binding host values, or "DuckDBDatabase is invalid" if reading them closed it.
     void CheckBinding(const std::optional<std::string>& inFailure) const;
-    /// Clears DuckDB's bindings. A statement must be prepared. Needs no guard.
+    /// Clears DuckDB's bindings, if a statement is prepared. Needs no guard.
     void ClearPreparedBindings();
     /// Drops held arrays, and all bindings with them, before a single value is bound.
     void DropHeldArrays();

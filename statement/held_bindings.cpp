@@ -14,9 +14,7 @@ void DuckDBStatement::ClearBindings() {
     RequireDatabase();
     mValues.reset();
     mRows.reset();
-    if (mPrepared) {
-        ClearPreparedBindings();
-    }
+    ClearPreparedBindings();
 }
 
 void DuckDBStatement::BindValue(std::uint32_t inIndex, smart_ptr<I_Value> inValue) {
@@ -41,22 +39,18 @@ void DuckDBStatement::BindRows(smart_ptr<RowArray> inRows) {
 void DuckDBStatement::ApplyValues(smart_ptr<ValueArray> inValues) {
     RequireDatabase();
     mValues = std::move(inValues);
-    if (mPrepared) {
-        BindHeldValues();
-    }
+    BindHeldValues();
 }
 
 void DuckDBStatement::ReapplyValues() {
-    if (mPrepared && mValues) {
+    if (mValues) {
         BindHeldValues();
     }
 }
 
 void DuckDBStatement::BindHeldValues() {
     ClearPreparedBindings();
-    if (mValues && !mValues->isEmpty()) {
-        CheckBinding(BindParameters(mPrepared, mValues));
-    }
+    CheckBinding(BindParameters(mPrepared, mValues));
 }
 
 void DuckDBStatement::CheckBinding(const std::optional<std::string>& inFailure) const {
@@ -67,7 +61,7 @@ void DuckDBStatement::CheckBinding(const std::optional<std::string>& inFailure) 
 }
 
 void DuckDBStatement::ClearPreparedBindings() {
-    if (duckdb_clear_bindings(mPrepared.Get()) != DuckDBSuccess) {
+    if (mPrepared && duckdb_clear_bindings(mPrepared.Get()) != DuckDBSuccess) {
         ThrowError(TextOr(duckdb_prepare_error(mPrepared.Get()), "Failed to clear statement bindings"));
     }
 }
@@ -79,9 +73,7 @@ void DuckDBStatement::DropHeldArrays() {
     }
     mValues.reset();
     mRows.reset();
-    if (mPrepared) {
-        ClearPreparedBindings();
-    }
+    ClearPreparedBindings();
 }
 
 } // namespace orkit::orsql

@@ -63,9 +63,7 @@ void DuckDBStatement::Split(const Run& inRun, duckdb_connection inConnection) {
 
 void DuckDBStatement::TakeSql() {
     const support::OwnedText sql(support::statement_sql(mExtracted.Get(), mNextStatement));
-    if (sql) {
-        mCurrentSql = StringFromUTF8(sql.Get());
-    }
+    mCurrentSql = StringFromUTF8(sql.Get());
 }
 
 void DuckDBStatement::RunPrepared(const Run& inRun, std::uint64_t* outRowsChanged) {
@@ -76,9 +74,7 @@ void DuckDBStatement::RunPrepared(const Run& inRun, std::uint64_t* outRowsChange
     const smart_ptr<RowArray> rows = mRows;
     const std::size_t runs = rows ? rows->get_Count() : 1;
     for (std::size_t row = 0; row < runs; ++row) {
-        if (inRun.IsStopped()) {
-            RequireDatabase().RequireNotStopped();
-        }
+        RequireDatabase().RequireNotStopped();
         if (rows) {
             ApplyValues((*rows)[row]);
         } else {

@@ -27,13 +27,18 @@ auto WithRecord(Function inFunction) {
     };
 }
 
+/// Binds a new value, which may be null.
+std::optional<duckdb_state> BindNew(duckdb_prepared_statement inPrepared, idx_t inIndex,
+                                    duckdb_value inValue) {
+    const support::OwnedValue value(inValue);
+    return value ? std::optional(duckdb_bind_value(inPrepared, inIndex, inValue)) : std::nullopt;
+}
+
 /// The step of a type that DuckDB can't bind directly: makes a value of the arguments and binds it.
 template <class Create>
 auto WithValue(Create inCreate) {
-    return [inCreate](duckdb_prepared_statement inPrepared, idx_t inIndex,
-                      const auto&... inArgs) -> std::optional<duckdb_state> {
-        const support::OwnedValue value(inCreate(inArgs...));
-        return value ? std::optional(duckdb_bind_value(inPrepared, inIndex, value.Get())) : std::nullopt;
+    return [inCreate](duckdb_prepared_statement inPrepared, idx_t inIndex, const auto&... inArgs) {
+        return BindNew(inPrepared, inIndex, inCreate(inArgs...));
     };
 }
 
