@@ -64,6 +64,7 @@ TEST_F(Databases, ExistOnlyAsFilesThatTheRootObjectRecognises) {
     EXPECT_TRUE(FileIsThere("a.duckdb")) << "nothing is deleted then";
     mDatabase->put_MotherDuckAccess("token", "");
     EXPECT_FALSE(mDatabase->get_Exists()) << "a remote database";
+    ExpectOpenError(mDatabase, "motherduck_token");
     EXPECT_FALSE(CreateDatabase()->get_Exists());
 }
 

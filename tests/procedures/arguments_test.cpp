@@ -58,7 +58,7 @@ TEST_F(ArgumentsTest, ReadALimitOrSayWhatIsWrongWithIt) {
 
 TEST(Quoting, BuildsTheSelectOfATableName) {
     auto cases = Table(R"(
-        "a.b"." t "|"a.b"." t "; "say ""hi""".t|"say ""hi"""."t"; ""|""; a"b"c|"a""b""c"; a. .b|; .a|; a.|; a."b|; "|)");
+        "a.b"." t "|"a.b"." t "; "say ""hi""".t|"say ""hi"""."t"; ""|""; a"b"c|"a""b""c"; "a"b|"""a""b"; a. .b|; .a|; a.|; a."b|; "|)");
     cases.push_back({"t; DROP TABLE t", R"("t; DROP TABLE t")"});
     cases.push_back({" \t\n\v\f\r main . t\n", R"("main"."t")"});
     cases.push_back({"\xC2\xA0x", "\"\xC2\xA0x\""}); // not whitespace in the C locale

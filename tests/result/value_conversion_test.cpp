@@ -1,6 +1,8 @@
 #include <map>
 
+#include "duckdb_support/handles.h"
 #include "result/text_buffer.h"
+#include "result/value_conversion.h"
 #include "result/variant_type.h"
 #include "tests_support/object_fixture.h"
 
@@ -74,6 +76,13 @@ TEST_F(ValueConversion, EnvelopesAreEscapedAsJson) {
                                         {"\x01\x0B\x1F", R"(\u0001\u000b\u001f)"},
                                         {"\x7F 漢字 😀 /", "\x7F 漢字 😀 /"}}) {
         EXPECT_EQ(Text(buffer.MakeEnvelope("A\"B", text)), Envelope("A\\\"B", escaped));
+    }
+    const std::string large(1 << 21, 'x'); // the buffer doesn't keep so much
+    EXPECT_EQ(Text(buffer.MakeEnvelope("A", large)), Envelope("A", large));
+    const support::OwnedValue value(duckdb_create_bool(true));
+    for (const Value& null : {DuckDBToValue(nullptr, nullptr), VariantChildToValue(nullptr, 1),
+                              VariantChildToValue(value.Get(), 0), BytesToValue(nullptr, 3)}) {
+        EXPECT_EQ(Text(null), null->get_Type() == kBoolean ? "NULL" : "x'000000'");
     }
     EXPECT_STREQ(VariantTypeName(0), "VARIANT_NULL");
     EXPECT_STREQ(VariantTypeName(23), "TIMESTAMP_MILIS");

@@ -62,6 +62,7 @@ const std::tuple<Bind, const char*, const char*> kBindings[] = {
     {[](auto& s, auto i) { s.BindBit(i, kBadBits, 2); }, nullptr, "Failed to bind BIT"},
     {[](auto& s, auto i) { s.BindBignum(i, kMagnitude, 0, false); }, nullptr, "Failed to bind BIGNUM"},
     {[](auto& s, auto i) { s.BindBignum(i, nullptr, 1, false); }, nullptr, "Failed to bind BIGNUM"},
+    {[](auto& s, auto i) { s.BindBignum(i, kMagnitude, 0x800000, false); }, nullptr, "Failed to bind BIGNUM"},
     {[](auto& s, auto i) { s.BindBlob(i, nullptr, 1); }, nullptr, ""},
 };
 

@@ -192,7 +192,10 @@ TEST_F(StatementLifecycle, DatabaseAndStatementsKnowEachOther) {
     EXPECT_EQ(Text(other->get_Name()) + Text(statement->get_Database()->get_Name()), "otherother");
     ExpectError([&] { mDatabase->RemoveStatement(statement.get()); },
                 ":memory:", "DuckDBStatement does not belong to this database");
+    statement->BindValues(Values({}));
+    statement->BindInteger(1, 5); // drops the values, and binds nothing yet
     statement->ExecuteNext();
+    other->RemoveStatement(other->CreateStatement("SELECT 3").get());
     const Cursor cursor = statement->SqlSelect(kCursorLocationServer);
     EXPECT_EQ(other->get_RefsCount(), 1u) << "statements hold no reference";
     other.reset();

@@ -127,11 +127,9 @@ protected:
     /// Opens an existing database.
     Database OpenDatabase(const std::string& inName, bool inReadOnly = false) const {
         Database database = MakeDatabase(inName);
-        if (inReadOnly) {
-            DuckDBSettings settings;
-            settings.mAccessMode = 0;
-            database->put_Settings(settings);
-        }
+        DuckDBSettings settings;
+        settings.mAccessMode = inReadOnly ? 0 : 1;
+        database->put_Settings(settings);
         database->Open();
         return database;
     }
