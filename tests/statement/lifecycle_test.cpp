@@ -16,7 +16,7 @@ std::string StateOf(I_DuckDBStatement& inStatement) {
 
 /// The state, how many statements are left, and the current text.
 std::string PositionOf(I_DuckDBStatement& inStatement) {
-    return StateOf(inStatement) + " " + std::to_string(inStatement.get_RemainingStatements()) +
+    return StateOf(inStatement) + " " + std::to_string(inStatement.get_RemainingStatements()) + ": " +
            Text(inStatement.get_Sql());
 }
 
@@ -96,18 +96,18 @@ TEST_F(StatementLifecycle, EveryOperationLeadsFromStateToState) {
 TEST_F(StatementLifecycle, WalkReportsItsPosition) {
     const std::string script = "CREATE TABLE u (i INTEGER); INSERT INTO u VALUES (1), (2); SELECT * FROM u";
     const Statement statement = Make(script);
-    EXPECT_EQ(PositionOf(*statement), "t 0" + script);
+    EXPECT_EQ(PositionOf(*statement), "t 0: " + script);
     std::string walk;
     for (bool hasMore = true; hasMore;) {
         std::uint64_t rows = 7;
         hasMore = statement->ExecuteNext(rows);
         walk += std::to_string(rows) + " " + PositionOf(*statement) + "; ";
     }
-    EXPECT_EQ(walk, "0 twpr 2CREATE TABLE u (i INTEGER); 2 twpr 1 INSERT INTO u VALUES (1), (2); 0 twpr 0 "
-                    "SELECT * FROM u; ");
+    EXPECT_EQ(walk, "0 twpr 2: CREATE TABLE u (i INTEGER); 2 twpr 1:  INSERT INTO u VALUES (1), (2); "
+                    "0 twpr 0:  SELECT * FROM u; ");
     EXPECT_FALSE(statement->ExecuteNext()) << "the walk stays at its end";
     statement->ExecuteAll();
-    EXPECT_EQ(PositionOf(*statement), "t 0" + script);
+    EXPECT_EQ(PositionOf(*statement), "t 0: " + script);
     for (const char* text : {"", "/* nothing */ ;; -- here"}) {
         const Statement empty = Make(text);
         EXPECT_FALSE(empty->ExecuteNext() || empty->SqlSelect(kCursorLocationServer)) << text;
@@ -142,7 +142,7 @@ TEST_F(StatementLifecycle, FailedSplitOrPrepareIsTriedAgain) {
     EXPECT_TRUE(statement->ExecuteNext());
     for (int i = 0; i < 2; ++i) {
         ExpectFailure("Table with name u does not exist", [&] { statement->PrepareNext(); });
-        EXPECT_EQ(PositionOf(*statement), "tw 2 INSERT INTO u VALUES (1), (2)");
+        EXPECT_EQ(PositionOf(*statement), "tw 2:  INSERT INTO u VALUES (1), (2)");
     }
     Execute(mDatabase, "CREATE TABLE u (i INTEGER)");
     std::uint64_t rows = 0;
@@ -166,13 +166,13 @@ TEST_F(StatementLifecycle, FailedRunIsSkippedAndReported) {
     const std::string script = std::string("CREATE TABLE u (i INTEGER);") + kFailingRun + ";DROP TABLE u";
     const Statement walk = Make(script);
     ExpectFailure(kFailingRunText, [&] { walk->ExecuteAll(); });
-    EXPECT_EQ(PositionOf(*walk), std::string("twpr 1") + kFailingRun) << "the failed result stays";
+    EXPECT_EQ(PositionOf(*walk), std::string("twpr 1: ") + kFailingRun) << "the failed result stays";
     walk->ExecuteAll();
     EXPECT_EQ(Text(walk->get_Sql()), script);
 
     for (const auto& [failing, part, state] :
-         {std::tuple{kFailingRun, kFailingRunText, "tpr 0"},
-          std::tuple{"SELECT * FROM missing", "Table with name missing does not exist", "t 0"}}) {
+         {std::tuple{kFailingRun, kFailingRunText, "tpr 0: "},
+          std::tuple{"SELECT * FROM missing", "Table with name missing does not exist", "t 0: "}}) {
         walk->Invalidate();
         const Statement statement =
             Make(std::string("INSERT INTO t VALUES (1);") + failing + ";DROP TABLE t");
