@@ -193,7 +193,7 @@ class Variant {
 public:
     void Bind(duckdb_data_chunk inChunk) {
         for (idx_t column = 0; column < kColumns; ++column) {
-            Require(mVectors[column].Load(inChunk, column));
+            mVectors[column].Load(inChunk, column);
         }
     }
     smart_ptr<I_Value> Make(idx_t inColumn, idx_t inRow) {
