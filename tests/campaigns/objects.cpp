@@ -47,7 +47,7 @@ auto Do(const Call& inCall) {
     // The second is DuckDB's; the last two are what the module says where its host gives no text, or takes no
     // cursor.
     static const std::regex reasons(
-        "bad_alloc|Allocation failure|Memory|requires a text argument|Unable to create DuckDB cursor");
+        "bad_alloc|Allocation failure|Memory|requires a text argument|Unable to create (DuckDB )?cursor");
     if (gAllocationsUntilFailure != 0 || !std::regex_search(failure, reasons)) {
         throw std::logic_error("not a failure of memory: " + failure);
     }
