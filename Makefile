@@ -44,10 +44,11 @@ soak: setup
 	@SEED='$(SEED)' scripts/soak.sh '$(SOAK)' $(CAMPAIGNS)
 
 coverage: setup
+	@scripts/get_packages.sh coverage
 	@scripts/build.sh coverage
 	@find build/coverage -name '*.gcda' -delete
 	@ctest --preset coverage --parallel $(or $(JOBS),2) --output-on-failure --exclude-regex 'install_tests|shell_memory_tests'; \
-		status=$$?; scripts/coverage.py build/coverage && exit $$status
+		status=$$?; scripts/coverage.sh build/coverage && exit $$status
 
 check: setup
 	@scripts/get_packages.sh check

@@ -1,6 +1,6 @@
 #!/bin/bash
 # get_packages.sh [GROUP...]: installs the Debian packages that the project needs and that aren't installed; with
-# "check", "docs", "package", "soak", "windows" or "wine" also the tools of that target of make. Does nothing
+# "check", "coverage", "docs", "package", "soak", "windows" or "wine" also the tools of that target of make. Does nothing
 # where all are there.
 source "$(dirname "$0")/common.sh"
 
@@ -14,6 +14,7 @@ packages=(
 for group in "$@"; do
     case $group in
     check) packages+=(clang-format-14 clang-tidy-14 clang-14 shellcheck) ;;
+    coverage) packages+=(gcovr) ;;
     docs) packages+=(doxygen) ;;
     package) packages+=(dpkg-dev file) ;;
     soak) packages+=(strace clang-14 libclang-rt-14-dev) ;;
