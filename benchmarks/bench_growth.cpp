@@ -6,11 +6,14 @@
 ///   Growth/statements_forward/N     dropping N live statements, the oldest first
 ///   Growth/statements_backward/N    the same, the newest first
 ///   Growth/cursors_forward/N, Growth/cursors_backward/N   the same with server cursors
+///   Growth/results_forward/N, Growth/results_backward/N   the same with DuckDB's results alone, which is the
+///                                   part of the cursors' time that isn't the module's
 ///   Growth/close/N                  Close of a database with N live statements
 ///   Growth/columns/N                reading 1,000,000 cells, which are the items, of N columns
 ///   Growth/bind_rows/N              a run of N held rows
 #include <algorithm>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -57,14 +60,25 @@ std::vector<smart_ptr<I_DuckDBCursor>> MakeCursors(Database& ioDatabase, std::in
     return cursors;
 }
 
-/// Drops objects from the first to the last, or the other way round.
+std::vector<std::unique_ptr<orlimbara::duckdb_support::OwnedResult>> MakeResults(Database& ioDatabase,
+                                                                                 std::int64_t inCount) {
+    std::vector<std::unique_ptr<orlimbara::duckdb_support::OwnedResult>> results;
+    for (std::int64_t i = 0; i < inCount; ++i) {
+        results.push_back(
+            std::make_unique<orlimbara::duckdb_support::OwnedResult>(ioDatabase.Run("SELECT 1")));
+    }
+    return results;
+}
+
+/// Drops objects from the first to the last, or the other way round. DuckDB's threads have no part in that,
+/// but may still tidy up after the runs that made the objects.
 template <auto Make, bool kBackward>
 Seconds TimeDrop(Database& ioDatabase, std::int64_t inCount) {
     auto objects = Make(ioDatabase, inCount);
     if (kBackward) {
         std::reverse(objects.begin(), objects.end());
     }
-    return Time<ProcessClock>([&] {
+    return Time<ThreadClock>([&] {
         for (auto& object : objects) {
             object = nullptr;
         }
@@ -125,6 +139,8 @@ const Subject kSubjects[] = {
     {"statements_backward", TimeDrop<MakeStatements, true>, {100, 10'000, 100'000}, 0},
     {"cursors_forward", TimeDrop<MakeCursors, false>, {100, 10'000, 100'000}, 0},
     {"cursors_backward", TimeDrop<MakeCursors, true>, {100, 10'000, 100'000}, 0},
+    {"results_forward", TimeDrop<MakeResults, false>, {100, 10'000, 100'000}, 0},
+    {"results_backward", TimeDrop<MakeResults, true>, {100, 10'000, 100'000}, 0},
     {"close", TimeClose, {100, 10'000, 100'000}, 0},
     {"columns", TimeColumns, {1, 10, 100, 1'000}, kCells},
     {"bind_rows", TimeBindRows, {1'000, 10'000, 100'000, 1'000'000}, 0},
