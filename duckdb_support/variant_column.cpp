@@ -76,11 +76,14 @@ bool VariantColumn::ReadJson(idx_t inRow, std::string_view& outText, idx_t inFir
         if (!state.WasJsonTried(inRow)) {
             state.CastToJson(inFirst, inCount);
         }
-        if (!state.mJson) {
+        if (!state.mJson || !state.WasJsonTried(inRow)) {
             return false;
         }
-        const auto& text =
-            duckdb::FlatVector::GetData<duckdb::string_t>(*state.mJson)[inRow - state.mJsonFirst];
+        const idx_t index = inRow - state.mJsonFirst;
+        if (!duckdb::FlatVector::Validity(*state.mJson).RowIsValid(index)) {
+            return false;
+        }
+        const auto& text = duckdb::FlatVector::GetData<duckdb::string_t>(*state.mJson)[index];
         outText = {text.GetData(), text.GetSize()};
         return true;
     });
