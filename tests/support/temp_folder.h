@@ -3,6 +3,7 @@
 #pragma once
 
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 
 #include <stdlib.h>
@@ -15,7 +16,10 @@ public:
     TempFolder() {
         namespace fs = std::filesystem;
         std::string pattern = (fs::canonical(fs::temp_directory_path()) / "orlimbara-XXXXXX").string();
-        mPath = ::mkdtemp(pattern.data());
+        if (!::mkdtemp(pattern.data())) {
+            throw std::runtime_error("can't make a folder like " + pattern);
+        }
+        mPath = pattern;
     }
     TempFolder(const TempFolder&) = delete;
     TempFolder& operator=(const TempFolder&) = delete;
