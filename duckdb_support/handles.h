@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cassert>
+#include <cstdint>
 #include <string_view>
 #include <type_traits>
 #include <utility>
@@ -143,6 +144,15 @@ using OwnedBytes = OwnedHandle<void*, HandleKind::Bytes, duckdb_free>;
     return {length <= sizeof(inString.value.inlined.inlined) ? inString.value.inlined.inlined
                                                              : inString.value.pointer.ptr,
             length};
+}
+
+/// Whether a row of a vector isn't NULL, as `duckdb_validity_row_is_valid`, but inline.
+/// @param inValidity the vector's mask; null if no row is NULL.
+[[nodiscard]] inline bool IsRowValid(const std::uint64_t* inValidity, idx_t inRow) noexcept {
+    if (!inValidity) [[likely]] {
+        return true;
+    }
+    return (inValidity[inRow / 64] >> (inRow % 64) & 1) != 0;
 }
 
 /// The only owner of a `duckdb_result`, which DuckDB passes by value, or of none. A failed run leaves a

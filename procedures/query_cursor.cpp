@@ -239,7 +239,7 @@ inline host_value QueryCursor::ReadValue(call_context context, std::int32_t colu
         return nullptr;
     }
     const Column& cells = columns_[index];
-    if (cells.validity != nullptr && (cells.validity[row_in_chunk_ / 64] >> (row_in_chunk_ % 64) & 1) == 0) {
+    if (!duckdb_support::IsRowValid(cells.validity, row_in_chunk_)) {
         return nullptr;
     }
     const host_value value = MakeCellValue(context, cells.runtime_type, cells.data, row_in_chunk_);

@@ -37,7 +37,7 @@ bool TextCastReader::Cast(support::ColumnCast& ioCast, idx_t inFirst, idx_t inCo
     mTexts = ioCast.Texts();
     std::size_t bytes = 0;
     for (idx_t row = 0; isCast && row < inCount; ++row) {
-        bytes += IsValid(ioCast.Validity(), row) ? ViewOf(mTexts[row]).size() : 0;
+        bytes += support::IsRowValid(ioCast.Validity(), row) ? ViewOf(mTexts[row]).size() : 0;
     }
     put_Bytes(bytes);
     return isCast;

@@ -25,7 +25,7 @@ protected:
         if (!mWindow.Take(inRow)) {
             Convert(inRow);
         }
-        return mIsCast && IsValid(mCastValidity, inRow - mWindow.get_First());
+        return mIsCast && orlimbara::duckdb_support::IsRowValid(mCastValidity, inRow - mWindow.get_First());
     }
     /// Sets how many bytes the texts of the run take.
     void put_Bytes(std::size_t inBytes) noexcept { mWindow.put_Bytes(inBytes); }

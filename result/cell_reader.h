@@ -6,6 +6,7 @@
 
 #include <duckdb.h>
 
+#include "duckdb_support/handles.h"
 #include "host/unknown.h"
 #include "host/value.h"
 #include "result/text_buffer.h"
@@ -53,20 +54,15 @@ public:
     virtual smart_ptr<I_Value> Read(idx_t inRow) = 0;
 
     const CellReaderSetup& Setup() const noexcept { return mSetup; }
-    bool IsNull(idx_t inRow) const noexcept { return !IsValid(mValidity, inRow); }
+    bool IsNull(idx_t inRow) const noexcept {
+        return !orlimbara::duckdb_support::IsRowValid(mValidity, inRow);
+    }
     template <class T>
     const T& DataAt(idx_t inRow) const noexcept {
         return static_cast<const T*>(mData)[inRow];
     }
 
 protected:
-    static bool IsValid(const std::uint64_t* inValidity, idx_t inRow) noexcept {
-        if (!inValidity) [[likely]] {
-            return true;
-        }
-        return (inValidity[inRow / 64] >> (inRow % 64) & 1) != 0;
-    }
-
     duckdb_data_chunk Chunk() const noexcept { return mChunk; }
     smart_ptr<I_Value> ReadReference(idx_t inRow) const {
         return ReadCell(mChunk, mSetup.mColumn, inRow, mSetup.mType);
