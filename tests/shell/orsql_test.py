@@ -82,6 +82,16 @@ d
 """)
         self.assertEqual(run_shell("-m", "json").out, "[]\n")
         self.assertIn("\x1b", run_shell("-m", "box", "--color", "always", "-c", "SELECT 1").out)
+        # SQL is never cut: a box that is too wide, here by one, becomes lines.
+        self.assertEqual(run_shell("-m", "box", given="CREATE TABLE t(i INTEGER);\n.maxwidth 29\n.schema\n"
+                                                      ".maxwidth 30\n.schema\n").out, """\
+sql = CREATE TABLE t(i INTEGER);
+┌────────────────────────────┐
+│ sql                        │
+├────────────────────────────┤
+│ CREATE TABLE t(i INTEGER); │
+└────────────────────────────┘
+""")
 
     def test_writes_each_kind_of_cell(self):
         cells = table(r"""

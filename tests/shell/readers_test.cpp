@@ -1,4 +1,5 @@
-// The shell's readers: of scripts, literals, CSV files and DuckDB's messages.
+// The shell's readers: of scripts, literals, CSV files, DuckDB's messages and the history.
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -10,8 +11,11 @@
 #include "render_support.h"
 #include "shell/csv_reader.h"
 #include "shell/failure.h"
+#include "shell/files.h"
+#include "shell/history.h"
 #include "shell/literals.h"
 #include "tests_support/table.h"
+#include "tests_support/temp_folder.h"
 
 namespace orlimbara::shell::test {
 namespace {
@@ -226,6 +230,21 @@ TEST(Failure, ShowsThePlaceOnATerminal) {
         describe(20, std::string(20, 'x') + std::string(200, 'y'), {.isTerminal = true, .width = 40});
     EXPECT_NE(shown.find("…"), std::string::npos);
     EXPECT_EQ(shown.find(std::string(40, 'y')), std::string::npos);
+}
+
+TEST(History, KeepsEntriesWholeAndItsFileShort) {
+    const tests_support::TempFolder folder;
+    const std::string path = folder / "history";
+    std::ofstream(path) << "\\\\143\n\\146\\101n\\12\n4 > 3;\n"; // as versions before wrote them
+    const std::string entry = "SELECT '\\n\\143',\n'\\\\é';";
+    const std::vector<std::string> entries = {"\\143", "fAn12", "4 > 3;", entry};
+    AppendHistory(path, entry);
+    EXPECT_EQ(LoadHistory(path, 9), entries);
+    EXPECT_EQ(LoadHistory(path, 1), std::vector{entry});
+    EXPECT_EQ(LoadHistory(path, 9), entries) << "shortened too early";
+    AppendHistory(path, "last");
+    EXPECT_EQ(LoadHistory(path, 1), std::vector{"last"s});
+    EXPECT_EQ(ReadFile(path), "last\n");
 }
 
 } // namespace

@@ -105,9 +105,6 @@ class Terminal(ShellTest):
                 ("", ("\x10\b + 5;\r", "\n50\nmemory> "),
                  (up + "\b70\r", "\n113\nmemory> "),
                  (up + "\x1b[B\b80\r", "\n185\n")),
-                # SQL is never cut.
-                ("", (".mode box\r.maxwidth 30\rCREATE TABLE t(one INTEGER, two INTEGER);\r.schema\r",
-                      "\nsql = CREATE TABLE t(one INTEGER, two INTEGER);\n")),
                 ("bind -v\n", ("selec\t", "select"), (" 7 AS seven;\r", "seven\n7\n")),
                 ("", (".pager\r", "\noff\n"),
                  (many, "\n59\n"),
