@@ -229,6 +229,7 @@ class Commands(ShellTest):
             (r'{"sql":"SELECT 1","sql":"SELECT 2"}', refused),
             (r'{"sql":"SELECT 1","valves":[]}', refused),
             (r'{"sql":"SELECT $1","values":[{"date":"x"}]}', refused),
+            (r'{"sql":"SELECT $1","values":[{"binary":"CA","date":"2024-01-31"}]}', refused),
             (r'{"sql":1}', refused),
             (r'{"command":".pager off"}', '…"message":".pager is refused with --input jsonl"…'),
             (r'{"command":".mode csv","id":2}', '…"message":".mode is refused with --input jsonl"…'),

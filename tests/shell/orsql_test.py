@@ -18,7 +18,7 @@ class Orsql(ShellTest):
                 --help|0; -c 'SELECT nope' -c .quit|1; -c '.quit now'|1; -f missing.sql|1; -m xml|2; --nope|2
                 a.db b.db|2; --threads many|2; --max-rows -1|2; --storage-version "v1'" x.db|2
                 --block-size 16384|2; --storage-version v1.2.0 :memory:|2; --block-size 16384 Memory.db|2
-                --block-size 16384 --no-external-access x.db|2; --input jsonl -m csv|2
+                --block-size 16384 --no-external-access x.db|2; --input jsonl -m csv|2; --null= x.db|0
                 --module missing.so -c 'SELECT 1'|3; --module text.txt -c 'SELECT 1'|3; text.txt -c 'SELECT 1'|3
                 no/such/folder/x.db -c 'SELECT 1'|3; --readonly missing.db -c 'SELECT 1'|3"""):
             run = run_script("$ORSQL " + arguments)
@@ -130,6 +130,8 @@ sql = CREATE TABLE t(i INTEGER);
                     "INSERT INTO t VALUES (1); SELECT 1; ROLLBACK; SELECT count(*) FROM t; BEGIN; DROP TABLE t"),
             "done|done|changed|error|error|done|0|done|done|")
         self.assertEqual(answers("x.db", "-c", "SELECT count(*) FROM t"), "0|", "left without a commit")
+        self.assertEqual(answers("-c", "BEGIN; CREATE TABLE t AS SELECT 8 AS i; SELECT nope; COMMIT; FROM t"),
+                         "done|done|error|done|8|", "DuckDB goes on after what can't be prepared")
         # DuckDB expands an import into several statements; the second fails, and everything is rolled back.
         os.mkdir("made")
         write("made/schema.sql", "CREATE TABLE t(a INTEGER);")

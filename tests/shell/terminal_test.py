@@ -121,6 +121,8 @@ class Terminal(ShellTest):
                  ("\x03", PROMPT),
                  (STILL_HERE, "\nstill here\n"),
                  (".pager true\rSELECT * FROM range(9000000);" + STILL_HERE, "\nstill here\n"),
+                 # It gets the usual signals, though orsql ignores some.
+                 (".pager 'cat >/dev/null; sh -c \"kill -PIPE \\$\\$\"; echo status $?'\r" + many, "status 141\n"),
                  (".pager missing-pager\r", PROMPT),
                  (many, "error: the pager"),
                  ("", "missing-pager: not found\nn\n0\n"),
