@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <random>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -278,23 +279,28 @@ TEST_F(Databases, InvalidateTheirObjectsWhenTheyClose) {
     EXPECT_EQ(Text(cursor->get_ColumnName(0)), "a") << "columns still answer";
 }
 
-TEST(RegistryOrder, RepeatedAndForeignPointersLeaveInTheirOrder) {
-    const char objects[] = "ABC";
-    Registry<const char> registry;
-    std::string left;
-    // A capital letter enters, a small one leaves, and a dot takes the last.
-    for (const char step : std::string_view("aABACABBbdaBc.A...C.b..aABAa.")) {
-        const char* const object = objects + (std::toupper(step) - 'A');
-        if (step == '.') {
-            left += *registry.TakeLast();
-        } else if (std::isupper(step)) {
-            registry.Enter(object);
-        } else {
-            left += registry.Leave(object) ? step : '-';
+TEST(RegistryOrder, IsThatOfAPlainArray) {
+    for (const std::size_t count : {1, 2, 3, 5000}) {
+        std::mt19937 random(count);
+        const std::vector<char> objects(count);
+        Registry<const char> registry;
+        std::vector<const char*> expected;
+        for (int step = 0; step < 40'000; ++step) {
+            const char* const object = &objects[random() % count];
+            // Grows for some time, then shrinks.
+            if (random() % 8 < (step / 5000 % 2 ? 2 : 6)) {
+                registry.Enter(object);
+                expected.push_back(object);
+            } else if (const auto first = std::ranges::find(expected, object); random() % 2) {
+                ASSERT_EQ(registry.Leave(object), first != expected.end());
+                expected.erase(first, first + (first != expected.end()));
+            } else if (!expected.empty()) {
+                ASSERT_EQ(registry.TakeLast(), expected.back());
+                expected.pop_back();
+            }
+            ASSERT_EQ(registry.isEmpty(), expected.empty());
         }
-        left += registry.isEmpty() ? " " : "";
     }
-    EXPECT_EQ(left, "- b-acBABBC-AA - aA");
 }
 
 TEST_F(Databases, DeleteTheirFileWhenNoObjectHoldsIt) {
