@@ -8,13 +8,10 @@ namespace orkit::orsql {
 
 namespace support = orlimbara::duckdb_support;
 
-ColumnList::ColumnList(duckdb_result* inResult) : mCount(duckdb_column_count(inResult)) {
-    if (mCount > kInlineColumns) {
-        mHeap = std::make_unique<Column[]>(mCount);
-    }
-    Column* const columns = mHeap ? mHeap.get() : mInline.data();
-    for (idx_t index = 0; index < mCount; ++index) {
-        Column& column = columns[index];
+ColumnList::ColumnList(duckdb_result* inResult) {
+    mColumns.resize(duckdb_column_count(inResult));
+    for (idx_t index = 0; index < mColumns.size(); ++index) {
+        Column& column = mColumns[index];
         column.mName = StringFromUTF8(duckdb_column_name(inResult, index));
         const support::OwnedLogicalType type(duckdb_column_logical_type(inResult, index));
         column.mType = duckdb_column_type(inResult, index);

@@ -5,7 +5,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <memory_resource>
+#include <vector>
 
 #include <duckdb.h>
 
@@ -21,7 +22,8 @@ struct Column {
 };
 
 /// A result's columns in order. Up to kInlineColumns are stored inside the object, so that the cursor of an
-/// ordinary result allocates nothing for the list; more go to the heap. Elements never move.
+/// ordinary result allocates nothing for the list; more go to the heap. Elements never move. Room that no
+/// column takes is never touched.
 class ColumnList {
 public:
     static constexpr std::size_t kInlineColumns = 10;
@@ -32,16 +34,16 @@ public:
     ColumnList(const ColumnList&) = delete;
     ColumnList& operator=(const ColumnList&) = delete;
 
-    std::size_t size() const noexcept { return mCount; }
-    const Column* begin() const noexcept { return mHeap ? mHeap.get() : mInline.data(); }
-    const Column* end() const noexcept { return begin() + mCount; }
+    std::size_t size() const noexcept { return mColumns.size(); }
+    const Column* begin() const noexcept { return mColumns.data(); }
+    const Column* end() const noexcept { return begin() + mColumns.size(); }
     /// @param inIndex less than the length.
-    const Column& operator[](std::size_t inIndex) const noexcept { return begin()[inIndex]; }
+    const Column& operator[](std::size_t inIndex) const noexcept { return mColumns[inIndex]; }
 
 private:
-    std::size_t mCount;
-    std::array<Column, kInlineColumns> mInline;
-    std::unique_ptr<Column[]> mHeap;
+    alignas(Column) std::array<std::byte, kInlineColumns * sizeof(Column)> mInline;
+    std::pmr::monotonic_buffer_resource mMemory{mInline.data(), mInline.size()};
+    std::pmr::vector<Column> mColumns{&mMemory};
 };
 
 } // namespace orkit::orsql
