@@ -1,7 +1,9 @@
 #include "result/server_cursor.h"
 
+#include <cstddef>
 #include <exception>
 #include <new>
+#include <tuple>
 #include <utility>
 
 #include "extension/engine_lock_guard.h"
@@ -14,16 +16,22 @@ namespace support = orlimbara::duckdb_support;
 
 namespace {
 
-/// The value of a cell that isn't NULL, as its reader makes it. @param inType one of the list.
-template <class First, class... Rest>
-smart_ptr<I_Value> MakeFixed(TypeList<First, Rest...>, duckdb_type inType, const CellReader& inReader,
+/// The value of a cell that isn't NULL, as its reader makes it. Halves the list at each step, so that
+/// each type takes three or four comparisons; one after the other, a DOUBLE would take ten.
+/// @param inType from First to Last in the list, whose numbers follow each other.
+template <std::size_t First, std::size_t Last, class... Types>
+smart_ptr<I_Value> MakeFixed(TypeList<Types...> inTypes, duckdb_type inType, const CellReader& inReader,
                              idx_t inRow) {
-    if constexpr (sizeof...(Rest) != 0) {
-        if (inType != First::kType) {
-            return MakeFixed(TypeList<Rest...>(), inType, inReader, inRow);
+    if constexpr (First == Last) {
+        using Type = std::tuple_element_t<First, std::tuple<Types...>>;
+        return Type::Make(inReader.DataAt<typename Type::Item>(inRow));
+    } else {
+        constexpr std::size_t kMiddle = (First + Last) / 2;
+        if (inType <= kFixedTypes[kMiddle].mType) {
+            return MakeFixed<First, kMiddle>(inTypes, inType, inReader, inRow);
         }
+        return MakeFixed<kMiddle + 1, Last>(inTypes, inType, inReader, inRow);
     }
-    return First::Make(inReader.DataAt<typename First::Item>(inRow));
 }
 
 } // namespace
@@ -67,7 +75,7 @@ smart_ptr<I_Value> DuckDBCursor_server::get_Value(std::uint32_t inColumnIndex) {
     const duckdb_type type = reader.Setup().mType;
     // The cheapest cells are made here: the call of a reader would take a good part of their time.
     if (IsFixedType(type) && !reader.IsNull(mChunkRow)) [[likely]] {
-        return MakeFixed(FixedTypes(), type, reader, mChunkRow);
+        return MakeFixed<0, kFixedTypes.size() - 1>(FixedTypes(), type, reader, mChunkRow);
     }
     if (type == DUCKDB_TYPE_DECIMAL && !reader.IsNull(mChunkRow)) {
         double number;
