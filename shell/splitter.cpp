@@ -358,7 +358,8 @@ void Splitter::Forget() {
     if (count == 0) {
         return;
     }
-    mAtLineStart = mText[count - 1] == '\n';
+    mAtLineStart = mText[count - 1] == '\n' ||
+                   (mIsAtStart && std::string_view(mText).substr(0, count) == kByteOrderMark);
     mIsAtStart = false;
     CountLines(count);
     mText.erase(0, count);

@@ -50,6 +50,7 @@ const std::pair<std::string, std::string> kScripts[] = {
      "\n.mode csv|a|\n.mode csv|b|\n.print ; b -- c|\n.quit"},
     {"-- c\n.quit\n/* \n.x\n */ .y", "\n.quit|.y"},
     {"a\n.b\n;c; .d", "a\n.b\n|c|.d"},
+    {"\uFEFF.b\n\uFEFF.c;", "\n.b|.c"}, // a byte order mark at the start alone
     // A zero byte is like any other here; the shell refuses the piece.
     {"a\0b;\0;'a\0;b';c"s, "a\0b|\0|'a\0;b'|c"s},
 };
