@@ -102,7 +102,7 @@ Splitter::Step Splitter::Scan() {
 
 Splitter::Step Splitter::ScanPlain() {
     const char c = At(0);
-    if (c == '.' && !mStart && AtLineStart()) {
+    if (c == '.' && !mStart && IsLineStart(mPosition)) {
         return Step::DotCommand;
     }
     if (c == ';') {
@@ -304,12 +304,12 @@ Splitter::Step Splitter::ScanBlockComment() {
 }
 
 /// A byte order mark at the start of the whole text is skipped.
-bool Splitter::AtLineStart() const {
-    if (mPosition == 0) {
+bool Splitter::IsLineStart(std::size_t inPosition) const {
+    if (inPosition == 0) {
         return mAtLineStart;
     }
-    return mText[mPosition - 1] == '\n' ||
-           (mIsAtStart && std::string_view(mText).substr(0, mPosition) == kByteOrderMark);
+    return mText[inPosition - 1] == '\n' ||
+           (mIsAtStart && std::string_view(mText).substr(0, inPosition) == kByteOrderMark);
 }
 
 void Splitter::CountLines(std::size_t inEnd) {
@@ -358,8 +358,7 @@ void Splitter::Forget() {
     if (count == 0) {
         return;
     }
-    mAtLineStart = mText[count - 1] == '\n' ||
-                   (mIsAtStart && std::string_view(mText).substr(0, count) == kByteOrderMark);
+    mAtLineStart = IsLineStart(count);
     mIsAtStart = false;
     CountLines(count);
     mText.erase(0, count);

@@ -55,7 +55,7 @@ private:
 
     bool Has(std::size_t inCount) const { return mPosition + inCount <= mText.size(); }
     char At(std::size_t inOffset) const { return mText[mPosition + inOffset]; }
-    bool AtLineStart() const;
+    bool IsLineStart(std::size_t inPosition) const;
     void CountLines(std::size_t inEnd);
     void Begin();
     void SkipWhitespace(bool inIsNewLine, std::size_t inLength);
